@@ -1,0 +1,279 @@
+/* QMX_IC: numerical analyses for intelligent compaction (IC) data.
+ *
+ * A roller that compacts a road layer records its position, the number of the pass and a measured
+ * value. The functions below compute with such records. All of them share these rules:
+ *
+ *   - They return 1 on success and 3 on failure.
+ *   - On failure, and only then, the event record says why; after success it holds what the caller
+ *     had put there. Texts in it are padded with blanks and have no terminator.
+ *   - All memory belongs to the caller. Nothing is kept after the return.
+ *   - Calls must not overlap: the library keeps its event state and work areas once per process.
+ *   - Flags are 32-bit integers: 1 means yes, 2 means no.
+ *   - Every function may run out of memory: "memory could not be allocated", code 101.
+ *
+ * The header is C99 and C++. The records are little-endian with natural alignment; their sizes and
+ * offsets are checked wherever this header is compiled.                                          */
+#ifndef QMX_IC_H
+#define QMX_IC_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32) || defined(__CYGWIN__)
+#if defined(QMX_IC_BUILDING)
+#define QMX_IC_API __declspec(dllexport)
+#else
+#define QMX_IC_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
+#define QMX_IC_API __attribute__((visibility("default")))
+#else
+#define QMX_IC_API
+#endif
+
+#ifdef __cplusplus
+#define QMX_IC_NOEXCEPT noexcept
+#else
+#define QMX_IC_NOEXCEPT
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Return values of every function, and the two values of a flag. */
+enum { QMX_IC_SUCCESS = 1, QMX_IC_FAILURE = 3 };
+enum { QMX_IC_YES = 1, QMX_IC_NO = 2 };
+
+/* One geo-referenced point of IC data, or one spot test. Never written to. */
+typedef struct t_icdata {
+    double d_x;         /* easting, in the caller's planar unit of length                          */
+    double d_y;         /* northing, same unit                                                     */
+    double d_val;       /* the measured value, or a pass count where pass counts are analysed      */
+    int32_t i_passno;   /* number of the roller's pass at this point, counted from 1               */
+    int32_t i_reserved; /* fills the record to 32 bytes; never read                                */
+} t_icdata;
+
+/* Statistics, histogram and target test of one measure. Fields marked "in" are set by the caller
+ * and keep their values, but for one case: with exactly 200 classes (pass counts up to 199)
+ * x_target receives the final cumulative percentage, just before the target test reads it.       */
+typedef struct t_statsout {
+    int32_t i_flag_target;   /* in: 1 evaluates the target test, anything else skips it            */
+    int32_t i_target_met;    /* out: 1 the required percentage is reached, 2 it is not; unchanged
+                                without a target test                                              */
+    int32_t i_numdata;       /* out: number of values analysed                                     */
+    float x_stat[15];        /* out, zero-based here: [0] mean, [1] variance (divisor n - 1),
+                                [2] standard deviation, [3] skewness, [4] excess kurtosis,
+                                [5] minimum, [6] maximum, [7] range, [8] coefficient of variation
+                                (a ratio), [9] count of values that are numbers, [10] and [11]
+                                lower and upper 95 % confidence limit of the mean, [12] and [13]
+                                lower and upper 95 % confidence limit of the variance, [14] 0.0.
+                                A NaN marks a statistic that the values do not define              */
+    int32_t i_numbins;       /* out: meaningful entries of the next three arrays                   */
+    float x_bin[200];        /* out: upper class limits, unit of the measure                       */
+    float x_freq[200];       /* out: share of the values in each class, percent                    */
+    float x_cumfreq[200];    /* out: share up to and including each class, percent; entries past
+                                the class limits of this call are left as they were                */
+    float x_target;          /* in: target value of the measure                                    */
+    float x_target_pct;      /* in: share of the values that must satisfy the target, percent      */
+    float x_achieved_pct;    /* out: share that does, percent; unchanged without a target test     */
+    float x_pctlevel[2];     /* in: two cumulative percentages to be read back as values           */
+    float x_pctvalue[2];     /* out: the measure at each of them; unchanged for constant data      */
+} t_statsout;
+
+/* A fitted polynomial. */
+typedef struct t_fitout {
+    int32_t i_degree; /* degree of the polynomial                                                  */
+    float x_coef[10]; /* coefficients, constant term first; entries past i_degree are 0            */
+    float x_rsq;      /* R-squared of the fit, percent                                             */
+} t_fitout;
+
+/* One pass bin of a coverage call: pass counts from lower to upper, both inclusive. */
+typedef struct t_passbin {
+    int32_t i_pass_lower;
+    int32_t i_pass_upper; /* -1: no upper end, taken as 10000                                      */
+} t_passbin;
+
+/* One area of the alignment, as a closed outline; the closing edge is implied. */
+typedef struct t_areaflt {
+    int32_t i_flag_exclusion; /* 1: excluded, its size is subtracted; 2: included, it is added     */
+    int32_t i_numvertices;    /* vertices in use, at most 10000; 0 or less contributes nothing     */
+    double d_vert_x[10000];   /* eastings of the vertices, in either sense of rotation             */
+    double d_vert_y[10000];   /* northings of the vertices                                         */
+} t_areaflt;
+
+/* The result of one pass bin. -99.0 marks a value that was not computed. */
+typedef struct t_binresult {
+    float x_coverage;       /* compacted area in percent of the plan area                          */
+    float x_compacted_area; /* points in the bin times the mesh area                               */
+    float x_plan_area;      /* included less excluded areas; the same in every bin                 */
+} t_binresult;
+
+/* What went wrong. Written on failure only, and then wholly. */
+typedef struct t_event {
+    char c_description[256]; /* the message, padded with blanks, no terminator                     */
+    char c_subfunc[256];     /* failing routine and its callers, innermost first, joined by "/",
+                                cut at 256 characters                                              */
+    int32_t i_errcode;       /* 101 for checks; 102 and 103 for some fit and file failures         */
+    int32_t i_errclass;      /* 2, a failure                                                       */
+} t_event;
+
+/* Refuses to compile where a record does not have the agreed layout (packing options, say). */
+#if defined(__cplusplus)
+#define QMX_IC_LAYOUT(condition, name) static_assert(condition, #name)
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
+#define QMX_IC_LAYOUT(condition, name) _Static_assert(condition, #name)
+#else
+#define QMX_IC_LAYOUT(condition, name) typedef char qmx_ic_layout_##name[(condition) ? 1 : -1]
+#endif
+#define QMX_IC_AT(record, field, offset) \
+    QMX_IC_LAYOUT(offsetof(record, field) == (offset), record##_##field)
+
+QMX_IC_LAYOUT(sizeof(t_icdata) == 32, t_icdata_size);
+QMX_IC_AT(t_icdata, d_x, 0);
+QMX_IC_AT(t_icdata, d_y, 8);
+QMX_IC_AT(t_icdata, d_val, 16);
+QMX_IC_AT(t_icdata, i_passno, 24);
+QMX_IC_AT(t_icdata, i_reserved, 28);
+
+QMX_IC_LAYOUT(sizeof(t_statsout) == 2504, t_statsout_size);
+QMX_IC_AT(t_statsout, i_flag_target, 0);
+QMX_IC_AT(t_statsout, i_target_met, 4);
+QMX_IC_AT(t_statsout, i_numdata, 8);
+QMX_IC_AT(t_statsout, x_stat, 12);
+QMX_IC_AT(t_statsout, i_numbins, 72);
+QMX_IC_AT(t_statsout, x_bin, 76);
+QMX_IC_AT(t_statsout, x_freq, 876);
+QMX_IC_AT(t_statsout, x_cumfreq, 1676);
+QMX_IC_AT(t_statsout, x_target, 2476);
+QMX_IC_AT(t_statsout, x_target_pct, 2480);
+QMX_IC_AT(t_statsout, x_achieved_pct, 2484);
+QMX_IC_AT(t_statsout, x_pctlevel, 2488);
+QMX_IC_AT(t_statsout, x_pctvalue, 2496);
+
+QMX_IC_LAYOUT(sizeof(t_fitout) == 48, t_fitout_size);
+QMX_IC_AT(t_fitout, i_degree, 0);
+QMX_IC_AT(t_fitout, x_coef, 4);
+QMX_IC_AT(t_fitout, x_rsq, 44);
+
+QMX_IC_LAYOUT(sizeof(t_passbin) == 8, t_passbin_size);
+QMX_IC_AT(t_passbin, i_pass_lower, 0);
+QMX_IC_AT(t_passbin, i_pass_upper, 4);
+
+QMX_IC_LAYOUT(sizeof(t_areaflt) == 160008, t_areaflt_size);
+QMX_IC_AT(t_areaflt, i_flag_exclusion, 0);
+QMX_IC_AT(t_areaflt, i_numvertices, 4);
+QMX_IC_AT(t_areaflt, d_vert_x, 8);
+QMX_IC_AT(t_areaflt, d_vert_y, 80008);
+
+QMX_IC_LAYOUT(sizeof(t_binresult) == 12, t_binresult_size);
+QMX_IC_AT(t_binresult, x_coverage, 0);
+QMX_IC_AT(t_binresult, x_compacted_area, 4);
+QMX_IC_AT(t_binresult, x_plan_area, 8);
+
+QMX_IC_LAYOUT(sizeof(t_event) == 520, t_event_size);
+QMX_IC_AT(t_event, c_description, 0);
+QMX_IC_AT(t_event, c_subfunc, 256);
+QMX_IC_AT(t_event, i_errcode, 512);
+QMX_IC_AT(t_event, i_errclass, 516);
+
+#undef QMX_IC_AT
+#undef QMX_IC_LAYOUT
+
+/* Statistics of one measure: fifteen statistics, a histogram with cumulative percentages, the value
+ * at two percent levels, and a target test.
+ *
+ * in   i_flag_pass   1: the values are pass counts (classes 0, 1, 2, ... up to the largest);
+ *                    anything else: a continuous measure (21 limits, 20 equal steps)
+ *      i_flag_below  1: the target counts values at or below it; anything else: values above it.
+ *                    For pass counts the target is first lowered by 1, so that with "above" it
+ *                    means "at least so many passes"
+ *      i_numdata     records in t_data, at least 3
+ *      t_data        [i_numdata]; only d_val is read, narrowed to 32 bits. A NaN is skipped by the
+ *                    statistics; the histogram then stays 0
+ * i/o  t_out         see t_statsout. Zeroed first: i_numdata, x_stat, i_numbins, x_bin, x_freq. The
+ *                    other outputs keep the caller's values where this call does not set them
+ * out  t_evt         written on failure only
+ *
+ * Constant data (steps of at most 1.1920929E-07) give one class with 100 percent; the percent
+ * levels and the target test are then skipped. Pass counts up to P give i_numbins = P + 1, entry i
+ * standing for i - 1 passes; a continuous measure gives 21 classes, of which class 1 holds the
+ * values equal to the smallest.
+ *
+ * Failures (code 101): "Data points are less than 3. aborted.", with t_out untouched; "High pass
+ * counts causing histogram intervals exceeding the maximum 200", for pass counts of 200 and more;
+ * "x_y size is not correct", for pass counts below 1. After the last two t_out holds the statistics.
+ * Method: all results in 32-bit arithmetic. Quantiles by linear interpolation in the cumulative
+ * histogram; limits by the Student t and chi-squared distributions.                              */
+QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32_t i_numdata,
+                                const t_icdata *t_data, t_statsout *t_out,
+                                t_event *t_evt) QMX_IC_NOEXCEPT;
+
+/* Selects the points inside or on a circle.
+ *
+ * in   i_numpoints  points in d_x and d_y; 0 or less selects nothing and leaves i_indices alone
+ *      d_radius     length, unit of the coordinates; its sign has no effect
+ *      d_center     [2] easting, northing
+ *      d_x, d_y     [i_numpoints] eastings, northings; a NaN is never inside
+ * out  i_found      number of points selected
+ *      i_indices    [i_numpoints] ZERO-based positions, ascending; entries past i_found are 0
+ *      t_evt        written on failure only
+ *
+ * Failures: none of its own.
+ * Method: dx*dx + dy*dy <= r*r in 64-bit arithmetic, in this order, no square root.              */
+QMX_IC_API int32_t find_points_in_circle(int32_t i_numpoints, double d_radius,
+                                         const double *d_center, const double *d_x,
+                                         const double *d_y, int32_t *i_found, int32_t *i_indices,
+                                         t_event *t_evt) QMX_IC_NOEXCEPT;
+
+/* Selects the points inside a polygon.
+ *
+ * in   i_numvertices  vertices in d_vertexx and d_vertexy; 0 or less selects nothing
+ *      i_numpoints    points in d_x and d_y; 0 or less selects nothing and leaves i_indices alone
+ *      d_vertexx, d_vertexy
+ *                     [i_numvertices] eastings, northings, in either sense of rotation; the closing
+ *                     edge is implied, a repeated first vertex does no harm
+ *      d_x, d_y       [i_numpoints] eastings, northings; a point with a NaN is never inside
+ * out  i_found        number of points selected
+ *      i_indices      [i_numpoints] ZERO-based positions, ascending; entries past i_found are 0
+ *      t_evt          written on failure only
+ *
+ * A point on the outline belongs to the polygon on edges with the interior to the right or below
+ * (left and top of a rectangle), not on the others. A self-crossing outline is read by the even-odd
+ * rule. Failures: none of its own.
+ * Method: crossing parity in 64-bit arithmetic over half-open edges; an edge from (xi, yi) to
+ * (xj, yj) that straddles y counts when (x - xi) - ((y - yi) * (xj - xi)) / (yj - yi) < 0.       */
+QMX_IC_API int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpoints,
+                                          const double *d_vertexx, const double *d_vertexy,
+                                          const double *d_x, const double *d_y, int32_t *i_found,
+                                          int32_t *i_indices, t_event *t_evt) QMX_IC_NOEXCEPT;
+
+/* Coverage of an alignment, bin by bin of pass counts.
+ *
+ * in   x_meshsize   [2] mesh of the data grid; the product is the area that one point stands for
+ *      i_num_point  records in t_data
+ *      i_num_bins   records in t_bins and t_results
+ *      i_num_areas  records in t_areas; counts of 0 or less mean none
+ *      t_bins       pass counts of each bin. A point belongs to the first bin that holds its count
+ *      t_data       d_val is the pass count, truncated toward zero; what is not within 32 bits
+ *                   counts as -2147483648. Positions are not looked at: select the points first
+ *      t_areas      outlines of the alignment, included and excluded. Overlaps count twice
+ * out  t_results    one per bin; -99.0 where nothing was computed. An alignment area of 0 gives an
+ *                   infinite coverage, or NaN for a bin without points
+ *      t_evt        written on failure only
+ *
+ * Failures (code 101): "t_areaflt(i)%i_flag_exclusion needs to be either 1 (yes) or 2 (no)" and
+ * "t_areaflt(i)%i_numvertices is greater than allowed maximum 10000", with the results untouched;
+ * "current area is negative", for a sliver of nearly collinear vertices, with -99.0 in all results.
+ * Method: coverage = 100 * (points * mesh area / alignment area) in 64-bit arithmetic, narrowed; the
+ * area of an outline by the shoelace formula.                                                    */
+QMX_IC_API int32_t IC_coverage(const float *x_meshsize, int32_t i_num_point, int32_t i_num_bins,
+                               int32_t i_num_areas, const t_passbin *t_bins,
+                               const t_icdata *t_data, const t_areaflt *t_areas,
+                               t_binresult *t_results, t_event *t_evt) QMX_IC_NOEXCEPT;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
