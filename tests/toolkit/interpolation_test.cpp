@@ -1,0 +1,103 @@
+#include "frame/event.hpp"
+#include "toolkit/interpolation.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+using namespace qmx;
+
+namespace {
+
+constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
+
+f32 at(const std::vector<f32>& y, const std::vector<f32>& x, f32 query,
+       const i32* outside = nullptr) {
+    f32 result = -99;
+    clear_event();
+    linr_intpol_s(view_of(y.data(), std::ssize(y)), view_of(x.data(), std::ssize(x)),
+                  view_of<const f32>(&query, 1), view_of(&result, 1), outside);
+    return result;
+}
+
+TEST(Interpolation, FollowsTheRulesInsideAndOutsideTheTable) {
+    const std::vector<f32> x = {0, 10, 20, 40};
+    const std::vector<f32> y = {5, 6, 8, 0};
+    const i32 zero = 1;
+    const i32 hold = 2;
+    struct {
+        const char* name;
+        f32 query;
+        const i32* outside;
+        f32 expected;
+    } const rows[] = {
+        {"first point", 0, &zero, 5},
+        {"last point", 40, &zero, 0},
+        {"middle of a step", 5, nullptr, 5.5F},
+        {"a falling step", 30, nullptr, 4},
+        {"a table point", 20, nullptr, 8},
+        {"within the tolerance above a point", 10 + 9e-6F, nullptr, 6},
+        {"below, held", -1, &hold, 5},
+        {"below, absent flag", -1, nullptr, 5},
+        {"below, zeroed", -1, &zero, 0},
+        {"above, held", 41, &hold, 0},
+        {"not a number lies below", nan32, &hold, 5},
+        {"not a number, zeroed", nan32, &zero, 0},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(at(y, x, row.query, row.outside), row.expected) << row.name;
+}
+
+TEST(Interpolation, RepeatedAbscissasNeverDivideByZero) {
+    EXPECT_EQ(at({1, 2, 3}, {0, 0, 1}, 0), 2) << "the later of the first two";
+    EXPECT_EQ(at({1, 2, 3, 4}, {0, 1, 1, 2}, 1), 2) << "the walk stops at the first match";
+    EXPECT_EQ(at({7, 8, 9}, {100, 100, 100}, 100), 8);
+}
+
+TEST(Interpolation, OrderIsNotChecked) {
+    EXPECT_EQ(at({1, 2, 3, 4}, {0, 5, 3, 9}, 4), 1 + (1.0F / 5.0F) * 4)
+        << "the walk ends at the first abscissa above the query";
+}
+
+TEST(Interpolation, ShortTablesFailWithTheirNameAndStartThePathAnew) {
+    struct {
+        i64 ordinates, abscissas;
+        const char* message;
+    } const rows[] = {{1, 5, "x_y size is not correct"},
+                      {0, 0, "x_y size is not correct"},
+                      {2, 1, "x_x size is not correct"}};
+    const f32 table[5] = {};
+    const f32 queries[2] = {1, 2};
+    for (const auto& row : rows) {
+        f32 results[2] = {9, 9};
+        fail_here(routine_text("before"), "old");
+        EXPECT_EQ(linr_intpol_s(view_of(table, row.ordinates), view_of(table, row.abscissas),
+                                view_of(queries, 2), view_of(results, 2)),
+                  3);
+        EXPECT_EQ(current_event.c_description.trimmed(), row.message);
+        EXPECT_EQ(current_event.c_subfunc.trimmed(), "linr_intpol_s");
+        EXPECT_EQ(results[0] + results[1], 0) << "a failed call leaves zeros";
+    }
+    const f64 wide[2] = {};
+    linr_intpol(view_of(wide, 1), view_of(wide, 2), {}, {});
+    EXPECT_EQ(current_event.c_description.trimmed(), "d_y size is not correct");
+    linr_intpol(view_of(wide, 2), view_of(wide, 1), {}, {});
+    EXPECT_EQ(current_event.c_description.trimmed(), "d_x size is not correct");
+    EXPECT_EQ(current_event.c_subfunc.trimmed(), "linr_intpol");
+    clear_event();
+}
+
+TEST(Interpolation, TwinUsesTheToleranceOfItsWidth) {
+    const f64 x[] = {0, 1, 2};
+    const f64 y[] = {0, 10, 30};
+    const f64 queries[] = {1 + 1e-14, 1 + 1e-13, 1.5};
+    f64 results[3];
+    EXPECT_EQ(linr_intpol(view_of(y, 3), view_of(x, 3), view_of(queries, 3), view_of(results, 3)),
+              1);
+    EXPECT_EQ(results[0], 10.0);
+    EXPECT_GT(results[1], 10.0);
+    EXPECT_EQ(results[2], 20.0);
+}
+
+} // namespace
