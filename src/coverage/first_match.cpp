@@ -1,0 +1,73 @@
+#include "coverage/first_match.hpp"
+
+#include <numeric>
+
+namespace qmx {
+
+namespace {
+
+constexpr i64 lowest_pass = std::numeric_limits<i32>::min();
+
+i64 upper_end(const t_passbin& bin) {
+    return bin.i_pass_upper == open_upper_end ? highest_pass : bin.i_pass_upper;
+}
+
+} // namespace
+
+first_match_table::first_match_table(const array_view<const t_passbin>& bins)
+    : starts_(2 * bins.extent + 1), firsts_(2 * bins.extent + 1), direct_(highest_direct + 1) {
+    if (!starts_ || !firsts_ || !direct_) return;
+    i64 count = 0;
+    starts_[count++] = lowest_pass;
+    for (i64 i = 1; i <= bins.extent; ++i) {
+        if (bins(i).i_pass_lower > upper_end(bins(i))) continue; // holds nothing
+        starts_[count++] = bins(i).i_pass_lower;
+        starts_[count++] = upper_end(bins(i)) + 1;
+    }
+    std::sort(starts_.begin(), starts_.begin() + count);
+    stretches_ = std::unique(starts_.begin(), starts_.begin() + count) - starts_.begin();
+    if (!paint(bins)) return;
+    for (std::uint32_t passes = 0; passes <= highest_direct; ++passes)
+        direct_[passes] = search(static_cast<i32>(passes));
+    is_complete_ = true;
+}
+
+// Gives each stretch to the first bin that reaches it. A taken stretch points on towards the next
+// free one, so that later bins jump over what is taken (disjoint sets: Tarjan 1975).
+bool first_match_table::paint(const array_view<const t_passbin>& bins) {
+    constexpr i32 no_bin = 0;
+    std::fill_n(firsts_.data(), stretches_, no_bin);
+    const work_array<i64> next_free(stretches_ + 1);
+    if (!next_free) return false;
+    std::iota(next_free.begin(), next_free.end(), i64{0});
+    const auto first_free = [&](i64 stretch) {
+        i64 root = stretch;
+        while (next_free[root] != root) root = next_free[root];
+        while (next_free[stretch] != root) {
+            const i64 above = next_free[stretch];
+            next_free[stretch] = root;
+            stretch = above;
+        }
+        return root;
+    };
+    const i64* const first = starts_.begin();
+    const i64* const last = first + stretches_;
+    for (i64 i = 1; i <= bins.extent; ++i) {
+        const i64 upper = upper_end(bins(i));
+        const i64 begin = std::lower_bound(first, last, i64{bins(i).i_pass_lower}) - first;
+        const i64 end = std::lower_bound(first, last, upper + 1) - first;
+        for (i64 s = first_free(begin); s < end; s = first_free(s)) {
+            firsts_[s] = static_cast<i32>(i);
+            next_free[s] = s + 1;
+        }
+    }
+    return true;
+}
+
+i32 first_match_table::search(i32 passes) const {
+    const i64* const first = starts_.begin();
+    const i64* const above = std::upper_bound(first, first + stretches_, i64{passes});
+    return firsts_[above - first - 1];
+}
+
+} // namespace qmx

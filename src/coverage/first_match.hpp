@@ -1,0 +1,40 @@
+// Which bin takes a pass count: the first one that holds it, found by one look.
+#pragma once
+
+#include "frame/array_view.hpp"
+#include "frame/work_array.hpp"
+#include "qmx_ic.h"
+
+namespace qmx {
+
+inline constexpr i32 open_upper_end = -1; // of a bin; stands for
+inline constexpr i32 highest_pass = 10000;
+
+// The pass counts fall into stretches within which the first match is one and the same. The table
+// holds the stretches' starts, ascending, and each one's bin; the everyday counts are unrolled to
+// one entry each.
+class first_match_table {
+public:
+    explicit first_match_table(const array_view<const t_passbin>& bins);
+    explicit operator bool() const { return is_complete_; } // false when memory ran out
+
+    // The 1-based number of the first bin that holds the pass count, or 0.
+    i32 operator()(i32 passes) const {
+        const auto index = static_cast<std::uint32_t>(passes);
+        return index <= highest_direct ? direct_[index] : search(passes);
+    }
+
+private:
+    static constexpr std::uint32_t highest_direct = 16383;
+
+    bool paint(const array_view<const t_passbin>& bins);
+    i32 search(i32 passes) const;
+
+    bool is_complete_ = false;
+    i64 stretches_ = 0;
+    work_array<i64> starts_;
+    work_array<i32> firsts_;
+    work_array<i32> direct_;
+};
+
+} // namespace qmx

@@ -1,0 +1,69 @@
+// A folder of a test's own, the folder it works in, and an environment variable, each put back when
+// the test ends.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace support {
+
+class scratch_folder {
+public:
+    scratch_folder() {
+        std::string name = (std::filesystem::temp_directory_path() / "qmxXXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) std::abort();
+        path_ = name;
+    }
+    ~scratch_folder() {
+        // What a test opened "in" it may stand beside it: a backslash is part of a name here.
+        for (const auto& entry : std::filesystem::directory_iterator(path_.parent_path()))
+            if (entry.path().filename().string().starts_with(path_.filename().string() + "\\"))
+                std::filesystem::remove(entry.path());
+        std::filesystem::remove_all(path_);
+    }
+    scratch_folder(const scratch_folder&) = delete;
+    scratch_folder& operator=(const scratch_folder&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+class working_folder {
+public:
+    explicit working_folder(const std::filesystem::path& folder)
+        : before_(std::filesystem::current_path()) {
+        std::filesystem::current_path(folder);
+    }
+    ~working_folder() { std::filesystem::current_path(before_); }
+    working_folder(const working_folder&) = delete;
+    working_folder& operator=(const working_folder&) = delete;
+
+private:
+    std::filesystem::path before_;
+};
+
+class environment_variable {
+public:
+    environment_variable(const char* name, const char* value) : name_(name) {
+        if (const char* before = std::getenv(name)) before_ = before;
+        set(value);
+    }
+    ~environment_variable() { set(before_ ? before_->c_str() : nullptr); }
+    environment_variable(const environment_variable&) = delete;
+    environment_variable& operator=(const environment_variable&) = delete;
+
+private:
+    void set(const char* value) const {
+        if (value != nullptr)
+            setenv(name_, value, 1);
+        else
+            unsetenv(name_);
+    }
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
+} // namespace support
