@@ -29,16 +29,7 @@ constexpr action_table default_stop = {0, 0, 0, 1, 1, 0, 1};
 struct stack_entry {
     i32 type = stale;
     i32 code = stale;
-    char name[32] = {}; // blank-padded
-
-    constexpr void rename(std::string_view text) {
-        const std::size_t count = std::min(text.size(), sizeof name);
-        std::fill(std::copy_n(text.data(), count, name), name + sizeof name, ' ');
-    }
-    constexpr std::string_view padded_name() const { return {name, sizeof name}; }
-    constexpr std::string_view trimmed_name() const {
-        return without_trailing_blanks(padded_name());
-    }
+    padded_text<32> name;
 };
 
 struct error_state {
@@ -52,7 +43,6 @@ struct error_state {
     message_text message;
 
     constexpr error_state() {
-        for (stack_entry& entry : entries) entry.rename({});
         entries[base_level].type = type_none;
         entries[base_level].code = 0;
         std::copy_n(default_print, type_count, print);
@@ -76,7 +66,7 @@ std::string_view label_of(i32 type) {
 
 void print_current() {
     const stack_entry& entry = state.current();
-    print_error(label_of(entry.type), entry.code, entry.padded_name(), state.message.view(),
+    print_error(label_of(entry.type), entry.code, entry.name.trimmed(), state.message.view(),
                 page_width());
 }
 
@@ -95,7 +85,7 @@ void print_current() {
 void push(std::string_view name) {
     ++state.level;
     stack_entry& entry = state.current();
-    entry.rename(name);
+    entry.name.assign(name);
     entry.type = type_none;
     entry.code = 0;
 }
@@ -137,8 +127,8 @@ void E1PSH(const char* name, const i32& length) {
 }
 
 void E1POP(const char* name, const i32& length) {
-    const std::string_view given =
-        without_trailing_blanks(text_of(name, length).substr(0, sizeof stack_entry::name));
+    const std::string_view given = without_trailing_blanks(
+        text_of(name, length).substr(0, sizeof stack_entry::name.characters));
     if (state.level <= base_level) {
         push("E1POP ");
         state.values.store(1, given);
@@ -146,9 +136,9 @@ void E1POP(const char* name, const i32& length) {
                         "Error condition in E1POP.  Cannot pop from %(L1) because stack is empty.");
     }
     const stack_entry& entry = state.current();
-    if (given != entry.trimmed_name()) {
+    if (given != entry.name.trimmed()) {
         state.values.store(1, given);
-        state.values.store(2, entry.trimmed_name());
+        state.values.store(2, entry.name.trimmed());
         stop_for_misuse(
             2, "Error condition in E1POP.  %(L1) does not match the name %(L2) in the stack.");
     }

@@ -1,6 +1,5 @@
 #include "numeric/message.hpp"
 
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -15,18 +14,11 @@ constexpr char upper_case(char letter) {
     return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
 }
 
-template <class Number, std::size_t Capacity>
-void append_number(bounded_text<Capacity>& text, Number value) {
-    char digits[32];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    text.append({digits, static_cast<std::size_t>(end - digits)});
-}
-
 template <class Real> void append_real(message_text& text, Real value) {
     if (std::isnan(value))
         text.append("NaN");
     else
-        append_number(text, value);
+        text.append_number(value);
 }
 
 // What is wrong with the keyword that begins at a "%(", or no text if it was replaced.
@@ -92,7 +84,7 @@ bool message_values::append_to(message_text& text, char letter, i32 index) const
     switch (letter) {
     case 'I':
         if (!has(stored_integers_, index)) return false;
-        append_number(text, integers_[index - 1]);
+        text.append_number(integers_[index - 1]);
         return true;
     case 'R':
         if (!has(stored_singles_, index)) return false;
@@ -148,7 +140,7 @@ void print_error(std::string_view label, i32 code, std::string_view routine,
     bounded_text<128 + sizeof(message_text::characters) * (indent.size() + 2)> page;
     page.append(without_trailing_blanks(label));
     page.append(" ");
-    append_number(page, code);
+    page.append_number(code);
     page.append(" from ");
     page.append(without_trailing_blanks(routine));
     page.append("\n");

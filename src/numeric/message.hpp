@@ -3,41 +3,19 @@
 // memory.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "frame/bounded_text.hpp"
+#include "frame/padded_text.hpp"
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 namespace qmx::numeric {
-
-// Text of at most Capacity characters; what does not fit is cut off.
-template <std::size_t Capacity> struct bounded_text {
-    char characters[Capacity] = {};
-    std::size_t length = 0;
-
-    constexpr std::string_view view() const { return {characters, length}; }
-    constexpr void append(std::string_view more) {
-        const std::size_t count = std::min(more.size(), Capacity - length);
-        std::copy_n(more.data(), count, characters + length);
-        length += count;
-    }
-    constexpr void assign(std::string_view text) {
-        length = 0;
-        append(text);
-    }
-};
 
 using message_text = bounded_text<1024>;
 
 // A C-style pair of pointer and length; a length below 1 is no text.
 constexpr std::string_view text_of(const char* characters, i32 length) {
     return {characters, length > 0 ? static_cast<std::size_t>(length) : 0};
-}
-
-constexpr std::string_view without_trailing_blanks(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
 // Values for the placeholders %(I1) to %(I9), and the same for R (f32), D (f64) and L (text). An
