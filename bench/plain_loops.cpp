@@ -1,0 +1,87 @@
+// The yardstick: each analysis as its textbook writes it, one loop after the other, no index and no
+// vector code of our own. Built with the library's flags and called like it.
+#include "qmx_ic.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+extern "C" {
+
+// Moments by two passes in f64, extremes, a histogram of 20 steps by one look over the limits for
+// each value, and two percentiles read back from it.
+void plain_statistics(int32_t count, const t_icdata* points, double* moments, double* histogram,
+                      double* percentiles) {
+    std::vector<float> x(static_cast<std::size_t>(count));
+    for (int32_t i = 0; i < count; ++i)
+        x[static_cast<std::size_t>(i)] = static_cast<float>(points[i].d_val);
+    const double n = count;
+    double sum = 0;
+    for (const float value : x) sum += static_cast<double>(value);
+    const double mean = sum / n;
+    double m2 = 0;
+    double m3 = 0;
+    double m4 = 0;
+    float low = INFINITY;
+    float high = -INFINITY;
+    for (const float value : x) {
+        const double d = static_cast<double>(value) - mean;
+        m2 += d * d;
+        m3 += d * d * d;
+        m4 += d * d * d * d;
+        low = std::min(low, value);
+        high = std::max(high, value);
+    }
+    moments[0] = mean;
+    moments[1] = m2 / (n - 1);
+    moments[2] = m3 / n / std::pow(m2 / n, 1.5);
+    moments[3] = m4 / n / (m2 / n * m2 / n) - 3;
+
+    constexpr int classes = 21;
+    float limit[classes];
+    for (int k = 0; k < classes; ++k)
+        limit[k] = low + static_cast<float>(k) * (high - low) / 20.0F;
+    std::fill_n(histogram, classes, 0.0);
+    for (const float value : x) {
+        int k = 0;
+        while (k < classes - 1 && value > limit[k]) ++k;
+        histogram[k] += 100.0 / n;
+    }
+    for (int level = 0; level < 2; ++level) {
+        const double wanted = level == 0 ? 10 : 90;
+        double before = 0;
+        int k = 0;
+        while (k < classes - 1 && before + histogram[k] < wanted) before += histogram[k++];
+        percentiles[level] = static_cast<double>(limit[k]);
+    }
+}
+
+int32_t plain_circle(int32_t count, double radius, const double* center, const double* x,
+                     const double* y, int32_t* indices) {
+    int32_t found = 0;
+    for (int32_t i = 0; i < count; ++i) {
+        const double dx = x[i] - center[0];
+        const double dy = y[i] - center[1];
+        if (dx * dx + dy * dy <= radius * radius) indices[found++] = i;
+    }
+    return found;
+}
+
+int32_t plain_polygon(int32_t vertices, int32_t count, const double* vx, const double* vy,
+                      const double* x, const double* y, int32_t* indices) {
+    int32_t found = 0;
+    for (int32_t i = 0; i < count; ++i) {
+        bool inside = false;
+        for (int32_t a = 0; a < vertices; ++a) {
+            const int32_t b = a + 1 < vertices ? a + 1 : 0;
+            const bool straddles = (vy[a] < y[i] && y[i] <= vy[b]) || (y[i] <= vy[a] && vy[b] < y[i]);
+            if (straddles &&
+                (x[i] - vx[a]) - ((y[i] - vy[a]) * (vx[b] - vx[a])) / (vy[b] - vy[a]) < 0)
+                inside = !inside;
+        }
+        if (inside) indices[found++] = i;
+    }
+    return found;
+}
+
+} // extern "C"

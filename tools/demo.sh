@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Installs what is needed, builds the release, makes a sample lot and prints its statistics.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+tools/install-packages.sh demo
+cmake --preset release -G Ninja -DQMX_IC_BUILD_TESTS=OFF >build-demo.log 2>&1 &&
+  cmake --build --preset release >>build-demo.log 2>&1 || { cat build-demo.log; exit 1; }
+rm build-demo.log
+
+program=build/release/qmx-ic
+lot=build/sample-lot
+run() { echo; echo "\$ $*"; "$@"; }
+run "$program" generate --points 20000 --seed 1 "$lot"
+run "$program" stats "$lot.csv" --last-pass --target 60 --target-percent 90

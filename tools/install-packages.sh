@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs what building, running and testing needs, on Debian 12. With "demo" only what the library
+# and its program need; without it also what the tests, the second compiler and the checks need.
+set -euo pipefail
+
+packages=(g++ cmake ninja-build libblas-dev libgdal-dev libcli11-dev nlohmann-json3-dev libfmt-dev)
+if [ "${1:-}" != demo ]; then
+  packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev libgtest-dev libboost-dev
+             libopenblas-dev python3 python3-numpy gdal-bin)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
+    missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || {
+    echo "These packages are missing; install them as root: ${missing[*]}" >&2
+    exit 1
+  }
+  as_root=(sudo)
+fi
+echo "Installing ${missing[*]}"
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq update
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+  apt-get -qq install -y --no-install-recommends "${missing[@]}" >/dev/null
