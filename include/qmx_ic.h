@@ -248,6 +248,39 @@ QMX_IC_API int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpo
                                           const double *d_x, const double *d_y, int32_t *i_found,
                                           int32_t *i_indices, t_event *t_evt) QMX_IC_NOEXCEPT;
 
+/* Relates spot tests to the IC data around them: statistics of the IC values near each test, and the
+ * line through the pairs of spot value and IC mean.
+ *
+ * in   i_numdata    records in t_data
+ *      i_numtests   records in t_tests and t_stats, entries in i_validlist and d_predict
+ *      d_radius     of the circle around each spot test, rim included, unit of the coordinates; its
+ *                   sign has no effect
+ *      t_data       the IC data
+ *      t_tests      the spot tests. One with a negative i_passno is matched with the IC data of all
+ *                   passes, any other with those of that very pass
+ * out  t_stats      one record per spot test. Where IC data were found it is wholly that of the
+ *                   statistics (a continuous measure; the fields of the target and of the percent
+ *                   levels then read 0); elsewhere i_numdata is 0, both target flags are 2, all else
+ *                   0 but x_pctlevel and x_pctvalue, which stay
+ *      x_regress    [3] intercept, slope, R-squared in percent: IC mean = intercept + slope * d_val
+ *      i_numvalid   spot tests with IC data
+ *      i_validlist  their ONE-based positions, ascending; entries past i_numvalid are left alone
+ *      d_predict    the line's value at each of them, in 32-bit precision; 0 for the others
+ *      t_evt        written on failure only
+ *
+ * Failures (code 101): "point tests data is < 3, not sufficient for regression" for fewer than 3
+ * spot tests; "valid point tests data is < 3, not sufficient for regression" for fewer than 3 with
+ * IC data. After both, t_stats, i_numvalid and i_validlist are complete, x_regress and d_predict 0.
+ * "error calling imsl drcurv" where the regression fails.
+ * A spot test with one IC value has no statistics of its own: it is handed those of the test before.
+ * Method: matches where dx*dx + dy*dy <= r*r in 64-bit arithmetic; least squares by orthogonal
+ * reduction.                                                                                     */
+QMX_IC_API int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, double d_radius,
+                                       const t_icdata *t_data, const t_icdata *t_tests,
+                                       t_statsout *t_stats, float *x_regress, int32_t *i_numvalid,
+                                       int32_t *i_validlist, double *d_predict,
+                                       t_event *t_evt) QMX_IC_NOEXCEPT;
+
 /* Coverage of an alignment, bin by bin of pass counts.
  *
  * in   x_meshsize   [2] mesh of the data grid; the product is the area that one point stands for

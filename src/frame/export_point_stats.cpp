@@ -1,0 +1,42 @@
+#include "frame/export_frame.hpp"
+#include "pointtest/point_stats.hpp"
+
+using namespace qmx;
+
+namespace {
+
+// The record of a spot test before the analysis. The percent levels and their values stay.
+void reset(t_statsout& record) {
+    constexpr i32 no = 2;
+    record.i_flag_target = no;
+    record.i_target_met = no;
+    record.i_numdata = 0;
+    record.i_numbins = 0;
+    std::fill(std::begin(record.x_stat), std::end(record.x_stat), 0.0F);
+    std::fill(std::begin(record.x_bin), std::end(record.x_bin), 0.0F);
+    std::fill(std::begin(record.x_freq), std::end(record.x_freq), 0.0F);
+    std::fill(std::begin(record.x_cumfreq), std::end(record.x_cumfreq), 0.0F);
+    record.x_target = 0.0F;
+    record.x_target_pct = 0.0F;
+    record.x_achieved_pct = 0.0F;
+}
+
+} // namespace
+
+extern "C" int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, double d_radius,
+                                       const t_icdata* t_data, const t_icdata* t_tests,
+                                       t_statsout* t_stats, float* x_regress, int32_t* i_numvalid,
+                                       int32_t* i_validlist, double* d_predict,
+                                       t_event* t_evt) noexcept {
+    static constexpr routine_text self("IC_PointsData_stats");
+    clear_event();
+    const array_view<t_statsout> stats = view_of(t_stats, i_numtests);
+    const array_view<f64> predict = view_of(d_predict, i_numtests);
+    for (i64 k = 1; k <= stats.extent; ++k) reset(stats(k));
+    std::fill_n(x_regress, 3, 0.0F);
+    std::fill_n(predict.base, predict.extent, 0.0);
+    qmx_point_stats_drv(i_numdata, i_numtests, view_of(t_data, i_numdata),
+                        view_of(t_tests, i_numtests), d_radius, stats, x_regress, i_numvalid,
+                        view_of(i_validlist, i_numtests), predict);
+    return finish_export(self, t_evt);
+}

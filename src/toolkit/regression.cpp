@@ -1,0 +1,75 @@
+#include "toolkit/regression.hpp"
+
+#include "frame/event.hpp"
+#include "frame/work_array.hpp"
+#include "numeric/error_stack.hpp"
+#include "numeric/simple_regression.hpp"
+
+namespace qmx {
+
+namespace {
+
+// What the numerical routine has to say, as an event of the wrapper's. An error adds the name to a
+// path that begins with it already, which hosts know.
+i32 outcome_for(const routine_text& self) {
+    using namespace numeric;
+    if (N1RTY(1) == type_terminal && N1RCD(1) == simple_regression_storage_code)
+        return fail_out_of_memory(self);
+    if (IERCD() == 0) return status_success;
+    fail_here(self, "error calling imsl drcurv");
+    return pass_up(self);
+}
+
+// Copies the part that both have.
+template <class From, class To>
+void copy_matrix(const matrix_view<From>& from, const matrix_view<To>& to) {
+    const i64 rows = std::min(from.rows, to.rows), columns = std::min(from.columns, to.columns);
+    for (i64 k = 1; k <= columns; ++k)
+        for (i64 i = 1; i <= rows; ++i) to(i, k) = from(i, k);
+}
+
+matrix_view<f64> column_major(f64* base, i64 rows, i64 columns) {
+    return {base, rows, columns, sizeof(f64), static_cast<std::ptrdiff_t>(sizeof(f64)) * rows};
+}
+
+} // namespace
+
+i32 linr_regrs(const i32& NOBS, const i32& NCOL, const f64* X, const i32& LDX, const i32& INTCEP,
+               const i32& IRSP, const i32& IND, const i32& IFRQ, const i32& IWT, const i32& IPRED,
+               const f64& CONPCM, const f64& CONPCP, const i32& IPRINT, f64* AOV, f64* COEF,
+               const i32& LDCOEF, f64* COVB, const i32& LDCOVB, f64* TESTLF, f64* CASE,
+               const i32& LDCASE, i32& NRMISS) {
+    static constexpr routine_text self("linr_regrs");
+    numeric::ERSET(0, 0, 0);
+    numeric::DRONE(NOBS, NCOL, X, LDX, INTCEP, IRSP, IND, IFRQ, IWT, IPRED, CONPCM, CONPCP, IPRINT,
+                   AOV, COEF, LDCOEF, COVB, LDCOVB, TESTLF, CASE, LDCASE, NRMISS);
+    return outcome_for(self);
+}
+
+i32 linr_regrs_simp(const matrix_view<const f64>& d_x, const i32& INTCEP, const i32& IRSP,
+                    const i32& IND, f64* AOV, f64* COEF, const matrix_view<f64>& d_case,
+                    i32& NRMISS) {
+    static constexpr routine_text self("linr_regrs_simp");
+    constexpr i32 none = 0;
+    constexpr f64 confidence = 95.0;
+    const i32 rows = static_cast<i32>(d_x.rows), columns = static_cast<i32>(d_x.columns);
+    const i32 coefficients = INTCEP + 1;
+    const work_array<f64> x(d_x.rows * d_x.columns);
+    const work_array<f64> cases(d_x.rows * case_table_columns);
+    if (!x || !cases) return fail_out_of_memory(self);
+    const auto contiguous_x = column_major(x.data(), d_x.rows, d_x.columns);
+    const auto contiguous_case = column_major(cases.data(), d_x.rows, case_table_columns);
+    copy_matrix(d_x, contiguous_x);
+    copy_matrix(d_case, contiguous_case); // what is not computed keeps its values
+    f64 COVB[4], TESTLF[10];
+
+    numeric::ERSET(0, 0, 0);
+    numeric::DRONE(rows, columns, x.data(), rows, INTCEP, IRSP, IND, none, none, none, confidence,
+                   confidence, none, AOV, COEF, coefficients, COVB, coefficients, TESTLF,
+                   cases.data(), rows, NRMISS);
+    const i32 status = outcome_for(self);
+    copy_matrix(contiguous_case, d_case);
+    return status;
+}
+
+} // namespace qmx

@@ -1,0 +1,201 @@
+// From the host's call to its outputs, through the shared library.
+#include "qmx_ic.h"
+#include "support/event_text.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+extern "C" int points_found_from_c();
+
+namespace {
+
+using support::is_untouched;
+using support::patterned_event;
+using support::text_of;
+
+constexpr double nan64 = std::numeric_limits<double>::quiet_NaN();
+
+std::vector<t_icdata> points_of(const std::vector<double>& values) {
+    std::vector<t_icdata> points;
+    for (const double value : values) points.push_back({nan64, nan64, value, -9, 0x7FFFFFFF});
+    return points;
+}
+
+std::vector<unsigned char> bytes_of(const t_statsout& record) {
+    std::vector<unsigned char> bytes(sizeof record);
+    std::memcpy(bytes.data(), &record, sizeof record);
+    return bytes;
+}
+
+TEST(Road, HeaderServesC) {
+    EXPECT_EQ(points_found_from_c(), 2);
+}
+
+TEST(Road, TooFewPointsLeaveTheOutputAloneAndNameTheExportTwice) {
+    const auto points = points_of({1, 2, 3});
+    for (const int32_t count : {2, 1, 0, -1, std::numeric_limits<int32_t>::min()}) {
+        t_statsout out;
+        std::memset(&out, 0x33, sizeof out);
+        const auto before = bytes_of(out);
+        t_event event = patterned_event();
+        EXPECT_EQ(ICdata_stats(2, 2, count, points.data(), &out, &event), 3);
+        EXPECT_EQ(text_of(event.c_description), "Data points are less than 3. aborted.");
+        EXPECT_EQ(text_of(event.c_subfunc), "ICdata_stats/ICdata_stats");
+        EXPECT_EQ(event.i_errcode, 101);
+        EXPECT_EQ(event.i_errclass, 2);
+        EXPECT_EQ(bytes_of(out), before);
+    }
+}
+
+TEST(Road, AFailureFromBelowCarriesItsPathAndTheNextCallIsClean) {
+    t_statsout out = {};
+    t_event event = patterned_event();
+    EXPECT_EQ(ICdata_stats(1, 2, 3, points_of({1, 2, 200}).data(), &out, &event), 3);
+    EXPECT_EQ(text_of(event.c_description),
+              "High pass counts causing histogram intervals exceeding the maximum 200");
+    EXPECT_EQ(text_of(event.c_subfunc), "qmx_stats/qmx_icdata_stats_drv/ICdata_stats");
+    EXPECT_EQ(out.i_numdata, 3);
+    EXPECT_FLOAT_EQ(out.x_stat[0], 203.0F / 3);
+
+    EXPECT_EQ(ICdata_stats(1, 2, 3, points_of({0, 0.5, 0.9}).data(), &out, &event), 3);
+    EXPECT_EQ(text_of(event.c_subfunc),
+              "linr_intpol_s/qmx_stats/qmx_icdata_stats_drv/ICdata_stats");
+
+    t_event untouched = patterned_event();
+    EXPECT_EQ(ICdata_stats(1, 2, 3, points_of({1, 2, 3}).data(), &out, &untouched), 1);
+    EXPECT_TRUE(is_untouched(untouched));
+    EXPECT_EQ(out.i_numbins, 4);
+}
+
+TEST(Road, StaleCumulativeEntriesAndInputsSurvive) {
+    t_statsout out;
+    std::memset(&out, 0x11, sizeof out);
+    out.i_flag_target = 2;
+    out.x_target = 5;
+    const t_statsout before = out;
+    t_event event = patterned_event();
+    ASSERT_EQ(ICdata_stats(2, 2, 4, points_of({1, 2, 3, 4}).data(), &out, &event), 1);
+    EXPECT_EQ(out.x_bin[21], 0) << "zeroed by the driver";
+    EXPECT_EQ(out.x_freq[199], 0);
+    EXPECT_EQ(out.x_cumfreq[21], before.x_cumfreq[21]) << "not zeroed";
+    EXPECT_EQ(out.i_target_met, before.i_target_met);
+    EXPECT_EQ(out.x_achieved_pct, before.x_achieved_pct);
+    EXPECT_EQ(out.x_target, 5);
+    EXPECT_EQ(out.x_target_pct, before.x_target_pct);
+}
+
+TEST(Road, SelectionsClearOverThePointsAndCountFromZero) {
+    const double center[2] = {0, 0};
+    const double x[] = {0, 5, 1, nan64};
+    const double y[] = {0, 5, 0, 0};
+    std::vector<int32_t> indices(5, 42);
+    int32_t found = 42;
+    t_event event = patterned_event();
+    EXPECT_EQ(find_points_in_circle(4, -2, center, x, y, &found, indices.data(), &event), 1);
+    EXPECT_EQ(found, 2);
+    EXPECT_EQ(indices, (std::vector<int32_t>{0, 2, 0, 0, 42}));
+
+    const double vertex_x[] = {-1, 4, 4, -1};
+    const double vertex_y[] = {-1, -1, 4, 4};
+    indices.assign(5, 42);
+    EXPECT_EQ(
+        find_points_in_polygon(4, 4, vertex_x, vertex_y, x, y, &found, indices.data(), &event), 1);
+    EXPECT_EQ(found, 2);
+    EXPECT_EQ(indices, (std::vector<int32_t>{0, 2, 0, 0, 42}));
+
+    for (const int32_t none : {0, -3}) {
+        indices.assign(5, 42);
+        found = 42;
+        EXPECT_EQ(find_points_in_circle(none, 2, center, x, y, &found, indices.data(), &event), 1);
+        EXPECT_EQ(found, 0);
+        found = 42;
+        EXPECT_EQ(find_points_in_polygon(4, none, vertex_x, vertex_y, x, y, &found, indices.data(),
+                                         &event),
+                  1);
+        EXPECT_EQ(found, 0);
+        EXPECT_EQ(indices, std::vector<int32_t>(5, 42)) << "left alone";
+        EXPECT_EQ(find_points_in_polygon(none, 4, vertex_x, vertex_y, x, y, &found, indices.data(),
+                                         &event),
+                  1);
+        EXPECT_EQ(found, 0);
+    }
+    EXPECT_TRUE(is_untouched(event));
+}
+
+TEST(Road, CoverageFailsWithItsPathAndWithoutResults) {
+    const float mesh[2] = {0.5F, 0.4F};
+    const t_passbin bins[2] = {{1, 3}, {4, -1}};
+    const auto points = points_of({2, 2, 7, nan64});
+    std::vector<t_areaflt> areas(1);
+    areas[0].i_flag_exclusion = 3;
+    areas[0].i_numvertices = 4;
+    t_binresult results[2] = {{7, 7, 7}, {7, 7, 7}};
+    t_event event = patterned_event();
+    EXPECT_EQ(IC_coverage(mesh, 4, 2, 1, bins, points.data(), areas.data(), results, &event), 3);
+    EXPECT_EQ(text_of(event.c_description),
+              "t_areaflt(i)%i_flag_exclusion needs to be either 1 (yes) or 2 (no)");
+    EXPECT_EQ(text_of(event.c_subfunc), "icd_coverage_cal/IC_coverage");
+    EXPECT_EQ(event.i_errcode, 101);
+    EXPECT_EQ(results[1].x_plan_area, 7);
+
+    areas[0] = {2, 4, {0, 0, 1, 1}, {0, 1, 1, 0}};
+    t_event untouched = patterned_event();
+    EXPECT_EQ(IC_coverage(mesh, 4, 2, 1, bins, points.data(), areas.data(), results, &untouched),
+              1);
+    EXPECT_TRUE(is_untouched(untouched));
+    EXPECT_FLOAT_EQ(results[0].x_coverage, 40);
+    EXPECT_FLOAT_EQ(results[1].x_compacted_area, 0.2F);
+    EXPECT_EQ(results[1].x_plan_area, 1);
+    EXPECT_EQ(IC_coverage(mesh, -1, -2, -3, nullptr, nullptr, nullptr, nullptr, &untouched), 1);
+}
+
+TEST(Road, SpotTestsKeepTheirStatisticsWhereTheLineFails) {
+    std::vector<t_icdata> data;
+    for (int k = 0; k < 60; ++k) data.push_back({k * 0.1, 0, 50.0 + k, 1 + k % 2, 0});
+    std::vector<t_icdata> tests = {
+        {1, 0, 10, -1, 0}, {99, 99, 20, -1, 0}, {3, 0, 30, 1, 0}, {5, 0, 50, 2, 0}};
+    std::vector<t_statsout> stats(4);
+    float line[3];
+    int32_t valid = -1;
+    std::vector<int32_t> list(4, 42);
+    std::vector<double> predicted(4, 42);
+    t_event event = patterned_event();
+    const auto call = [&](int32_t count) {
+        for (auto& record : stats) std::memset(&record, 0x11, sizeof record);
+        event = patterned_event();
+        return IC_PointsData_stats(60, count, -0.55, data.data(), tests.data(), stats.data(), line,
+                                   &valid, list.data(), predicted.data(), &event);
+    };
+    EXPECT_EQ(call(4), 1);
+    EXPECT_TRUE(is_untouched(event));
+    EXPECT_EQ(valid, 3);
+    EXPECT_EQ(list, (std::vector<int32_t>{1, 3, 4, 42}));
+    EXPECT_EQ(stats[0].i_numdata, 11);
+    EXPECT_EQ(stats[0].x_stat[0], 60);
+    EXPECT_EQ(stats[0].i_flag_target, 0);
+    EXPECT_EQ(stats[1].i_numdata, 0);
+    EXPECT_EQ(stats[1].i_flag_target + stats[1].i_target_met, 4);
+    EXPECT_EQ(stats[2].i_numdata, 5) << "of pass 1 alone";
+    EXPECT_NEAR(line[1], 1, 1e-6);
+    EXPECT_NEAR(line[2], 100, 1e-4);
+    EXPECT_EQ(predicted[1], 0);
+    EXPECT_EQ(predicted[0], static_cast<double>(static_cast<float>(predicted[0])));
+
+    EXPECT_EQ(call(2), 3);
+    EXPECT_EQ(text_of(event.c_description),
+              "point tests data is < 3, not sufficient for regression");
+    EXPECT_EQ(text_of(event.c_subfunc), "qmx_point_stats_drv/IC_PointsData_stats");
+    EXPECT_EQ(stats[0].i_numdata, 11);
+    EXPECT_EQ(valid, 1);
+    tests[2].i_passno = 0;
+    EXPECT_EQ(call(4), 3);
+    EXPECT_EQ(text_of(event.c_description),
+              "valid point tests data is < 3, not sufficient for regression");
+    EXPECT_EQ(valid, 2);
+    EXPECT_EQ(line[0] + line[1] + line[2], 0);
+}
+
+} // namespace
