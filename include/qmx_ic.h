@@ -209,6 +209,53 @@ QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32
                                 const t_icdata *t_data, t_statsout *t_out,
                                 t_event *t_evt) QMX_IC_NOEXCEPT;
 
+/* Mean measure against pass number, with a fitted quadratic: how a layer gains with each pass.
+ *
+ * in   i_maxpassno  highest pass number that the data may hold, at least 2; entries in d_passmean
+ *      i_mindata    fewest records that there must be
+ *      i_numdata    records in t_data
+ *      t_data       d_val and i_passno are read
+ * out  i_numpasses  N, the passes that went into the curve: those before the first with fewer than
+ *                   100 points, a missing pass number among them. Left alone where the data are
+ *                   refused
+ *      d_passmean   [i_maxpassno] entry k - 1: mean of pass k, in 32-bit precision; 0 past N
+ *      d_curvex     [100] pass numbers 1 + i * (N - 1) / 100 for i = 0 to 99; 0 on failure
+ *      d_curvey     [100] the quadratic there, held between the smallest and the largest entry of
+ *                   d_passmean (with N below i_maxpassno these include 0); 0 on failure
+ *      t_fit        the quadratic; 0 on failure
+ *      t_evt        written on failure only
+ *
+ * Failures (code 101), in this order: "i_maxpassno should be more than 2 for compaction curve
+ * analysis" (2 is accepted), "not sufficient data", "IC data should always contain pass no. 1", "IC
+ * data consist of pass no. > max passes", "No sufficient data existed for any pass no.", and from the
+ * fit "error calling imsl drcurv": means that are equal or lie on a line, or two passes. With N of 1
+ * there is nothing to fit: the polynomial is 0.
+ * Method: means of the values in 32-bit precision, rounded correctly; the fit by orthogonal
+ * polynomials.                                                                                   */
+QMX_IC_API int32_t IC_compact_curve_b(int32_t i_maxpassno, int32_t i_mindata, int32_t i_numdata,
+                                      const t_icdata *t_data, int32_t *i_numpasses,
+                                      double *d_passmean, double *d_curvex, double *d_curvey,
+                                      t_fitout *t_fit, t_event *t_evt) QMX_IC_NOEXCEPT;
+
+/* A polynomial through data, evaluated at 100 abscissas. There is no event record: a failure shows in
+ * the return value alone, with both outputs untouched.
+ *
+ * in   i_npoints  points in s_xdata and s_ydata; 0 or less is none
+ *      i_degree   degree of the polynomial, at most 9
+ *      s_xdata    [i_npoints] abscissas in any order
+ *      s_ydata    [i_npoints] ordinates
+ * out  s_xcurve   [100] evenly spaced abscissas from the smallest of the data to the largest
+ *      s_ycurve   [100] ordinates; one below 0 is given as 0
+ *
+ * Fails for a degree above 9, a NaN, constant abscissas or ordinates, fewer distinct abscissas than
+ * the degree asks for, and data that a lower degree fits perfectly. No data, a single point or a
+ * negative degree are no failure: the polynomial is then 0.
+ * Method: orthogonal polynomials (Forsythe 1957) in 64-bit arithmetic; the curve is the sum of
+ * ascending powers, so abscissas far from 0 against their range cost digits: centre them first.   */
+QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const float *s_xdata,
+                                     const float *s_ydata, float *s_xcurve,
+                                     float *s_ycurve) QMX_IC_NOEXCEPT;
+
 /* Selects the points inside or on a circle.
  *
  * in   i_numpoints  points in d_x and d_y; 0 or less selects nothing and leaves i_indices alone

@@ -30,10 +30,21 @@ value_range narrow(const array_view<const f64>& values, f32* x) {
     constexpr f32 infinity = std::numeric_limits<f32>::infinity();
     f32 smallest = infinity;
     f32 largest = -infinity;
-    for (i64 i = 0; i < values.extent; ++i) {
-        x[i] = static_cast<f32>(values(i + 1));
-        smallest = x[i] < smallest ? x[i] : smallest;
-        largest = x[i] > largest ? x[i] : largest;
+    // The extremes of a block stay in registers, which those of the whole, since they outlive calls
+    // further on, would not.
+    constexpr i64 block = 1024;
+    for (i64 start = 0; start < values.extent; start += block) {
+        const i64 end = std::min(start + block, values.extent);
+        f32 low = infinity;
+        f32 high = -infinity;
+        for (i64 i = start; i < end; ++i) {
+            const f32 value = static_cast<f32>(values(i + 1));
+            x[i] = value;
+            low = value < low ? value : low;
+            high = value > high ? value : high;
+        }
+        smallest = low < smallest ? low : smallest;
+        largest = high > largest ? high : largest;
     }
     const bool holds_a_number = smallest <= largest;
     constexpr f32 huge = std::numeric_limits<f32>::max();

@@ -198,4 +198,96 @@ TEST(Road, SpotTestsKeepTheirStatisticsWhereTheLineFails) {
     EXPECT_EQ(line[0] + line[1] + line[2], 0);
 }
 
+TEST(Road, CompactionCurveLeavesWhatTheHostFindsAfterAFailure) {
+    std::vector<t_icdata> points;
+    const auto add = [&](int32_t pass, int count, double mean) {
+        for (int k = 0; k < count; ++k) points.push_back({0, 0, mean + k % 2, pass, 0});
+    };
+    add(1, 100, 30);
+    add(2, 120, 40);
+    add(3, 100, 45);
+    add(4, 99, 47);
+    int32_t passes = -7;
+    double means[6];
+    double x[100];
+    double y[100];
+    t_fitout fit;
+    t_event event = patterned_event();
+    const auto call = [&](int32_t most, int32_t least) {
+        passes = -7;
+        std::fill_n(means, 6, 9.0);
+        std::fill_n(x, 100, 9.0);
+        std::fill_n(y, 100, 9.0);
+        std::memset(&fit, 0x11, sizeof fit);
+        event = patterned_event();
+        return IC_compact_curve_b(most, least, static_cast<int32_t>(points.size()), points.data(),
+                                  &passes, means, x, y, &fit, &event);
+    };
+    ASSERT_EQ(call(5, 400), 1);
+    EXPECT_TRUE(is_untouched(event));
+    EXPECT_EQ(passes, 3) << "pass 4 is too thin";
+    EXPECT_EQ(means[0], 30.5);
+    EXPECT_EQ(means[2], 45.5);
+    EXPECT_EQ(means[3] + means[4], 0);
+    EXPECT_EQ(means[5], 9) << "beyond i_maxpassno";
+    EXPECT_EQ(x[0], 1);
+    EXPECT_EQ(x[99], 1 + 99 * (2.0 / 100));
+    EXPECT_EQ(fit.i_degree, 2);
+    EXPECT_NEAR(fit.x_coef[0] + fit.x_coef[1] + fit.x_coef[2], 30.5, 1e-4);
+
+    struct {
+        int32_t most, least;
+        const char* message;
+        int32_t passes;
+        double first_mean;
+    } const rows[] = {
+        {1, 0, "i_maxpassno should be more than 2 for compaction curve analysis", -7, 0},
+        {5, 420, "not sufficient data", -7, 0},
+        {3, 0, "IC data consist of pass no. > max passes", -7, 0},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(call(row.most, row.least), 3) << row.message;
+        EXPECT_EQ(text_of(event.c_description), row.message);
+        EXPECT_EQ(text_of(event.c_subfunc), "qmx_icdata_cmpcurv_B_drv/IC_compact_curve_b");
+        EXPECT_EQ(passes, row.passes);
+        EXPECT_EQ(means[0], row.first_mean);
+        EXPECT_EQ(x[50] + y[50] + fit.i_degree, 0);
+    }
+    points.erase(points.begin() + 220, points.end()); // two passes are too few for a quadratic
+    EXPECT_EQ(call(5, 0), 3);
+    EXPECT_EQ(text_of(event.c_subfunc),
+              "polycurvfit/polycurvfit/qmx_icdata_cmpcurv_B_drv/IC_compact_curve_b");
+    EXPECT_EQ(passes, 2);
+    EXPECT_EQ(means[1], 40.5);
+    EXPECT_EQ(y[50] + fit.x_coef[0], 0);
+}
+
+TEST(Road, PolynomialCurveIsNeverNegativeAndAFailureLeavesItAlone) {
+    std::vector<float> x;
+    std::vector<float> y;
+    for (int k = 0; k <= 20; ++k) {
+        x.push_back(static_cast<float>(k));
+        y.push_back(static_cast<float>(k * k - 50) + (k % 2 == 0 ? 0.25F : -0.25F));
+    }
+    float curve_x[100];
+    float curve_y[100];
+    const auto call = [&](int32_t count, int32_t degree) {
+        std::fill_n(curve_x, 100, -1.0F);
+        std::fill_n(curve_y, 100, -1.0F);
+        return call_polycurvefit(count, degree, x.data(), y.data(), curve_x, curve_y);
+    };
+    ASSERT_EQ(call(21, 2), 1);
+    EXPECT_EQ(curve_x[0], 0);
+    EXPECT_EQ(curve_x[99], 20);
+    EXPECT_EQ(curve_y[0], 0) << "held at 0";
+    EXPECT_NEAR(curve_y[99], 350, 0.5);
+    EXPECT_EQ(call(21, 10), 3);
+    EXPECT_EQ(curve_x[0] + curve_y[99], -2);
+    EXPECT_EQ(call(1, 1), 1) << "nothing to fit";
+    EXPECT_EQ(curve_y[0], 0);
+    EXPECT_EQ(call(-4, 1), 1);
+    y[3] = std::nanf("");
+    EXPECT_EQ(call(21, 2), 3);
+}
+
 } // namespace

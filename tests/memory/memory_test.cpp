@@ -61,6 +61,14 @@ std::vector<export_call> exports() {
              return IC_PointsData_stats(count, 4, 5, points.data(), tests, stats, line, &valid,
                                         list, predicted, event);
          }},
+        {"IC_compact_curve_b", 2,
+         [=](t_event* event) {
+             int32_t passes;
+             double means[4], curve_x[100], curve_y[100];
+             t_fitout fit;
+             return IC_compact_curve_b(4, 0, count, points.data(), &passes, means, curve_x, curve_y,
+                                       &fit, event);
+         }},
         {"IC_coverage", 1,
          [=](t_event* event) {
              const float mesh[2] = {1, 1};
@@ -83,9 +91,9 @@ std::vector<export_call> exports() {
     };
 }
 
-class Memory : public testing::TestWithParam<export_call> {};
+class MemoryOfExport : public testing::TestWithParam<export_call> {};
 
-TEST_P(Memory, EachFailedAllocationEndsLikeAnyFailure) {
+TEST_P(MemoryOfExport, EachFailedAllocationEndsLikeAnyFailure) {
     const export_call& row = GetParam();
     t_event untouched = support::patterned_event();
     for (long n = 1; n <= 1000; ++n) {
@@ -112,7 +120,30 @@ TEST_P(Memory, EachFailedAllocationEndsLikeAnyFailure) {
     FAIL() << "the call never succeeded";
 }
 
-INSTANTIATE_TEST_SUITE_P(Export, Memory, testing::ValuesIn(exports()),
+TEST(Memory, TheExportWithoutAnEventRecordFailsAndGoesOn) {
+    float x[300], y[300], curve_x[100], curve_y[100];
+    for (int i = 0; i < 300; ++i) {
+        x[i] = static_cast<float>(i);
+        y[i] = std::sin(0.1F * static_cast<float>(i));
+    }
+    for (long n = 1; n <= 1000; ++n) {
+        std::fill_n(curve_y, 100, 7.0F);
+        support::fail_allocation(n);
+        const int32_t result = call_polycurvefit(300, 4, x, y, curve_x, curve_y);
+        const auto allocations = support::stop_failing();
+        EXPECT_EQ(allocations.kept, 0);
+        if (allocations.asked < n) {
+            EXPECT_EQ(result, 1);
+            EXPECT_GT(n, 2);
+            return;
+        }
+        ASSERT_EQ(result, 3) << n;
+        EXPECT_EQ(curve_y[50], 7);
+    }
+    FAIL() << "the call never succeeded";
+}
+
+INSTANTIATE_TEST_SUITE_P(Export, MemoryOfExport, testing::ValuesIn(exports()),
                          [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace

@@ -1,0 +1,129 @@
+#include "toolkit/polynomial_curve.hpp"
+
+#include "frame/event.hpp"
+#include "numeric/error_stack.hpp"
+#include "numeric/polynomial_fit.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qmx {
+
+namespace {
+
+constexpr routine_text self("polycurvfit");
+
+constexpr i32 code_fit = 102;
+
+static_assert(fit_statistics == numeric::fit_statistics);
+
+// The path goes on from what it was, instead of starting at this routine.
+i32 fail_keeping_path(std::string_view description, i32 code) {
+    current_event.c_description.assign(description);
+    current_event.i_errcode = code;
+    current_event.i_errtype = severity_failed;
+    return pass_up(self);
+}
+
+i32 chosen_degree(i64 points) {
+    if (points == 0) return 0;
+    return points <= 10 ? static_cast<i32>(std::max<i64>(points - 2, 1)) : 8;
+}
+
+bool fit_ran_out_of_memory() {
+    return numeric::N1RTY(1) == numeric::type_terminal &&
+           numeric::N1RCD(1) == numeric::curve_storage_code;
+}
+
+struct abscissa_range {
+    f64 smallest, largest;
+};
+
+// Without any point the range is the empty one.
+abscissa_range range_of(const array_view<const f64>& x) {
+    constexpr f64 huge = std::numeric_limits<f64>::max();
+    if (x.extent == 0) return {huge, -huge};
+    // Independent lanes: the comparisons of one abscissa need not wait for those of the last.
+    constexpr i64 lanes = 8;
+    f64 smallest[lanes];
+    f64 largest[lanes];
+    std::fill_n(smallest, lanes, x(1));
+    std::fill_n(largest, lanes, x(1));
+    const auto look = [&](i64 lane, f64 value) {
+        smallest[lane] = value < smallest[lane] ? value : smallest[lane];
+        largest[lane] = value > largest[lane] ? value : largest[lane];
+    };
+    i64 i = 1;
+    for (; i + lanes <= x.extent; i += lanes)
+        for (i64 lane = 0; lane < lanes; ++lane) look(lane, x(i + lane));
+    for (; i <= x.extent; ++i) look(0, x(i));
+    return {*std::min_element(smallest, smallest + lanes),
+            *std::max_element(largest, largest + lanes)};
+}
+
+void fill_grid(const abscissa_range& range, const array_view<f64>& x) {
+    const f64 step = (range.largest - range.smallest) / static_cast<f64>(x.extent - 1);
+    for (i64 i = 0; i < x.extent; ++i) x(i + 1) = static_cast<f64>(i) * step + range.smallest;
+}
+
+void copy_results(const fitted_polynomial& fitted, const array_view<f64>* coefficients,
+                  const array_view<f64>* statistics) {
+    if (!fitted.is_written) return;
+    if (coefficients != nullptr)
+        for (i32 k = 0; k <= fitted.degree; ++k) (*coefficients)(k + 1) = fitted.coefficient[k];
+    if (statistics != nullptr)
+        for (i32 k = 0; k < fit_statistics; ++k) (*statistics)(k + 1) = fitted.statistics[k];
+}
+
+} // namespace
+
+i32 fit_polynomial(const array_view<const f64>& x, const array_view<const f64>& y,
+                   const i32* i_degree, fitted_polynomial& fitted) {
+    fitted = {};
+    numeric::ERSET(0, 0, 0);
+    if (i_degree == nullptr && x.extent == 1)
+        return fail_keeping_path("cannot do curve with one point", code_check);
+    fitted.degree = i_degree != nullptr ? *i_degree : chosen_degree(x.extent);
+    // Such a fit would be thrown away, whatever came of it.
+    if (fitted.degree > highest_degree)
+        return fail_keeping_path("degrees of polynomial exceeds 9", code_fit);
+
+    numeric::DRCURV(x, y, view_of(fitted.coefficient, i64{fitted.degree} + 1), {},
+                    view_of(fitted.statistics, fit_statistics));
+    if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
+    fitted.is_written = true;
+    if (fitted.statistics[9] > 0.0) return fail_keeping_path("x or y data contains NaN", code_fit);
+    if (numeric::IERCD() != 0) {
+        fail_here(self, "error calling imsl drcurv");
+        return pass_up(self);
+    }
+    return status_success;
+}
+
+void evaluate_polynomial(const fitted_polynomial& fitted, const array_view<const f64>& x,
+                         const array_view<f64>& y, const f64* lower, const f64* upper) {
+    for (i64 i = 1; i <= x.extent; ++i) {
+        f64 ordinate = 0.0;
+        for (i32 k = 0; k <= fitted.degree; ++k)
+            ordinate += fitted.coefficient[k] * std::pow(x(i), static_cast<f64>(k));
+        if (lower != nullptr && ordinate < *lower) ordinate = *lower;
+        if (upper != nullptr && ordinate > *upper) ordinate = *upper;
+        y(i) = ordinate;
+    }
+}
+
+i32 polycurvfit(const array_view<const f64>& x_xdata, const array_view<const f64>& x_ydata,
+                const array_view<f64>& x_xcurve, const array_view<f64>& x_ycurve,
+                const f64* x_ylower, const f64* x_yupper, const i32* i_degree,
+                const array_view<f64>* x_coef, const array_view<f64>* x_stat) {
+    for (i64 i = 1; i <= x_ycurve.extent; ++i) x_ycurve(i) = 0.0;
+    fitted_polynomial fitted;
+    const i32 outcome = fit_polynomial(x_xdata, x_ydata, i_degree, fitted);
+    copy_results(fitted, x_coef, x_stat);
+    if (outcome != status_success) return outcome;
+    fill_grid(range_of(x_xdata), x_xcurve);
+    evaluate_polynomial(fitted, x_xcurve, x_ycurve, x_ylower, x_yupper);
+    return status_success;
+}
+
+} // namespace qmx

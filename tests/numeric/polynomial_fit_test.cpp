@@ -1,0 +1,466 @@
+// Polynomial fits against arithmetic of 100 digits, certified data, and their errors.
+#include "numeric/error_stack.hpp"
+#include "numeric/guarded.hpp"
+#include "numeric/orthogonal_fit.hpp"
+#include "numeric/polynomial_fit.hpp"
+
+#include <boost/multiprecision/cpp_bin_float.hpp>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <vector>
+
+using namespace qmx;
+using namespace qmx::numeric;
+
+namespace {
+
+using exact = boost::multiprecision::cpp_bin_float_100;
+using reals = std::vector<f64>;
+
+constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
+constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
+constexpr f64 untouched = -77.0;
+
+struct fit_result {
+    reals B, SSPOLY, STAT;
+    i32 type, code;
+};
+
+fit_result fit(const reals& x, const reals& y, i32 degree) {
+    ERSET(0, 0, 0);
+    const std::size_t terms = degree >= 0 ? static_cast<std::size_t>(degree) + 1 : 1;
+    fit_result r{reals(terms, untouched), reals(terms, untouched), reals(10, untouched), 0, 0};
+    DRCURV(static_cast<i32>(x.size()), x.data(), y.data(), degree, r.B.data(), r.SSPOLY.data(),
+           r.STAT.data());
+    r.type = N1RTY(1);
+    r.code = N1RCD(1);
+    return r;
+}
+
+// Least squares by the textbook: normal equations in powers of x, and a regression for every degree.
+std::vector<exact> textbook_coefficients(const reals& x, const reals& y, i32 degree) {
+    const std::size_t m = static_cast<std::size_t>(degree) + 1;
+    std::vector<std::vector<exact>> a(m, std::vector<exact>(m + 1));
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        std::vector<exact> power(2 * m);
+        power[0] = 1;
+        for (std::size_t k = 1; k < 2 * m; ++k) power[k] = power[k - 1] * x[i];
+        for (std::size_t r = 0; r < m; ++r) {
+            for (std::size_t c = 0; c < m; ++c) a[r][c] += power[r + c];
+            a[r][m] += power[r] * y[i];
+        }
+    }
+    for (std::size_t k = 0; k < m; ++k)
+        for (std::size_t r = 0; r < m; ++r) {
+            if (r == k) continue;
+            const exact factor = a[r][k] / a[k][k];
+            for (std::size_t c = k; c <= m; ++c) a[r][c] -= factor * a[k][c];
+        }
+    std::vector<exact> b;
+    for (std::size_t k = 0; k < m; ++k) b.push_back(a[k][m] / a[k][k]);
+    return b;
+}
+
+exact error_sum(const reals& x, const reals& y, const std::vector<exact>& b) {
+    exact sum = 0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        exact value = 0;
+        for (auto k = b.rbegin(); k != b.rend(); ++k) value = value * x[i] + *k;
+        sum += (y[i] - value) * (y[i] - value);
+    }
+    return sum;
+}
+
+exact mean_of(const reals& v) {
+    exact sum = 0;
+    for (const f64 value : v) sum += value;
+    return sum / v.size();
+}
+
+exact squares_about_mean(const reals& v) {
+    return error_sum(v, v, {mean_of(v)});
+}
+
+::testing::AssertionResult is_near(f64 got, const exact& expected, f64 bound) {
+    const exact error = expected == 0 ? abs(exact(got)) : abs(exact(got) / expected - 1);
+    if (error <= bound) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << got << " is off " << expected.str(20) << " by a share of " << static_cast<f64>(error);
+}
+
+// Everything that a fit of full degree reports. The bounds: of sums and means, of what cancels.
+void expect_textbook(const reals& x, const reals& y, i32 degree, f64 tight, f64 loose) {
+    const fit_result got = fit(x, y, degree);
+    ASSERT_EQ(got.type, 0);
+    const auto b = textbook_coefficients(x, y, degree);
+    for (std::size_t k = 0; k < b.size(); ++k) EXPECT_TRUE(is_near(got.B[k], b[k], loose)) << k;
+
+    const exact n = x.size();
+    const exact total = squares_about_mean(y);
+    exact left = total;
+    EXPECT_TRUE(is_near(got.SSPOLY[0], n * mean_of(y) * mean_of(y), loose));
+    for (i32 k = 1; k <= degree; ++k) {
+        const exact next = error_sum(x, y, textbook_coefficients(x, y, k));
+        EXPECT_TRUE(is_near(got.SSPOLY[static_cast<std::size_t>(k)], left - next, loose)) << k;
+        left = next;
+    }
+    EXPECT_TRUE(is_near(got.STAT[0], mean_of(x), loose));
+    EXPECT_TRUE(is_near(got.STAT[1], mean_of(y), loose));
+    EXPECT_TRUE(is_near(got.STAT[2], squares_about_mean(x) / (n - 1), tight));
+    EXPECT_TRUE(is_near(got.STAT[3], total / (n - 1), tight));
+    EXPECT_TRUE(is_near(got.STAT[4], 100 * (total - left) / total, loose));
+    EXPECT_EQ(got.STAT[5], degree);
+    EXPECT_TRUE(is_near(got.STAT[6], total - left, loose));
+    EXPECT_EQ(got.STAT[7], static_cast<f64>(x.size()) - degree - 1);
+    EXPECT_TRUE(is_near(got.STAT[8], left, tight));
+    EXPECT_EQ(got.STAT[9], 0.0);
+}
+
+reals map(std::size_t n, auto rule) {
+    reals v(n);
+    for (std::size_t i = 0; i < n; ++i) v[i] = rule(static_cast<f64>(i));
+    return v;
+}
+
+struct data_case {
+    const char* name;
+    f64 origin, width; // of the abscissas
+    int shape;         // 0 even, 1 normal, 2 whole numbers, 3 a far outlier
+    std::size_t n;
+    i32 degree;
+    f64 tight, loose;
+};
+const data_case data_cases[] = {
+    {"few", 0, 1, 0, 20, 3, 3e-16, 1e-15},
+    {"few_high_degree_far_off_zero", -9, 6, 0, 82, 10, 3e-16, 1e-15},
+    {"few_beside_a_large_origin", 500000, 50, 0, 60, 4, 3e-16, 1e-15},
+    {"few_close_together_and_one_far", 0, 1, 3, 12, 3, 3e-16, 1e-15},
+    {"many", 0, 100, 0, 700, 5, 5e-16, 1e-12},
+    {"many_degree_0", 3, 1, 0, 700, 0, 5e-16, 1e-12},
+    {"many_degree_9", 0, 1, 0, 300, 9, 1e-15, 1e-11},
+    {"many_normal", 5, 2, 1, 500, 6, 1e-15, 1e-11},
+    {"many_repeated", 1, 40, 2, 500, 2, 5e-16, 1e-12},
+    {"many_close_together_and_one_far", 0, 1, 3, 300, 3, 3e-16, 1e-14},
+};
+TEST(PolynomialFit, AgreesWithTheTextbookInManyDigits) {
+    std::mt19937_64 random(3);
+    std::normal_distribution<f64> normal;
+    std::uniform_real_distribution<f64> even;
+    for (const auto& c : data_cases) {
+        SCOPED_TRACE(c.name);
+        reals x = map(c.n, [&](f64) {
+            const f64 at = c.shape == 1 ? normal(random) : even(random);
+            return c.origin + (c.shape == 2 ? std::floor(at * c.width) : at * c.width);
+        });
+        if (c.shape == 3) x[c.n / 2] = 1e7;
+        const reals y = map(c.n, [&](f64 i) {
+            const f64 u = c.shape == 3 ? 0 : (x[static_cast<std::size_t>(i)] - c.origin) / c.width;
+            return 20 + 3 * u - std::sin(u) + 0.2 * normal(random);
+        });
+        if (c.degree > 0) {
+            expect_textbook(x, y, c.degree, c.tight, c.loose);
+        } else {
+            const fit_result got = fit(x, y, 0);
+            EXPECT_TRUE(is_near(got.B[0], mean_of(y), c.tight));
+            EXPECT_TRUE(is_near(got.STAT[8], squares_about_mean(y), c.tight));
+            EXPECT_TRUE(std::isnan(got.STAT[0]) && std::isnan(got.STAT[2]));
+            EXPECT_EQ(got.STAT[4], 0.0);
+        }
+    }
+}
+
+TEST(PolynomialFit, FindsThePolynomialThatTheOrdinatesWereMadeFrom) {
+    // Whole numbers below 2^53: the ordinates are exact.
+    for (const std::size_t n : {std::size_t{21}, std::size_t{1000}}) {
+        const reals x = map(n, [&](f64 i) { return std::fmod(i, 21.0); });
+        const reals y = map(n, [&](f64 i) {
+            const f64 u = x[static_cast<std::size_t>(i)];
+            return ((((u + 1) * u + 1) * u + 1) * u + 1) * u + 1;
+        });
+        const fit_result got = fit(x, y, 5);
+        EXPECT_EQ(got.type, type_warning_everywhere);
+        EXPECT_EQ(got.code, 11);
+        for (const f64 b : got.B) EXPECT_NEAR(b, 1.0, 2.3e-16);
+        EXPECT_EQ(got.STAT[8], 0.0);
+        EXPECT_EQ(got.STAT[4], 100.0);
+    }
+}
+
+// Certified values from a data file of statistical reference data: "B<k>  estimate  deviation".
+TEST(PolynomialFit, ReachesTheCertifiedCoefficients) {
+    const char* folder = std::getenv("QMX_IC_DATA");
+    if (folder == nullptr) GTEST_SKIP() << "QMX_IC_DATA names no folder with certified data";
+    for (const char* set : {"Wampler1", "Wampler2", "Wampler4"}) {
+        std::ifstream file(std::string(folder) + "/certified/" + set + ".dat");
+        if (!file) GTEST_SKIP() << set << " is not there";
+        reals certified, x, y;
+        bool in_data = false;
+        for (std::string line; std::getline(file, line);) {
+            std::istringstream words(line);
+            std::string name;
+            f64 a = 0, b = 0;
+            if (in_data && words >> a >> b) {
+                y.push_back(a);
+                x.push_back(b);
+            } else if (!in_data && words >> name >> a &&
+                       name == "B" + std::to_string(certified.size())) {
+                certified.push_back(a);
+            }
+            in_data = in_data || (line.find("Data:") == 0 && line.find("Response") == line.npos);
+        }
+        ASSERT_EQ(certified.size(), 6U) << set;
+        ASSERT_EQ(x.size(), 21U) << set;
+        const fit_result got = fit(x, y, 5);
+        // Reading decimal data as f64 alone costs two digits.
+        for (std::size_t k = 0; k < 6; ++k)
+            EXPECT_TRUE(is_near(got.B[k], certified[k], 1e-13)) << set << " " << k;
+    }
+}
+
+TEST(PolynomialFit, DoesNotDependOnTheOrderOfManyObservations) {
+    std::mt19937_64 random(8);
+    std::normal_distribution<f64> normal;
+    reals x = map(3000, [&](f64 i) { return std::fmod(i, 400.0); });
+    reals y = map(3000, [&](f64) { return normal(random) * std::exp(3 * normal(random)); });
+    const fit_result first = fit(x, y, 4);
+    for (int round = 0; round < 5; ++round) {
+        for (std::size_t i = x.size(); i-- > 1;) {
+            const std::size_t j = random() % (i + 1);
+            std::swap(x[i], x[j]);
+            std::swap(y[i], y[j]);
+        }
+        const fit_result again = fit(x, y, 4);
+        EXPECT_EQ(again.B, first.B);
+        EXPECT_EQ(again.STAT, first.STAT);
+        EXPECT_EQ(again.SSPOLY, first.SSPOLY);
+    }
+}
+
+TEST(PolynomialFit, FollowsTheUnitsOfTheData) {
+    std::mt19937_64 random(9);
+    std::normal_distribution<f64> normal;
+    for (const std::size_t n : {std::size_t{40}, std::size_t{400}}) {
+        const reals x = map(n, [](f64 i) { return i / 7; });
+        const reals y = map(n, [&](f64) { return 2 + normal(random); });
+        const fit_result plain = fit(x, y, 2);
+        for (const int exponent : {-1000, -300, 300, 1000}) {
+            const f64 unit = std::ldexp(1.0, exponent);
+            const fit_result scaled =
+                fit(x, map(n, [&](f64 i) { return y[static_cast<std::size_t>(i)] * unit; }), 2);
+            for (std::size_t k = 0; k < 3; ++k) EXPECT_EQ(scaled.B[k], plain.B[k] * unit);
+            EXPECT_EQ(scaled.STAT[1], plain.STAT[1] * unit);
+            EXPECT_EQ(scaled.STAT[0], plain.STAT[0]);
+        }
+        const f64 unit = std::ldexp(1.0, 200);
+        const fit_result scaled =
+            fit(map(n, [&](f64 i) { return x[static_cast<std::size_t>(i)] * unit; }), y, 2);
+        for (std::size_t k = 0; k < 3; ++k)
+            EXPECT_EQ(scaled.B[k], std::ldexp(plain.B[k], -200 * static_cast<int>(k)));
+    }
+}
+
+TEST(PolynomialFit, SkipsAndCountsPairsWithANan) {
+    std::mt19937_64 random(10);
+    std::normal_distribution<f64> normal;
+    for (const std::size_t n : {std::size_t{30}, std::size_t{600}}) {
+        reals x = map(n, [](f64 i) { return i; });
+        reals y = map(n, [&](f64) { return normal(random); });
+        const fit_result clean = fit(x, y, 3);
+        x.insert(x.begin() + 11, 5.0);
+        y.insert(y.begin() + 11, nan64);
+        x.push_back(nan64);
+        y.push_back(1.0);
+        const fit_result holed = fit(x, y, 3);
+        EXPECT_EQ(holed.B, clean.B);
+        EXPECT_EQ(holed.STAT[9], 2.0);
+        EXPECT_EQ(holed.STAT[7], clean.STAT[7]);
+        EXPECT_EQ(holed.STAT[2], clean.STAT[2]);
+    }
+}
+
+struct error_case {
+    const char* name;
+    reals x, y;
+    i32 degree, type, code;
+    reals B; // empty: nothing is written
+    const char* message;
+};
+const error_case error_cases[] = {
+    {"no_pair",
+     {},
+     {},
+     1,
+     5,
+     1,
+     {},
+     "The number of observations must be at least 1 while NOBS = 0 is given."},
+    {"negative_degree",
+     {1, 2},
+     {1, 2},
+     -1,
+     5,
+     2,
+     {},
+     "NDEG = -1.  The degree of the polynomial to be fit must be greater than or equal to 0."},
+    {"one_pair",
+     {1},
+     {1},
+     0,
+     5,
+     1,
+     {},
+     "NOBS = 1.  The number of observations, NOBS, must be greater than 1."},
+    {"all_missing",
+     {nan64, 2},
+     {1, nan64},
+     1,
+     4,
+     3,
+     {},
+     "There are no valid data points.  Each (x,y) pair contains NaN (not a number)."},
+    {"constant_abscissas",
+     {3, 3, 3},
+     {1, 2, 3},
+     1,
+     4,
+     7,
+     {},
+     "The x values are constant.  At least two distinct x values are needed."},
+    {"one_valid_pair",
+     {3, nan64},
+     {1, 2},
+     1,
+     4,
+     7,
+     {},
+     "The x values are constant.  At least two distinct x values are needed."},
+    {"constant_ordinates",
+     {1, 2, 4},
+     {0.1, 0.1, 0.1},
+     2,
+     3,
+     4,
+     {0.1, 0, 0},
+     "The y values are constant.  A zero order polynomial is fit.  High order coefficients are set "
+     "to zero."},
+    {"constant_ordinates_degree_0",
+     {1, 2, 4},
+     {7, 7, 7},
+     0,
+     3,
+     4,
+     {7},
+     "The y values are constant.  A zero order polynomial is fit.  High order coefficients are set "
+     "to zero."},
+    {"line_by_a_line",
+     {1, 2, 3},
+     {1, 3, 5},
+     1,
+     6,
+     11,
+     {-1, 2},
+     "The degree 1 polynomial fit is a perfect fit within machine precision."},
+    {"line_by_a_quadratic",
+     {1, 2, 3},
+     {1, 3, 5},
+     2,
+     3,
+     6,
+     {-1, 2, 0},
+     "A perfect fit was obtained with a polynomial of lower degree (=1) than NDEG = 2 as "
+     "requested."},
+    {"two_abscissas",
+     {0, 0, 0, 1, 1},
+     {0, 1, 2, 3, 5},
+     3,
+     3,
+     5,
+     {1, 3, 0, 0},
+     "A degree 1 polynomial is fitted.  There are only 2 distinct abscissas, so a higher degree "
+     "polynomial fit cannot be computed."},
+    {"two_abscissas_perfect",
+     {0, 0, 1},
+     {1, 1, 2},
+     3,
+     3,
+     6,
+     {1, 1, 0, 0},
+     "A perfect fit was obtained with a polynomial of lower degree (=1) than NDEG = 3 as "
+     "requested."},
+};
+TEST(PolynomialFit, SaysWhatIsWrongAndFillsWhatItCan) {
+    for (const auto& c : error_cases) {
+        SCOPED_TRACE(c.name);
+        const fit_result got = fit(c.x, c.y, c.degree);
+        EXPECT_EQ(got.type, c.type);
+        EXPECT_EQ(got.code, c.code);
+        EXPECT_EQ(last_message(), c.message);
+        if (c.B.empty()) {
+            EXPECT_EQ(got.B[0], untouched);
+            EXPECT_EQ(got.STAT, reals(10, untouched));
+            continue;
+        }
+        EXPECT_EQ(got.B, c.B);
+        const f64 degree = got.STAT[5];
+        EXPECT_EQ(got.STAT[7], static_cast<f64>(c.x.size()) - degree - 1);
+        EXPECT_EQ(std::isnan(got.STAT[0]), degree == 0);
+        EXPECT_EQ(std::isnan(got.STAT[2]), degree == 0);
+        for (auto k = static_cast<std::size_t>(degree) + 1; k < got.SSPOLY.size(); ++k)
+            EXPECT_EQ(got.SSPOLY[k], 0.0);
+    }
+}
+
+// The same warnings where the fit is made in f64.
+TEST(PolynomialFit, StopsEarlyWithManyObservationsToo) {
+    const reals x = map(900, [](f64 i) { return std::fmod(i, 3.0); });
+    const reals noise = map(900, [](f64 i) { return std::fmod(i * 37, 11.0); });
+    const fit_result few_abscissas = fit(x, noise, 6);
+    EXPECT_EQ(few_abscissas.code, 5);
+    EXPECT_EQ(few_abscissas.STAT[5], 2.0);
+    const reals line = map(900, [](f64 i) { return 4 - 2 * std::fmod(i, 3.0); });
+    const fit_result perfect = fit(x, line, 6);
+    EXPECT_EQ(perfect.code, 6);
+    EXPECT_EQ(perfect.B, (reals{4, -2, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(perfect.STAT[8], 0.0);
+}
+
+TEST(PolynomialFit, TakesStridedViewsAndDoesWithoutSums) {
+    const reals both = {1, 10, 2, 40, 3, 90, 4, 165};
+    const auto column = [&](std::size_t at) {
+        return array_view<const f64>(both.data() + at, 4, 2 * sizeof(f64));
+    };
+    reals spread(6, untouched);
+    ERSET(0, 0, 0);
+    DRCURV(column(0), column(1), array_view<f64>(spread.data(), 3, 2 * sizeof(f64)), {}, {});
+    const fit_result packed = fit({1, 2, 3, 4}, {10, 40, 90, 165}, 2);
+    for (std::size_t k = 0; k < 3; ++k) {
+        EXPECT_EQ(spread[2 * k], packed.B[k]);
+        EXPECT_EQ(spread[2 * k + 1], untouched);
+    }
+}
+
+TEST(GuardedQuotient, YieldsNoHardwareException) {
+    struct quotient_case {
+        f64 a, b, quotient;
+    };
+    constexpr f64 tiny = std::numeric_limits<f64>::min();
+    constexpr f64 huge = std::numeric_limits<f64>::max();
+    const quotient_case cases[] = {
+        {6, 3, 2},           {nan64, 1, nan64},  {1, nan64, nan64},    {0, 0, nan64},
+        {3, 0, inf64},       {-3, 0, -inf64},    {tiny, 2, 0},         {-tiny, 2, 0},
+        {2 * tiny, 2, tiny}, {huge, 0.5, inf64}, {-huge, 0.5, -inf64}, {huge, -0.5, -inf64},
+        {1, inf64, 0},       {0, 5, 0},          {0, 0.5, 0}};
+    for (const auto& c : cases) {
+        const f64 got = guarded_quotient(c.a, c.b);
+        EXPECT_TRUE(std::isnan(c.quotient) ? std::isnan(got) : got == c.quotient)
+            << c.a << " / " << c.b << " gives " << got;
+    }
+}
+
+} // namespace
