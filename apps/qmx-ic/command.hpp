@@ -1,0 +1,34 @@
+// The commands of the program and how they end.
+//
+// Each command lives in its own command_<name>.cpp and has one function, add_<name>_command, that
+// adds its subcommand to the program and sets the subcommand's callback. The callback does the work:
+// it returns when all went well and throws one of the two errors below otherwise. Results go to
+// standard output, anything else (progress, notes about the run) to standard error.
+#pragma once
+
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+namespace qmx_ic_app {
+
+// Exit codes of the program.
+enum exit_code : int { done = 0, analysis_failed = 1, wrong_usage = 2 };
+
+// Wrong usage or unreadable input: exit code 2. The message names the file, row, column and value
+// concerned as far as there are any, and the remedy.
+struct usage_error : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// The library refused the analysis, or the data do not allow it: exit code 1.
+struct analysis_error : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+void add_columns_command(CLI::App& program);
+void add_generate_command(CLI::App& program);
+void add_select_command(CLI::App& program);
+void add_stats_command(CLI::App& program);
+
+} // namespace qmx_ic_app

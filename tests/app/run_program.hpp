@@ -1,0 +1,70 @@
+// Runs the built program on files in a folder of the test's own.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace app_test {
+
+struct outcome {
+    int code = -1;
+    std::string out, err;
+    nlohmann::json json() const { return nlohmann::json::parse(out); }
+    // A test that looks for a text shows everything when it is not there.
+    testing::AssertionResult says(const std::string& text) const {
+        if ((out + err).find(text) != std::string::npos) return testing::AssertionSuccess();
+        return testing::AssertionFailure()
+               << "\"" << text << "\" is missing; exit code " << code << "\n"
+               << out << err;
+    }
+};
+
+inline std::string text_of(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::stringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
+// A folder that lives as long as the test.
+class Program : public testing::Test {
+protected:
+    Program() {
+        std::string name = (std::filesystem::temp_directory_path() / "qmx-ic-test-XXXXXX").string();
+        folder = mkdtemp(name.data());
+    }
+    ~Program() override { std::filesystem::remove_all(folder); }
+
+    std::string path(const std::string& name) const { return (folder / name).string(); }
+
+    std::string write(const std::string& name, const std::string& text) const {
+        std::ofstream(folder / name, std::ios::binary) << text;
+        return path(name);
+    }
+
+    // arguments: as a shell reads them; files by their names in the folder.
+    outcome run(const std::string& arguments) const {
+        outcome result;
+        const std::string command = "cd '" + folder.string() + "' && '" QMX_IC_PROGRAM "' " +
+                                    arguments + " > out.txt 2> err.txt";
+        const int status = std::system(command.c_str());
+        result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        result.out = text_of(folder / "out.txt");
+        result.err = text_of(folder / "err.txt");
+        return result;
+    }
+
+    std::filesystem::path folder;
+};
+
+} // namespace app_test
