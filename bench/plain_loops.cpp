@@ -39,8 +39,7 @@ void plain_statistics(int32_t count, const t_icdata* points, double* moments, do
 
     constexpr int classes = 21;
     float limit[classes];
-    for (int k = 0; k < classes; ++k)
-        limit[k] = low + static_cast<float>(k) * (high - low) / 20.0F;
+    for (int k = 0; k < classes; ++k) limit[k] = low + static_cast<float>(k) * (high - low) / 20.0F;
     std::fill_n(histogram, classes, 0.0);
     for (const float value : x) {
         int k = 0;
@@ -74,7 +73,8 @@ int32_t plain_polygon(int32_t vertices, int32_t count, const double* vx, const d
         bool inside = false;
         for (int32_t a = 0; a < vertices; ++a) {
             const int32_t b = a + 1 < vertices ? a + 1 : 0;
-            const bool straddles = (vy[a] < y[i] && y[i] <= vy[b]) || (y[i] <= vy[a] && vy[b] < y[i]);
+            const bool straddles =
+                (vy[a] < y[i] && y[i] <= vy[b]) || (y[i] <= vy[a] && vy[b] < y[i]);
             if (straddles &&
                 (x[i] - vx[a]) - ((y[i] - vy[a]) * (vx[b] - vx[a])) / (vy[b] - vy[a]) < 0)
                 inside = !inside;

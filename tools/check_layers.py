@@ -19,7 +19,7 @@ ALLOWED = {
         "frame/array_view.hpp", "frame/base_types.hpp", "frame/bounded_text.hpp",
         "frame/padded_text.hpp", "frame/work_array.hpp",
     },
-    "toolkit": {"frame", "numeric"},
+    "toolkit": {"frame", "numeric", "files/unit_table.hpp"},
     "icdata": {"qmx_ic.h", "frame", "toolkit", "files"},
     "pointtest": {"qmx_ic.h", "frame", "toolkit", "files", "icdata/statistics.hpp"},
     "semivariogram": {

@@ -18,7 +18,7 @@ suite() { # preset, BLAS folder name
   step "tests: $1, $2"
   local blas
   blas=$(echo /usr/lib/*-linux-gnu/"$2")
-  LD_LIBRARY_PATH="$blas" ctest --preset "$1" --progress
+  LD_LIBRARY_PATH="$blas" ctest --preset "$1"
 }
 
 step "format"

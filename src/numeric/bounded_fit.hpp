@@ -1,0 +1,131 @@
+// Nonlinear least squares with bounds on the parameters and linear constraints.
+//
+//   minimise  |F(X)|,  F: N parameters -> M residuals
+//   so that   XLB <= X <= XUB  and, for each row c of C,  BL <= c X <= BU
+//
+// Method: see trust_region.hpp.
+//
+//   XLB is 1e30  XUB is -1e30  bounds        IRTYPE  constraint on v = c X
+//   no           no            both          0       BL <= v <= BU
+//   no           yes           lower only    1       v <= BU
+//   yes          no            upper only    2       v >= BL
+//   yes          yes           none          3       BL <= v <= BU
+//
+// A bound or limit that is NaN does not bind; a row with a NaN in it is no constraint. Crossed
+// bounds are no error: the parameter stays at its upper bound. A row with one coefficient acts as a
+// bound of that parameter and holds exactly, but gives way to XLB and XUB; other rows hold to
+// within rounding, and exactly where moving one parameter by a few spacings can mend them.
+// Constraints that cannot all hold are missed by the least sum of squared distances.
+//
+// Settings, IPARAM and RPARAM (counted from 1); loaded with their defaults if IPARAM(1) is 0:
+//
+//   IPARAM  default  option
+//   1       1        -       settings are loaded
+//   2       75       2       ITMAX, most steps tried
+//   3       0        14      1: the linear model only
+//   4       5        15      that many steps in succession to the edge of the trust region without
+//                            gain: a solution at infinity
+//   5       0        16      1: only evaluates the residuals at the start
+//   6       0        -       1: no search across the bounds
+//   RPARAM
+//   1       t        4       residual: this times the spacing counts as none; gradient: its square
+//                            is the relative gain in the sum of squares that is not worth a step
+//   2       t        5       relative step that ends the run
+//   3       t        6       its square is the relative change of the sum of squares that ends the
+//                            run; a step to the edge must gain this part of the sum
+//   4       1e-5     7       foretold relative gain that, when no step brings it, means noise
+//   5       1e-5     8       least part of the foretold gain for which a step is taken
+//   6       e        9       relative difference step, e = sqrt(AMACH(4))
+//   7       30       10      first trust region, in units of a thirtieth of the parameters' size
+//
+// with t = min(e, 1e-5). Relative gains and changes below the spacing of the arithmetic are none.
+//
+//   stop                                                       ISTAT  warning (type 3)
+//   -1  only the start was evaluated: IPARAM(5), or ITMAX < 1  5, 6   (6 if IPARAM(5) is 1)
+//   0   no parameter has room to move                          6
+//   1   no residual moves with a parameter                     6
+//   2   no residual is left                                    1
+//   3   a solution at infinity                                 -      1
+//   4   no step promises a gain                                2
+//   5   no step brings the gain it promises, or a residual     -      2
+//       at the start is not finite
+//   6   the parameters no longer change                        3
+//   7   the sum of squares no longer changes                   4
+//   8   ITMAX                                                  -      3
+//
+// A warning leaves ISTAT as it was, X the best point found. Terminal errors (type 5) return at once
+// and leave X, RNORM and ISTAT unwritten:
+//
+//   1 M < 1, 2 N < 1, 3 MCON < 0, 4 LDC < MCON, 5 IRTYPE(i) not 0 to 3, 6 out of storage
+//
+// Accuracy: of fifteen nonlinear regressions with certified answers, each from two starts, with
+// ITMAX 500, the f64 member gives at least 7 digits of every parameter with the caller's Jacobian
+// and 6 by differences, in all runs but one from a far start; bounded_fit_test.cpp keeps that true.
+#pragma once
+
+#include "frame/array_view.hpp"
+
+#include <cstddef>
+
+namespace qmx::numeric {
+
+// MCON by N coefficients, by columns; leading is the distance of two columns.
+template <class Real> struct coefficient_view {
+    const Real* first;
+    i64 rows;
+    i64 columns;
+    i64 leading;
+};
+
+// F [M] at X [N]; FJAC [LDFJAC by N], by columns, its derivatives.
+template <class Real>
+using residual_routine = void (*)(const i32& M, const i32& N, const Real* X, Real* F);
+template <class Real>
+using jacobian_routine = void (*)(const i32& M, const i32& N, const Real* X, Real* FJAC,
+                                  const i32& LDFJAC);
+
+inline constexpr i32 bounded_fit_storage_code = 6; // type 5
+
+// Views must hold MCON (BL, BU, IRTYPE) and N elements (XLB, XUB, X). MCON, NVAR and LDC stand for
+// the extents of C where they are absent; XGUESS [N] for zeros. RNORM and ISTAT may be absent.
+void BCNLS(residual_routine<f32> FCN, const i32& M, const coefficient_view<f32>& C,
+           const array_view<const f32>& BL, const array_view<const f32>& BU,
+           const array_view<const i32>& IRTYPE, const array_view<const f32>& XLB,
+           const array_view<const f32>& XUB, const array_view<f32>& X, const i32* MCON = nullptr,
+           const i32* NVAR = nullptr, const i32* LDC = nullptr, const f32* XGUESS = nullptr,
+           f32* RNORM = nullptr, i32* ISTAT = nullptr);
+
+// The same in f64, with the caller's Jacobian.
+void DBCLSJ(residual_routine<f64> FCN, jacobian_routine<f64> JAC, const i32& M,
+            const coefficient_view<f64>& C, const array_view<const f64>& BL,
+            const array_view<const f64>& BU, const array_view<const i32>& IRTYPE,
+            const array_view<const f64>& XLB, const array_view<const f64>& XUB,
+            const array_view<f64>& X, const i32* MCON = nullptr, const i32* NVAR = nullptr,
+            const i32* LDC = nullptr, const f64* XGUESS = nullptr, f64* RNORM = nullptr,
+            i32* ISTAT = nullptr);
+
+// ---- The layers below, on plain arrays ---------------------------------------------------------
+
+template <class Real> struct bounded_problem {
+    residual_routine<Real> FCN;
+    jacobian_routine<Real> JAC; // null: differences
+    i32 M, N, MCON;
+    const Real* C; // [LDC by N]
+    i32 LDC;
+    const Real *BL, *BU;            // [MCON]
+    const i32* IRTYPE;              // [MCON]
+    const Real *XLB, *XUB, *XGUESS; // [N]
+};
+
+// Checks the sizes, allocates the workspace and calls b2nls. IPARAM [6], RPARAM [7].
+template <class Real>
+void bcnls(const bounded_problem<Real>& problem, i32* IPARAM, Real* RPARAM, Real* X, Real& RNORM,
+           i32& ISTAT);
+
+// As bcnls, in storage of the caller's, as large as b2nls_storage says.
+template <class Real>
+void b2nls(const bounded_problem<Real>& problem, i32* IPARAM, Real* RPARAM, Real* X, Real& RNORM,
+           i32& ISTAT, std::byte* storage, i64 bytes);
+template <class Real> i64 b2nls_storage(const bounded_problem<Real>& problem);
+
+} // namespace qmx::numeric

@@ -1,0 +1,196 @@
+// The reliability adjustment against its formula's limits, the maturity fit against curves with
+// known parameters.
+#include "frame/event.hpp"
+#include "toolkit/reliability.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+using namespace qmx;
+
+namespace {
+
+constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
+constexpr f64 infinite = std::numeric_limits<f64>::infinity();
+
+template <class T> array_view<const T> view(const std::vector<T>& elements) {
+    return view_of(elements.data(), std::ssize(elements));
+}
+
+TEST(ReliabilityAdjustment, MovesTheMeansTowardsEachOther) {
+    constexpr f64 z95 = 1.6448536269514722;
+    struct {
+        const char* name;
+        f64 reliability, m1, m2, c1, c2, out1, out2;
+    } const rows[] = {
+        {"half", 50, 10, 20, 0.1, 0.2, 10, 20},
+        {"no variation of the second", 95, 10, 20, 0.3, 0,
+         10 + 3 * z95 * std::sqrt(10.) / (std::sqrt(10.) + 1), 20},
+        {"no variation of the first", 95, 10, 20, 0, 0.1, 10,
+         20 - 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
+        {"the sign of a coefficient is lost", 95, 10, 20, 0, -0.1, 10,
+         20 - 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
+        {"both", 95, 20, 10, 0.1, 0.3,
+         20 + 2 * z95 * std::sqrt(14.) / (std::sqrt(5.) + std::sqrt(10.)),
+         10 - 3 * z95 * std::sqrt(14.) / (std::sqrt(5.) + std::sqrt(10.))},
+        {"not below 0", 95, -1, 1, 0, 4, 0, 0},
+        {"below half it moves them apart", 5, 10, 20, 0, 0.1, 10,
+         20 + 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
+    };
+    for (const auto& row : rows) {
+        f64 out1 = -1, out2 = -1;
+        clear_event();
+        EXPECT_EQ(relia_adj(row.reliability, row.m1, row.m2, row.c1, row.c2, out1, out2),
+                  status_success);
+        EXPECT_NEAR(out1, row.out1, 1e-13 * 20) << row.name;
+        EXPECT_NEAR(out2, row.out2, 1e-13 * 20) << row.name;
+    }
+}
+
+TEST(ReliabilityAdjustment, AnImpossibleReliabilityIsSeenInTheResultsOnly) {
+    for (const f64 reliability : {0.0, 100.0, -5.0, not_a_number}) {
+        f64 out1 = -1, out2 = -1;
+        clear_event();
+        EXPECT_EQ(relia_adj(reliability, 10, 20, 0.1, 0.1, out1, out2), status_success);
+        EXPECT_FALSE(has_failed());
+        EXPECT_TRUE(std::isnan(out1) && std::isnan(out2)) << reliability;
+    }
+}
+
+// ---- The maturity curve -------------------------------------------------------------------------
+
+struct curve {
+    f64 a, b, c;
+    f64 at(f64 x) const { return x > 0.0 ? a * std::exp(-std::pow(b / x, c)) : 0.0; }
+};
+
+std::vector<f64> values_of(const curve& each, const std::vector<f64>& x) {
+    std::vector<f64> y;
+    for (const f64 value : x) y.push_back(each.at(value));
+    return y;
+}
+
+const std::vector<f64> days = {0.5, 1, 2, 3, 5, 7, 14, 28, 56, 90};
+
+TEST(MaturityFit, RecoversExactCurves) {
+    struct {
+        const char* name;
+        curve expected;
+        f64 unit; // of x
+    } const rows[] = {
+        {"days", {42.5, 3.2, 0.8}, 1},
+        {"degree hours", {35, 1500, 0.65}, 240},
+        {"steep", {60, 2, 4}, 1},
+        {"slow, far from its end", {80, 60, 0.5}, 1},
+        {"small numbers", {3e-5, 2e-4, 1}, 1e-4},
+    };
+    for (const auto& row : rows) {
+        std::vector<f64> x = days;
+        for (f64& value : x) value *= row.unit;
+        const std::vector<f64> y = values_of(row.expected, x);
+        f64 a = -1, b = -1, c = -1;
+        clear_event();
+        ASSERT_EQ(maturfit(view(x), view(y), a, b, c), status_success)
+            << row.name << ": " << current_event.c_description.trimmed();
+        EXPECT_NEAR(a / row.expected.a, 1, 1e-6) << row.name;
+        EXPECT_NEAR(b / row.expected.b, 1, 1e-6) << row.name;
+        EXPECT_NEAR(c / row.expected.c, 1, 1e-6) << row.name;
+    }
+}
+
+TEST(MaturityFit, RecoversCurvesFromNoisyData) {
+    const curve expected = {42.5, 3.2, 0.8};
+    std::mt19937 engine(7);
+    std::normal_distribution<f64> noise(0, 0.4);
+    std::vector<f64> x = {0.0}, y = {0.0}; // fresh concrete
+    for (int repetition = 0; repetition < 30; ++repetition)
+        for (const f64 day : days) {
+            x.push_back(day);
+            y.push_back(expected.at(day) + noise(engine));
+        }
+    f64 a = -1, b = -1, c = -1;
+    clear_event();
+    ASSERT_EQ(maturfit(view(x), view(y), a, b, c), status_success);
+    EXPECT_NEAR(a, expected.a, 0.4);
+    EXPECT_NEAR(b, expected.b, 0.1);
+    EXPECT_NEAR(c, expected.c, 0.02);
+
+    // At the solution the residuals are orthogonal to the derivatives, and no curve nearby is better.
+    const i32 n = static_cast<i32>(x.size()), three = 3;
+    const auto squares = [&](const std::array<f64, 3>& p) {
+        std::vector<f64> residuals(x.size());
+        camfunc(n, three, p.data(), residuals.data());
+        f64 sum = 0;
+        for (const f64 each : residuals) sum += each * each;
+        return sum;
+    };
+    const std::array<f64, 3> best = {a, b, c};
+    for (std::size_t j = 0; j < 3; ++j)
+        for (const f64 step : {-1e-3, 1e-3}) {
+            std::array<f64, 3> moved = best;
+            moved[j] *= 1 + step;
+            EXPECT_GT(squares(moved), squares(best)) << j;
+        }
+}
+
+TEST(MaturityFit, DerivativesAreThoseOfTheResiduals) {
+    const std::vector<f64> x = {0, 1e-3, 0.5, 2, 9, 70}, y = {0, 0, 1, 8, 20, 33};
+    f64 a = 0, b = 0, c = 0;
+    clear_event();
+    ASSERT_EQ(maturfit(view(x), view(y), a, b, c), status_success);
+    const i32 n = 6, three = 3, leading = 7;
+    const std::array<f64, 3> at = {40, 3, 0.9};
+    std::vector<f64> derivatives(21, -777.0), above(6), below(6);
+    camjacob(n, three, at.data(), derivatives.data(), leading);
+    for (std::size_t j = 0; j < 3; ++j) {
+        std::array<f64, 3> up = at, down = at;
+        const f64 step = 1e-6 * at[j];
+        up[j] += step;
+        down[j] -= step;
+        camfunc(n, three, up.data(), above.data());
+        camfunc(n, three, down.data(), below.data());
+        for (std::size_t i = 0; i < 6; ++i)
+            EXPECT_NEAR(derivatives[7 * j + i], (above[i] - below[i]) / (2 * step), 1e-7)
+                << i << ", " << j;
+        EXPECT_EQ(derivatives[7 * j + 6], -777.0) << "between the columns";
+        EXPECT_EQ(derivatives[7 * j], 0.0) << "at maturity 0";
+    }
+    EXPECT_EQ(above[0], 0.0);
+}
+
+TEST(MaturityFit, RefusesDataThatHaveNoCurve) {
+    struct {
+        const char* name;
+        std::vector<f64> x, y;
+    } const rows[] = {
+        {"nothing", {}, {}},
+        {"two pairs", {1, 2}, {1, 2}},
+        {"three pairs, two maturities", {1, 2, 2}, {1, 2, 2.5}},
+        {"different extents", {1, 2, 3, 4}, {1, 2, 3}},
+        {"a negative maturity", {-1, 1, 2, 3}, {1, 2, 3, 4}},
+        {"a missing value", {1, 2, 3, 4}, {1, not_a_number, 3, 4}},
+        {"an infinite maturity", {1, 2, 3, infinite}, {1, 2, 3, 4}},
+        {"no strength", {1, 2, 3, 4}, {0, 0, 0, 0}},
+        {"negative strength", {1, 2, 3, 4}, {-1, -2, -3, -4}},
+        {"strength that falls", {1, 2, 3, 4}, {4, 3, 2, 1}},
+    };
+    for (const auto& row : rows) {
+        f64 a = -1, b = -2, c = -3;
+        clear_event();
+        EXPECT_EQ(maturfit(view(row.x), view(row.y), a, b, c), status_failure) << row.name;
+        EXPECT_EQ(current_event.c_description.trimmed(),
+                  "error in fitting maturity data - check and throw out outliers");
+        EXPECT_EQ(current_event.c_subfunc.trimmed(), "maturfit/maturfit");
+        EXPECT_EQ(current_event.i_errcode, 101);
+        EXPECT_EQ(current_event.i_errtype, severity_failed);
+        EXPECT_TRUE(a == -1 && b == -2 && c == -3) << row.name;
+    }
+    clear_event();
+}
+
+} // namespace
