@@ -1,10 +1,10 @@
 // Quantiles of the normal, Student t and chi-squared distributions and the incomplete beta ratio.
 //
-// Accuracy, as tests/numeric/distributions_test.cpp measures it: an f64 form is within 1e-14
-// relative (DBETAI: see there) for every probability whose answer is a normal number, an f32 form
-// within 0.501 units in the last place, since it is computed in f64 from the argument as given and
-// rounded once. An answer too large for the width is an infinity, one too small is 0. The median
-// of the normal and t distributions is exactly 0.
+// Accuracy, as docs/accuracy.md measures it: an f64 form is within 1e-14 relative (DBETAI: see
+// there) for every probability whose answer is a normal number, an f32 form within 0.501 units in
+// the last place, since it is computed in f64 from the argument as given and rounded once. An answer
+// too large for the width is an infinity, one too small is 0. The median of the normal and t
+// distributions is exactly 0.
 //
 // Refusals post a terminal error (type 5) and give NaN; a NaN argument is refused like one out of
 // range. Codes: 1 probability, 2 degrees of freedom, 5 and 6 of DBETAI below. Terminal errors are

@@ -75,9 +75,11 @@ template <bool refined> power_sums power_sums_about(f64 pivot, f64 furthest, con
 
     power_sums sums{second.value(), third.value(), fourth.value(), true};
     if constexpr (!refined) {
+        // The second moment decides over limits of the mean that come close to 0: it is kept closer.
         constexpr f64 enough = 0x1p-28;
+        constexpr f64 enough_for_second = 0x1p-36;
         const f64 cube = sums.second * std::sqrt(sums.second / static_cast<f64>(n));
-        sums.certain = second.error(n) <= enough * sums.second &&
+        sums.certain = second.error(n) <= enough_for_second * sums.second &&
                        third.error(n) <= enough * std::max(cube, std::abs(sums.third)) &&
                        fourth.error(n) <= enough * sums.fourth;
     }

@@ -23,9 +23,9 @@ struct central_moments {
 // Independent of the order of the values, to the last bit. The mean is the exact one, rounded to odd
 // in f64, so that narrowing it rounds correctly. The powers are those of deviations in f64 from the
 // leading 53 bits of the mean, summed in fixed point and shifted to the exact mean; relative errors
-// are below 2^-27 for second and fourth, the third's is below 2^-27 of the cube of the deviation
-// that the second stands for, or of itself. With an infinite value the mean is what the sum gives
-// and the powers are NaN.
+// are below 2^-35 for the second and 2^-27 for the fourth, the third's is below 2^-27 of the cube of
+// the deviation that the second stands for, or of itself. With an infinite value the mean is what the
+// sum gives and the powers are NaN.
 central_moments moments_of(const f32* x, i64 n);
 
 // The same with frequencies and weights, each of which may be null for all ones. Rows that

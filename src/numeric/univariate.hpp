@@ -17,9 +17,10 @@
 //
 // Accuracy, one variable in one call without frequencies and weights, up to 1e7 rows: the mean is
 // correctly rounded; each other row is within 2 units in the last place (skewness and excess: of
-// the larger of 1 and their magnitude), and none depends on the order of the values. Each row is
-// formed in f64 and rounded once. With frequencies, weights or several calls the moments carry f64
-// rounding.
+// the larger of 1 and their magnitude; limits of the mean, which are differences: of the larger of
+// their magnitude and 1e-4 of the mean's), and none depends on the order of the values. Each
+// row is formed in f64 and rounded once. With frequencies, weights or several calls the moments
+// carry f64 rounding. docs/accuracy.md tells what is measured.
 #pragma once
 
 #include "frame/base_types.hpp"

@@ -252,6 +252,7 @@ TEST(Univariate, RunningStateHoldsWhatIsNotANumberAndRefusesToGoBelowNothing) {
     call(1, 1, x.data());
     const column before = stat;
     EXPECT_EQ(call(3, -4, x.data()), 10);
+    EXPECT_EQ(last_message(), "The number of nonmissing observations is less than zero.");
     EXPECT_TRUE(same_bits(stat, before));
     EXPECT_EQ(call(3, -1, x.data()), 1) << "back to nothing";
     EXPECT_EQ(stat[9], 0.0F);
@@ -287,6 +288,63 @@ TEST(Univariate, RowsWithNegativeOrNoWeightDoNotCount) {
     EXPECT_EQ(got.missing, 1);
     EXPECT_EQ(got.row(15), 0.0F);
     EXPECT_TRUE(std::isnan(got.row(2)));
+}
+
+TEST(Univariate, LimitsWithoutTheirQuantileAreNotNumbers) {
+    const f32 any = 1234.5F; // a number
+    struct {
+        const char* name;
+        f32 frequency, conprm, conprv;
+        i32 code;
+        const char* message;
+        f32 of_mean, of_variance;
+    } const rows[] = {
+        // Student's t asks for one degree of freedom, chi-squared for half of one.
+        {"seven tenths of a degree", 0.85F, 95, 95, 8,
+         "An error occured in determining the t statistic.  The confidence limits are set to NaN "
+         "(not a ",
+         nan32, any},
+        {"a quarter of a degree", 0.625F, 95, 95, 11,
+         "An error occured in determining the chi-squared statistic.  ", nan32, nan32},
+        {"a quarter, variance only", 0.625F, 0, 95, 11,
+         "An error occured in determining the chi-squared statistic.  ", 0, nan32},
+        {"a quarter, mean only", 0.625F, 95, 0, 8,
+         "An error occured in determining the t statistic.  ", nan32, 0},
+    };
+    for (const auto& given : rows) {
+        const f32 x[] = {1, 3, given.frequency, given.frequency};
+        outcome got;
+        ERSET(0, 0, 0);
+        UVSTA(0, 2, 1, x, 2, 2, 0, given.conprm, given.conprv, 0, got.stat.data(), 15, nullptr);
+        EXPECT_EQ(N1RTY(1), type_warning_everywhere) << given.name;
+        EXPECT_EQ(N1RCD(1), given.code) << given.name;
+        EXPECT_TRUE(last_message().starts_with(given.message)) << last_message();
+        EXPECT_EQ(got.row(1), 2.0F) << given.name;
+        for (const int row : {11, 12, 13, 14}) {
+            const f32 want = row < 13 ? given.of_mean : given.of_variance;
+            const bool as_told = want == any        ? std::isfinite(got.row(row))
+                                 : std::isnan(want) ? std::isnan(got.row(row))
+                                                    : got.row(row) == want;
+            EXPECT_TRUE(as_told) << given.name << ", row " << row << ": " << got.row(row);
+        }
+    }
+}
+
+// More spread was taken away than there had been.
+TEST(Univariate, ANegativeVarianceIsNotANumber) {
+    const std::vector<f32> x = {4.0F, 5.0F, 6.0F, 1.0F, 9.0F};
+    column stat;
+    ERSET(0, 0, 0);
+    const auto call = [&](i32 ido, i32 nrow, const f32* first) {
+        UVSTA(ido, nrow, 1, first, 5, 0, 0, 95.0F, 95.0F, 0, stat.data(), 15, nullptr);
+    };
+    call(1, 4, x.data());
+    call(2, 0, x.data());
+    call(3, -2, x.data() + 3);
+    EXPECT_EQ(N1RTY(1), type_warning_everywhere);
+    EXPECT_EQ(stat[9], 2.0F);
+    for (const std::size_t row : {1U, 2U, 3U, 4U, 8U, 10U, 11U, 12U, 13U})
+        EXPECT_TRUE(std::isnan(stat[row])) << "row " << row + 1 << ": " << stat[row];
 }
 
 } // namespace

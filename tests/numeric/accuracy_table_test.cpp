@@ -1,0 +1,342 @@
+// Measures the errors that docs/accuracy.md states and holds its tables to them. Prints the rows as
+// they should stand there.
+#include "numeric/distributions.hpp"
+#include "numeric/univariate_samples.hpp"
+#include "support/accuracy_quantiles.hpp"
+#include "support/accuracy_table.hpp"
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+
+using namespace univariate;
+using support::error_tally;
+using support::in_last_places;
+using support::measured_errors;
+using support::shortest;
+using support::takes_sample;
+
+namespace {
+
+const std::string document = QMX_IC_SOURCE_DIR "/docs/accuracy.md";
+
+// ---- Univariate statistics ----------------------------------------------------------------------
+
+// The row has no exact value to compare with: an underflow guard holds it, or a mean of zero.
+bool is_guarded(int row, i32 code) {
+    const bool shape = row == 4 || row == 5;
+    switch (code) {
+    case 2: return true;
+    case 5: return row == 9;
+    case 12: return shape || row == 2 || row == 3 || row == 9 || row >= 11;
+    case 13: return shape;
+    case 14: return row == 5;
+    default: return false;
+    }
+}
+
+f64 error_of(int row, f32 got, const support::exact_statistics& exact) {
+    const wide& truth = exact.row[row - 1];
+    const f32 nearest = static_cast<f32>(truth);
+    if (std::isinf(nearest)) return got == nearest ? 0.0 : static_cast<f64>(infinite);
+    f64 at_least = 0.0;
+    if (row == 4 || row == 5) at_least = 1.0;
+    if (row == 11 || row == 12) at_least = std::abs(static_cast<f64>(exact.row[0])) * 1e-4;
+    return support::ulps_between(got, truth, at_least);
+}
+
+std::vector<measured_errors> univariate_errors() {
+    static const char* const meaning[] = {"mean",
+                                          "variance",
+                                          "standard deviation",
+                                          "skewness",
+                                          "excess",
+                                          "minimum",
+                                          "maximum",
+                                          "range",
+                                          "coefficient of variation",
+                                          "count",
+                                          "lower limit of the mean",
+                                          "upper limit of the mean",
+                                          "lower limit of the variance",
+                                          "upper limit of the variance"};
+    std::vector<measured_errors> rows;
+    for (int row = 1; row <= 14; ++row)
+        rows.push_back({"`UVSTA` row " + std::to_string(row) + ", " + meaning[row - 1],
+                        row == 1 ? 0.5 : 2.0,
+                        {}});
+
+    const auto judge = [&](const sample& given, f32 level) {
+        const outcome got = statistics(given.x, level, level);
+        const auto exact = support::statistics_of(given.x, level);
+        for (int row = 1; row <= 14; ++row)
+            if (!is_guarded(row, got.code))
+                rows[static_cast<std::size_t>(row - 1)].errors.add(
+                    error_of(row, got.row(row), exact),
+                    [&] { return given.name + ", level " + shortest(level); });
+    };
+    for (const sample& given : unkind_data())
+        if (support::whole_sample || given.x.size() < 5000) judge(given, 95.0F);
+    constexpr f32 levels[] = {95.0F, 99.9F, 50.0F, 95.0F, 1.0F};
+    const std::vector<sample> sets = small_sets(7000);
+    for (std::size_t k = 0; k < sets.size(); ++k)
+        if (takes_sample(static_cast<long>(k))) judge(sets[k], levels[k % std::size(levels)]);
+    return rows;
+}
+
+// ---- Quantiles ----------------------------------------------------------------------------------
+
+template <class... Values> auto arguments(const char* names, Values... values) {
+    return [=] {
+        std::string text = names;
+        ((text += (text == names ? " " : ", ") + shortest(values)), ...);
+        return text;
+    };
+}
+
+// Every stride-th f32 below the given one, and all near its ends and its middle.
+template <class Act> void for_f32_below(f32 end, i32 stride, Act act) {
+    const i32 last = std::bit_cast<i32>(end) - 1;
+    const i32 middle = std::bit_cast<i32>(end / 2);
+    for (i32 bits = 1; bits <= last - stride; bits += stride)
+        if (takes_sample(bits / stride)) act(std::bit_cast<f32>(bits));
+    for (i32 k = 0; k < 2000; ++k)
+        if (takes_sample(k))
+            for (const i32 bits : {1 + k, last - k, middle - 1 - k, middle + 1 + k})
+                act(std::bit_cast<f32>(bits));
+}
+
+std::vector<measured_errors> normal_errors(i32 stride) {
+    measured_errors inverse_erfc{"`ERFCI`", 0.501, {}};
+    for_f32_below(2.0F, stride, [&](f32 x) {
+        const f32 y = ERFCI(x);
+        if (x != 1.0F)
+            inverse_erfc.errors.add(in_last_places(support::inverse_erfc_error(f64{y}, f64{x}), y),
+                                    arguments("X =", x));
+    });
+    measured_errors single{"`ANORIN`", 0.501, {}};
+    for_f32_below(1.0F, stride, [&](f32 p) {
+        const f32 x = ANORIN(p);
+        if (p != 0.5F)
+            single.errors.add(in_last_places(support::normal_error(x, p), x), arguments("P =", p));
+    });
+    measured_errors twice{"`DNORIN`", 45, {}};
+    const auto check = [&](f64 p) {
+        const f64 x = DNORIN(p);
+        twice.errors.add(in_last_places(support::normal_error(x, p), x), arguments("P =", p));
+    };
+    for (const f64 p : support::probabilities()) check(p);
+    for (f64 p = 0.49; p > 1e-320; p *= 0.83) check(p);
+    return {inverse_erfc, single, twice};
+}
+
+std::vector<measured_errors> student_errors() {
+    measured_errors single{"`TIN`", 0.501, {}};
+    support::random_arguments random;
+    for (int k = 0; k < 1500; ++k) {
+        const f32 p = random.probability();
+        const f32 df = static_cast<f32>(random.log_uniform(1.0, 1e7));
+        if (!takes_sample(k)) continue;
+        const f32 t = TIN(p, df);
+        if (p != 0.5F && !std::isinf(t))
+            single.errors.add(in_last_places(support::student_error(t, p, df), t),
+                              arguments("P, DF =", p, df));
+    }
+    measured_errors twice{"`DTIN`", 45, {}};
+    long number = 0;
+    for (const f64 df : support::degrees_of_freedom)
+        for (const f64 p : support::probabilities()) {
+            if (!takes_sample(number++)) continue;
+            const f64 t = DTIN(p, df);
+            if (!std::isinf(t))
+                twice.errors.add(in_last_places(support::student_error(t, p, df), t),
+                                 arguments("P, DF =", p, df));
+        }
+    return {single, twice};
+}
+
+std::vector<measured_errors> chi_squared_errors() {
+    measured_errors single{"`CHIIN`", 0.501, {}};
+    support::random_arguments random;
+    for (int k = 0; k < 700; ++k) {
+        const f32 p = random.probability();
+        const f32 df = static_cast<f32>(random.log_uniform(0.5, 1e7));
+        if (!takes_sample(k)) continue;
+        const f32 x = CHIIN(p, df);
+        if (x >= std::numeric_limits<f32>::min())
+            single.errors.add(in_last_places(support::chi_squared_error(x, p, df), x),
+                              arguments("P, DF =", p, df));
+    }
+    measured_errors twice{"`DCHIIN`", 45, {}};
+    std::vector<f64> degrees(std::begin(support::degrees_of_freedom),
+                             std::end(support::degrees_of_freedom));
+    degrees.insert(degrees.end(), {0.5, 0.75});
+    long number = 0;
+    for (const f64 df : degrees)
+        for (const f64 p : support::probabilities()) {
+            if (!takes_sample(number++)) continue;
+            const f64 x = DCHIIN(p, df);
+            if (x >= 1e-300) // below, digits are lost to underflow
+                twice.errors.add(in_last_places(support::chi_squared_error(x, p, df), x),
+                                 arguments("P, DF =", p, df));
+        }
+    return {single, twice};
+}
+
+// ---- Incomplete beta ratio ----------------------------------------------------------------------
+
+class beta_judge {
+public:
+    explicit beta_judge(measured_errors& row) : row_(row) {}
+
+    void operator()(f64 x, f64 a, f64 b) {
+        if (!takes_sample(number_++)) return;
+        const f64 value = DBETAI(x, a, b);
+        if (value >= 1e-300)
+            row_.errors.add(in_last_places(support::beta_error(value, x, a, b), value),
+                            arguments("X, PIN, QIN =", x, a, b));
+    }
+
+private:
+    measured_errors& row_;
+    long number_ = 0;
+};
+
+std::vector<measured_errors> beta_errors() {
+    measured_errors tests{"`DBETAI`, t and F tests", 90, {}};
+    beta_judge judge(tests);
+    for (const f64 dfn : {1.0, 2.0, 3.0, 5.0, 10.0, 50.0, 399.0, 401.0, 1e3, 1e5, 1e7})
+        for (const f64 dfd : support::degrees_of_freedom)
+            for (const f64 f :
+                 {1e-10, 1e-5, 0.01, 0.1, 0.5, 0.9, 0.99, 0.9999, 1.0,   1.0001, 1.01,
+                  1.1,   1.5,  2.0,  3.0, 4.0, 7.0, 10.0, 30.0,   100.0, 1000.0, 1e5}) {
+                const f64 x = dfd / (dfd + dfn * f);
+                judge(x, 0.5 * dfd, 0.5 * dfn);
+                judge(1.0 - x, 0.5 * dfd, 0.5 * dfn);
+            }
+    // Just past the mean, where the fraction from the wrong side begins with a denominator near 0.
+    judge(0.99997665560511395, 150102.65925917885, 2.505543420740949);
+    support::random_arguments random;
+    for (int k = 0; k < 3000; ++k) {
+        const f64 a = random.log_uniform(0.5, k % 3 == 0 ? 5e6 : 1e5);
+        const f64 b = k % 2 == 0 ? random.log_uniform(0.5, 5e6) : 0.5 * (1 + k % 40);
+        const f64 near_mean = 1.0 + random.uniform(-8, 8) * std::sqrt(1.0 / a + 1.0 / b);
+        const f64 f = k % 4 == 0 ? std::fmax(near_mean, 1e-3) : random.log_uniform(1e-5, 1e5);
+        judge(a / (a + b * f), a, b);
+    }
+
+    measured_errors anywhere{"`DBETAI`, shapes from 0.001 to 1e8", 45000, {}};
+    beta_judge judge_anywhere(anywhere);
+    for (int k = 0; k < 2500; ++k) {
+        const f64 a = random.log_uniform(1e-3, 1e8);
+        const f64 b = random.log_uniform(1e-3, 1e8);
+        const f64 mean = a / (a + b);
+        const f64 spread = std::sqrt(mean * (1.0 - mean) / (a + b + 1.0));
+        const f64 near_mean = mean + random.uniform(-9, 9) * spread;
+        judge_anywhere(k % 2 == 0 ? random.uniform(0.0, 1.0) : std::clamp(near_mean, 0.0, 1.0), a,
+                       b);
+    }
+    // Where the complement is nearly all of it.
+    judge_anywhere(0.99999988356282143, 17491.874003706878, 0.0010218366234767452);
+    return {tests, anywhere};
+}
+
+// ---- The tables ---------------------------------------------------------------------------------
+
+void expect_true(const measured_errors& measured, const std::vector<std::string>& cells) {
+    ASSERT_EQ(cells.size(), 6U) << "cells of " << measured.name;
+    const error_tally& errors = measured.errors;
+    EXPECT_EQ(cells[1], shortest(measured.promised)) << measured.name;
+    EXPECT_LE(errors.worst(), measured.promised) << measured.name << " at " << errors.place();
+    const f64 worst = std::stod(cells[2]);
+    EXPECT_LE(errors.worst(), worst) << measured.name << " at " << errors.place();
+    EXPECT_GT(errors.samples(), 10) << measured.name;
+    if (!support::whole_sample) return;
+    constexpr f64 loosest = 1.25;
+    constexpr f64 decimal = 0.001;
+    EXPECT_LE(worst, loosest * errors.worst() + decimal) << measured.name << " is better than that";
+    EXPECT_NEAR(std::stod(cells[3]), errors.mean(), (loosest - 1) * errors.mean() + decimal)
+        << measured.name;
+    EXPECT_EQ(cells[5], std::to_string(errors.samples())) << measured.name;
+}
+
+TEST(AccuracyTable, StatesWhatIsMeasured) {
+    const auto table = support::read_tables(document);
+    std::size_t rows = 0;
+    for (const auto& family : {univariate_errors(), normal_errors(4096), student_errors(),
+                               chi_squared_errors(), beta_errors()})
+        for (const measured_errors& measured : family) {
+            std::cout << support::markdown_row(measured) << '\n';
+            const auto stated = table.find(measured.name);
+            if (stated == table.end())
+                ADD_FAILURE() << "docs/accuracy.md has no row for " << measured.name;
+            else
+                expect_true(measured, stated->second);
+            ++rows;
+        }
+    const auto routines = std::count_if(table.begin(), table.end(),
+                                        [](const auto& row) { return row.first.starts_with('`'); });
+    EXPECT_EQ(static_cast<std::size_t>(routines), rows) << "rows that nothing measures";
+}
+
+// Every argument that f32 has, some minutes:
+//   test_numeric --gtest_also_run_disabled_tests --gtest_filter='*EveryF32*'
+TEST(AccuracyTable, DISABLED_HoldsForEveryF32Argument) {
+    const auto rows = normal_errors(1);
+    for (const measured_errors& measured : rows) {
+        std::cout << support::markdown_row(measured) << '\n';
+        EXPECT_LE(measured.errors.worst(), measured.promised) << measured.errors.place();
+    }
+}
+
+// ---- Certified sets -----------------------------------------------------------------------------
+
+struct certified_set {
+    f64 mean = 0, deviation = 0;
+    std::vector<f32> x;
+};
+
+certified_set read_certified(const std::string& path) {
+    std::ifstream file(path);
+    certified_set set;
+    bool in_data = false;
+    for (std::string line; std::getline(file, line);) {
+        const auto after_colon = [&] { return std::stod(line.substr(line.rfind(':') + 1)); };
+        if (line.starts_with("Sample Mean")) set.mean = after_colon();
+        if (line.starts_with("Sample Standard")) set.deviation = after_colon();
+        if (in_data && line.find_first_of("0123456789") != std::string::npos)
+            set.x.push_back(std::stof(line));
+        if (line.starts_with("-----")) in_data = true;
+    }
+    return set;
+}
+
+std::string matching_digits(f32 got, f64 certified) {
+    if (f64{got} == certified) return "all";
+    const f64 error = std::abs(f64{got} - certified) / std::abs(certified);
+    char text[16];
+    std::snprintf(text, sizeof text, "%.1f", -std::log10(error));
+    return text;
+}
+
+TEST(AccuracyTable, StatesTheDigitsOfCertifiedSets) {
+    const char* folder = std::getenv("QMX_IC_DATA");
+    if (folder == nullptr) GTEST_SKIP() << "QMX_IC_DATA names no folder";
+    const auto table = support::read_tables(document);
+    for (const std::string name : {"Lew", "Lottery", "NumAcc1"}) {
+        const certified_set set = read_certified(folder + ("/certified/" + name + ".dat"));
+        ASSERT_GT(set.x.size(), 2U) << name;
+        const outcome got = statistics(set.x);
+        EXPECT_EQ(got.row(1), static_cast<f32>(set.mean)) << name;
+        EXPECT_EQ(got.row(3), static_cast<f32>(set.deviation)) << name;
+        const std::vector<std::string> cells = {name, std::to_string(set.x.size()),
+                                                matching_digits(got.row(1), set.mean),
+                                                matching_digits(got.row(3), set.deviation)};
+        for (const std::string& cell : cells) std::cout << "| " << cell << ' ';
+        std::cout << "|\n";
+        const auto stated = table.find(name);
+        EXPECT_EQ(stated == table.end() ? std::vector<std::string>() : stated->second, cells);
+    }
+}
+
+} // namespace
