@@ -47,75 +47,88 @@ enum { QMX_IC_YES = 1, QMX_IC_NO = 2 };
 
 /* One geo-referenced point of IC data, or one spot test. Never written to. */
 typedef struct t_icdata {
-    double d_x;         /* easting, in the caller's planar unit of length                          */
-    double d_y;         /* northing, same unit                                                     */
-    double d_val;       /* the measured value, or a pass count where pass counts are analysed      */
-    int32_t i_passno;   /* number of the roller's pass at this point, counted from 1               */
-    int32_t i_reserved; /* fills the record to 32 bytes; never read                                */
+    double d_x;         /* easting, in the caller's planar unit of length */
+    double d_y;         /* northing, same unit */
+    double d_val;       /* the measured value, or a pass count where pass counts are analysed */
+    int32_t i_passno;   /* number of the roller's pass at this point, counted from 1 */
+    int32_t i_reserved; /* fills the record to 32 bytes; never read */
 } t_icdata;
 
 /* Statistics, histogram and target test of one measure. Fields marked "in" are set by the caller
  * and keep their values, but for one case: with exactly 200 classes (pass counts up to 199)
- * x_target receives the final cumulative percentage, just before the target test reads it.       */
+ * x_target receives the final cumulative percentage, just before the target test reads it. */
 typedef struct t_statsout {
-    int32_t i_flag_target;   /* in: 1 evaluates the target test, anything else skips it            */
-    int32_t i_target_met;    /* out: 1 the required percentage is reached, 2 it is not; unchanged
-                                without a target test                                              */
-    int32_t i_numdata;       /* out: number of values analysed                                     */
-    float x_stat[15];        /* out, zero-based here: [0] mean, [1] variance (divisor n - 1),
-                                [2] standard deviation, [3] skewness, [4] excess kurtosis,
-                                [5] minimum, [6] maximum, [7] range, [8] coefficient of variation
-                                (a ratio), [9] count of values that are numbers, [10] and [11]
-                                lower and upper 95 % confidence limit of the mean, [12] and [13]
-                                lower and upper 95 % confidence limit of the variance, [14] 0.0.
-                                A NaN marks a statistic that the values do not define              */
-    int32_t i_numbins;       /* out: meaningful entries of the next three arrays                   */
-    float x_bin[200];        /* out: upper class limits, unit of the measure                       */
-    float x_freq[200];       /* out: share of the values in each class, percent                    */
-    float x_cumfreq[200];    /* out: share up to and including each class, percent; entries past
-                                the class limits of this call are left as they were                */
-    float x_target;          /* in: target value of the measure                                    */
-    float x_target_pct;      /* in: share of the values that must satisfy the target, percent      */
-    float x_achieved_pct;    /* out: share that does, percent; unchanged without a target test     */
-    float x_pctlevel[2];     /* in: two cumulative percentages to be read back as values           */
-    float x_pctvalue[2];     /* out: the measure at each of them; unchanged for constant data      */
+    int32_t i_flag_target; /* in: 1 evaluates the target test, anything else skips it */
+    int32_t i_target_met;  /* out: 1 the required percentage is reached, 2 it is not; unchanged
+                              without a target test */
+    int32_t i_numdata;     /* out: number of values analysed */
+    float x_stat[15];      /* out, zero-based here: [0] mean, [1] variance (divisor n - 1), [2]
+                              standard deviation, [3] skewness, [4] excess kurtosis, [5] minimum,
+                              [6] maximum, [7] range, [8] coefficient of variation (a ratio), [9]
+                              count of values that are numbers, [10] and [11] lower and upper 95
+                              % confidence limit of the mean, [12] and [13] lower and upper 95 %
+                              confidence limit of the variance, [14] 0.0. A NaN marks a statistic
+                              that the values do not define */
+    int32_t i_numbins;     /* out: meaningful entries of the next three arrays */
+    float x_bin[200];      /* out: upper class limits, unit of the measure */
+    float x_freq[200];     /* out: share of the values in each class, percent */
+    float x_cumfreq[200];  /* out: share up to and including each class, percent; entries past
+                              the class limits of this call are left as they were */
+    float x_target;        /* in: target value of the measure */
+    float x_target_pct;    /* in: share of the values that must satisfy the target, percent */
+    float x_achieved_pct;  /* out: share that does, percent; unchanged without a target test */
+    float x_pctlevel[2];   /* in: two cumulative percentages to be read back as values */
+    float x_pctvalue[2];   /* out: the measure at each of them; unchanged for constant data */
 } t_statsout;
 
 /* A fitted polynomial. */
 typedef struct t_fitout {
-    int32_t i_degree; /* degree of the polynomial                                                  */
-    float x_coef[10]; /* coefficients, constant term first; entries past i_degree are 0            */
-    float x_rsq;      /* R-squared of the fit, percent                                             */
+    int32_t i_degree; /* degree of the polynomial */
+    float x_coef[10]; /* coefficients, constant term first; entries past i_degree are 0 */
+    float x_rsq;      /* R-squared of the fit, percent */
 } t_fitout;
+
+/* Settings of a semivariogram; read only. */
+typedef struct t_gamvset_user {
+    int32_t i_nlag;       /* number of lags, 1 to 98; there are i_nlag + 2 lag classes */
+    float x_xlag;         /* lag distance, unit of the coordinates, 0 or more; each class reaches
+                             half of it to either side */
+    float x_azm;          /* direction of the search, degrees clockwise from north */
+    float x_atol;         /* half-angle of the search cone, degrees: 0 or less means 45, 90 or
+                             more means omnidirectional */
+    float x_bandwh;       /* bandwidth: greatest distance of a pair's end from the axis of the
+                             search, unit of the coordinates, 0 or more */
+    int32_t i_standsills; /* 1: divide the semivariances by the variance of the data; 2: do not */
+} t_gamvset_user;
 
 /* One pass bin of a coverage call: pass counts from lower to upper, both inclusive. */
 typedef struct t_passbin {
-    int32_t i_pass_lower;
-    int32_t i_pass_upper; /* -1: no upper end, taken as 10000                                      */
+    int32_t i_pass_lower; /* lowest pass count of the bin */
+    int32_t i_pass_upper; /* highest; -1: no upper end, taken as 10000 */
 } t_passbin;
 
 /* One area of the alignment, as a closed outline; the closing edge is implied. */
 typedef struct t_areaflt {
-    int32_t i_flag_exclusion; /* 1: excluded, its size is subtracted; 2: included, it is added     */
-    int32_t i_numvertices;    /* vertices in use, at most 10000; 0 or less contributes nothing     */
-    double d_vert_x[10000];   /* eastings of the vertices, in either sense of rotation             */
-    double d_vert_y[10000];   /* northings of the vertices                                         */
+    int32_t i_flag_exclusion; /* 1: excluded, its size is subtracted; 2: included, it is added */
+    int32_t i_numvertices;    /* vertices in use, at most 10000; 0 or less contributes nothing */
+    double d_vert_x[10000];   /* eastings of the vertices, in either sense of rotation */
+    double d_vert_y[10000];   /* northings of the vertices */
 } t_areaflt;
 
 /* The result of one pass bin. -99.0 marks a value that was not computed. */
 typedef struct t_binresult {
-    float x_coverage;       /* compacted area in percent of the plan area                          */
-    float x_compacted_area; /* points in the bin times the mesh area                               */
-    float x_plan_area;      /* included less excluded areas; the same in every bin                 */
+    float x_coverage;       /* compacted area in percent of the plan area */
+    float x_compacted_area; /* points in the bin times the mesh area */
+    float x_plan_area;      /* included less excluded areas; the same in every bin */
 } t_binresult;
 
 /* What went wrong. Written on failure only, and then wholly. */
 typedef struct t_event {
-    char c_description[256]; /* the message, padded with blanks, no terminator                     */
+    char c_description[256]; /* the message, padded with blanks, no terminator */
     char c_subfunc[256];     /* failing routine and its callers, innermost first, joined by "/",
-                                cut at 256 characters                                              */
-    int32_t i_errcode;       /* 101 for checks; 102 and 103 for some fit and file failures         */
-    int32_t i_errclass;      /* 2, a failure                                                       */
+                                cut at 256 characters */
+    int32_t i_errcode;       /* 101 for checks; 102 and 103 for some fit and file failures */
+    int32_t i_errclass;      /* 2, a failure */
 } t_event;
 
 /* Refuses to compile where a record does not have the agreed layout (packing options, say). */
@@ -126,7 +139,7 @@ typedef struct t_event {
 #else
 #define QMX_IC_LAYOUT(condition, name) typedef char qmx_ic_layout_##name[(condition) ? 1 : -1]
 #endif
-#define QMX_IC_AT(record, field, offset) \
+#define QMX_IC_AT(record, field, offset)                                                           \
     QMX_IC_LAYOUT(offsetof(record, field) == (offset), record##_##field)
 
 QMX_IC_LAYOUT(sizeof(t_icdata) == 32, t_icdata_size);
@@ -155,6 +168,14 @@ QMX_IC_LAYOUT(sizeof(t_fitout) == 48, t_fitout_size);
 QMX_IC_AT(t_fitout, i_degree, 0);
 QMX_IC_AT(t_fitout, x_coef, 4);
 QMX_IC_AT(t_fitout, x_rsq, 44);
+
+QMX_IC_LAYOUT(sizeof(t_gamvset_user) == 24, t_gamvset_user_size);
+QMX_IC_AT(t_gamvset_user, i_nlag, 0);
+QMX_IC_AT(t_gamvset_user, x_xlag, 4);
+QMX_IC_AT(t_gamvset_user, x_azm, 8);
+QMX_IC_AT(t_gamvset_user, x_atol, 12);
+QMX_IC_AT(t_gamvset_user, x_bandwh, 16);
+QMX_IC_AT(t_gamvset_user, i_standsills, 20);
 
 QMX_IC_LAYOUT(sizeof(t_passbin) == 8, t_passbin_size);
 QMX_IC_AT(t_passbin, i_pass_lower, 0);
@@ -206,8 +227,8 @@ QMX_IC_AT(t_event, i_errclass, 516);
  * Method: all results in 32-bit arithmetic. Quantiles by linear interpolation in the cumulative
  * histogram; limits by the Student t and chi-squared distributions.                              */
 QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32_t i_numdata,
-                                const t_icdata *t_data, t_statsout *t_out,
-                                t_event *t_evt) QMX_IC_NOEXCEPT;
+                                const t_icdata* t_data, t_statsout* t_out,
+                                t_event* t_evt) QMX_IC_NOEXCEPT;
 
 /* Mean measure against pass number, with a fitted quadratic: how a layer gains with each pass.
  *
@@ -233,9 +254,9 @@ QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32
  * Method: means of the values in 32-bit precision, rounded correctly; the fit by orthogonal
  * polynomials.                                                                                   */
 QMX_IC_API int32_t IC_compact_curve_b(int32_t i_maxpassno, int32_t i_mindata, int32_t i_numdata,
-                                      const t_icdata *t_data, int32_t *i_numpasses,
-                                      double *d_passmean, double *d_curvex, double *d_curvey,
-                                      t_fitout *t_fit, t_event *t_evt) QMX_IC_NOEXCEPT;
+                                      const t_icdata* t_data, int32_t* i_numpasses,
+                                      double* d_passmean, double* d_curvex, double* d_curvey,
+                                      t_fitout* t_fit, t_event* t_evt) QMX_IC_NOEXCEPT;
 
 /* A polynomial through data, evaluated at 100 abscissas. There is no event record: a failure shows in
  * the return value alone, with both outputs untouched.
@@ -252,9 +273,46 @@ QMX_IC_API int32_t IC_compact_curve_b(int32_t i_maxpassno, int32_t i_mindata, in
  * negative degree are no failure: the polynomial is then 0.
  * Method: orthogonal polynomials (Forsythe 1957) in 64-bit arithmetic; the curve is the sum of
  * ascending powers, so abscissas far from 0 against their range cost digits: centre them first.   */
-QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const float *s_xdata,
-                                     const float *s_ydata, float *s_xcurve,
-                                     float *s_ycurve) QMX_IC_NOEXCEPT;
+QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const float* s_xdata,
+                                     const float* s_ydata, float* s_xcurve,
+                                     float* s_ycurve) QMX_IC_NOEXCEPT;
+
+/* How the measured value varies with the distance between points: the experimental semivariogram, an
+ * exponential model fitted to it, and range, sill and nugget read off the model's curve.
+ *
+ * in   i_ndata       records in t_data; 0 or less is none
+ *      t_data        d_x, d_y and d_val are read and narrowed to 32 bits. Subtract a local origin
+ *                    first: at a northing of 4,860,000 m positions step by 0.5 m
+ *      t_gamvset     the settings
+ * out  x_lagdist     [i_nlag + 2] mean distance of the pairs of each lag class. Entry 0: coincident
+ *                    points, each point with itself among them; entry k: the class about
+ *                    (k - 1) * x_xlag. A class without pairs has 0
+ *      x_gamma       [i_nlag + 2] semivariance of each lag class, 0 without pairs
+ *      x_modelcoef   [2] practical range a and sill c of the model c * (1 - exp(-3 h / a))
+ *      x_fitlag      [100] distances of the model's curve
+ *      x_fitgamma    [100] the model there
+ *      s_fitsummary  [4] of 32 bits: range, sill, sill less nugget, nugget, read off the curve where
+ *                    it flattens below 5 degrees in the unit square. Not the model's parameters
+ *      t_evt         written on failure only
+ *
+ * All outputs are zeroed first (the first two if i_nlag + 2 is positive). Failures (code 101):
+ *   "t_gamvset_user%i_standsills has to be either 1 or 2"
+ *   "i_nlag + 2 exceeds the maximum 100 lag classes"
+ *   "nlag is too small: check parameters", "xlag is too small: check parameter file",
+ *   "horizontal bandwidth is too small": all with zeros in the outputs
+ *   "Only the curvefit fails": x_lagdist and x_gamma stand, the rest is 0
+ * Both of the model's parameters are bounded above by the greatest semivariance, the range below by 1
+ * and the sill by 0.05; with standardised semivariances the range often sits on such a bound.
+ * Results depend on the order of the records where points coincide in 32 bits: after a coincident
+ * pair the search for a lag class may drop the next pairs of that point.
+ * Method: pairs in range are found through a grid, and everything is summed in the order of a plain
+ * double loop, so that the numbers are that loop's to the last bit on every processor. The fit is a
+ * bounded trust-region least squares in 32 bits.                                                 */
+QMX_IC_API int32_t IC_semivariogram(int32_t i_ndata, const t_icdata* t_data,
+                                    const t_gamvset_user* t_gamvset, double* x_lagdist,
+                                    double* x_gamma, double* x_modelcoef, double* x_fitlag,
+                                    double* x_fitgamma, float* s_fitsummary,
+                                    t_event* t_evt) QMX_IC_NOEXCEPT;
 
 /* Selects the points inside or on a circle.
  *
@@ -269,9 +327,9 @@ QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const 
  * Failures: none of its own.
  * Method: dx*dx + dy*dy <= r*r in 64-bit arithmetic, in this order, no square root.              */
 QMX_IC_API int32_t find_points_in_circle(int32_t i_numpoints, double d_radius,
-                                         const double *d_center, const double *d_x,
-                                         const double *d_y, int32_t *i_found, int32_t *i_indices,
-                                         t_event *t_evt) QMX_IC_NOEXCEPT;
+                                         const double* d_center, const double* d_x,
+                                         const double* d_y, int32_t* i_found, int32_t* i_indices,
+                                         t_event* t_evt) QMX_IC_NOEXCEPT;
 
 /* Selects the points inside a polygon.
  *
@@ -291,9 +349,9 @@ QMX_IC_API int32_t find_points_in_circle(int32_t i_numpoints, double d_radius,
  * Method: crossing parity in 64-bit arithmetic over half-open edges; an edge from (xi, yi) to
  * (xj, yj) that straddles y counts when (x - xi) - ((y - yi) * (xj - xi)) / (yj - yi) < 0.       */
 QMX_IC_API int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpoints,
-                                          const double *d_vertexx, const double *d_vertexy,
-                                          const double *d_x, const double *d_y, int32_t *i_found,
-                                          int32_t *i_indices, t_event *t_evt) QMX_IC_NOEXCEPT;
+                                          const double* d_vertexx, const double* d_vertexy,
+                                          const double* d_x, const double* d_y, int32_t* i_found,
+                                          int32_t* i_indices, t_event* t_evt) QMX_IC_NOEXCEPT;
 
 /* Relates spot tests to the IC data around them: statistics of the IC values near each test, and the
  * line through the pairs of spot value and IC mean.
@@ -323,10 +381,10 @@ QMX_IC_API int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpo
  * Method: matches where dx*dx + dy*dy <= r*r in 64-bit arithmetic; least squares by orthogonal
  * reduction.                                                                                     */
 QMX_IC_API int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, double d_radius,
-                                       const t_icdata *t_data, const t_icdata *t_tests,
-                                       t_statsout *t_stats, float *x_regress, int32_t *i_numvalid,
-                                       int32_t *i_validlist, double *d_predict,
-                                       t_event *t_evt) QMX_IC_NOEXCEPT;
+                                       const t_icdata* t_data, const t_icdata* t_tests,
+                                       t_statsout* t_stats, float* x_regress, int32_t* i_numvalid,
+                                       int32_t* i_validlist, double* d_predict,
+                                       t_event* t_evt) QMX_IC_NOEXCEPT;
 
 /* Coverage of an alignment, bin by bin of pass counts.
  *
@@ -347,10 +405,10 @@ QMX_IC_API int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, do
  * "current area is negative", for a sliver of nearly collinear vertices, with -99.0 in all results.
  * Method: coverage = 100 * (points * mesh area / alignment area) in 64-bit arithmetic, narrowed; the
  * area of an outline by the shoelace formula.                                                    */
-QMX_IC_API int32_t IC_coverage(const float *x_meshsize, int32_t i_num_point, int32_t i_num_bins,
-                               int32_t i_num_areas, const t_passbin *t_bins,
-                               const t_icdata *t_data, const t_areaflt *t_areas,
-                               t_binresult *t_results, t_event *t_evt) QMX_IC_NOEXCEPT;
+QMX_IC_API int32_t IC_coverage(const float* x_meshsize, int32_t i_num_point, int32_t i_num_bins,
+                               int32_t i_num_areas, const t_passbin* t_bins, const t_icdata* t_data,
+                               const t_areaflt* t_areas, t_binresult* t_results,
+                               t_event* t_evt) QMX_IC_NOEXCEPT;
 
 #ifdef __cplusplus
 }

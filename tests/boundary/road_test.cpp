@@ -290,4 +290,94 @@ TEST(Road, PolynomialCurveIsNeverNegativeAndAFailureLeavesItAlone) {
     EXPECT_EQ(call(21, 2), 3);
 }
 
+TEST(Road, SemivariogramKeepsItsExperimentalPartWhereOnlyTheFitFails) {
+    std::vector<t_icdata> points;
+    for (int k = 0; k < 400; ++k)
+        points.push_back({0.3 * (k % 40), 0.5 * (k / 40), 50 + 8 * std::sin(0.35 * k), 1, 0});
+    t_gamvset_user settings = {8, 0.5F, 90, 90, 100, 2};
+    double distance[11];
+    double semivariance[11];
+    double model[2];
+    double curve_x[100];
+    double curve_y[100];
+    float summary[4];
+    t_event event;
+    const auto call = [&](int32_t count) {
+        std::fill_n(distance, 11, 7.0);
+        std::fill_n(semivariance, 11, 7.0);
+        std::fill_n(model, 2, 7.0);
+        std::fill_n(curve_y, 100, 7.0);
+        std::fill_n(summary, 4, 7.0F);
+        event = patterned_event();
+        return IC_semivariogram(count, points.data(), &settings, distance, semivariance, model,
+                                curve_x, curve_y, summary, &event);
+    };
+    ASSERT_EQ(call(400), 1);
+    EXPECT_TRUE(is_untouched(event));
+    EXPECT_EQ(distance[0] + semivariance[0], 0) << "each point with itself";
+    EXPECT_NEAR(distance[3], 1.0, 0.1);
+    EXPECT_GT(semivariance[3], 0);
+    EXPECT_EQ(distance[10], 7) << "past the classes";
+    EXPECT_GE(model[0], 1);
+    EXPECT_GT(summary[1], 0);
+
+    for (auto& point : points) point.d_val = 5; // all semivariances 0: nothing to fit
+    EXPECT_EQ(call(400), 3);
+    EXPECT_EQ(text_of(event.c_description), "Only the curvefit fails");
+    EXPECT_EQ(text_of(event.c_subfunc), "modelfit_all/modelfit_all/semivariogram_modlefit/"
+                                        "qmx_icdata_semivgm_drv/IC_semivariogram");
+    EXPECT_EQ(event.i_errcode, 101);
+    EXPECT_NEAR(distance[3], 1.0, 0.1);
+    EXPECT_EQ(model[0] + curve_y[50] + summary[2], 0);
+
+    struct {
+        t_gamvset_user settings;
+        const char *message, *path;
+        double first;
+    } const rows[] = {
+        {{8, 0.5F, 90, 90, 100, 3},
+         "t_gamvset_user%i_standsills has to be either 1 or 2",
+         "qmx_icdata_semivgm_drv/IC_semivariogram",
+         0},
+        {{99, -1, 90, 90, -1, 2},
+         "i_nlag + 2 exceeds the maximum 100 lag classes",
+         "qmx_icdata_semivgm_drv/IC_semivariogram",
+         0},
+        {{0, 0.5F, 90, 90, 100, 2},
+         "nlag is too small: check parameters",
+         "readparm/qmx_icdata_semivgm_drv/IC_semivariogram",
+         0},
+        {{-5, 0.5F, 90, 90, 100, 2},
+         "nlag is too small: check parameters",
+         "readparm/qmx_icdata_semivgm_drv/IC_semivariogram",
+         7},
+        {{8, -0.1F, 90, 90, 100, 2},
+         "xlag is too small: check parameter file",
+         "readparm/qmx_icdata_semivgm_drv/IC_semivariogram",
+         0},
+        {{8, 0.5F, 90, 90, -1, 2},
+         "horizontal bandwidth is too small",
+         "readparm/qmx_icdata_semivgm_drv/IC_semivariogram",
+         0},
+        {{std::numeric_limits<int32_t>::max(), 0.5F, 90, 90, 1, 2},
+         "i_nlag + 2 exceeds the maximum 100 lag classes",
+         "qmx_icdata_semivgm_drv/IC_semivariogram",
+         7},
+    };
+    std::vector<double> wide(101, 7.0);
+    for (const auto& row : rows) {
+        settings = row.settings;
+        std::fill(wide.begin(), wide.end(), 7.0);
+        std::vector<double> also_wide = wide;
+        t_event failure = patterned_event();
+        EXPECT_EQ(IC_semivariogram(400, points.data(), &settings, wide.data(), also_wide.data(),
+                                   model, curve_x, curve_y, summary, &failure),
+                  3);
+        EXPECT_EQ(text_of(failure.c_description), row.message);
+        EXPECT_EQ(text_of(failure.c_subfunc), row.path) << row.message;
+        EXPECT_EQ(wide[0], row.first) << row.message;
+        EXPECT_EQ(curve_y[0], 0);
+    }
+}
+
 } // namespace

@@ -77,6 +77,14 @@ std::vector<export_call> exports() {
              return IC_coverage(mesh, count, 2, 1, bins, points.data(), areas.data(), results,
                                 event);
          }},
+        {"IC_semivariogram", 4,
+         [=](t_event* event) {
+             const t_gamvset_user settings = {8, 0.6F, 90, 90, 100, 2};
+             double distance[10], semivariance[10], model[2], curve_x[100], curve_y[100];
+             float summary[4];
+             return IC_semivariogram(count, points.data(), &settings, distance, semivariance, model,
+                                     curve_x, curve_y, summary, event);
+         }},
         {"find_points_in_circle", 0,
          [=](t_event* event) {
              const double center[2] = {75, 0};

@@ -1,0 +1,230 @@
+#include "semivariogram/neighbour_runs.hpp"
+
+#include "semivariogram/parameters.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <utility>
+
+namespace qmx {
+
+namespace {
+
+constexpr f64 cells_in_reach = 2.0;      // cell side: the reach divided by it
+constexpr f64 most_cells_across = 1.0e9; // so that a cell's number fits in 32 bits
+constexpr i64 bridged_gap = 12;          // ruled-out points between candidates, taken along
+constexpr i64 shortest_bridged = 4;      // mean length of runs, below which they count as scattered
+constexpr i64 shortest_in_place = 1024;  // points in a row that are not copied
+constexpr std::uint64_t nowhere = ~std::uint64_t{0};
+
+bool is_finite(f32 x, f32 y) {
+    return std::isfinite(x) && std::isfinite(y);
+}
+
+// Makes room for at least `needed` elements, keeping `kept`.
+template <class T> bool grow(work_array<T>& array, i64 needed, i64 kept) {
+    if (needed <= array.size()) return true;
+    work_array<T> larger(std::max(needed, 2 * array.size()));
+    if (!larger) return false;
+    std::copy_n(array.data(), kept, larger.data());
+    array = std::move(larger);
+    return true;
+}
+
+} // namespace
+
+// Columns and rows of cells grow with the coordinate, rounding included, so that a point between two
+// others lies in a cell between theirs.
+std::uint32_t neighbour_runs::column_of(f64 x) const {
+    const f64 column = (x - left_) / side_;
+    if (!(column > 0)) return 0;
+    return column < last_column_ ? static_cast<std::uint32_t>(column) : last_column_;
+}
+
+std::uint32_t neighbour_runs::row_of(f64 y) const {
+    const f64 row = (y - bottom_) / side_;
+    if (!(row > 0)) return 0;
+    return row < last_row_ ? static_cast<std::uint32_t>(row) : last_row_;
+}
+
+std::uint64_t neighbour_runs::cell_of(i64 point) const {
+    if (!is_finite(x_[point], y_[point])) return nowhere;
+    return static_cast<std::uint64_t>(row_of(y_[point])) << 32 | column_of(x_[point]);
+}
+
+bool neighbour_runs::is_located(i64 run) const {
+    return is_finite(x_[start_[run]], y_[start_[run]]);
+}
+
+bool neighbour_runs::build(const f32* x, const f32* y, const f32* value, i64 count, f32 dismxs) {
+    x_ = x;
+    y_ = y;
+    value_ = value;
+    f64 right = 0, top = 0;
+    bool any = false;
+    for (i64 i = 0; i < count; ++i) {
+        if (!is_finite(x[i], y[i])) continue;
+        left_ = any ? std::min<f64>(left_, x[i]) : x[i];
+        right = any ? std::max<f64>(right, x[i]) : x[i];
+        bottom_ = any ? std::min<f64>(bottom_, y[i]) : y[i];
+        top = any ? std::max<f64>(top, y[i]) : y[i];
+        any = true;
+    }
+    // dx * dx <= dismxs in f32 leaves dx a few units in the last place more than the root, and
+    // underflow a little more than that.
+    reach_ = std::sqrt(static_cast<f64>(dismxs) + 1.0e-44) * (1.0 + 1.0e-6);
+    const f64 extent = std::max(right - left_, top - bottom_);
+    side_ = std::max(reach_ / cells_in_reach, extent / most_cells_across);
+    last_column_ = static_cast<std::uint32_t>((right - left_) / side_);
+    last_row_ = static_cast<std::uint32_t>((top - bottom_) / side_);
+
+    runs_ = located_ = 0;
+    std::uint64_t before = nowhere;
+    for (i64 i = 0; i < count; ++i) {
+        const std::uint64_t cell = cell_of(i);
+        if (i == 0 || cell != before) {
+            ++runs_;
+            if (cell != nowhere) ++located_;
+        }
+        before = cell;
+    }
+    const i64 words = runs_ / 64 + 1;
+    start_ = work_array<i32>(runs_ + 1);
+    by_cell_ = work_array<entry>(located_);
+    marked_ = work_array<std::uint64_t>(words, 0);
+    words_ = work_array<std::uint64_t>(words / 64 + 1, 0);
+    if (!start_ || !by_cell_ || !marked_ || !words_) return false;
+    i64 run = 0, located = 0;
+    for (i64 i = 0; i < count; ++i) {
+        const std::uint64_t cell = cell_of(i);
+        if (i == 0 || cell != before) {
+            if (cell != nowhere) by_cell_[located++] = {cell, static_cast<i32>(run)};
+            start_[run++] = static_cast<i32>(i);
+        }
+        before = cell;
+    }
+    start_[run] = static_cast<i32>(count);
+    std::sort(by_cell_.begin(), by_cell_.end(), [](const entry& a, const entry& b) {
+        return a.cell != b.cell ? a.cell < b.cell : a.run < b.run;
+    });
+    return true;
+}
+
+void neighbour_runs::mark(i64 run) {
+    const i64 word = run >> 6;
+    marked_[word] |= std::uint64_t{1} << (run & 63);
+    words_[word >> 6] |= std::uint64_t{1} << (word & 63);
+    first_word_ = std::min(first_word_, word >> 6);
+    last_word_ = std::max(last_word_, word >> 6);
+}
+
+// Writes the numbers of the marked runs in ascending order, and unmarks them.
+bool neighbour_runs::list_marked() {
+    numbers_ = 0;
+    for (i64 high = first_word_; high <= last_word_; ++high) {
+        if (!grow(number_, numbers_ + 64 * 64 + 4, numbers_)) return false;
+        for (; words_[high] != 0; words_[high] &= words_[high] - 1) {
+            const i64 word = high * 64 + std::countr_zero(words_[high]);
+            std::uint64_t bits = std::exchange(marked_[word], 0);
+            const int count = std::popcount(bits);
+            // Mostly a few: these without a branch for each.
+            i32* const to = number_.data() + numbers_;
+            for (int k = 0; k < 4; ++k, bits &= bits - 1)
+                to[k] = static_cast<i32>(word * 64 + std::countr_zero(bits));
+            for (int k = 4; k < count; ++k, bits &= bits - 1)
+                to[k] = static_cast<i32>(word * 64 + std::countr_zero(bits));
+            numbers_ += count;
+        }
+    }
+    return true;
+}
+
+bool neighbour_runs::mark_neighbours(i64 run) {
+    f64 left = x_[first(run)], right = left, bottom = y_[first(run)], top = bottom;
+    for (i64 i = first(run) + 1; i < end(run); ++i) {
+        left = std::min<f64>(left, x_[i]);
+        right = std::max<f64>(right, x_[i]);
+        bottom = std::min<f64>(bottom, y_[i]);
+        top = std::max<f64>(top, y_[i]);
+    }
+    const std::uint32_t last_row = row_of(top + reach_);
+    first_word_ = words_.size();
+    last_word_ = -1;
+    for (std::uint64_t row = row_of(bottom - reach_); row <= last_row; ++row) {
+        // Rows of cells that lie apart leave less than the whole reach across. A thousandth of a cell
+        // makes up for the rounding of cell borders.
+        const f64 below = bottom_ + static_cast<f64>(row) * side_;
+        const f64 gap = std::max(below - top, bottom - (below + side_)) - 0.001 * side_;
+        const f64 across = gap > 0 ? std::sqrt(std::max(reach_ * reach_ - gap * gap, 0.0)) : reach_;
+        const std::uint64_t first_cell = row << 32 | column_of(left - across);
+        const std::uint64_t last_cell = row << 32 | column_of(right + across);
+        const entry* at =
+            std::lower_bound(by_cell_.begin(), by_cell_.end(), first_cell,
+                             [](const entry& a, std::uint64_t cell) { return a.cell < cell; });
+        for (; at != by_cell_.end() && at->cell <= last_cell; ++at)
+            if (at->run >= run) mark(at->run);
+    }
+    return list_marked();
+}
+
+// Makes segments of the listed runs. Long stretches, with short gaps that are taken along, stay where
+// they are; what is scattered is copied one after the other, since every point of the run reads it.
+bool neighbour_runs::make_segments(i64 run) {
+    const i64 first_candidate = first(number_[0]);
+    const i64 span = end(number_[numbers_ - 1]) - first_candidate;
+    i64 candidates = 0;
+    for (i64 k = 0; k < numbers_; ++k) candidates += end(number_[k]) - first(number_[k]);
+    segments_ = 0;
+    // Copying pays when what it spares, for every point of the run, is more than what it costs.
+    const bool scattered = candidates < shortest_bridged * numbers_;
+    const i64 spared = (span - candidates) * (end(run) - first(run));
+    if (spared <= candidates * (scattered ? 10 : 1)) return add_in_place(first_candidate, span);
+    // Gaps between scattered points are not worth taking along.
+    const i64 gap = scattered ? 0 : bridged_gap;
+    // Whoever reads the copies may read beyond their end.
+    const i64 room = candidates + numbers_ * gap + gamv_variables::padding;
+    if (3 * room > copy_.size()) {
+        copy_ = work_array<f32>(std::max(3 * room, 2 * copy_.size()), 0.0F);
+        if (!copy_) return false;
+    }
+    f32* const x = copy_.data();
+    f32* const y = x + copy_.size() / 3;
+    f32* const value = y + copy_.size() / 3;
+    i64 copied = 0;
+    bool continues = false; // the last segment is one of copies
+    for (i64 k = 0; k < numbers_;) {
+        const i64 from = first(number_[k]);
+        i64 to = end(number_[k]);
+        for (++k; k < numbers_ && first(number_[k]) - to <= gap; ++k) to = end(number_[k]);
+        if (to - from >= shortest_in_place) {
+            if (!add_in_place(from, to - from)) return false;
+            continues = false;
+            continue;
+        }
+        if (!continues) {
+            if (!grow(segment_, segments_ + 1, segments_)) return false;
+            segment_[segments_++] = {x + copied, y + copied, value + copied, 0};
+            continues = true;
+        }
+        segment_[segments_ - 1].count += to - from;
+        for (i64 j = from; j < to; ++j, ++copied) {
+            x[copied] = x_[j];
+            y[copied] = y_[j];
+            value[copied] = value_[j];
+        }
+    }
+    return true;
+}
+
+bool neighbour_runs::add_in_place(i64 from, i64 length) {
+    if (!grow(segment_, segments_ + 1, segments_)) return false;
+    segment_[segments_++] = {x_ + from, y_ + from, value_ + from, length};
+    return true;
+}
+
+bool neighbour_runs::gather(i64 run) {
+    return mark_neighbours(run) && make_segments(run);
+}
+
+} // namespace qmx

@@ -1,0 +1,78 @@
+// Which points can be in range of which: square cells over the plane, and runs of points.
+//
+// A run is a longest sequence of consecutive points in one cell. Rollers write lane by lane, so runs
+// are long and few; in shuffled data they degenerate to single points. All points of a run share one
+// list of candidates, in ascending order: everything from that run on that the cells cannot rule out.
+// The list may hold pairs out of range, never lacks one in range; nobody relies on it for more.
+//
+// Memory: 20 bytes a run, and what the candidates of one run take.
+#pragma once
+
+#include "frame/work_array.hpp"
+
+#include <cstdint>
+
+namespace qmx {
+
+// Consecutive candidates that stand one after the other in memory.
+struct candidate_segment {
+    const f32* x;
+    const f32* y;
+    const f32* value;
+    i64 count;
+};
+
+class neighbour_runs {
+public:
+    // Positions that are not finite belong to no cell. The arrays end with padding that may be read.
+    // Two points whose f32 distance squared is at most dismxs (finite) find each other. False when
+    // memory ran out.
+    bool build(const f32* x, const f32* y, const f32* value, i64 count, f32 dismxs);
+
+    i64 runs() const { return runs_; }
+    i64 first(i64 run) const { return start_[run]; }
+    i64 end(i64 run) const { return start_[run + 1]; }
+    bool is_located(i64 run) const; // false for points without a finite position
+
+    // The candidates of a run: the first segment begins with the run itself. False when memory ran
+    // out. The list stands until the next call.
+    bool gather(i64 run);
+    i64 segments() const { return segments_; }
+    const candidate_segment& segment(i64 index) const { return segment_[index]; }
+
+private:
+    struct entry { // a run in its cell
+        std::uint64_t cell;
+        i32 run;
+    };
+    std::uint64_t cell_of(i64 point) const;
+    std::uint32_t column_of(f64 x) const;
+    std::uint32_t row_of(f64 y) const;
+    void mark(i64 run);
+    bool mark_neighbours(i64 run);
+    bool list_marked();
+    bool make_segments(i64 run);
+    bool add_in_place(i64 from, i64 length);
+
+    const f32* x_ = nullptr;
+    const f32* y_ = nullptr;
+    const f32* value_ = nullptr;
+    f64 reach_ = 0;
+    f64 side_ = 1;
+    f64 left_ = 0, bottom_ = 0;
+    std::uint32_t last_column_ = 0, last_row_ = 0;
+    i64 runs_ = 0, located_ = 0;
+    work_array<i32> start_ = work_array<i32>(0);
+    work_array<entry> by_cell_ = work_array<entry>(0);
+    // One bit a run, and one bit a word of those: the runs of the neighbouring cells, put in order.
+    work_array<std::uint64_t> marked_ = work_array<std::uint64_t>(0);
+    work_array<std::uint64_t> words_ = work_array<std::uint64_t>(0);
+    i64 first_word_ = 0, last_word_ = -1;         // of words_ with a bit set
+    work_array<i32> number_ = work_array<i32>(0); // of the marked runs
+    i64 numbers_ = 0;
+    work_array<f32> copy_ = work_array<f32>(0); // x, y and value of the candidates copied
+    work_array<candidate_segment> segment_ = work_array<candidate_segment>(0);
+    i64 segments_ = 0;
+};
+
+} // namespace qmx

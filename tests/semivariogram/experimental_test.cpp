@@ -1,0 +1,315 @@
+// The experimental semivariogram: the same numbers as the plain loop, to the
+// last bit.
+#include "frame/event.hpp"
+#include "semivariogram/experimental.hpp"
+#include "semivariogram/literal_loop.hpp"
+#include "semivariogram/pair_kernel.hpp"
+#include "semivariogram/pair_search.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <random>
+
+using namespace qmx;
+
+namespace {
+
+constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
+constexpr f32 inf32 = std::numeric_limits<f32>::infinity();
+
+using lot = std::vector<t_icdata>;
+
+t_gamvset settings(i32 nlag, f32 xlag) {
+    return {-1.0e21F, 1.0e21F, nlag, xlag, xlag * 0.5F, 0, 90, 1.0e9F, 0, 0, 1.0e9F, 0, 1, 1, 1};
+}
+
+// ---- Lots
+// --------------------------------------------------------------------------------------
+
+class lot_maker {
+public:
+    explicit lot_maker(unsigned seed) : generator_(seed) {}
+
+    i32 below(i32 limit) { return static_cast<i32>(generator_() % static_cast<unsigned>(limit)); }
+    f64 uniform(f64 low, f64 high) {
+        return low + (high - low) * (static_cast<f64>(generator_()) / 4294967296.0);
+    }
+    template <class T> T one_of(std::initializer_list<T> choices) {
+        return choices.begin()[below(static_cast<i32>(choices.size()))];
+    }
+
+    lot make() {
+        lot data = positions(below(8) == 0 ? below(4) : 2 + below(400));
+        const i32 kind = below(12);
+        for (t_icdata& point : data) point.d_val = value(kind);
+        if (below(6) == 0) spoil(data);
+        if (below(5) == 0) std::shuffle(data.begin(), data.end(), generator_);
+        return data;
+    }
+
+    t_gamvset set() {
+        t_gamvset set = settings(1 + below(one_of({3, 20, 98})), 0);
+        set.xlag = one_of(
+            {0.3F, 0.6F, 0.15F, 0.5F, 1.0F, 3.0F, 0.1F, 10.0F, static_cast<f32>(uniform(0.01, 8))});
+        if (below(25) == 0)
+            set.xlag = one_of({0.0F, 1.0e-30F, 1.0e-18F, 1.0e-9F, 1.0e10F, 3.0e16F, 1.0e30F, inf32,
+                               nan32, 1.0e-44F});
+        set.xltol =
+            below(20) == 0 ? set.xlag * static_cast<f32>(uniform(-0.5, 2)) : set.xlag * 0.5F;
+        set.azm = one_of({0.0F, 90.0F, 45.0F, static_cast<f32>(uniform(-400, 400))});
+        if (below(30) == 0) set.azm = one_of({nan32, inf32, 1.0e9F});
+        if (below(2) == 0) {
+            set.atol = one_of({0.0F, -1.0F, 1.0F, 10.0F, 22.5F, 45.0F, 60.0F, 89.0F, 89.999F, 90.0F,
+                               180.0F, 269.9F, 270.0F, 300.0F, 360.0F, 1.0e6F});
+            set.bandwh = set.bandwd =
+                one_of({0.0F, 1.0e-7F, 0.15F, 0.3F, 1.0F, 2.5F, 1.0e9F, inf32, nan32});
+        }
+        if (below(30) == 0) set.dip = static_cast<f32>(uniform(-90, 90));
+        if (below(30) == 0) set.dtol = static_cast<f32>(uniform(0, 100));
+        if (below(20) == 0) set.bandwd = static_cast<f32>(uniform(0, 1.0e-6));
+        if (below(12) == 0) set.tmin = one_of({70.0F, 79.0F, 80.0F, nan32});
+        if (below(12) == 0) set.tmax = one_of({81.0F, 85.0F, 95.0F, nan32});
+        set.isill = below(2);
+        return set;
+    }
+
+private:
+    lot positions(i32 count) {
+        lot data;
+        const f64 east = one_of({0.0, 0.0, 1000.0, 500123.4});
+        const f64 north = one_of({0.0, 0.0, 2000.0, 4401234.5});
+        const i32 across = 1 + below(24);
+        const i32 passes = 1 + below(5);
+        const i32 kind = below(9);
+        const f64 scale = below(30) == 0 ? one_of({1.0e-21, 1.0e-19, 1.0e-9, 1.0e8, 1.0e18}) : 1.0;
+        for (i32 i = 0; i < count; ++i) {
+            f64 x = 0, y = 0;
+            const i32 cell = i / passes;
+            const i32 cells = std::max(1, count / passes);
+            const i32 later = i % cells; // pass after pass over the same cells
+            switch (kind) {
+            case 0: x = 0.3 * (i / across), y = 0.5 * (i % across); break;
+            case 1: x = 0.3 * (cell / across), y = 0.3 * (cell % across); break;
+            case 2: x = 0.3 * (later / across), y = 0.3 * (later % across); break;
+            case 3: x = 0.3 * (i % 40) + uniform(-0.02, 0.02), y = 0.5 * (i / 40); break;
+            case 4: x = uniform(0, 20), y = uniform(0, 12); break;
+            case 5: x = 1.0 * below(6), y = 0.5 * below(4); break;
+            case 6: x = 0.25 * i, y = 0; break;
+            case 7: x = y = 0; break;
+            default: x = uniform(0, 5) + (below(40) == 0 ? 4.0e6 : 0), y = uniform(0, 3); break;
+            }
+            data.push_back({east + scale * x, north + scale * y, 0, 1, 0});
+        }
+        return data;
+    }
+
+    f64 value(i32 kind) {
+        switch (kind) {
+        case 0: return 80.0 + below(10);
+        case 1: return 80.0;
+        case 2: return below(20) == 0 ? f64{nan32} : uniform(60, 100);
+        case 3:
+            return below(10) == 0 ? one_of({1.0e21, -1.0e21, 2.0e21, -3.0e30, 1.0e300})
+                                  : uniform(60, 100);
+        case 4: return uniform(-1.0e20, 1.0e20);
+        case 5: return below(15) == 0 ? one_of<f64>({inf32, -inf32, nan32}) : below(100);
+        default: return uniform(60, 100);
+        }
+    }
+
+    void spoil(lot& data) {
+        for (t_icdata& point : data) {
+            if (below(12) == 0) point.d_x = one_of<f64>({nan32, inf32, -inf32, 1.0e300, 3.0e38});
+            if (below(12) == 0) point.d_y = one_of<f64>({nan32, inf32, -inf32, -3.0e38, 0});
+        }
+    }
+
+    std::mt19937 generator_;
+};
+
+// ---- Comparison
+// --------------------------------------------------------------------------------
+
+bool same(f64 a, f64 b) {
+    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b) ||
+           (std::isnan(a) && std::isnan(b));
+}
+
+std::string text_of(const t_gamvset& set, const lot& data) {
+    std::ostringstream text;
+    text << "n " << data.size() << " nlag " << set.nlag << " xlag " << set.xlag << " xltol "
+         << set.xltol << " azm " << set.azm << " atol " << set.atol << " bandwh " << set.bandwh
+         << " bandwd " << set.bandwd << " dip " << set.dip << " dtol " << set.dtol << " limits "
+         << set.tmin << " " << set.tmax;
+    return text.str();
+}
+
+void expect_literal(const t_gamvset& set, const lot& data) {
+    const auto truth = literal::accumulate(set, data);
+    const auto means = literal::means(set, truth);
+    const i32 count = static_cast<i32>(data.size());
+    const array_view<const t_icdata> view(data.data(), count);
+    const pair_kernel::version_list versions = pair_kernel::available_versions();
+    for (i32 v = 0; v < versions.count; ++v) {
+        pair_kernel::use_version(versions.entries[v]);
+        SCOPED_TRACE(std::string(versions.entries[v]->name) + ": " + text_of(set, data));
+        clear_event();
+        gamv_variables variables;
+        ASSERT_EQ(readparm(set, count, view, variables), 1);
+        std::vector<f64> np(truth.np.size() - 1), dis(np), gam(np), table(700, -1);
+        ASSERT_TRUE(search_pairs(variables, view_of(np.data(), std::ssize(np)),
+                                 view_of(dis.data(), std::ssize(np)),
+                                 view_of(gam.data(), std::ssize(np))));
+        i32 classes = 0;
+        gslib_gamv(set, count, view, classes, view_of(table.data(), 700));
+        ASSERT_FALSE(has_failed());
+        EXPECT_EQ(classes, set.nlag + 2);
+        EXPECT_TRUE(same(variables.sills, truth.sill));
+        for (std::size_t k = 1; k < truth.np.size(); ++k) {
+            ASSERT_EQ(np[k - 1], truth.np[k]) << "class " << k;
+            ASSERT_TRUE(same(dis[k - 1], truth.dis[k]))
+                << "class " << k << ": " << dis[k - 1] << " for " << truth.dis[k];
+            ASSERT_TRUE(same(gam[k - 1], truth.gam[k]))
+                << "class " << k << ": " << gam[k - 1] << " for " << truth.gam[k];
+            ASSERT_TRUE(same(table[k - 1], means.dis[k])) << "class " << k;
+            ASSERT_TRUE(same(table[100 + k - 1], means.gam[k])) << "class " << k;
+            ASSERT_EQ(table[200 + k - 1], truth.np[k]) << "class " << k;
+        }
+    }
+    pair_kernel::use_version(nullptr);
+}
+
+TEST(PairSearch, GivesTheNumbersOfThePlainLoop) {
+    const unsigned lots = 1500;
+    for (unsigned seed = 1; seed <= lots && !testing::Test::HasFatalFailure(); ++seed) {
+        lot_maker maker(seed);
+        const lot data = maker.make();
+        SCOPED_TRACE(seed);
+        expect_literal(maker.set(), data);
+    }
+}
+
+// Lots with more pairs in a row than a block takes, and more in a class than wait at once.
+struct large_lot {
+    const char* name;
+    i32 count;
+    i32 across; // points side by side; 0 puts all on one place
+    i32 passes;
+    bool pass_by_pass;
+    bool shuffled;
+    t_gamvset set;
+};
+
+t_gamvset directed(t_gamvset set, f32 azm, f32 atol) {
+    set.azm = azm;
+    set.atol = atol;
+    return set;
+}
+
+const large_lot large_lots[] = {
+    {"global", 3000, 24, 1, false, false, settings(20, 1.0F)},
+    {"few_classes", 2500, 24, 1, false, false, settings(1, 30.0F)},
+    {"many_classes", 2500, 24, 1, false, false, settings(98, 0.15F)},
+    {"directed", 2500, 24, 1, false, false, directed(settings(20, 1.0F), 30, 20)},
+    {"all_on_one_place", 2500, 0, 1, false, false, settings(5, 1.0F)},
+    {"passes_of_each_cell", 2800, 24, 4, false, false, settings(20, 0.6F)},
+    {"cells_of_each_pass", 2800, 24, 4, true, false, settings(20, 0.6F)},
+    {"local_of_a_long_strip", 4000, 4, 1, false, false, settings(10, 0.3F)},
+    {"local_shuffled", 4000, 4, 1, false, true, settings(10, 0.3F)}};
+
+class LargeLot : public testing::TestWithParam<large_lot> {};
+
+TEST_P(LargeLot, GivesTheNumbersOfThePlainLoop) {
+    const large_lot& row = GetParam();
+    std::mt19937 generator(11);
+    lot data;
+    const i32 cells = row.count / row.passes;
+    for (i32 i = 0; i < row.count; ++i) {
+        const i32 cell = row.pass_by_pass ? i % cells : i / row.passes;
+        const f64 x = row.across == 0 ? 3.0 : 0.3 * (cell / row.across);
+        const f64 y = row.across == 0 ? 4.0 : 0.3 * (cell % row.across);
+        data.push_back({x, y, 60 + static_cast<f64>(generator()) / 1.0e8, 1, 0});
+    }
+    if (row.shuffled) std::shuffle(data.begin(), data.end(), generator);
+    expect_literal(row.set, data);
+}
+
+INSTANTIATE_TEST_SUITE_P(PairSearch, LargeLot, testing::ValuesIn(large_lots),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// ---- Known numbers -----------------------------------------------------------------------------
+
+struct table {
+    explicit table(const t_gamvset& set, const lot& data) : values(700, -1) {
+        i32 classes = 0;
+        const i64 count = std::ssize(data);
+        clear_event();
+        gslib_gamv(set, static_cast<i32>(count), view_of(data.data(), count), classes,
+                   view_of(values.data(), 700));
+    }
+    f64 distance(i64 k) const { return at(result_column::distance, k); }
+    f64 semivariance(i64 k) const { return at(result_column::semivariance, k); }
+    f64 pairs(i64 k) const { return at(result_column::pair_count, k); }
+    f64 at(result_column column, i64 k) const {
+        return values[static_cast<std::size_t>(result_index(column, k) - 1)];
+    }
+    std::vector<f64> values;
+};
+
+TEST(LagClasses, HoldEachPairOfALineTwice) {
+    // Distances 1, 1 and 2; squared differences 4, 25 and 9.
+    const lot data = {{0, 0, 1, 1, 0}, {1, 0, 3, 1, 0}, {2, 0, -2, 1, 0}};
+    t_gamvset set = settings(2, 1.0F);
+    const table plain(set, data);
+    EXPECT_EQ(plain.pairs(1), 6);
+    EXPECT_EQ(plain.pairs(2), 0);
+    EXPECT_EQ(plain.pairs(3), 4);
+    EXPECT_EQ(plain.pairs(4), 2);
+    EXPECT_EQ(plain.distance(3), 1);
+    EXPECT_EQ(plain.semivariance(3), 29.0 / 4);
+    EXPECT_EQ(plain.distance(4), 2);
+    EXPECT_EQ(plain.semivariance(4), 4.5);
+    set.isill = 1; // mean 2/3, variance 14/3 - 4/9
+    EXPECT_NEAR(table(set, data).semivariance(4), 4.5 / (14.0 / 3 - 4.0 / 9), 1.0e-15);
+    set.atol = 45; // north, but the line runs east
+    EXPECT_EQ(table(set, data).pairs(3), 0);
+    set.azm = 90;
+    EXPECT_EQ(table(set, data).pairs(3), 2);
+    set.bandwh = set.bandwd = 0; // passes coincident points only
+    EXPECT_EQ(table(set, data).pairs(1), 3);
+    EXPECT_EQ(table(set, data).pairs(3), 0);
+}
+
+TEST(LagClasses, BorderBelongsToTheLowerClass) {
+    const t_gamvset set = settings(3, 1.0F);
+    const lot data = {{0, 0, 0, 1, 0}, {1.5, 0, 1, 1, 0}};
+    const table result(set, data);
+    EXPECT_EQ(result.pairs(3), 2);
+    EXPECT_EQ(result.pairs(4), 0);
+    const lot longest = {{0, 0, 0, 1, 0}, {3.5, 0, 1, 1, 0}};
+    EXPECT_EQ(table(set, longest).pairs(5), 2);
+}
+
+TEST(LagClasses, CoincidentPairAfterAFarOneLosesTheRestOfItsRow) {
+    // Row 1 meets a point 3 lags away, then its own place again, then points 1 and 2 lags away.
+    const t_gamvset set = settings(4, 1.0F);
+    const lot data = {{0, 0, 0, 1, 0}, {3, 0, 0, 1, 0}, {0, 0, 0, 1, 0}, {1, 0, 0, 1, 0}};
+    const table result(set, data);
+    EXPECT_EQ(result.pairs(1), 2 * 5); // itself, and one coincident pair
+    EXPECT_EQ(result.pairs(3), 2);     // of points 3 and 4; that of 1 and 4 is lost
+    EXPECT_EQ(result.pairs(4), 2);     // of points 2 and 4
+    EXPECT_EQ(result.pairs(5), 4);     // of points 1 and 2, 2 and 3
+    lot reordered = {data[0], data[2], data[1], data[3]};
+    EXPECT_EQ(table(set, reordered).pairs(3), 4);
+}
+
+TEST(LagClasses, PlacesThatCollapseIn32BitsCoincide) {
+    const lot data = {{4401234.51, 0, 1, 1, 0}, {4401234.55, 0, 3, 1, 0}};
+    const table result(settings(2, 0.1F), data);
+    EXPECT_EQ(result.pairs(1), 6);
+    EXPECT_EQ(result.semivariance(1), 8.0 / 12);
+}
+
+} // namespace
