@@ -84,4 +84,18 @@ int32_t plain_polygon(int32_t vertices, int32_t count, const double* vx, const d
     return found;
 }
 
+// Points per bin: a walk over the bins for each point, the first that holds its pass count taking it.
+void plain_bins(int32_t bin_count, int32_t count, const t_passbin* bins, const t_icdata* points,
+                int32_t* counts) {
+    std::fill_n(counts, bin_count, 0);
+    for (int32_t i = 0; i < count; ++i) {
+        const auto passes = static_cast<int32_t>(points[i].d_val);
+        for (int32_t k = 0; k < bin_count; ++k)
+            if (bins[k].i_pass_lower <= passes && passes <= bins[k].i_pass_upper) {
+                ++counts[k];
+                break;
+            }
+    }
+}
+
 } // extern "C"

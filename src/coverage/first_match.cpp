@@ -27,8 +27,12 @@ first_match_table::first_match_table(const array_view<const t_passbin>& bins)
     std::sort(starts_.begin(), starts_.begin() + count);
     stretches_ = std::unique(starts_.begin(), starts_.begin() + count) - starts_.begin();
     if (!paint(bins)) return;
-    for (std::uint32_t passes = 0; passes <= highest_direct; ++passes)
-        direct_[passes] = search(static_cast<i32>(passes));
+    for (i64 s = 0; s < stretches_; ++s) {
+        const i64 begin = std::clamp(starts_[s], i64{0}, i64{highest_direct} + 1);
+        const i64 next = s + 1 < stretches_ ? starts_[s + 1] : i64{highest_direct} + 1;
+        const i64 end = std::clamp(next, i64{0}, i64{highest_direct} + 1);
+        std::fill(direct_.begin() + begin, direct_.begin() + end, firsts_[s]);
+    }
     is_complete_ = true;
 }
 

@@ -11,9 +11,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include <cstdlib>
+#if defined(__AVX2__)
 #include <immintrin.h>
-#if 1
 #endif
 
 namespace qmx::pair_kernel {

@@ -72,8 +72,9 @@ bool neighbour_runs::build(const f32* x, const f32* y, const f32* value, i64 cou
         any = true;
     }
     // dx * dx <= dismxs in f32 leaves dx a few units in the last place more than the root, and
-    // underflow a little more than that.
-    reach_ = std::sqrt(static_cast<f64>(dismxs) + 1.0e-44) * (1.0 + 1.0e-6);
+    // underflow, be it to zero, a little more than that.
+    constexpr f64 underflow = std::numeric_limits<f32>::min();
+    reach_ = std::sqrt(static_cast<f64>(dismxs) + underflow) * (1.0 + 1.0e-6);
     const f64 extent = std::max(right - left_, top - bottom_);
     side_ = std::max(reach_ / cells_in_reach, extent / most_cells_across);
     last_column_ = static_cast<std::uint32_t>((right - left_) / side_);

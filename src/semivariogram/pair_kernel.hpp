@@ -65,9 +65,9 @@ struct pair_block {
 // are a chain, those of several classes are independent of each other and go side by side.
 struct waiting_pairs {
     static constexpr i64 most = 2048; // pairs of one class
-    static constexpr i64
-        room_of_class = // some may be written beyond; and classes are spread over the
-        most + 24;      // cache, whose sets repeat after a power of two
+    // Some places may be written beyond, and classes are spread over the cache, whose sets repeat
+    // after a power of two.
+    static constexpr i64 room_of_class = most + 24;
     static constexpr i64 most_columns = 112;
 
     i64 columns = 0;              // column k is class k; column 0 takes what has no class
@@ -75,7 +75,6 @@ struct waiting_pairs {
     f32* next[most_columns] = {}; // place of the next pair of each class
     alignas(64) f64 sums[2 * most_columns] = {}; // distance and measure of each class
     f64 counts[most_columns] = {};
-    std::uint32_t direct[256] = {};
 
     bool reserve(i64 number_of_classes); // false when memory ran out
     i64 most_waiting() const;            // pairs in the class with most of them

@@ -9,7 +9,7 @@ namespace qmx::pair_kernel {
 
 extern const version version_avx512;
 const version version_avx512 = {
-    "avx512", filter, filter_with_offsets, classify, classify_and_direct, reject, collect2, add};
+    "avx512", filter, filter_with_offsets, classify, classify_and_direct, reject, collect, add};
 
 } // namespace qmx::pair_kernel
 

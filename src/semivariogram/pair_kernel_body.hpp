@@ -195,39 +195,6 @@ void collect(const pair_block& block, waiting_pairs& waiting) {
     }
 }
 
-void add(waiting_pairs& waiting, bool twice);
-template <bool Twice> inline void add_directly(const pair_block& block, waiting_pairs& waiting) {
-    f64* const sums = waiting.sums;
-    for (i64 from = 0; from < block.count; from += 64) {
-        const f32* const pairs = block.pairs + 2 * from;
-        const std::uint8_t* const lag_class = block.lag_class + from;
-        const i64 count = block.count - from < 64 ? block.count - from : 64;
-        std::uint64_t ends =
-            from == 0 ? class_changes(lag_class + 1) << 1 : class_changes(lag_class);
-        ends &= ~std::uint64_t{1};
-        if (count < 64) {
-            const std::uint64_t end = std::uint64_t{1} << count;
-            ends = (ends & (end - 1)) | end;
-        }
-        i64 first = 0;
-        do {
-            const i64 end = lowest_bit(ends);
-            ends &= ends - 1;
-            const std::uint8_t k = lag_class[first];
-            f64* const place = sums + 2 * k;
-            waiting.direct[k] += static_cast<std::uint32_t>(end - first);
-            __m128d sum = _mm_load_pd(place);
-            do {
-                const __m128d pair = _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pairs + 2 * first))));
-                sum = _mm_add_pd(sum, pair);
-                if constexpr (Twice) sum = _mm_add_pd(sum, pair);
-            } while (++first < end);
-            _mm_store_pd(place, sum);
-        } while (first < count);
-    }
-}
-void collect2(const pair_block& block, waiting_pairs& waiting) { if(getenv("ONCE")) add_directly<false>(block,waiting); else add_directly<true>(block, waiting); }
-
 // ---- Sums --------------------------------------------------------------------------------------
 
 // The sums of as many classes as fit side by side: distance and measure of each, alternating. A step

@@ -1,0 +1,315 @@
+// Coverage of areas: selection, last passes, mesh, bins, target, and what is said about odd areas.
+#include "run_program.hpp"
+
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "mesh.hpp"
+#include "pass_bins.hpp"
+
+namespace {
+
+using app_test::outcome;
+using app_test::text_of;
+
+// Twenty by ten cells of 0.5 m by 0.25 m, 10 m by 2.5 m from (1000, 2000) on, their centres written.
+// Column by column the cells have 1, 2, 3, ... passes, and every pass has its record.
+class Coverage : public app_test::Program {
+protected:
+    static constexpr int columns = 20, rows = 10;
+
+    static std::string cells(int first_pass_shown, double from_x = 1000.25,
+                             const char* head = "CellE_m,CellN_m,PassCount\n") {
+        std::string text = head;
+        for (int column = 0; column < columns; ++column)
+            for (int row = 0; row < rows; ++row)
+                for (int pass = first_pass_shown > 0 ? first_pass_shown : column + 1;
+                     pass <= column + 1; ++pass)
+                    text += fmt::format("{:.3f},{:.3f},{}\n", from_x + 0.5 * column,
+                                        2000.125 + 0.25 * row, pass);
+        return text;
+    }
+    void SetUp() override {
+        write("all.csv", cells(1));
+        write("last.csv", cells(0));
+        write("whole.csv", "x,y\n1000,2000\n1010,2000\n1010,2002.5\n1000,2002.5\n");
+    }
+    outcome coverage(const std::string& arguments) const { return run("coverage " + arguments); }
+};
+
+TEST_F(Coverage, LastPassesOfALatticeFillTheirBins) {
+    for (const char* const file : {"all.csv", "last.csv"}) {
+        SCOPED_TRACE(file);
+        const outcome result =
+            coverage(std::string(file) + " --area whole.csv --json --bins 1-2,3-4,3,10-"
+                                         " --target-passes 5 --target-coverage 80");
+        ASSERT_EQ(result.code, 0) << result.err;
+        const auto document = result.json();
+        EXPECT_EQ(document["schema"], "qmx-ic/coverage/1");
+        EXPECT_EQ(document["mesh"]["x"], 0.5);
+        EXPECT_EQ(document["mesh"]["y"], 0.25);
+        EXPECT_EQ(document["mesh"]["how"], "spacing_of_positions");
+        EXPECT_EQ(document["plan_area"], 25);
+        EXPECT_EQ(document["units"]["area"], "m²");
+        struct {
+            int points;
+            double area, percent;
+        } const expected[] = {{20, 2.5, 10}, {20, 2.5, 10}, {0, 0, 0}, {110, 13.75, 55}};
+        for (std::size_t i = 0; i < std::size(expected); ++i) {
+            const auto& bin = document["bins"][i];
+            EXPECT_EQ(bin["points"], expected[i].points) << i;
+            EXPECT_EQ(bin["area"], expected[i].area) << i;
+            EXPECT_EQ(bin["coverage_percent"], expected[i].percent) << i;
+        }
+        EXPECT_EQ(document["bins"][3]["upper"], nullptr);
+        EXPECT_EQ(document["all_bins"]["coverage_percent"], 75);
+        EXPECT_EQ(document["points_in_no_bin"], 50);
+        EXPECT_EQ(document["target"]["achieved_percent"], 80);
+        EXPECT_EQ(document["target"]["met"], true);
+        EXPECT_EQ(document["cells"]["earlier_records_left_out"],
+                  std::string(file) == "all.csv" ? 10 * (20 * 21 / 2) - 200 : 0);
+    }
+    const auto all = coverage("all.csv --area whole.csv --all-records --json").json();
+    EXPECT_EQ(all["all_bins"]["coverage_percent"], 1050);
+    EXPECT_EQ(all["bins"].size(), 10); // 1 to 9, and from 10 on
+    EXPECT_TRUE(coverage("all.csv --area whole.csv --all-records").says("count several times"));
+}
+
+TEST_F(Coverage, AVerdictIsAnExitCodeOnlyWhereAsked) {
+    const std::string missed = "last.csv --area whole.csv --target-passes 4 --target-coverage 85.1";
+    const std::string met = "last.csv --area whole.csv --target-passes 4 --target-coverage 85";
+    EXPECT_EQ(coverage(missed).code, 0);
+    const outcome asked = coverage(missed + " --exit-code");
+    EXPECT_EQ(asked.code, 3);
+    EXPECT_EQ(asked.err, "");
+    EXPECT_TRUE(asked.says("85 % of the area has 4 or more passes; 85.1 % are required: NOT MET"));
+    EXPECT_EQ(coverage(met + " --exit-code").code, 0);
+    EXPECT_TRUE(coverage(met).says("required: MET"));
+}
+
+TEST_F(Coverage, PointsAreSelectedByEveryKindOfOutlineFirst) {
+    // The left half with a hole of 2 m by 1 m; the same with the hole as an exclusion, which reaches
+    // over half a metre of the right half.
+    write("holed.geojson", R"({"type":"MultiPolygon","coordinates":[[
+        [[1000,2000],[1005,2000],[1005,2002.5],[1000,2002.5],[1000,2000]],
+        [[1001,2001],[1003,2001],[1003,2002],[1001,2002],[1001,2001]]]]})");
+    write("left.csv",
+          "WKT\n\"POLYGON((1000 2000,1000 2002.5,1005 2002.5,1005 2000,1000 2000))\"\n");
+    write("inside.csv", "x,y\n1001,2001\n1003,2001\n1003,2002\n1001,2002\n");
+    write("across.csv", "x,y\n1004,2001\n1005.5,2001\n1005.5,2002\n1004,2002\n");
+    struct {
+        const char* areas;
+        double plan_area;
+        int inside, outside, excluded;
+        const char* note;
+    } const rows_of[] = {
+        {"--area holed.geojson", 10.5, 84, 116, 0, nullptr},
+        {"--area left.csv --exclude inside.csv", 10.5, 84, 100, 16, nullptr},
+        {"--area whole.csv --exclude holed.geojson", 14.5, 116, 0, 84, nullptr},
+        {"--area left.csv --exclude across.csv", 11, 92, 100, 8,
+         "0.5 m² of the excluded areas lie outside"},
+    };
+    for (const auto& row : rows_of) {
+        SCOPED_TRACE(row.areas);
+        const outcome result = coverage(std::string("all.csv --json --bins 0- ") + row.areas);
+        ASSERT_EQ(result.code, 0) << result.err;
+        const auto document = result.json();
+        EXPECT_EQ(document["plan_area"], row.plan_area);
+        EXPECT_EQ(document["all_bins"]["points"], row.inside);
+        EXPECT_EQ(document["bins"][0]["area"], row.inside * 0.125);
+        if (row.note) {
+            EXPECT_TRUE(result.says(row.note));
+        } else {
+            EXPECT_EQ(document["notes"].size(), 0) << document["notes"];
+            EXPECT_EQ(document["all_bins"]["coverage_percent"], 100);
+        }
+        const auto last = coverage(std::string("last.csv --json ") + row.areas).json();
+        EXPECT_EQ(last["selection"]["inside"], row.inside);
+        EXPECT_EQ(last["selection"]["outside"], row.outside);
+        EXPECT_EQ(last["selection"]["in_excluded_areas"], row.excluded);
+    }
+    EXPECT_TRUE(coverage("last.csv --area left.csv --exclude inside.csv")
+                    .says("84 inside the areas; left out: 100 outside, 16 in an excluded area"));
+}
+
+TEST_F(Coverage, AreasThatDoNotSimplyAddUpAreNamed) {
+    write("twice.csv", "part,x,y\na,1000,2000\na,1006,2000\na,1006,2002.5\na,1000,2002.5\n"
+                       "b,1004,2000\nb,1010,2000\nb,1010,2002.5\nb,1004,2002.5\n");
+    write("side_by_side.csv", "part,x,y\na,1000,2000\na,1006,2000\na,1006,2002.5\na,1000,2002.5\n"
+                              "b,1006,2000\nb,1010,2000\nb,1010,2002.5\nb,1006,2002.5\n");
+    write("bow.csv", "x,y\n1000,2000\n1010,2002.5\n1010,2000\n1000,2005\n");
+    const outcome twice = coverage("last.csv --area twice.csv");
+    EXPECT_TRUE(twice.says("5 m² count twice"));
+    EXPECT_TRUE(twice.says("Coverage of 30.00 m²"));
+    EXPECT_FALSE(coverage("last.csv --area side_by_side.csv").says("twice"));
+    EXPECT_TRUE(coverage("last.csv --area bow.csv").says("is not simple (Self-intersection"));
+    const outcome nothing = coverage("last.csv --area bow.csv --exclude whole.csv");
+    EXPECT_EQ(nothing.code, 1);
+    EXPECT_EQ(nothing.out, "");
+    EXPECT_TRUE(nothing.says("the alignment area is "));
+}
+
+TEST_F(Coverage, OutlinesTakeTenThousandVerticesAndNoMore) {
+    const auto ring = [](int vertices) {
+        std::string text = "x,y\n";
+        for (int i = 0; i <= vertices; ++i) // the last one closes
+            text += fmt::format("{:.6f},{:.6f}\n", 1005 + 4 * std::cos(2 * M_PI * i / vertices),
+                                2001 + 4 * std::sin(2 * M_PI * i / vertices));
+        return text;
+    };
+    write("most.csv", ring(10000));
+    write("more.csv", ring(10001));
+    const outcome most = coverage("last.csv --area most.csv --json");
+    ASSERT_EQ(most.code, 0) << most.err;
+    EXPECT_NEAR(most.json()["plan_area"], 16 * M_PI, 1e-4);
+    const outcome more = coverage("last.csv --area more.csv");
+    EXPECT_EQ(more.code, 2);
+    EXPECT_TRUE(more.says("10001 vertices; the analysis takes at most 10000"));
+}
+
+TEST_F(Coverage, AMeshThatIsNotThatOfTheDataIsExplained) {
+    const outcome wide = coverage("last.csv --area whole.csv --mesh 0.5,0.5");
+    ASSERT_EQ(wide.code, 0);
+    EXPECT_TRUE(wide.says("the mesh is 0.5 × 0.5: each point stands for 2 times"));
+    // Half a cell over the outline: more than 100 %, though nothing is wrong.
+    write("tight.csv", "x,y\n1000.2,2000.1\n1009.8,2000.1\n1009.8,2002.4\n1000.2,2002.4\n");
+    EXPECT_TRUE(coverage("last.csv --area tight.csv").says("More than 100 % is covered"));
+    // Positions that differ from pass to pass do not share cells.
+    std::string text = "x,y,pass\n";
+    for (int i = 0; i < 4000; ++i)
+        text += fmt::format("{:.3f},{:.3f},{}\n", 1000 + std::fmod(i * 0.61803398875, 1.0) * 10,
+                            2000 + std::fmod(i * 0.7548776662, 1.0) * 2.5, 1 + i / 1000);
+    write("wandering.csv", text);
+    const outcome unknown = coverage("wandering.csv --area whole.csv");
+    EXPECT_EQ(unknown.code, 2);
+    EXPECT_TRUE(unknown.says("--mesh DX,DY"));
+    EXPECT_TRUE(coverage("wandering.csv --area whole.csv --mesh 0.1,0.25")
+                    .says("several passes over the same"));
+}
+
+TEST_F(Coverage, WhatCannotBeMeantIsRefused) {
+    write("nowhere.csv", "x,y\n0,0\n10,0\n10,10\n0,10\n");
+    write("lonlat.csv", "Longitude,Latitude,PassCount\n-93,43,1\n-93,43.1,2\n");
+    write("mixed.csv", cells(0, 1000.25, "Easting_m,Northing_ft,PassCount\n"));
+    write("no_pass.csv", "x,y,CMV\n1,1,1\n2,2,2\n");
+    const std::pair<const char*, const char*> cases[] = {
+        {"last.csv", "--area is required"},
+        {"last.csv --area whole.csv --bins 1-x", "\"1-x\" is no bin"},
+        {"last.csv --area whole.csv --bins 1-2,,5-", "\"\" is no bin"},
+        {"last.csv --area whole.csv --bins -3", "\"-3\" is no bin"},
+        {"last.csv --area whole.csv --bins 4-2", "4-2 holds no pass count"},
+        {"last.csv --area whole.csv --bins 10001-", "10000 for an open bin"},
+        {"last.csv --area whole.csv --mesh 0.5", "two lengths above 0"},
+        {"last.csv --area whole.csv --mesh 0.5,0", "two lengths above 0"},
+        {"last.csv --area whole.csv --mesh 0.5,-1", "two lengths above 0"},
+        {"last.csv --area whole.csv --target-coverage 90", "needs --target-passes"},
+        {"last.csv --area whole.csv --exit-code", "needs --target-passes"},
+        {"last.csv --area whole.csv --target-passes 0", "no number of passes"},
+        {"last.csv --area whole.csv --target-passes 4 --target-coverage 101", "no percentage"},
+        {"last.csv --area nowhere.csv", "lie apart from all points"},
+        {"lonlat.csv --area whole.csv", "--project"},
+        {"mixed.csv --area whole.csv", "in one unit"},
+        {"no_pass.csv --area whole.csv", "pass counts"}};
+    for (const auto& [arguments, message] : cases) {
+        const outcome result = coverage(arguments);
+        EXPECT_EQ(result.code, 2) << arguments;
+        EXPECT_EQ(result.out, "") << arguments;
+        EXPECT_TRUE(result.says(message)) << arguments;
+    }
+    // Nothing rolled is an answer.
+    write("between.csv", "x,y\n1009.3,2002.2\n1009.7,2002.2\n1009.7,2002.3\n1009.3,2002.3\n");
+    const outcome none = coverage("last.csv --area between.csv --mesh 0.5,0.25 --json");
+    ASSERT_EQ(none.code, 0) << none.err;
+    EXPECT_EQ(none.json()["all_bins"]["coverage_percent"], 0);
+    EXPECT_EQ(none.json()["selection"]["outside"], 200);
+}
+
+TEST_F(Coverage, AGeneratedLotIsCoveredAsItsTruthSays) {
+    ASSERT_EQ(run("generate lot --lattice 0.3 --length 60 --width 12 --missed 0 --bad-rows 0").code,
+              0);
+    const auto truth = nlohmann::json::parse(text_of(path("lot-truth.json")));
+    const double cells_made =
+        truth["strip"]["lanes"].get<double>() * truth["strip"]["points_per_lane"].get<double>();
+    const outcome result = coverage("lot.csv --area lot-alignment.csv --json --target-passes 6");
+    ASSERT_EQ(result.code, 0) << result.err;
+    const auto document = result.json();
+    EXPECT_EQ(document["plan_area"], 720);
+    EXPECT_EQ(document["mesh"]["x"], 0.3);
+    EXPECT_EQ(document["mesh"]["y"], 0.3);
+    EXPECT_EQ(document["cells"]["count"], cells_made);
+    EXPECT_EQ(document["bins"][0]["points"], 0);
+    EXPECT_EQ(document["bins"][1]["points"], cells_made);
+    EXPECT_NEAR(document["target"]["achieved_percent"], 100 * cells_made * 0.09 / 720, 1e-3);
+    EXPECT_EQ(document["notes"].size(), 0) << document["notes"];
+    // Lanes that each begin elsewhere: the two distances make the mesh.
+    ASSERT_EQ(run("generate lanes --length 60 --missed 0 --bad-rows 0").code, 0);
+    EXPECT_EQ(coverage("lanes.csv --area lanes-alignment.csv").code, 2);
+    const auto lanes =
+        coverage("lanes.csv --area lanes-alignment.csv --mesh 0.5,0.3 --json").json();
+    EXPECT_NEAR(lanes["all_bins"]["coverage_percent"], 100, 0.5);
+}
+
+TEST_F(Coverage, RealCellsHaveTheirSpacing) {
+    const char* const data = std::getenv("QMX_IC_DATA");
+    if (!data) GTEST_SKIP() << "QMX_IC_DATA does not name the folder of the real files";
+    write("site.csv", "x,y\n-242449,1032543\n-239821,1032543\n-239821,1033085\n-242449,1033085\n");
+    const std::string file = "'" + std::string(data) + "/roller_all_passes_sample.csv'";
+    const auto document = coverage(file + " --area site.csv --json --bins 1-3,4-").json();
+    EXPECT_EQ(document["mesh"]["x"], 0.34);
+    EXPECT_EQ(document["mesh"]["y"], 0.34);
+    EXPECT_EQ(document["plan_area"], 2628 * 542);
+    EXPECT_EQ(document["all_bins"]["points"], 80);
+    EXPECT_NEAR(document["all_bins"]["area"], 80 * 0.34 * 0.34, 1e-4);
+    const auto& dropped = document["input"]["dropped"];
+    ASSERT_EQ(dropped.size(), 1);
+    EXPECT_EQ(dropped[0]["first_line"], 52);
+}
+
+// Positions column by column, written to the thousandth.
+std::vector<t_icdata> lattice(double spacing, int count, int gap_after = 0, double turn = 0) {
+    std::vector<t_icdata> points;
+    for (int i = 0; i < count; ++i)
+        for (int j = 0; j < 12; ++j) {
+            const double x = (i < gap_after || gap_after == 0 ? i : i + 1000) * spacing;
+            const double y = j * spacing;
+            const auto written = [](double v) { return std::round(v * 1000) / 1000; };
+            points.push_back({written(432000 + x * std::cos(turn) - y * std::sin(turn)),
+                              written(4862000 + x * std::sin(turn) + y * std::cos(turn)), 1, 0, 0});
+        }
+    return points;
+}
+
+TEST(Mesh, IsReadOffTheLinesOfALattice) {
+    using qmx_ic_app::lattice_of;
+    for (const double spacing : {0.3, 0.34, 0.3048, 1.0, 0.45}) {
+        const auto mesh = lattice_of(lattice(spacing, 700, 300));
+        ASSERT_TRUE(mesh) << spacing;
+        EXPECT_EQ(mesh->x, spacing);
+        EXPECT_NEAR(mesh->y, spacing, 1e-3 / 11);
+    }
+    auto astray = lattice(0.34, 100); // one in three hundred
+    for (std::size_t i = 7; i < astray.size(); i += 300) astray[i].d_x += 0.11;
+    EXPECT_TRUE(lattice_of(astray));
+    for (std::size_t i = 8; i < astray.size(); i += 30) astray[i].d_x += 0.11;
+    EXPECT_FALSE(lattice_of(astray));
+    EXPECT_FALSE(lattice_of(lattice(0.34, 100, 0, 0.5))); // turned
+    EXPECT_FALSE(lattice_of(lattice(0.34, 2)));           // two columns could be any two
+    EXPECT_FALSE(lattice_of({}));
+}
+
+TEST(PassBins, CountsGoToTheFirstBinThatHoldsThem) {
+    using namespace qmx_ic_app;
+    std::vector<t_icdata> points;
+    for (const double count : {3.9, -0.5, 5.0, 10000.0, 10001.0, 3e9, double{NAN}, -7.0})
+        points.push_back({0, 0, count, 0, 0});
+    const std::vector<t_passbin> bins = read_pass_bins(" 0-3, 3-5 ,8-");
+    const bin_counts counts = count_in_bins(tally_passes(points), bins);
+    EXPECT_EQ(counts.in_bin, (std::vector<std::int64_t>{2, 1, 1}));
+    EXPECT_EQ(counts.total_outside(), 4);
+    EXPECT_EQ(counts.outside.begin()->first, INT32_MIN);
+    EXPECT_TRUE(have_overlap(bins));
+    EXPECT_FALSE(have_overlap(read_pass_bins("5-,1-2,3-4")));
+}
+
+} // namespace

@@ -1,0 +1,411 @@
+// The semivariogram command against pairs counted one by one, and against known fields.
+#include "lag_proposal.hpp"
+#include "pair_estimate.hpp"
+#include "run_program.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <random>
+#include <sstream>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+
+namespace {
+
+using app_test::outcome;
+using app_test::text_of;
+using nlohmann::json;
+using qmx_ic_app::propose_lags;
+
+class Semivariogram : public app_test::Program {
+protected:
+    // A field of the generator on a square lattice, one record a cell.
+    void generate(const std::string& values, int side = 40) const {
+        const outcome made = run(fmt::format(
+            "generate lot --lattice 0.5 --length {0} --width {0} --passes 1 --overlap 0 --missed 0 "
+            "--bad-rows 0 --seed 3 {1}",
+            side, values));
+        ASSERT_EQ(made.code, 0) << made.err;
+    }
+};
+
+struct place {
+    double x, y, value;
+};
+
+std::string csv_of(const std::vector<place>& places) {
+    std::string text = "x_m,y_m,CMV\n";
+    for (const place& p : places) text += fmt::format("{},{},{}\n", p.x, p.y, p.value);
+    return text;
+}
+
+std::vector<place> scattered(int count, double extent, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> position(0, extent);
+    std::uniform_real_distribution<double> value(20, 80);
+    std::vector<place> places;
+    for (int i = 0; i < count; ++i) {
+        const double x = 432000 + position(random);
+        const double y = 4862000 + position(random);
+        places.push_back({x, y, value(random)});
+    }
+    return places;
+}
+
+struct search {
+    double lag = 1;
+    int lags = 10;
+    double azimuth = -1; // all directions
+    double tolerance = 90;
+    double bandwidth = 1e9;
+};
+
+struct lag_sums {
+    std::int64_t pairs = 0;
+    double distance = 0, square = 0;
+};
+
+// Every pair of different points once. Class k > 0 reaches from (k - 1.5) to (k - 0.5) lags.
+std::vector<lag_sums> count_one_by_one(const std::vector<place>& places, const search& wanted) {
+    std::vector<lag_sums> classes(static_cast<std::size_t>(wanted.lags) + 2);
+    const double east = std::sin(wanted.azimuth * std::numbers::pi / 180);
+    const double north = std::cos(wanted.azimuth * std::numbers::pi / 180);
+    for (std::size_t i = 0; i < places.size(); ++i)
+        for (std::size_t j = i + 1; j < places.size(); ++j) {
+            const double dx = places[j].x - places[i].x;
+            const double dy = places[j].y - places[i].y;
+            const double distance = std::hypot(dx, dy);
+            const auto k = static_cast<std::size_t>(
+                distance > 0 ? std::floor(distance / wanted.lag + 0.5) + 1 : 0);
+            if (k >= classes.size()) continue;
+            if (wanted.azimuth >= 0 && distance > 0) {
+                const double along = std::fabs(dx * east + dy * north);
+                const double across = std::fabs(dy * east - dx * north);
+                if (along < distance * std::cos(wanted.tolerance * std::numbers::pi / 180) ||
+                    across > wanted.bandwidth)
+                    continue;
+            }
+            ++classes[k].pairs;
+            classes[k].distance += distance;
+            classes[k].square +=
+                (places[j].value - places[i].value) * (places[j].value - places[i].value);
+        }
+    return classes;
+}
+
+void expect_lags(const json& lags, const std::vector<lag_sums>& truth) {
+    ASSERT_EQ(lags.size(), truth.size());
+    for (std::size_t k = 1; k < truth.size(); ++k) {
+        SCOPED_TRACE(fmt::format("lag class {}", k));
+        EXPECT_EQ(lags[k]["pairs"], truth[k].pairs);
+        EXPECT_EQ(lags[k]["empty"], truth[k].pairs == 0);
+        if (truth[k].pairs == 0) {
+            EXPECT_EQ(lags[k]["mean_distance"], nullptr);
+            EXPECT_EQ(lags[k]["semivariance"], nullptr);
+            continue;
+        }
+        const double count = static_cast<double>(truth[k].pairs);
+        const double distance = truth[k].distance / count;
+        const double semivariance = truth[k].square / (2 * count);
+        EXPECT_NEAR(lags[k]["mean_distance"], distance, 1e-5 * distance);
+        EXPECT_NEAR(lags[k]["semivariance"], semivariance, 1e-5 * semivariance);
+    }
+}
+
+TEST_F(Semivariogram, LagsHoldThePairsThatALoopFinds) {
+    std::vector<place> places = scattered(400, 30, 7);
+    places.push_back({432100, 4862000, 50}); // farther away than any lag reaches
+    write("lot.csv", csv_of(places));
+    const std::pair<const char*, search> cases[] = {
+        {"", {1, 10}},
+        {"", {0.37, 98}},
+        {"", {3, 1}},
+        {"--azimuth 30 --tolerance 20", {2, 8, 30, 20}},
+        {"--azimuth 135", {1.5, 10, 135, 22.5}},
+        {"--azimuth 0 --tolerance 90 --bandwidth 2.5", {2, 8, 0, 90, 2.5}},
+        {"--azimuth 300 --tolerance 45 --bandwidth 4 --count-pairs", {2, 8, 300, 45, 4}}};
+    for (const auto& [options, wanted] : cases) {
+        SCOPED_TRACE(fmt::format("lag {} {}", wanted.lag, options));
+        const outcome result = run(fmt::format("semivariogram lot.csv --json --lag {} --nlag {} {}",
+                                               wanted.lag, wanted.lags, options));
+        ASSERT_LE(result.code, 1) << result.err;
+        expect_lags(result.json()["lags"], count_one_by_one(places, wanted));
+        EXPECT_EQ(result.json()["lags"][0]["pairs"], places.size()); // each point with itself
+    }
+}
+
+TEST_F(Semivariogram, ALagWithoutPairsIsEmptyAndCoincidentPointsHaveTheirOwn) {
+    // Two heaps 10 apart; one place of the first holds two points.
+    const std::vector<place> places = {
+        {0, 0, 10}, {0, 0, 14}, {1, 0, 11}, {10, 0, 13}, {11, 0, 17}};
+    write("lot.csv", csv_of(places));
+    const outcome result = run("semivariogram lot.csv --lag 1 --nlag 12 --json");
+    const json lags = result.json()["lags"];
+    EXPECT_EQ(lags[0]["pairs"], 6); // five points with themselves, and one pair
+    EXPECT_NEAR(lags[0]["semivariance"], 16.0 / 12, 1e-9);
+    for (const std::size_t k : {1U, 3U, 4U, 9U}) EXPECT_EQ(lags[k]["empty"], true) << k;
+    EXPECT_EQ(lags[11]["empty"], false);
+    const outcome shown = run("semivariogram lot.csv --lag 1 --nlag 12");
+    EXPECT_TRUE(shown.says("empty"));
+    EXPECT_TRUE(shown.says("lags are empty"));
+    EXPECT_TRUE(shown.says("1 of 4 cells hold several records (up to 2)"));
+    EXPECT_TRUE(run("semivariogram lot.csv --lag 1 --nlag 12 --last-pass")
+                    .says("4 cells, the last pass of each; 1 earlier records left out"));
+}
+
+TEST_F(Semivariogram, AFieldOfKnownRangeAndSillIsFound) {
+    generate("--range 8 --sill 40 --nugget 0", 60);
+    const json document = run("semivariogram lot.csv --json --output lags.csv").json();
+    EXPECT_EQ(document["schema"], "qmx-ic/semivariogram/1");
+    EXPECT_EQ(document["settings"]["omnidirectional"], true);
+    EXPECT_EQ(document["model"]["practical_range_on_bound"], nullptr);
+    EXPECT_NEAR(document["model"]["practical_range"], 8, 1.6);
+    EXPECT_NEAR(document["model"]["sill"], 40, 8);
+    // At short distances the field itself is hardly in doubt. On a lattice lag 0 is empty.
+    EXPECT_EQ(document["lags"][1]["empty"], true);
+    for (std::size_t k = 2; k < 5; ++k) {
+        const double distance = document["lags"][k]["mean_distance"];
+        const double expected = 40 * (1 - std::exp(-3 * distance / 8));
+        EXPECT_NEAR(document["lags"][k]["semivariance"], expected, 0.15 * expected) << k;
+    }
+    // What is read off the curve lies on it, and the curve is the model's.
+    const json& curve = document["curve"];
+    const json& reading = document["reading"];
+    const auto& distances = curve["distance"];
+    const auto at = std::find(distances.begin(), distances.end(), reading["range"]);
+    ASSERT_NE(at, distances.end());
+    EXPECT_EQ(curve["semivariance"][static_cast<std::size_t>(at - distances.begin())],
+              reading["sill"]);
+    EXPECT_EQ(reading["nugget"], 0);
+    const double range = document["model"]["practical_range"];
+    const double sill = document["model"]["sill"];
+    const double h = distances[50];
+    EXPECT_NEAR(curve["semivariance"][50], sill * (1 - std::exp(-3 * h / range)), 1e-4 * sill);
+
+    std::istringstream csv(text_of(path("lags.csv")));
+    std::string line;
+    std::getline(csv, line);
+    EXPECT_EQ(line, "part,class,lag,pairs,distance,semivariance,model");
+    std::size_t lags = 0, points = 0;
+    while (std::getline(csv, line)) (line.starts_with("lag,") ? lags : points) += 1;
+    EXPECT_EQ(lags, document["lags"].size());
+    EXPECT_EQ(points, 100);
+}
+
+TEST_F(Semivariogram, WhereTheOriginLiesDoesNotMatter) {
+    std::string near = "x,y,CMV\n", far = near;
+    for (int i = 0; i < 900; ++i) {
+        const double x = 0.25 * (i % 30), y = 0.25 * (i / 30);
+        const int value = 40 + (i * 7919) % 23;
+        near += fmt::format("{},{},{}\n", x, y, value);
+        far += fmt::format("{},{},{}\n", 432000 + x, 4862000 + y, value);
+    }
+    write("near.csv", near);
+    write("far.csv", far);
+    const json here = run("semivariogram near.csv --json").json();
+    const json there = run("semivariogram far.csv --json").json();
+    EXPECT_EQ(there["origin"]["y"], 4862004);
+    EXPECT_EQ(here["lags"], there["lags"]);
+    EXPECT_EQ(here["curve"], there["curve"]);
+    EXPECT_EQ(here["failure"], there["failure"]);
+}
+
+TEST_F(Semivariogram, ARangeOnItsBoundIsToldAndFreedByAScale) {
+    generate("--range 8 --sill 0.5 --nugget 0");
+    const outcome held = run("semivariogram lot.csv --json --lag 0.5");
+    EXPECT_EQ(held.json()["model"]["practical_range_on_bound"], "upper");
+    const outcome shown = run("semivariogram lot.csv --lag 0.5");
+    EXPECT_TRUE(shown.says("on its upper bound"));
+    EXPECT_TRUE(shown.says("--value-scale 16"));
+    const json freed = run("semivariogram lot.csv --json --lag 0.5 --value-scale 16").json();
+    EXPECT_EQ(freed["model"]["practical_range_on_bound"], nullptr);
+    EXPECT_NEAR(freed["model"]["practical_range"], 8, 3);
+    EXPECT_NEAR(freed["model"]["sill"], 0.5, 0.15);
+    // A power of two changes no digit of the lags.
+    for (std::size_t k = 0; k < freed["lags"].size(); ++k)
+        EXPECT_EQ(freed["lags"][k]["semivariance"], held.json()["lags"][k]["semivariance"]) << k;
+    EXPECT_TRUE(
+        run("semivariogram lot.csv --lag 0.5 --standardise").says("it is always so with them"));
+}
+
+TEST_F(Semivariogram, StandardisedMeansDividedByTheVariance) {
+    const std::vector<place> places = scattered(300, 20, 5);
+    write("lot.csv", csv_of(places));
+    double mean = 0, variance = 0;
+    for (const place& p : places) mean += p.value / 300;
+    for (const place& p : places) variance += (p.value - mean) * (p.value - mean) / 300;
+    const json plain = run("semivariogram lot.csv --json").json()["lags"];
+    const json divided = run("semivariogram lot.csv --json --standardize").json()["lags"];
+    for (std::size_t k = 1; k < plain.size(); ++k) {
+        const double expected = static_cast<double>(plain[k]["semivariance"]) / variance;
+        EXPECT_NEAR(divided[k]["semivariance"], expected, 1e-9 * expected) << k;
+    }
+}
+
+TEST_F(Semivariogram, AFailedFitLeavesTheLags) {
+    std::vector<place> places = scattered(50, 10, 2);
+    for (place& p : places) p.value = 5;
+    write("equal.csv", csv_of(places));
+    const outcome result = run("semivariogram equal.csv --lag 1 --nlag 5");
+    EXPECT_EQ(result.code, 1);
+    EXPECT_TRUE(result.says("Only the curvefit fails"));
+    EXPECT_TRUE(result.says("modelfit_all/modelfit_all/semivariogram_modlefit/"
+                            "qmx_icdata_semivgm_drv/IC_semivariogram"));
+    EXPECT_TRUE(result.says("the values do not differ"));
+    EXPECT_NE(result.out.find("mean distance"), std::string::npos);
+    const outcome asked = run("semivariogram equal.csv --lag 1 --nlag 5 --json --output lags.csv");
+    EXPECT_EQ(asked.code, 1);
+    const json document = asked.json();
+    EXPECT_EQ(document["failure"]["message"], "Only the curvefit fails");
+    EXPECT_EQ(document["failure"]["code"], 101);
+    EXPECT_EQ(document["model"], nullptr);
+    expect_lags(document["lags"], count_one_by_one(places, {1, 5}));
+    EXPECT_EQ(text_of(path("lags.csv")).find("curve"), std::string::npos);
+
+    const outcome lonely = run("semivariogram equal.csv --lag 0.001 --nlag 1");
+    EXPECT_EQ(lonely.code, 1);
+    EXPECT_TRUE(lonely.says("No two points in different places"));
+}
+
+TEST_F(Semivariogram, WrongUseIsRefusedWithItsRemedy) {
+    write("lot.csv", csv_of(scattered(20, 10, 1)));
+    write("lonlat.csv", "Longitude,Latitude,CMV\n-93.9,43.9,1\n-93.8,43.9,2\n-93.7,43.8,4\n");
+    write("units.csv", "x_m,y_ft,CMV\n1,1,1\n2,5,2\n3,4,4\n");
+    write("huge.csv", "x,y,CMV\n1,1,5\n2,2,1e19\n3,3,5\n");
+    write("one.csv", "x,y,CMV\n1,1,5\n1,1,6\n1,1,7\n");
+    const struct {
+        const char* arguments;
+        int code;
+        const char* message;
+    } cases[] = {{"lot.csv --lag 0", 2, "--lag: 0 is no length"},
+                 {"lot.csv --lag nan", 2, "is no length"},
+                 {"lot.csv --lag -1", 2, "--lag: -1 is no length"},
+                 {"lot.csv --nlag 0", 2, "from 1 to 98"},
+                 {"lot.csv --nlag 99", 2, "from 1 to 98"},
+                 {"lot.csv --tolerance 20", 2, "--tolerance needs --azimuth"},
+                 {"lot.csv --bandwidth 20", 2, "--bandwidth needs --azimuth"},
+                 {"lot.csv --azimuth 30 --tolerance 0", 2, "half-angle above 0"},
+                 {"lot.csv --azimuth 30 --tolerance 360", 2, "90 takes all directions"},
+                 {"lot.csv --azimuth 30 --bandwidth 0", 2, "--bandwidth: 0 is no length"},
+                 {"lot.csv --azimuth nan", 2, "is no direction"},
+                 {"lot.csv --value-scale 0", 2, "--value-scale: 0 is no factor"},
+                 {"lot.csv --value-scale 2 --standardise", 2, "leave one of them out"},
+                 {"lot.csv --output lot.csv", 2, "the file that is read"},
+                 {"lonlat.csv", 2, "--project"},
+                 {"units.csv", 2, "a distance takes both in one unit"},
+                 {"huge.csv", 2, "line 3, column CMV"},
+                 {"one.csv", 1, "all 3 points lie in one place"}};
+    for (const auto& [arguments, code, message] : cases) {
+        const outcome result = run(std::string("semivariogram ") + arguments);
+        EXPECT_EQ(result.code, code) << arguments;
+        EXPECT_TRUE(result.says(message)) << arguments;
+        EXPECT_EQ(result.out, "") << arguments;
+    }
+}
+
+TEST(LagProposal, FollowsExtentAndSpacing) {
+    const auto layout = [](double diagonal, double spacing) {
+        qmx_ic_app::point_layout result;
+        result.points = spacing < 8 ? 10000 : 30;
+        result.diagonal = result.whole_diagonal = diagonal;
+        result.spacing = spacing;
+        return result;
+    };
+    const struct {
+        double diagonal, spacing;
+        std::optional<double> named_lag;
+        std::optional<int> named_lags;
+        double lag;
+        int lags;
+        bool is_shortened;
+    } cases[] = {{90, 0.3, {}, {}, 1, 30, false},
+                 {3000, 0.3, {}, {}, 1.5, 98, true}, // a road: five spacings, not a thirtieth
+                 {90, 5, {}, {}, 5, 6, false},       // a few wide lanes: one spacing
+                 {900, 8, {}, {}, 30, 10, false},    // few points: a tenth
+                 {90, 0.3, 2.0, {}, 2, 15, false},
+                 {90, 0.3, 0.1, {}, 0.1, 98, true},
+                 {90, 0.3, {}, 10, 3, 10, false},
+                 {90, 0.3, 7.0, 12, 7, 12, false}};
+    for (const auto& row : cases) {
+        const auto proposal =
+            propose_lags(layout(row.diagonal, row.spacing), row.named_lag, row.named_lags);
+        SCOPED_TRACE(fmt::format("diagonal {} spacing {}", row.diagonal, row.spacing));
+        EXPECT_DOUBLE_EQ(proposal.lag, row.lag);
+        EXPECT_EQ(proposal.lags, row.lags);
+        EXPECT_EQ(proposal.is_shortened, row.is_shortened);
+    }
+}
+
+TEST(LagProposal, LayoutIsThatOfThePoints) {
+    // 40 by 1000 cells of 0.34 by 0.5, each place twice, at large coordinates.
+    std::vector<t_icdata> points;
+    for (int i = 0; i < 40000; ++i)
+        for (int twice = 0; twice < 2; ++twice)
+            points.push_back({432000 + 0.5 * (i % 40), 4862000 + 0.34 * (i / 40), 1, 1, 0});
+    const auto layout = qmx_ic_app::layout_of(points);
+    EXPECT_NEAR(layout.spacing, 0.34, 1e-9);
+    EXPECT_NEAR(layout.diagonal, std::hypot(19.5, 339.66), 1e-6);
+    EXPECT_FALSE(layout.has_stray_points());
+    points.push_back({342000, 4862000, 1, 1, 0}); // 90 km to the west
+    const auto astray = qmx_ic_app::layout_of(points);
+    EXPECT_TRUE(astray.has_stray_points());
+    EXPECT_NEAR(astray.diagonal, layout.diagonal, 1);
+    EXPECT_NEAR(astray.spacing, 0.34, 1e-9);
+}
+
+TEST(PairEstimate, IsWithinATenthOfTheCount) {
+    const struct {
+        double width, height;
+        int count;
+        double cut_off;
+    } cases[] = {{100, 100, 4000, 10}, {100, 100, 4000, 300}, {1000, 6, 4000, 60}};
+    for (const auto& row : cases) {
+        std::mt19937 random(11);
+        std::uniform_real_distribution<double> x(-row.width, 0), y(-3, row.height - 3);
+        std::vector<t_icdata> points;
+        for (int i = 0; i < row.count; ++i) points.push_back({x(random), y(random), 0, 0, 0});
+        double pairs = 0;
+        for (std::size_t i = 0; i < points.size(); ++i)
+            for (std::size_t j = i + 1; j < points.size(); ++j)
+                pairs += std::hypot(points[i].d_x - points[j].d_x, points[i].d_y - points[j].d_y) <=
+                         row.cut_off;
+        EXPECT_NEAR(qmx_ic_app::estimated_pairs(points, row.cut_off) / pairs, 1, 0.1)
+            << row.width << " by " << row.height << ", " << row.cut_off;
+    }
+}
+
+TEST_F(Semivariogram, AHarvestersTrackHasItsPairs) {
+    const char* const data = std::getenv("QMX_IC_DATA");
+    if (!data) GTEST_SKIP() << "QMX_IC_DATA does not name the folder of the real files";
+    const std::string file = std::string(data) + "/harvester_track_corn_utm15n.csv";
+    std::istringstream rows(text_of(file));
+    std::string line;
+    std::getline(rows, line);
+    ASSERT_TRUE(line.starts_with("x_m,y_m,lane,t_s,yield_bu_ac,")) << line;
+    std::vector<place> places;
+    while (std::getline(rows, line)) {
+        place p{};
+        double skipped = 0;
+        char comma = ',';
+        std::istringstream fields(line);
+        fields >> p.x >> comma >> p.y >> comma >> skipped >> comma >> skipped >> comma >> p.value;
+        places.push_back(p);
+    }
+    ASSERT_EQ(places.size(), 4949);
+    const json document = run("semivariogram '" + file + "' --lag 5 --nlag 12 --json").json();
+    const std::vector<lag_sums> truth = count_one_by_one(places, {5, 12});
+    for (std::size_t k = 1; k < truth.size(); ++k) {
+        // Positions to the centimetre may sit on a border to within the rounding of 32 bits.
+        const double count = static_cast<double>(truth[k].pairs);
+        const double semivariance = truth[k].square / (2 * count);
+        EXPECT_NEAR(document["lags"][k]["pairs"], count, 2 + 1e-4 * count) << k;
+        EXPECT_NEAR(document["lags"][k]["semivariance"], semivariance, 2e-2 * semivariance) << k;
+    }
+    EXPECT_TRUE(run("semivariogram '" + file + "' --lag 5 --nlag 12")
+                    .says("The nearest pairs differ more than those farther apart"));
+}
+
+} // namespace
