@@ -14,6 +14,7 @@
 #include "lot_reader.hpp"
 #include "number_text.hpp"
 #include "stats_report.hpp"
+#include "value_range.hpp"
 
 namespace qmx_ic_app {
 
@@ -44,18 +45,6 @@ t_statsout prepared(const stats_options& options) {
         result.x_pctvalue[i] = std::numeric_limits<float>::quiet_NaN();
     }
     return result;
-}
-
-// The library computes with 32-bit values; beyond their range there is nothing to compute with.
-void refuse_values_too_large(const table_source& source, const lot& points) {
-    for (std::size_t i = 0; i < points.points.size(); ++i)
-        if (!(std::fabs(points.points[i].d_val) <=
-              static_cast<double>(std::numeric_limits<float>::max())))
-            throw usage_error(fmt::format("{}, {}, column {}: {} is beyond the range of 32-bit "
-                                          "numbers; leave the row out with --where or name the "
-                                          "value with --missing",
-                                          source.file, source.place(points.records[i]),
-                                          points.value.name, points.points[i].d_val));
 }
 
 // With exactly 200 classes the library's record is full and the last cumulative percentage takes the

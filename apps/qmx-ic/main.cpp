@@ -23,17 +23,25 @@ int run(int argc, char** argv) {
     using namespace qmx_ic_app;
     CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
     program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
-    program.footer("Exit codes: 0 done, 1 the analysis failed, 2 wrong usage or unreadable input.\n"
+    program.footer("Exit codes: 0 done, 1 the analysis failed, 2 wrong usage or unreadable input,\n"
+                   "3 the target is missed (where --exit-code asks for it).\n"
                    "qmx-ic COMMAND --help tells the options of a command.");
     add_columns_command(program);
     add_stats_command(program);
     add_select_command(program);
+    add_coverage_command(program);
+    add_semivariogram_command(program);
+    add_curve_command(program);
+    add_spots_command(program);
+    add_fit_command(program);
     add_generate_command(program);
     try {
         program.parse(argc, argv);
         if (program.get_subcommands().empty())
             throw usage_error("a command is wanted; qmx-ic --help lists them");
         return done;
+    } catch (const target_not_met&) {
+        return target_missed;
     } catch (const CLI::Success& asked) { // --help, --version
         program.exit(asked);
         return done;

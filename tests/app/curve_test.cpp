@@ -42,8 +42,8 @@ TEST_F(Curve, MeansOnAParabolaGiveThatParabola) {
         EXPECT_EQ(row["mean"], bent(pass));
         EXPECT_NEAR(row["standard_deviation"], std::sqrt(count / (count - 1)), 1e-6);
         EXPECT_NEAR(row["fitted"], bent(pass), 1e-4);
-        if (pass > 1)
-            EXPECT_NEAR(row["growth_percent"], 100 * (bent(pass) / bent(pass - 1) - 1), 1e-9);
+        const double growth = pass == 1 ? 0 : 100 * (bent(pass) / bent(pass - 1) - 1);
+        EXPECT_NEAR(pass == 1 ? 0 : row["growth_percent"].get<double>(), growth, 1e-9);
     }
     const auto& curve = document["curve"];
     EXPECT_NEAR(curve["r_squared_percent"], 100, 1e-4);

@@ -1,0 +1,26 @@
+#include "failure_report.hpp"
+
+#include "command.hpp"
+#include "text_table.hpp"
+
+namespace qmx_ic_app {
+
+json failure_json(const std::optional<library_failure>& failure, const std::string& explanation) {
+    if (explanation.empty()) return nullptr;
+    json document{{"message", nullptr}, {"code", nullptr}, {"class", nullptr}, {"path", nullptr}};
+    if (failure)
+        document = {{"message", failure->message},
+                    {"code", failure->code},
+                    {"class", failure->severity},
+                    {"path", failure->path}};
+    document["explanation"] = explanation;
+    return document;
+}
+
+void end_failed(const std::optional<library_failure>& failure, const std::string& explanation) {
+    if (explanation.empty()) return;
+    if (!failure) throw analysis_error(wrapped(explanation, 2));
+    throw analysis_error(failure->text() + "\n  " + wrapped(explanation, 2));
+}
+
+} // namespace qmx_ic_app

@@ -1,0 +1,19 @@
+// A failed analysis whose other results are printed all the same.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "json_output.hpp"
+#include "library_call.hpp"
+
+namespace qmx_ic_app {
+
+// null for an analysis without an explanation; otherwise message, code, class and path of the library
+// (null where it did not fail itself) and the explanation.
+json failure_json(const std::optional<library_failure>& failure, const std::string& explanation);
+
+// Throws analysis_error with all of it, unless there is no explanation.
+void end_failed(const std::optional<library_failure>& failure, const std::string& explanation);
+
+} // namespace qmx_ic_app
