@@ -98,4 +98,35 @@ void plain_bins(int32_t bin_count, int32_t count, const t_passbin* bins, const t
     }
 }
 
+// All pairs; the class by one division, as its textbook has it.
+void plain_semivariogram(int32_t count, const t_icdata* points, int32_t lags, float lag,
+                         double* gamma) {
+    const std::size_t classes = static_cast<std::size_t>(lags) + 2;
+    std::vector<double> pairs(classes, 0.0);
+    std::fill_n(gamma, classes, 0.0);
+    std::vector<float> x;
+    std::vector<float> y;
+    std::vector<float> v;
+    for (int32_t i = 0; i < count; ++i) {
+        x.push_back(static_cast<float>(points[i].d_x));
+        y.push_back(static_cast<float>(points[i].d_y));
+        v.push_back(static_cast<float>(points[i].d_val));
+    }
+    const float reach = (static_cast<float>(lags) + 0.5F) * lag;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        for (std::size_t j = i + 1; j < x.size(); ++j) {
+            const float dx = x[j] - x[i];
+            const float dy = y[j] - y[i];
+            const float squared = dx * dx + dy * dy;
+            if (squared > reach * reach) continue;
+            const float place = std::sqrt(squared) / lag + 0.5F;
+            const std::size_t k = std::min(classes - 1, static_cast<std::size_t>(place) + 1);
+            const float difference = v[i] - v[j];
+            pairs[k] += 1;
+            gamma[k] += static_cast<double>(difference * difference);
+        }
+    for (std::size_t k = 0; k < classes; ++k)
+        if (pairs[k] > 0) gamma[k] /= 2 * pairs[k];
+}
+
 } // extern "C"

@@ -114,6 +114,7 @@ std::string explanation_of(const curve_report& report, const curve_options& opti
         return report.curve.passes > 1 ? ""
                                        : "Only pass 1 has 100 points: there is no curve through a "
                                          "single mean.";
+    if (std::string memory = explanation_of_memory(*report.failure); !memory.empty()) return memory;
     if (highest_pass < 2) return "Give --max-pass 2 or more.";
     if (points.points.size() < static_cast<std::size_t>(std::max(options.least_points, 0)))
         return fmt::format("There are {} points, and --min-points asks for {}.",

@@ -7,7 +7,6 @@
 #include <future>
 #include <limits>
 #include <memory>
-#include <span>
 
 #include <fmt/format.h>
 
@@ -15,6 +14,7 @@
 #include "command.hpp"
 #include "failure_report.hpp"
 #include "pair_estimate.hpp"
+#include "semivariogram_notes.hpp"
 #include "semivariogram_report.hpp"
 #include "text_table.hpp"
 
@@ -99,17 +99,34 @@ void refuse_values_too_large(const table_source& source, const lot& points, doub
                                           points.value.name, points.points[i].d_val));
 }
 
+// Of very many points a third of the diagonal would keep the user waiting for minutes. The lag stays:
+// it is what shows the range.
+void keep_search_short(lag_proposal& proposal, const std::vector<t_icdata>& points) {
+    constexpr double most_pairs = 1e10; // ten to twenty seconds
+    constexpr int least_lags = 10;
+    const double count = static_cast<double>(points.size());
+    if (count * count / 2 < most_pairs) return;
+    while (proposal.lags > least_lags) {
+        const double pairs = estimated_pairs(points, (proposal.lags + 0.5) * proposal.lag);
+        if (pairs < most_pairs) return;
+        proposal.is_shortened = true;
+        proposal.lags = std::clamp(static_cast<int>(proposal.lags * most_pairs / pairs), least_lags,
+                                   proposal.lags - 1);
+    }
+}
+
 void settle_lags(semivariogram_report& report, const semivariogram_options& options) {
     const point_layout& layout = report.layout;
     const bool has_lag = options.lag_option->count() > 0;
     const bool has_lags = options.lags_option->count() > 0;
     if (!(layout.spacing > 0))
         throw analysis_error(
-            fmt::format("all {} points lie in one place: there are no distances between them",
+            fmt::format("the points ({}) lie in one place: there are no distances between them",
                         report.points.points.size()));
-    const lag_proposal proposal =
+    lag_proposal proposal =
         propose_lags(layout, has_lag ? std::optional(options.lag) : std::nullopt,
                      has_lags ? std::optional(options.lags) : std::nullopt);
+    if (!has_lag && !has_lags) keep_search_short(proposal, report.points.points);
     report.lag = proposal.lag;
     report.lags = proposal.lags;
     if (has_lag && has_lags) {
@@ -131,9 +148,12 @@ void settle_lags(semivariogram_report& report, const semivariogram_options& opti
         length(layout.spacing));
     if (proposal.is_shortened)
         report.notes.push_back(fmt::format(
-            "The cut-off is shorter than a third of the diagonal, {}: {} lags are the most. "
-            "A longer --lag reaches farther.",
-            length(layout.diagonal / 3), most_lags));
+            "The cut-off is shorter than a third of the diagonal, {}, {}. A longer --lag{} reaches "
+            "farther.",
+            length(layout.diagonal / 3),
+            proposal.lags < most_lags ? "which keeps the search short"
+                                      : fmt::format("since {} lags are the most", most_lags),
+            proposal.lags < most_lags ? ", or a larger --nlag," : ""));
 }
 
 t_gamvset_user settings_of(const semivariogram_report& report) {
@@ -156,8 +176,8 @@ std::string duration_text(double seconds) {
 // Seconds that one search for pairs will take, 0 where it is over before that would be of use. A
 // small part of the points is searched to learn what a pair costs here.
 double expected_seconds(const std::vector<t_icdata>& points, const semivariogram_report& report) {
-    constexpr double few_pairs = 5e8; // less than a second
-    constexpr std::size_t sample = 12000;
+    constexpr double few_pairs = 1e9; // a second or two
+    constexpr std::size_t sample = 20000;
     const double count = static_cast<double>(points.size());
     if (count * count / 2 < few_pairs) return 0;
     const double pairs = estimated_pairs(points, report.cut_off());
@@ -247,126 +267,6 @@ void analyse(semivariogram_report& report, const semivariogram_options& options,
     scale_back(result, report.value_scale);
 }
 
-void note_cells(semivariogram_report& report, const semivariogram_options& options) {
-    if (report.cells.is_all_passes() && !report.last_pass && !options.all_records)
-        report.notes.push_back(fmt::format(
-            "{} of {} cells hold several records (up to {}): these are data of all passes. "
-            "The semivariogram of a finished layer is that of the last pass in each cell: "
-            "--last-pass takes it, --all-records confirms that all records are meant.",
-            report.cells.shared_cells, report.cells.cells, report.cells.most_records));
-    if (report.cells.shared_cells > 0 && !report.last_pass)
-        report.notes.push_back(
-            "Where points share a place, the search may drop the pairs that follow in the order of "
-            "the rows: the numbers depend on that order.");
-}
-
-void note_positions(semivariogram_report& report) {
-    const std::string& unit = report.points.x.unit;
-    if (report.layout.has_stray_points())
-        report.notes.push_back(
-            "A few points lie far from all others; leave them out with --where if they are errors "
-            "(qmx-ic columns shows the smallest and largest coordinates).");
-    if (report.position_step > report.layout.spacing / 20)
-        report.notes.push_back(fmt::format(
-            "The points reach so far that 32-bit positions step by {:.2g}{}, against a spacing of "
-            "{:.3g}: distances are rough. Divide the file.",
-            report.position_step, unit.empty() ? "" : " " + unit, report.layout.spacing));
-}
-
-void note_lags(semivariogram_report& report) {
-    const semivariogram& result = report.result;
-    std::vector<std::size_t> filled;
-    for (std::size_t k = 1; k < result.distances.size(); ++k)
-        if (!report.is_empty(k)) filled.push_back(k);
-    const std::size_t lags = result.distances.size() - 1;
-    const std::size_t empty = lags - filled.size();
-    if (empty > 0)
-        report.notes.push_back(
-            fmt::format("{} of {} lags {} empty: there is no pair in {}. Empty lags "
-                        "weigh nothing in the fit.",
-                        empty, lags, empty == 1 ? "is" : "are", empty == 1 ? "it" : "them"));
-    constexpr std::int64_t enough_pairs = 30;
-    const auto thin = std::count_if(filled.begin(), filled.end(), [&](std::size_t k) {
-        return !report.pairs.empty() && report.pairs[k] != unknown_pairs &&
-               report.pairs[k] < enough_pairs;
-    });
-    if (thin > 0)
-        report.notes.push_back(fmt::format("{} of {} lags {} fewer than {} pairs: {} uncertain. "
-                                           "All lags weigh the same in the fit.",
-                                           thin, lags, thin == 1 ? "has" : "have", enough_pairs,
-                                           thin == 1 ? "it is" : "they are"));
-    if (filled.size() > 1 &&
-        result.semivariances[filled[0]] > 1.5 * result.semivariances[filled[1]])
-        report.notes.push_back(
-            "The nearest pairs differ more than those farther apart: records made while standing "
-            "or turning do that. Leave them out with --where.");
-    const auto is_unknown = [](std::int64_t pairs) { return pairs == unknown_pairs; };
-    if (report.pairs.empty()) {
-        report.notes.push_back("The pairs were not counted, which takes as long again; "
-                               "--count-pairs asks for it.");
-    } else if (std::any_of(report.pairs.begin(), report.pairs.end(), is_unknown)) {
-        report.notes.push_back("Pairs marked \"?\" could not be counted: the search is too narrow, "
-                               "or its lag too small, for 32-bit positions.");
-    } else {
-        report.notes.push_back(
-            "\"Same place\" counts the pairs of points that coincide, and each point with itself.");
-    }
-}
-
-void note_range_on_bound(semivariogram_report& report) {
-    const semivariogram& result = report.result;
-    const double greatest =
-        *std::max_element(result.semivariances.begin(), result.semivariances.end());
-    const double bound = greatest * report.value_scale * report.value_scale;
-    std::string note = fmt::format(
-        "The practical range is not a free result: the fit lets its number grow no larger than the "
-        "number of the greatest semivariance, {}, whatever the units. ",
-        number_text(bound));
-    if (report.is_standardised) {
-        note += "Standardised semivariances are near 1, so it is always so with them; leave out "
-                "--standardise to learn the range.";
-    } else if (greatest > 0) {
-        const double scale =
-            std::exp2(std::ceil(std::log2(std::sqrt(2 * report.cut_off() / greatest))));
-        if (scale > report.value_scale)
-            note += fmt::format("--value-scale {} frees it: values are multiplied by that for the "
-                                "analysis, and all results are given back in their own unit.",
-                                scale);
-        else
-            note += "It is far beyond the cut-off: these lags do not show a range.";
-    }
-    report.notes.push_back(note);
-}
-
-void note_model(semivariogram_report& report) {
-    const semivariogram& result = report.result;
-    if (report.range_bound == model_bound::upper) {
-        note_range_on_bound(report);
-    } else if (report.range_bound == model_bound::lower) {
-        report.notes.push_back(
-            "The practical range stands on the fit's lower bound, 1 whatever the unit: the true "
-            "one "
-            "may be shorter. The lags show no gradual rise, or the unit of the positions is too "
-            "large.");
-    } else if (result.practical_range > report.cut_off()) {
-        report.notes.push_back(
-            "The practical range is beyond the cut-off: it rests on the shape of "
-            "the model, not on pairs so far apart.");
-    }
-    if (report.sill_bound == model_bound::upper)
-        report.notes.push_back("The sill stands on the fit's upper bound, the greatest "
-                               "semivariance.");
-    else if (report.sill_bound == model_bound::lower)
-        report.notes.push_back(fmt::format(
-            "The sill stands on the fit's lower bound, {}: the true one may be smaller. "
-            "--value-scale moves the bound.",
-            number_text(0.05 / (report.value_scale * report.value_scale))));
-    report.notes.push_back(
-        "The model has no nugget: it passes through 0 at distance 0, where its curve begins, so "
-        "the "
-        "nugget read off is 0. The semivariance of the first lags shows what there is.");
-}
-
 void run_command(const semivariogram_options& options) {
     check(options);
     progress shown;
@@ -417,10 +317,7 @@ void run_command(const semivariogram_options& options) {
         point.d_val *= report.value_scale;
     }
     analyse(report, options, std::move(local), shown);
-    note_cells(report, options);
-    note_positions(report);
-    note_lags(report);
-    if (report.is_fitted()) note_model(report);
+    add_notes(report, options.all_records);
     if (points.candidates.size() > 1 && options.reading.value.empty())
         report.notes.push_back("The value column was chosen among several; --value names another.");
     if (!report.output.empty()) write_semivariogram(report);

@@ -223,6 +223,7 @@ void add_notes(spots_report& report, const spots_options& options) {
 
 std::string explanation_of(const spots_report& report) {
     if (!report.failure) return {};
+    if (std::string memory = explanation_of_memory(*report.failure); !memory.empty()) return memory;
     const auto with_data = std::count_if(report.spots.begin(), report.spots.end(),
                                          [](const spot_row& spot) { return spot.count > 0; });
     const auto enough =

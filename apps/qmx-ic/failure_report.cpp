@@ -5,6 +5,11 @@
 
 namespace qmx_ic_app {
 
+std::string explanation_of_memory(const library_failure& failure) {
+    if (failure.message != "memory could not be allocated") return {};
+    return "The lot is too large for the memory of this machine; divide it.";
+}
+
 json failure_json(const std::optional<library_failure>& failure, const std::string& explanation) {
     if (explanation.empty()) return nullptr;
     json document{{"message", nullptr}, {"code", nullptr}, {"class", nullptr}, {"path", nullptr}};

@@ -9,6 +9,9 @@
 
 namespace qmx_ic_app {
 
+// What to say of a failure that has nothing to do with the data; "" for any other.
+std::string explanation_of_memory(const library_failure& failure);
+
 // null for an analysis without an explanation; otherwise message, code, class and path of the library
 // (null where it did not fail itself) and the explanation.
 json failure_json(const std::optional<library_failure>& failure, const std::string& explanation);

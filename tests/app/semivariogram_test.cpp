@@ -297,7 +297,7 @@ TEST_F(Semivariogram, WrongUseIsRefusedWithItsRemedy) {
                  {"lonlat.csv", 2, "--project"},
                  {"units.csv", 2, "a distance takes both in one unit"},
                  {"huge.csv", 2, "line 3, column CMV"},
-                 {"one.csv", 1, "all 3 points lie in one place"}};
+                 {"one.csv", 1, "the points (3) lie in one place"}};
     for (const auto& [arguments, code, message] : cases) {
         const outcome result = run(std::string("semivariogram ") + arguments);
         EXPECT_EQ(result.code, code) << arguments;

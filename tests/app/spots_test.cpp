@@ -31,7 +31,7 @@ TEST(Student, AgreesWithAnIndependentDistribution) {
             const boost::math::students_t_distribution<double> student(freedom);
             const double truth =
                 2 * boost::math::cdf(boost::math::complement(student, std::fabs(t)));
-            EXPECT_NEAR(qmx_ic_app::two_sided_student(t, freedom), truth, 2e-14)
+            EXPECT_NEAR(qmx_ic_app::two_sided_student(t, freedom), truth, 1e-15 + 5e-17 * freedom)
                 << t << " " << freedom;
         }
     EXPECT_EQ(qmx_ic_app::two_sided_student(INFINITY, 5), 0);
@@ -147,7 +147,7 @@ TEST_F(Spots, EqualSpotValuesMakeNoLine) {
     write("tests.csv", "x,y,Value\n0,0,0.1\n10,0,0.1\n20,0,0.1\n30,0,0.1\n");
     const outcome result = run("spots lot.csv tests.csv --radius 1 --json");
     ASSERT_EQ(result.code, 0) << result.err;
-    const auto& line = result.json()["regression"];
+    const auto line = result.json()["regression"];
     EXPECT_EQ(line["slope"], 0);
     EXPECT_EQ(line["p"], nullptr);
     EXPECT_EQ(line["supported"], false);
