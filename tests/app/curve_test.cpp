@@ -36,7 +36,7 @@ TEST_F(Curve, MeansOnAParabolaGiveThatParabola) {
     EXPECT_EQ(document["failure"], nullptr);
     ASSERT_EQ(document["passes"].size(), 4);
     for (int pass = 1; pass <= 4; ++pass) {
-        const auto& row = document["passes"][pass - 1];
+        const auto& row = document["passes"][static_cast<std::size_t>(pass - 1)];
         const double count = 100 * pass;
         EXPECT_EQ(row["points"], count);
         EXPECT_EQ(row["mean"], bent(pass));

@@ -43,7 +43,7 @@ TEST_F(Fit, CurveRunsThroughTheParabola) {
     EXPECT_EQ(curve["x"][99], 40);
     for (int i = 0; i < 100; ++i) {
         const double x = 40.0 * i / 99;
-        EXPECT_NEAR(curve["y"][i], 3 + 2 * x + 0.5 * x * x, 0.06) << i;
+        EXPECT_NEAR(curve["y"][static_cast<std::size_t>(i)], 3 + 2 * x + 0.5 * x * x, 0.06) << i;
     }
     const std::string written = app_test::text_of(path("curve.csv"));
     EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 101);

@@ -58,7 +58,7 @@ TEST_F(Spots, LineAndItsErrorsAreThoseOfThePairs) {
     EXPECT_EQ(line["supported"], false); // four pairs
     const double means[] = {12, 19, 31, 38};
     for (int k = 0; k < 4; ++k) {
-        const auto& test = document["tests"][k];
+        const auto& test = document["tests"][static_cast<std::size_t>(k)];
         EXPECT_EQ(test["test"], std::string(1, static_cast<char>('A' + k)));
         EXPECT_EQ(test["line"], 2 + k);
         EXPECT_EQ(test["ic_values"], 2);
