@@ -24,9 +24,20 @@ ALLOWED = {
     "pointtest": {"qmx_ic.h", "frame", "toolkit", "files", "icdata/statistics.hpp"},
     "semivariogram": {
         "qmx_ic.h", "frame", "toolkit", "files",
-        "numeric/bounded_fit.hpp", "numeric/error_stack.hpp",
+        "numeric/bounded/bounded_fit.hpp", "numeric/error_stack.hpp",
     },
     "coverage": {"qmx_ic.h", "frame", "files", "pointtest/plan_geometry.hpp"},
+}
+# The chambers of the numeric room. What stands in the room itself (errors, messages, machine
+# constants, printing) is open to all of them.
+CHAMBERS = {
+    "arithmetic": set(),
+    "sorting": set(),
+    "bounded": set(),
+    "distributions": {"arithmetic"},
+    "statistics": {"arithmetic", "distributions"},
+    "regression": {"arithmetic", "distributions", "sorting"},
+    "polynomial": {"arithmetic", "regression", "sorting"},
 }
 # Exports lie above all rooms. The unit table lies on the floor, below the event report that asks it.
 ROOF = re.compile(r"frame/export_\w+\.cpp$")
@@ -43,6 +54,9 @@ def is_allowed(name, included):
         return included in ON_THE_FLOOR
     room = name.split("/")[0]
     target = included.split("/")[0]
+    if room == target == "numeric":
+        chamber, other = (path.split("/")[1:-1] for path in (name, included))
+        return not other or other == chamber or (chamber and other[0] in CHAMBERS[chamber[0]])
     return target == room or target in ALLOWED[room] or included in ALLOWED[room]
 
 

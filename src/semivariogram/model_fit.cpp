@@ -2,7 +2,7 @@
 
 #include "frame/event.hpp"
 #include "frame/work_array.hpp"
-#include "numeric/bounded_fit.hpp"
+#include "numeric/bounded/bounded_fit.hpp"
 #include "numeric/error_stack.hpp"
 #include "toolkit/polynomial_curve.hpp"
 

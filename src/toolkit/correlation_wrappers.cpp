@@ -2,10 +2,10 @@
 
 #include "frame/event.hpp"
 #include "frame/work_array.hpp"
-#include "numeric/contiguous.hpp"
-#include "numeric/cross_correlation.hpp"
+#include "numeric/arithmetic/contiguous.hpp"
+#include "numeric/distributions/tabulated_quantile.hpp"
 #include "numeric/error_stack.hpp"
-#include "numeric/tabulated_quantile.hpp"
+#include "numeric/statistics/cross_correlation.hpp"
 
 #include <algorithm>
 #include <cmath>

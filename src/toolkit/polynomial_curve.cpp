@@ -2,7 +2,7 @@
 
 #include "frame/event.hpp"
 #include "numeric/error_stack.hpp"
-#include "numeric/polynomial_fit.hpp"
+#include "numeric/polynomial/polynomial_fit.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -5,7 +5,7 @@
 #include "frame/event.hpp"
 #include "frame/work_array.hpp"
 #include "numeric/character_plot.hpp"
-#include "numeric/distributions.hpp"
+#include "numeric/distributions/distributions.hpp"
 #include "numeric/error_stack.hpp"
 #include "toolkit/sort_wrappers.hpp"
 

@@ -3,7 +3,7 @@
 #include "frame/event.hpp"
 #include "frame/work_array.hpp"
 #include "numeric/error_stack.hpp"
-#include "numeric/simple_regression.hpp"
+#include "numeric/regression/simple_regression.hpp"
 
 namespace qmx {
 

@@ -8,7 +8,7 @@
 
 namespace qmx {
 
-// The simple linear regression of numeric/simple_regression.hpp, silenced; arguments and results
+// The simple linear regression of numeric/regression/simple_regression.hpp, silenced; arguments and results
 // are told there. Returns 1, or 3 with an event, code 101:
 //   "error calling imsl drcurv"      (the routine's name stands twice in the path) no valid row, or
 //                                    a negative frequency or weight

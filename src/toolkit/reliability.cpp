@@ -2,8 +2,8 @@
 
 #include "frame/event.hpp"
 #include "frame/work_array.hpp"
-#include "numeric/bounded_fit.hpp"
-#include "numeric/distributions.hpp"
+#include "numeric/bounded/bounded_fit.hpp"
+#include "numeric/distributions/distributions.hpp"
 #include "numeric/error_stack.hpp"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 
 #include "frame/event.hpp"
 #include "numeric/error_stack.hpp"
-#include "numeric/packed_array.hpp"
-#include "numeric/sort_search.hpp"
+#include "numeric/polynomial/packed_array.hpp"
+#include "numeric/sorting/sort_search.hpp"
 
 namespace qmx {
 

@@ -3,10 +3,10 @@
 #include "frame/event.hpp"
 #include "frame/limits.hpp"
 #include "frame/work_array.hpp"
-#include "numeric/contiguous.hpp"
+#include "numeric/arithmetic/contiguous.hpp"
 #include "numeric/error_stack.hpp"
-#include "numeric/frequency.hpp"
-#include "numeric/univariate.hpp"
+#include "numeric/statistics/frequency.hpp"
+#include "numeric/statistics/univariate.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 // Measures the errors that docs/accuracy.md states and holds its tables to them. Prints the rows as
 // they should stand there.
-#include "numeric/distributions.hpp"
+#include "numeric/distributions/distributions.hpp"
 #include "numeric/univariate_samples.hpp"
 #include "support/accuracy_quantiles.hpp"
 #include "support/accuracy_table.hpp"

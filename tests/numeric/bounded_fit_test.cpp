@@ -1,4 +1,4 @@
-#include "numeric/bounded_solver.hpp"
+#include "numeric/bounded/bounded_solver.hpp"
 #include "support/bounded_fit_call.hpp"
 
 #include <string>

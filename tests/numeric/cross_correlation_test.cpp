@@ -1,7 +1,7 @@
 // Cross-correlations against the plain definition, identities of Bartlett's formula and its closed
 // forms.
-#include "numeric/cross_correlation.hpp"
 #include "numeric/error_stack.hpp"
+#include "numeric/statistics/cross_correlation.hpp"
 
 #include <gtest/gtest.h>
 

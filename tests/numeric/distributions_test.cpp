@@ -1,8 +1,8 @@
 // Plain values, endings and refusals of the quantiles and the incomplete beta ratio. Their accuracy
 // is measured in accuracy_table_test.cpp.
-#include "numeric/distributions.hpp"
+#include "numeric/distributions/distributions.hpp"
 
-#include "numeric/distribution_values.hpp"
+#include "numeric/distributions/distribution_values.hpp"
 #include "numeric/error_stack.hpp"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "numeric/error_stack.hpp"
-#include "numeric/frequency.hpp"
+#include "numeric/statistics/frequency.hpp"
 
 #include <gtest/gtest.h>
 

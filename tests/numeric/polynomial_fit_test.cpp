@@ -1,8 +1,8 @@
 // Polynomial fits against arithmetic of 100 digits, certified data, and their errors.
+#include "numeric/arithmetic/guarded.hpp"
 #include "numeric/error_stack.hpp"
-#include "numeric/guarded.hpp"
-#include "numeric/orthogonal_fit.hpp"
-#include "numeric/polynomial_fit.hpp"
+#include "numeric/polynomial/orthogonal_fit.hpp"
+#include "numeric/polynomial/polynomial_fit.hpp"
 
 #include <boost/multiprecision/cpp_bin_float.hpp>
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "numeric/error_stack.hpp"
-#include "numeric/simple_regression.hpp"
+#include "numeric/regression/simple_regression.hpp"
 
 #include <array>
 #include <cmath>

@@ -1,7 +1,7 @@
 // The sorts against a plain transcription of their steps, on inputs that hurt, and the search.
 #include "numeric/error_stack.hpp"
-#include "numeric/quicksort.hpp"
-#include "numeric/sort_search.hpp"
+#include "numeric/sorting/quicksort.hpp"
+#include "numeric/sorting/sort_search.hpp"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "numeric/error_stack.hpp"
-#include "numeric/univariate.hpp"
+#include "numeric/statistics/univariate.hpp"
 #include "support/exact_statistics.hpp"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // One call of the bounded fit, in either width.
 #pragma once
 
-#include "numeric/bounded_fit.hpp"
+#include "numeric/bounded/bounded_fit.hpp"
 #include "numeric/error_stack.hpp"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,52 @@
+// The step of the trust-region method: a small quadratic problem under bounds and linear
+// constraints.
+//
+//   minimise  1/2 |R s + d|^2 + 1/2 s' S s
+//   so that   lower <= s <= upper  and  row_lower <= A s <= row_upper
+//
+// s = 0 must be feasible: lower <= 0 <= upper, row_lower <= 0 <= row_upper. A bound holds exactly,
+// a row as far as rounding lets it. S may be null, and need not be positive definite as long as all
+// bounds are finite: the step then follows a direction of negative curvature to a bound.
+//
+// Method: a primal active-set method in the null space of the active rows; the linear model is
+// solved by orthogonal factors, without forming R'R (Gill, Murray and Wright, Practical
+// Optimization, 1981, chapter 5).
+#pragma once
+
+#include "numeric/bounded/householder.hpp"
+#include "numeric/storage_plan.hpp"
+
+namespace qmx::numeric {
+
+struct model_problem {
+    dense_matrix r;       // any number of rows
+    const f64* d;         // [rows of r]
+    const f64* curvature; // S [n by n], symmetric; null for none
+    const f64* lower;     // [n]
+    const f64* upper;     // [n]
+    dense_matrix rows;    // A [number of constraints by n]
+    const f64* row_lower;
+    const f64* row_upper;
+
+    i64 size() const { return r.columns; }
+};
+
+enum class limit_state : i32 { inactive, at_lower, at_upper };
+
+// Working storage for problems of up to these sizes.
+struct step_storage {
+    step_storage(storage_plan& plan, i64 variables, i64 rows_of_r, i64 constraints);
+
+    f64 *residual, *gradient, *direction, *reduced, *multipliers;
+    f64 *active_rows, *active_beta, *basis, *image, *image_beta, *hessian;
+    i32 *order, *free_variables, *active;
+    limit_state *bound_state, *row_state;
+};
+
+// Writes the step s [n]. What it reaches is never worse than s = 0.
+void constrained_step(const model_problem& problem, f64* s, const step_storage& storage);
+
+// The value of the model at s less its value at 0; work [rows of r].
+f64 model_change(const model_problem& problem, const f64* s, f64* work);
+
+} // namespace qmx::numeric

@@ -1,0 +1,143 @@
+#include "numeric/bounded/difference_jacobian.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace qmx::numeric {
+
+namespace {
+
+constexpr f64 widening = 4.0;
+constexpr i32 most_shrinks = 16;
+
+// The offsets of one parameter, and the residuals there.
+class offset_line {
+public:
+    offset_line(const residual_function& function, f64 scale, const f64* lower, const f64* upper,
+                const f64* x, i64 j, f64* work)
+        : function_(function), scale_(scale), x_(work), at_(x[j]), j_(j), lower_(lower[j]),
+          upper_(upper[j]) {
+        std::copy_n(x, function.n, x_);
+    }
+
+    f64 room(f64 side) const { return side > 0.0 ? upper_ - at_ : at_ - lower_; }
+    // A length that stands for the parameter.
+    f64 size() const {
+        if (at_ != 0.0) return std::abs(at_);
+        return std::min(1.0, upper_ - lower_);
+    }
+    // Moves to at + offset, or as far as the bound, and evaluates there. offset becomes the
+    // distance really covered, which is not 0 where there is room.
+    f64 evaluate_at(f64& offset, f64* f) {
+        f64 place = nearest_parameter(function_, at_ + offset);
+        if (place == at_) place = next_parameter(function_, at_, at_ + offset);
+        x_[j_] = std::min(std::max(place, lower_), upper_);
+        offset = x_[j_] - at_;
+        if (offset == 0.0) return std::numeric_limits<f64>::infinity();
+        return evaluate(function_, scale_, x_, f);
+    }
+    const f64* x() const { return x_; }
+
+private:
+    const residual_function& function_;
+    f64 scale_;
+    f64* x_;
+    f64 at_;
+    i64 j_;
+    f64 lower_, upper_;
+};
+
+// Whether any residual changed by more than rounding does.
+bool moved(const f64* f, const f64* f0, i64 m, f64 rounding) {
+    for (i64 i = 0; i < m; ++i)
+        if (std::abs(f[i] - f0[i]) > rounding) return true;
+    return false;
+}
+
+void quotient(const f64* f, const f64* f0, f64 offset, i64 m, f64* column) {
+    for (i64 i = 0; i < m; ++i) column[i] = (f[i] - f0[i]) / offset;
+}
+
+// Three points; false where they do not serve.
+bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* column,
+                        f64 rounding, const difference_storage& storage) {
+    f64 first = step, second = -step;
+    if (line.room(1.0) < step || line.room(-1.0) < step) {
+        const f64 side = line.room(1.0) >= line.room(-1.0) ? 1.0 : -1.0;
+        if (line.room(side) < 2.0 * step) return false;
+        first = side * step;
+        second = 2.0 * first;
+    }
+    if (std::isinf(line.evaluate_at(first, storage.first)) ||
+        std::isinf(line.evaluate_at(second, storage.second)) || first == second)
+        return false;
+    if (!moved(storage.first, f0, m, rounding) && !moved(storage.second, f0, m, rounding))
+        return false;
+    const f64 weight_of_first = second / (second - first);
+    const f64 weight_of_second = first / (second - first);
+    for (i64 i = 0; i < m; ++i)
+        column[i] = (storage.first[i] - f0[i]) / first * weight_of_first -
+                    (storage.second[i] - f0[i]) / second * weight_of_second;
+    return true;
+}
+
+} // namespace
+
+bool difference_column(const residual_function& function, f64 scale, const difference_rule& rule,
+                       const f64* lower, const f64* upper, const f64* x, const f64* f, i64 j,
+                       f64* column, best_seen& seen, const difference_storage& storage) {
+    const i64 m = function.m;
+    offset_line line(function, scale, lower, upper, x, j, storage.x);
+    const f64 size = line.size();
+    const f64 rounding = 4.0 * spacing_of(function);
+    if (rule.is_central && three_point_column(line, std::pow(rule.relative_step, 2.0 / 3.0) * size,
+                                              f, m, column, rounding, storage))
+        return false;
+
+    f64 step = rule.relative_step * size;
+    f64 side = 1.0;
+    if (line.room(side) < step && line.room(-1.0) > line.room(side)) side = -1.0;
+    for (i32 shrink = 0; shrink < most_shrinks; ++shrink, step /= widening) {
+        bool is_finite = false;
+        for (const f64 direction : {side, -side}) {
+            f64 offset = direction * step;
+            if (std::isinf(line.evaluate_at(offset, storage.first))) continue;
+            is_finite = true;
+            if (!moved(storage.first, f, m, rounding)) continue;
+            quotient(storage.first, f, offset, m, column);
+            return false;
+        }
+        if (is_finite) break; // but no residual moved
+    }
+
+    const f64 farthest = std::max(size, 1.0) / rule.relative_step; // where no bound ends the search
+    bool has_room = true, is_downhill = false;
+    f64 downhill = 0.0; // the side on which a widened step came upon a better point
+    for (step = rule.relative_step * size * widening; has_room; step *= widening) {
+        has_room = false;
+        for (const f64 direction : {side, -side}) {
+            if (is_downhill && direction != downhill) continue;
+            f64 offset = direction * step;
+            const f64 room = line.room(direction);
+            has_room = has_room || (std::isinf(room) ? farthest : room) > step;
+            const f64 square = line.evaluate_at(offset, storage.first);
+            const bool is_better = square < seen.square;
+            if (is_downhill && !is_better) return true; // no further down this side
+            if (std::isinf(square) || !moved(storage.first, f, m, rounding)) continue;
+            if (!is_downhill) quotient(storage.first, f, offset, m, column);
+            if (!is_better) return true;
+            std::copy_n(line.x(), function.n, seen.x);
+            std::copy_n(storage.first, m, seen.f);
+            seen.square = square;
+            seen.found = true;
+            is_downhill = true;
+            downhill = direction;
+        }
+    }
+    if (is_downhill) return true;
+    std::fill_n(column, m, 0.0);
+    return false;
+}
+
+} // namespace qmx::numeric

@@ -1,0 +1,71 @@
+// What the quantiles and the incomplete beta ratio share: gamma functions without their bulk,
+// densities by their exponents, and the ratio of a tail to the density at its edge.
+#pragma once
+
+#include "numeric/arithmetic/double_double.hpp"
+
+#include <limits>
+
+namespace qmx::numeric {
+
+// The part of ln Gamma(z) that Stirling's formula leaves over,
+//   ln Gamma(z) - [(z - 1/2) ln z - z + ln(2 pi)/2],  z > 0,
+// to 1e-15 absolute. Gamma ratios are formed from it, since differences of ln Gamma itself lose
+// all digits at large z. Binet's function; asymptotic series, shifted by recurrence below 10.
+f64 stirling_rest(f64 z);
+
+// a [r - log(1 + r)] at r = d/a, for a + d > 0: the exponent by which a gamma or beta density of
+// shape a falls off at distance d from its mode. value is a + d. Loader (2000), "Fast and accurate
+// computation of binomial probabilities", carried in double-double.
+double_double deviance(f64 a, double_double d, double_double log_of_value);
+
+// Tails over edge densities. Each gives K with  tail = (edge variable) * (density at it) * K.
+
+// Gamma of shape a > 0 at u > 0, and its share below or above u.
+f64 gamma_lower_factor(f64 a, f64 u);
+f64 gamma_upper_factor(f64 a, f64 u);
+
+// log of u times the gamma density of shape a at u.
+double_double log_gamma_density(f64 a, f64 u);
+
+// Beta of shapes a and b at x, y = 1 - x, lambda = a y - b x:
+//   I_x(a, b) = x^a y^b / B(a, b) * K,  for x at or below the mean, about.
+f64 beta_lower_factor(f64 a, f64 b, f64 x, f64 y, f64 lambda);
+
+// An estimate of a root together with how far a cumulative probability there misses its aim.
+struct log_residual {
+    f64 excess; // ln(probability at the estimate / probability wanted)
+    f64 growth; // d ln(variable) / d ln(probability), with its sign
+};
+
+enum class search_outcome { converged, out_of_steps, left_the_range };
+
+struct search_result {
+    f64 root;
+    search_outcome outcome;
+};
+
+// Newton's method in the logarithms of both variable and probability. The tails of the gamma and t
+// distributions are concave there, so that it converges from any start; it ends when the step just
+// taken leaves an error below rounding, or is itself no larger.
+template <class Residual>
+search_result logarithmic_newton(f64 start, f64 largest_step, Residual&& residual) {
+    constexpr i32 most_steps = 100;
+    constexpr f64 squares_to_rounding = 1e-8;
+    constexpr f64 one_place = std::numeric_limits<f64>::epsilon();
+    f64 estimate = start;
+    for (i32 step = 0; step < most_steps; ++step) {
+        const log_residual now = residual(estimate);
+        const f64 change = -now.excess * now.growth;
+        estimate *= std::exp(std::fmin(std::fmax(change, -largest_step), largest_step));
+        if (std::isnan(change) || estimate == 0.0 || !std::isfinite(estimate)) {
+            return {estimate, search_outcome::left_the_range};
+        }
+        if (std::fabs(now.excess) < squares_to_rounding || std::fabs(change) < one_place) {
+            return {estimate, search_outcome::converged};
+        }
+    }
+    return {estimate, search_outcome::out_of_steps};
+}
+
+} // namespace qmx::numeric

@@ -1,0 +1,242 @@
+#include "numeric/polynomial/orthogonal_fit.hpp"
+
+#include "frame/work_array.hpp"
+#include "numeric/numeric_frame.hpp"
+#include "numeric/sorting/sort_search.hpp"
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+
+namespace qmx::numeric {
+
+namespace {
+
+// Up to so many observations pairs of f64 cost nothing that anybody would notice.
+constexpr i32 few_observations = 256;
+
+// ---- A look at the observations ----------------------------------------------------------------
+
+struct survey {
+    i32 missing = 0;
+    value_extent x, y; // of the pairs without a NaN, if there is one
+};
+
+survey look_at(const f64* x, const f64* y, i32 n) {
+    // Independent lanes: the comparisons of one pair need not wait for those of the last.
+    constexpr std::size_t lanes = 8;
+    constexpr f64 beyond = std::numeric_limits<f64>::infinity();
+    std::array<f64, lanes> x_low, x_high, y_low, y_high;
+    std::array<i64, lanes> missing{};
+    x_low.fill(beyond);
+    y_low.fill(beyond);
+    x_high.fill(-beyond);
+    y_high.fill(-beyond);
+    const auto look = [&](std::size_t lane, f64 a, f64 b) {
+        const bool is_missing = (a != a) | (b != b);
+        const f64 a_low = is_missing ? beyond : a;
+        const f64 b_low = is_missing ? beyond : b;
+        const f64 a_high = is_missing ? -beyond : a;
+        const f64 b_high = is_missing ? -beyond : b;
+        x_low[lane] = a_low < x_low[lane] ? a_low : x_low[lane];
+        y_low[lane] = b_low < y_low[lane] ? b_low : y_low[lane];
+        x_high[lane] = a_high > x_high[lane] ? a_high : x_high[lane];
+        y_high[lane] = b_high > y_high[lane] ? b_high : y_high[lane];
+        missing[lane] += is_missing ? 1 : 0;
+    };
+    i32 i = 0;
+    for (; n - i >= static_cast<i32>(lanes); i += static_cast<i32>(lanes))
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const auto at = static_cast<std::size_t>(i) + lane;
+            look(lane, x[at], y[at]);
+        }
+    for (; i < n; ++i) look(0, x[i], y[i]);
+    return {static_cast<i32>(std::accumulate(missing.begin(), missing.end(), i64{0})),
+            {*std::min_element(x_low.begin(), x_low.end()),
+             *std::max_element(x_high.begin(), x_high.end())},
+            {*std::min_element(y_low.begin(), y_low.end()),
+             *std::max_element(y_high.begin(), y_high.end())}};
+}
+
+// Number of distinct abscissas, but at most limit, which must not be above
+// highest_moment_degree + 1. Any order; a glance at the first few is usually enough.
+i32 distinct_up_to(i32 limit, const f64* x, i32 n) {
+    std::array<f64, highest_moment_degree + 1> seen;
+    const auto first = seen.begin();
+    auto last = first;
+    f64 previous = 0.0;
+    for (i32 i = 0; i < n && last - first < limit; ++i) {
+        if (last != first && x[i] == previous) continue;
+        previous = x[i];
+        if (std::find(first, last, previous) == last) *last++ = previous;
+    }
+    return static_cast<i32>(last - first);
+}
+
+i32 distinct_neighbours(const f64* sorted, i32 n) {
+    i32 distinct = 1;
+    for (i32 i = 1; i < n; ++i) distinct += sorted[i] != sorted[i - 1] ? 1 : 0;
+    return distinct;
+}
+
+// ---- Scales ------------------------------------------------------------------------------------
+
+f64 middle_of(const value_extent& extent) {
+    const f64 sum = extent.highest + extent.lowest;
+    return std::isfinite(sum) ? sum * 0.5 : extent.highest * 0.5 + extent.lowest * 0.5;
+}
+
+f64 multiplier_of(const value_extent& extent) {
+    const f64 range = extent.highest - extent.lowest;
+    return std::isfinite(range) ? 4.0 / range
+                                : 1.0 / (extent.highest * 0.25 - extent.lowest * 0.25);
+}
+
+i32 exponent_of(const value_extent& extent) {
+    if (!extent.is_finite()) return 0;
+    i32 exponent = 0;
+    std::frexp(std::max(std::abs(extent.lowest), std::abs(extent.highest)), &exponent);
+    return std::max(exponent, -1000); // so that the factor does not overflow
+}
+
+scaled_rows scale_rows(const f64* x, const f64* y, i32 n, const value_extent& y_extent,
+                       const orthogonal_fit& fit) {
+    scaled_rows rows;
+    rows.x = x;
+    rows.y = y;
+    rows.count = n;
+    rows.center = fit.center;
+    rows.multiplier = fit.multiplier;
+    rows.y_factor = std::ldexp(1.0, -fit.y_exponent);
+    const value_extent scaled{y_extent.lowest * rows.y_factor, y_extent.highest * rows.y_factor};
+    rows.y_origin = middle_of(scaled);
+    rows.y_reach = std::max(scaled.highest - rows.y_origin, rows.y_origin - scaled.lowest);
+    return rows;
+}
+
+// ---- Errors ------------------------------------------------------------------------------------
+
+void post_constant_ordinates(const f64* y, orthogonal_fit& fit, orthogonal_term* terms) {
+    fit.degree = 0;
+    fit.total = fit.error = {};
+    terms[0] = {};
+    terms[0].norm = {static_cast<f64>(fit.observations)};
+    terms[0].coefficient = {std::ldexp(y[0], -fit.y_exponent)};
+    post(type_warning, 4,
+         "The response variable, X(*,IRSP), is constant.  A zero degree polynomial is fit.");
+}
+
+void post_degree_reached(const orthogonal_fit& fit, i32 NDEG) {
+    if (fit.is_perfect && fit.degree == NDEG) {
+        E1STI(1, fit.degree);
+        post(type_warning_everywhere, 11,
+             "The degree %(I1) polynomial fit is a perfect fit within machine precision.");
+    } else if (fit.is_perfect) {
+        E1STI(1, NDEG);
+        E1STI(2, fit.degree);
+        post(type_warning, 6,
+             "Although a degree %(I1) fit was requested, a degree %(I2) polynomial is fitted "
+             "because the degree %(I2) polynomial fit is a perfect fit within machine precision.");
+    } else if (fit.degree < NDEG) {
+        E1STI(1, fit.degree);
+        E1STI(2, fit.degree + 1);
+        post(type_warning, 5,
+             "A degree %(I1) polynomial is fitted.  There are only %(I2) distinct abscissas, so a "
+             "higher degree polynomial fit cannot be computed.");
+    }
+}
+
+// ---- The two ways to fit -----------------------------------------------------------------------
+
+// In f64; false where that does not serve.
+bool fit_plainly(const scaled_rows& rows, i32 NDEG, orthogonal_fit& fit, orthogonal_term* terms) {
+    fit.is_refined = false;
+    return NDEG <= highest_moment_degree &&
+           fit_by_moments(rows, distinct_up_to(NDEG + 1, rows.x, rows.count) - 1, fit, terms);
+}
+
+// In pairs of f64, over the observations in ascending order; false when memory ran out.
+bool fit_refined(scaled_rows rows, i32 NDEG, orthogonal_fit& fit, orthogonal_term* terms) {
+    const i32 n = rows.count;
+    const work_array<f64> x(n);
+    const work_array<f64> y(n);
+    const work_array<i32> position(n);
+    if (!x || !y || !position) return false;
+    std::iota(position.begin(), position.end(), 1);
+    DSVRGP(n, rows.x, x.data(), position.data());
+    for (i32 i = 0; i < n; ++i) y[i] = rows.y[position[i] - 1];
+    rows.x = x.data();
+    rows.y = y.data();
+    fit.is_refined = true;
+    return fit_in_pairs(rows, std::min(NDEG, distinct_neighbours(x.data(), n) - 1), fit, terms);
+}
+
+} // namespace
+
+bool DR3ORP(const i32& NOBS, const f64* X, const f64* Y, const value_extent& x_extent,
+            const value_extent& y_extent, const i32& NDEG, precision wanted, orthogonal_fit& fit,
+            orthogonal_term* TERMS) {
+    const numeric_frame frame("DR3ORP ");
+    if (x_extent.is_constant()) {
+        post(type_fatal, 7,
+             "Each value of the independent variable is the same.  The independent variable, "
+             "X(*,IND), cannot be constant.");
+        return true;
+    }
+    fit.center = middle_of(x_extent);
+    fit.multiplier = multiplier_of(x_extent);
+    fit.y_exponent = exponent_of(y_extent);
+    if (y_extent.is_constant()) {
+        post_constant_ordinates(Y, fit, TERMS);
+        return true;
+    }
+    const scaled_rows rows = scale_rows(X, Y, NOBS, y_extent, fit);
+    const bool may_be_plain = wanted == precision::as_needed && NOBS > few_observations &&
+                              x_extent.is_finite() && y_extent.is_finite() &&
+                              std::isfinite(fit.multiplier);
+    if (!(may_be_plain && fit_plainly(rows, NDEG, fit, TERMS)) &&
+        !fit_refined(rows, NDEG, fit, TERMS))
+        return false;
+    TERMS[0].coefficient = TERMS[0].coefficient + double_double{rows.y_origin};
+    post_degree_reached(fit, NDEG);
+    return true;
+}
+
+bool DR4ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precision wanted,
+            orthogonal_fit& fit, orthogonal_term* TERMS) {
+    const numeric_frame frame("DR4ORP ");
+    const survey found = look_at(X, Y, NOBS);
+    fit.missing = found.missing;
+    fit.observations = NOBS - found.missing;
+    if (fit.observations == 0) {
+        post(type_fatal, 3,
+             "Each row of X contains a missing value in either the IRSP, IFRQ, IND, or IWT "
+             "column.");
+        return true;
+    }
+    if (fit.missing == 0) return DR3ORP(NOBS, X, Y, found.x, found.y, NDEG, wanted, fit, TERMS);
+
+    const work_array<f64> x(fit.observations);
+    const work_array<f64> y(fit.observations);
+    if (!x || !y) return false;
+    for (i32 i = 0, kept = 0; i < NOBS; ++i) {
+        if (std::isnan(X[i]) || std::isnan(Y[i])) continue;
+        x[kept] = X[i];
+        y[kept++] = Y[i];
+    }
+    return DR3ORP(fit.observations, x.data(), y.data(), found.x, found.y, NDEG, wanted, fit, TERMS);
+}
+
+bool DR2ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precision wanted,
+            orthogonal_fit& fit, orthogonal_term* TERMS) {
+    const numeric_frame frame("DR2ORP ");
+    if (NOBS <= 1) {
+        E1STI(1, NOBS);
+        post(type_terminal, 1,
+             "NOBS = %(I1).  The number of observations, NOBS, must be greater than 1.");
+        return true;
+    }
+    return DR4ORP(NOBS, X, Y, NDEG, wanted, fit, TERMS);
+}
+
+} // namespace qmx::numeric
