@@ -5,16 +5,12 @@ using namespace qmx;
 
 namespace {
 
-// The record of a spot test before the analysis. The percent levels and their values stay.
+// The fields of a spot test's record that the analysis leaves alone where it finds nothing. The
+// percent levels and their values stay.
 void reset(t_statsout& record) {
     constexpr i32 no = 2;
     record.i_flag_target = no;
     record.i_target_met = no;
-    record.i_numdata = 0;
-    record.i_numbins = 0;
-    std::fill(std::begin(record.x_stat), std::end(record.x_stat), 0.0F);
-    std::fill(std::begin(record.x_bin), std::end(record.x_bin), 0.0F);
-    std::fill(std::begin(record.x_freq), std::end(record.x_freq), 0.0F);
     std::fill(std::begin(record.x_cumfreq), std::end(record.x_cumfreq), 0.0F);
     record.x_target = 0.0F;
     record.x_target_pct = 0.0F;
@@ -31,12 +27,9 @@ extern "C" int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, do
     static constexpr routine_text self("IC_PointsData_stats");
     clear_event();
     const array_view<t_statsout> stats = view_of(t_stats, i_numtests);
-    const array_view<f64> predict = view_of(d_predict, i_numtests);
     for (i64 k = 1; k <= stats.extent; ++k) reset(stats(k));
-    std::fill_n(x_regress, 3, 0.0F);
-    std::fill_n(predict.base, predict.extent, 0.0);
     qmx_point_stats_drv(i_numdata, i_numtests, view_of(t_data, i_numdata),
                         view_of(t_tests, i_numtests), d_radius, stats, x_regress, i_numvalid,
-                        view_of(i_validlist, i_numtests), predict);
+                        view_of(i_validlist, i_numtests), view_of(d_predict, i_numtests));
     return finish_export(self, t_evt);
 }

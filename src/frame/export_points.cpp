@@ -5,12 +5,9 @@ using namespace qmx;
 
 namespace {
 
-// Both selections begin with nothing found.
-array_view<i32> cleared(i32& found, i32* positions, i32 points) {
-    found = 0;
-    const array_view<i32> indices = view_of(positions, points);
-    std::fill_n(indices.base, indices.extent, 0);
-    return indices;
+// Behind the positions found, the host's array reads 0.
+void clear_from(i32 found, const array_view<i32>& indices) {
+    std::fill_n(indices.base + found, indices.extent - found, 0);
 }
 
 } // namespace
@@ -21,8 +18,9 @@ extern "C" int32_t find_points_in_circle(int32_t i_numpoints, double d_radius,
                                          t_event* t_evt) noexcept {
     static constexpr routine_text self("find_points_in_circle");
     clear_event();
-    const array_view<i32> indices = cleared(*i_found, i_indices, i_numpoints);
+    const array_view<i32> indices = view_of(i_indices, i_numpoints);
     icd_points_in_circle(d_center, d_radius, {d_x, d_y, indices.extent}, *i_found, indices);
+    clear_from(*i_found, indices);
     return finish_export(self, t_evt);
 }
 
@@ -32,8 +30,9 @@ extern "C" int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpo
                                           int32_t* i_indices, t_event* t_evt) noexcept {
     static constexpr routine_text self("find_points_in_polygon");
     clear_event();
-    const array_view<i32> indices = cleared(*i_found, i_indices, i_numpoints);
+    const array_view<i32> indices = view_of(i_indices, i_numpoints);
     icd_points_in_polygon({d_vertexx, d_vertexy, i_numvertices}, {d_x, d_y, indices.extent},
                           *i_found, indices);
+    clear_from(*i_found, indices);
     return finish_export(self, t_evt);
 }

@@ -1,5 +1,6 @@
 #include "pointtest/circle_matching.hpp"
 
+#include "pointtest/fetch_early.hpp"
 #include "pointtest/plan_geometry.hpp"
 
 #include <algorithm>
@@ -19,9 +20,9 @@ struct circle {
     i32 test; // from 0
 };
 
-// The plane is cut into square cells, and the cells are folded onto a small torus of buckets; a
-// bucket lists the circles that reach into one of its cells. A point is tested, by the very
-// predicate, against the circles of its bucket.
+// The plane is cut into square cells, and the cells are folded onto a ring of buckets: one step to the
+// right is one bucket on, one step up is a long stride on. A bucket lists the circles that reach into
+// one of its cells. A point is tested, by the very predicate, against the circles of its bucket.
 //
 // Why no match is missed. Let s = fl(r * r) be finite.
 //   - The predicate holds only if fl(dx * dx) <= s, and then |dx| is at most |r|, but for the
@@ -29,58 +30,67 @@ struct circle {
 //     underflow. So the point's x lies within reach of the circle's x, and likewise y.
 //   - strip_of never falls as the coordinate grows, each of its steps being monotone. The strip of
 //     a point in reach thus lies between those of the two ends of the reach, whatever the size of
-//     the coordinates; folding maps equal strips to equal columns.
+//     the coordinates; folding maps equal strips to equal buckets.
 // If s is infinite any finite point may match: there is a single bucket. If s is NaN none does.
 //
+// Why none is found twice. A cell is at least as wide as a circle, and short of the outermost strips
+// much wider than the spacing of numbers, so that a circle reaches into three strips at most in each
+// direction; the stride keeps the nine buckets apart on any ring of least_buckets or more.
+//
 // Folding, rather than a raster over the extent of the tests, keeps the buckets few and full
-// whatever the extent: one test at a mistyped place does no harm.
+// whatever the extent: one test at a mistyped place does no harm. The ring serves a long narrow
+// strip, of whatever direction, as well as a square.
 struct folded_grid {
     f64 radius_squared;
     f64 strips_per_length;
-    u32 mask;                   // of the buckets in one direction, a power of two
-    i32 shift;                  // its exponent
+    // The outermost strips. As variables: constants would be drawn into branches.
+    f64 lowest_strip = -1073741824.0, highest_strip = 1073741824.0;
+    u32 mask;                   // number of buckets, a power of two, less 1
+    u32 stride;                 // buckets from one row to the next
     work_array<u8> occupied{0}; // per bucket, 1 if it has members: small enough for the cache
     work_array<i64> first{0};   // members of bucket b: first[b] to first[b + 1]
     work_array<circle> members{0};
 
-    static i32 strip_of(f64 coordinate, f64 strips_per_length) {
-        constexpr f64 outermost = 1073741824.0;
+    i32 strip_of(f64 coordinate) const { // a NaN is in the lowest
         const f64 strip = coordinate * strips_per_length;
-        const f64 not_below = strip > -outermost ? strip : -outermost; // also for a NaN
-        return static_cast<i32>(not_below < outermost ? not_below : outermost);
+        return static_cast<i32>(std::min(highest_strip, std::max(lowest_strip, strip)));
     }
-    u32 bucket_of(f64 x, f64 y) const {
-        const u32 column = static_cast<u32>(strip_of(x, strips_per_length)) & mask;
-        const u32 row = static_cast<u32>(strip_of(y, strips_per_length)) & mask;
-        return row << shift | column;
-    }
-    // fold(bucket) for each bucket that the circle reaches into, each once.
-    template <class Fold> void for_each_bucket(f64 x, f64 y, f64 reach, Fold fold) const {
+    u32 bucket_of(f64 x, f64 y) const { return folded(strip_of(x), strip_of(y)); }
+    // visit(bucket) for each bucket that the circle reaches into, each once. No point lies within
+    // reach of a place that is not finite.
+    template <class Visit> void for_each_bucket(f64 x, f64 y, f64 reach, Visit visit) const {
+        if (!std::isfinite(x) || !std::isfinite(y)) return;
         const strips columns = strips_within(x, reach), rows = strips_within(y, reach);
-        for (i32 row = 0; row < rows.count; ++row)
-            for (i32 column = 0; column < columns.count; ++column)
-                fold((static_cast<u32>(rows.first + row) & mask) << shift |
-                     (static_cast<u32>(columns.first + column) & mask));
+        for (i32 row = rows.first; row <= rows.last; ++row)
+            for (i32 column = columns.first; column <= columns.last; ++column)
+                visit(folded(column, row));
     }
 
 private:
     struct strips {
-        i32 first, count;
+        i32 first, last;
     };
+    u32 folded(i32 column, i32 row) const {
+        return (static_cast<u32>(column) + static_cast<u32>(row) * stride) & mask;
+    }
     strips strips_within(f64 coordinate, f64 reach) const {
         constexpr f64 infinity = std::numeric_limits<f64>::infinity();
         // One step outward makes up for the rounding of the sum.
         const f64 low = std::nextafter(coordinate - reach, -infinity);
         const f64 high = std::nextafter(coordinate + reach, infinity);
-        const i32 first_strip = strip_of(low, strips_per_length);
-        const i32 count = strip_of(high, strips_per_length) - first_strip + 1;
-        return {first_strip, static_cast<i32>(std::min<u32>(static_cast<u32>(count), mask + 1))};
+        return {strip_of(low), strip_of(high)};
     }
 };
 
 constexpr i64 buckets_per_test = 32;
-constexpr i32 least_shift = 4;
-constexpr i32 most_shift = 10;
+constexpr i64 least_buckets = 256;
+constexpr i64 most_buckets = i64{1} << 20;
+
+// The golden section of the ring, whose multiples stay far from each other; odd, so that they meet
+// every bucket.
+u32 stride_of_rows(i64 buckets) {
+    return static_cast<u32>(0.6180339887498949 * static_cast<f64>(buckets)) | 1U;
+}
 
 f64 magnitude_of(const t_icdata& test) {
     return std::max(std::abs(test.d_x), std::abs(test.d_y));
@@ -116,16 +126,15 @@ bool build_grid(const circle_matching& matching, i64 first_test, i64 last_test, 
     // In units of the last place of 1, more than twice what the roundings can add up to; and more
     // than the root of the smallest f64.
     const f64 reach = std::abs(matching.radius) * (1.0 + 8 * 0x1p-52) + 1e-160;
-    grid.shift = 0;
+    i64 buckets = 1;
     grid.strips_per_length = 0.0;
     if (!matches_far && !matches_nothing) {
-        grid.shift = least_shift;
-        while (grid.shift < most_shift &&
-               i64{1} << 2 * grid.shift < buckets_per_test * tests.extent)
-            ++grid.shift;
+        buckets = least_buckets;
+        while (buckets < most_buckets && buckets < buckets_per_test * tests.extent) buckets *= 2;
         if (!choose_cells(tests, reach, grid.strips_per_length)) return false;
     }
-    grid.mask = (u32{1} << grid.shift) - 1;
+    grid.mask = static_cast<u32>(buckets - 1);
+    grid.stride = stride_of_rows(buckets);
 
     const auto for_each_entry = [&](auto enter) {
         if (matches_nothing) return;
@@ -138,7 +147,6 @@ bool build_grid(const circle_matching& matching, i64 first_test, i64 last_test, 
                                      [&](u32 bucket) { enter(test, i, bucket); });
         }
     };
-    const i64 buckets = i64{1} << 2 * grid.shift;
     grid.occupied = work_array<u8>(buckets, 0);
     grid.first = work_array<i64>(buckets + 1, 0);
     if (!grid.occupied || !grid.first) return false;
@@ -162,14 +170,17 @@ bool build_grid(const circle_matching& matching, i64 first_test, i64 last_test, 
 template <class Hit>
 void walk(const folded_grid& grid, const array_view<const t_icdata>& points, Hit hit) {
     constexpr i64 block_size = 512;
+    constexpr i64 fetched_ahead = 128; // 4 kB, a page
     i32 candidates[block_size];
     u32 buckets[block_size];
     const u8* const occupied = grid.occupied.data();
     for (i64 start = 0; start < points.extent; start += block_size) {
         const i64 size = std::min(block_size, points.extent - start);
+        const i64 ahead = std::min(fetched_ahead, points.extent - start - size);
         i32 found = 0;
         for (i64 i = 0; i < size; ++i) {
             const t_icdata& point = points(start + i + 1);
+            fetch_early(&points(start + i + ahead + 1));
             const u32 bucket = grid.bucket_of(point.d_x, point.d_y);
             candidates[found] = static_cast<i32>(i);
             buckets[found] = bucket;

@@ -22,7 +22,8 @@ struct point_columns {
 // a polygon could not be allocated; the circle allocates nothing. Both turn geometry_messages off.
 //
 // Cost: of the circle one pass at the speed of memory; of the polygon, for ordinary outlines, a few
-// edges a point, however many vertices there are.
+// edges a point near the outline, however many vertices there are, and far from it next to nothing
+// for points that lie in their order on the ground.
 i32 icd_points_in_circle(const f64* center, const f64& radius, const point_columns& points,
                          i32& count, const array_view<i32>& indices);
 i32 icd_points_in_polygon(const point_columns& vertices, const point_columns& points, i32& count,

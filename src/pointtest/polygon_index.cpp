@@ -1,14 +1,15 @@
 #include "pointtest/polygon_index.hpp"
 
+#include "pointtest/fetch_early.hpp"
+#include "pointtest/point_group.hpp"
+
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <cstring>
 
 namespace qmx {
 
 namespace {
-
-constexpr f64 infinity = std::numeric_limits<f64>::infinity();
 
 // What a cell knows.
 constexpr std::uint8_t cell_inside = 1; // whether its points are inside, before its list is heard
@@ -22,7 +23,7 @@ constexpr i64 fewest_columns = 32; // where the rows leave most of the extent em
 // Up to this magnitude no difference or product of coordinates overflows.
 constexpr f64 largest_coordinate = 0x1p500;
 
-// ---- Outline and axes --------------------------------------------------------------------------
+// ---- Outline -----------------------------------------------------------------------------------
 
 i64 next_vertex(i64 vertex, i64 count) {
     return vertex + 1 < count ? vertex + 1 : 0;
@@ -69,35 +70,6 @@ f64 runs_over(const f64* values, i64 count, const extent& range) {
         runs += part < 1.0 ? part : 1.0;
     }
     return runs;
-}
-
-// The limits of a strip are set wide by this part of its width.
-constexpr f64 overlap = 0x1p-10;
-
-// A coordinate in the strip lies above its lower limit and below its upper one. The axis is asked
-// whether a limit holds: where its strips are too narrow to tell, there is no limit.
-f64 lower_limit(const raster_axis& axis, i32 strip) {
-    const f64 limit = axis.low + (strip - overlap) * axis.width;
-    return axis.strip_of(limit) < strip ? limit : -infinity;
-}
-f64 upper_limit(const raster_axis& axis, i32 strip) {
-    const f64 limit = axis.low + (strip + 1 + overlap) * axis.width;
-    return axis.strip_of(limit) > strip ? limit : infinity;
-}
-
-// Divides a range into strips; the first and the last are for what lies outside it. Everything is
-// in strip 0 if the range has no length that could be divided.
-raster_axis divided(f64 low, f64 high, i64 strips) {
-    const f64 count = static_cast<f64>(strips);
-    const f64 width = (high - low) / (count - 2 - 4 * overlap);
-    if (strips < 3 || !std::isnormal(width) || !std::isnormal(1.0 / width)) return {};
-    raster_axis axis;
-    axis.low = low - (1 + 2 * overlap) * width;
-    axis.high = axis.low + (count - 0.5) * width;
-    axis.scale = 1.0 / width;
-    axis.width = width;
-    axis.strips = static_cast<i32>(strips);
-    return axis.strip_of(axis.high) == strips - 1 ? axis : raster_axis{};
 }
 
 // ---- Building ----------------------------------------------------------------------------------
@@ -222,6 +194,20 @@ void find_known_answers(const polygon_index& index, const outline_cuts& outline)
     }
 }
 
+// Finds how far to the right of each cell they are all like it.
+void find_runs(const polygon_index& index) {
+    const i64 columns = index.most_columns;
+    for (i64 row = 0; row < index.columns.size(); ++row) {
+        const std::uint8_t* const cells = index.cells.data() + row * columns;
+        std::uint16_t* const run_end = index.run_end.data() + row * columns;
+        i64 end = columns - 1;
+        for (i64 column = columns - 1; column >= 0; --column) {
+            if (cells[column] != cells[end]) end = column;
+            run_end[column] = static_cast<std::uint16_t>(end);
+        }
+    }
+}
+
 // Calls visit(cell, position in the list) for each member of each cell.
 template <class Visit>
 void for_each_member(const polygon_index& index, const outline_cuts& outline, Visit visit) {
@@ -247,7 +233,8 @@ bool fill_cells(i64 members, polygon_index& index, const outline_cuts& outline) 
     index.cells = work_array<std::uint8_t>(cells, 0);
     index.first = work_array<i32>(cells + 1, 0);
     index.members = work_array<i32>(members);
-    if (!index.cells || !index.first || !index.members) return false;
+    index.run_end = work_array<std::uint16_t>(cells);
+    if (!index.cells || !index.first || !index.members || !index.run_end) return false;
     find_known_answers(index, outline);
     for_each_member(index, outline, [&](i64 cell, i32) { ++index.first[cell]; });
     i32 end = 0;
@@ -259,6 +246,7 @@ bool fill_cells(i64 members, polygon_index& index, const outline_cuts& outline) 
     // Each list is filled from its end, which leaves its beginning in first.
     for_each_member(index, outline,
                     [&](i64 cell, i32 position) { index.members[--index.first[cell]] = position; });
+    find_runs(index);
     return true;
 }
 
@@ -290,7 +278,8 @@ bool build_polygon_index(const point_columns& vertices, i64 points, polygon_inde
 
     // As fine as the points deserve; but an outline that runs up and down again and again gets
     // fewer rows, so that its cuts do not outgrow vertices and points.
-    const f64 cells = static_cast<f64>(std::clamp<i64>(points / 4, 1, most_cells));
+    const f64 cells =
+        static_cast<f64>(std::clamp<i64>(std::min(points / 4, points / 16 + 2 * m), 1, most_cells));
     const f64 most_rows =
         (8.0 * static_cast<f64>(m) + cells) / std::max(runs_over(vertices.y, m, along), 1.0);
     f64 rows = std::min(is_ordinary ? std::sqrt(cells) : cells, most_rows);
@@ -323,7 +312,32 @@ bool build_polygon_index(const point_columns& vertices, i64 points, polygon_inde
     return fill_cells(members, index, outline);
 }
 
-void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
+namespace {
+
+// ---- Asking ------------------------------------------------------------------------------------
+
+constexpr i32 most_rows_of_a_group = 32; // beyond, asking them takes longer than asking the points
+
+constexpr std::uint8_t answers_differ = cell_lists;
+
+// The answer that all cells under the box know, if they agree. The strips of points in the box lie
+// between those of its sides, since strip_of never falls.
+std::uint8_t answer_for(const polygon_index& index, const box& about) {
+    const i32 first = index.rows.strip_of(about.y_low), last = index.rows.strip_of(about.y_high);
+    if (!about.is_finite || last - first >= most_rows_of_a_group) return answers_differ;
+    std::uint8_t answer = 0, other = cell_inside;
+    for (i32 row = first; row <= last; ++row) {
+        const raster_axis& columns = index.columns[row];
+        const i64 from = columns.strip_of(about.x_low), to = columns.strip_of(about.x_high);
+        const i64 cell = i64{row} * index.most_columns + from;
+        answer |= index.cells[cell];
+        other &= index.cells[cell];
+        if (answer == answers_differ || index.run_end[cell] < to) return answers_differ;
+    }
+    return answer == other ? answer : answers_differ;
+}
+
+void mark_points_one_by_one(const polygon_index& index, const f64* x, const f64* y, i32 count,
                             std::uint8_t* flags) {
     const raster_axis rows = index.rows;
     const i32 columns = index.most_columns;
@@ -356,6 +370,29 @@ void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64*
         }
         flags[i] ^= odd;
     }
+}
+
+} // namespace
+
+void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
+                            i64 behind, std::uint8_t* flags) {
+    constexpr i64 fetched_ahead = 512; // 4 kB, a page
+    // Points in no order have boxes that say nothing; no more are asked then.
+    i32 patience = 2;
+    i32 from = 0;
+    for (; patience > 0 && from + group_size <= count; from += group_size) {
+        const i64 ahead = std::min(fetched_ahead, count + behind - from - group_size);
+        fetch_early(x + from + ahead, group_size);
+        fetch_early(y + from + ahead, group_size);
+        const std::uint8_t answer = answer_for(index, box_about(x + from, y + from));
+        if (answer == answers_differ) {
+            mark_points_one_by_one(index, x + from, y + from, group_size, flags + from);
+            --patience;
+        } else {
+            std::memset(flags + from, answer, group_size);
+        }
+    }
+    mark_points_one_by_one(index, x + from, y + from, count - from, flags + from);
 }
 
 } // namespace qmx

@@ -5,26 +5,11 @@
 #include "frame/work_array.hpp"
 #include "pointtest/plan_geometry.hpp"
 #include "pointtest/point_selection.hpp"
+#include "pointtest/raster_axis.hpp"
 
-#include <algorithm>
 #include <cstdint>
 
 namespace qmx {
-
-// One direction of a raster: equal strips numbered from 0, the outer two reaching to infinity.
-struct raster_axis {
-    f64 low = 0.0;   // the inner limit of strip 0 less its width
-    f64 high = 0.0;  // some place within the last strip
-    f64 scale = 0.0; // strips per unit of length, 1 / width; 0 for a single strip
-    f64 width = 0.0;
-    i32 strips = 1;
-
-    // Never falls as the coordinate grows: each rounding is monotone. A NaN falls into strip 0.
-    i32 strip_of(f64 coordinate) const {
-        const f64 within = std::min(high, std::max(low, coordinate));
-        return static_cast<i32>((within - low) * scale);
-    }
-};
 
 // A raster over the outline, its columns fitted anew to the outline in each row, so that a long
 // slanting strip is resolved as well as a square (edges on a uniform grid: Akman, Franklin,
@@ -42,14 +27,19 @@ struct raster_axis {
 //     and where only one is, the cell lists the end as a bit of its own.
 // The index leans on the order of numbers alone, so that extreme coordinates cost time at worst.
 // With a vertex that is not finite, or huge, each row is one cell.
+//
+// Points that follow each other on the ground are decided together, by the cells under the box about
+// them; those of a group that the outline cuts are asked one by one.
 struct polygon_index {
     raster_axis rows;
     work_array<raster_axis> columns{0};  // of each row
     i32 most_columns = 1;                // cells from one row to the next
     work_array<directed_edge> listed{0}; // the edges of the outline, then the bit of each vertex
     work_array<std::uint8_t> cells{0};   // row by row, then one cell of points that are nowhere
-    work_array<i32> first{0};            // cell c lists members[first[c]] to members[first[c+1]-1]
-    work_array<i32> members{0};          // positions in listed
+    // Per cell, the last column of the like cells that begin there: one look tells of all.
+    work_array<std::uint16_t> run_end{0};
+    work_array<i32> first{0};   // cell c lists members[first[c]] to members[first[c+1]-1]
+    work_array<i32> members{0}; // positions in listed
 };
 
 // Whether an index for so many vertices and points costs less than it saves.
@@ -62,7 +52,8 @@ bool build_polygon_index(const point_columns& vertices, i64 points, polygon_inde
 inline constexpr i32 most_points_at_once = 512;
 
 // Decides count points, at most most_points_at_once: a flag becomes 1 for inside, 0 for outside.
+// Behind them stand so many points that will be asked next.
 void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
-                            std::uint8_t* flags);
+                            i64 behind, std::uint8_t* flags);
 
 } // namespace qmx

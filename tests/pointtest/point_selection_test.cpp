@@ -210,6 +210,29 @@ positions points_about(generator& random, const positions& v, std::size_t n) {
     return points;
 }
 
+// The track of a roller over the outline and around it: lane by lane, so that neighbours in the list
+// are neighbours on the ground. Lanes run level, upright or aslant; some have vertices on them.
+positions track_over(generator& random, const positions& v, std::size_t n) {
+    const auto [x_low, x_high] = std::minmax_element(v.x.begin(), v.x.end());
+    const auto [y_low, y_high] = std::minmax_element(v.y.begin(), v.y.end());
+    const f64 width = *x_high - *x_low, height = *y_high - *y_low;
+    const auto way = random() % 3;
+    const std::size_t lane = 100 + random() % 900;
+    const f64 jitter = random() % 2 == 0 ? 0.0 : 0.001;
+    positions points;
+    f64 across = 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (i % lane == 0) across = 1.2 * uniform(random) - 0.1;
+        const f64 along = 1.2 * static_cast<f64>(i % lane) / static_cast<f64>(lane) - 0.1 +
+                          jitter * uniform(random);
+        const f64 a = way == 1 ? across : along;
+        const f64 b = way == 0 ? across : way == 1 ? along : 0.5 * (along + across);
+        points.add(*x_low + a * width, *y_low + b * height);
+        if (way == 0 && i / lane % 3 == 0) points.y.back() = v.y[i / lane % v.size()];
+    }
+    return points;
+}
+
 class PointSelection : public testing::Test {
 protected:
     PointSelection() { clear_event(); }
@@ -349,6 +372,42 @@ TEST_F(PointSelection, PolygonSelectsWhatThePredicateDoes) {
     }
 }
 
+// Points in their order on the ground are decided in groups: each as it would be alone, also with
+// neighbours that are no numbers or far away.
+TEST_F(PointSelection, TracksAreSelectedAsTheirPoints) {
+    generator random(15);
+    const std::vector<f64> odd_values{not_a_number, infinite, -infinite, 1e308, -1e200, 0x1p-1074};
+    i64 selected = 0, left_out = 0;
+    for (int round = 0; round < 240; ++round) {
+        const f64 size = one_of<f64>(random, {1.0, 1000.0, 1000.0, 0x1p-400, 0x1p450});
+        positions v = makers[static_cast<std::size_t>(round) % std::size(makers)](
+            random, 3 + random() % 80, size);
+        if (round % 5 == 0) shift(v, 500.0 * size, 4000.0 * size);
+        positions points = track_over(random, v, 3000 + random() % 6000);
+        if (round % 3 == 0)
+            for (int k = 0; k < 4; ++k)
+                (random() % 2 == 0 ? points.x : points.y)[random() % points.size()] =
+                    one_of(random, odd_values);
+        const selection inside = in_polygon_one_by_one(v, points);
+        expect_same(in_polygon(v, points), inside, "polygon");
+        selected += inside.count;
+        left_out += std::ssize(points.x) - inside.count;
+
+        const std::size_t i = random() % v.size();
+        const f64 center[2] = {v.x[i], v.y[i]};
+        const f64 radius = std::hypot(points.x[0] - v.x[i], points.y[0] - v.y[i]);
+        expect_same(in_circle(v.x[i], v.y[i], radius, points),
+                    one_by_one(points,
+                               [&](const f64* p, i32& within) {
+                                   CIRCLE_CONTAINS_POINT_2D(radius, center, p, within);
+                               }),
+                    "circle");
+        if (HasFatalFailure()) FAIL() << "round " << round;
+    }
+    EXPECT_GT(selected, 100000);
+    EXPECT_GT(left_out, 100000);
+}
+
 // The index is built for far more points than are asked, so that its cells are small, and some of
 // the points lie on the very borders of its cells, at scales where few numbers lie between them.
 TEST_F(PointSelection, FineIndexAnswersAsThePredicate) {
@@ -373,7 +432,7 @@ TEST_F(PointSelection, FineIndexAnswersAsThePredicate) {
         }
 
         std::vector<std::uint8_t> flags(points.size());
-        mark_points_in_polygon(index, points.x.data(), points.y.data(), most_points_at_once,
+        mark_points_in_polygon(index, points.x.data(), points.y.data(), most_points_at_once, 0,
                                flags.data());
         const selection expected = in_polygon_one_by_one(v, points);
         std::vector<std::uint8_t> expected_flags(points.size(), 0);

@@ -143,18 +143,25 @@ TEST(Matching, FindsWhatThePlainDoubleLoopFinds) {
 TEST(Matching, OfManyTestsFoldsFarPlacesTogether) {
     std::mt19937_64 random(5);
     std::uniform_real_distribution<f64> along(0, 4000), across(0, 12);
-    for (const f64 radius : {0.4, 3.0, 900.0}) {
-        std::vector<t_icdata> points, tests;
-        for (int i = 0; i < 20000; ++i)
-            points.push_back({5e5 + across(random), 5.8e6 + along(random), 0, i % 3, 0});
-        for (int i = 0; i < 60; ++i)
-            tests.push_back({5e5 + across(random), 5.8e6 + along(random), 0, i % 4 - 1, 0});
-        tests[7].d_x = tests[7].d_y = 0; // mistyped
-        tests[8].d_x = 1e300;
-        EXPECT_EQ(matches_of_grid(points, tests, radius),
-                  matches_of_plain_loop(points, tests, radius))
-            << radius;
-    }
+    // The way of a long strip: north, east and aslant.
+    const struct { f64 along_x, along_y; } ways[] = {{0, 1}, {1, 0}, {0.6, -0.8}};
+    for (const auto& way : ways)
+        for (const f64 radius : {0.4, 3.0, 900.0}) {
+            const auto place = [&](i32 pass) {
+                const f64 a = along(random), b = across(random);
+                return t_icdata{5e5 + a * way.along_x + b * way.along_y,
+                                5.8e6 + a * way.along_y - b * way.along_x, 0, pass, 0};
+            };
+            std::vector<t_icdata> points, tests;
+            for (int i = 0; i < 12000; ++i) points.push_back(place(i % 3));
+            const int many = radius < 1 ? 1500 : 60; // more than the least ring holds
+            for (int i = 0; i < many; ++i) tests.push_back(place(i % 4 - 1));
+            tests[7].d_x = tests[7].d_y = 0; // mistyped
+            tests[8].d_x = 1e300;
+            EXPECT_EQ(matches_of_grid(points, tests, radius),
+                      matches_of_plain_loop(points, tests, radius))
+                << radius << " along " << way.along_x << ' ' << way.along_y;
+        }
 }
 
 TEST(Matching, OfEverythingWithEverythingKeepsNoMoreThanThePoints) {
