@@ -18,6 +18,13 @@ void refuse_degrees(const table_source& source, const lot& points) {
         source.file, points.x.name, points.y.name));
 }
 
+void refuse_mixed_units(const lot& points, const char* what) {
+    if (points.x.unit == points.y.unit || points.x.unit.empty() || points.y.unit.empty()) return;
+    throw usage_error(fmt::format(
+        "{} is in {} but {} in {}: {} takes both in one unit; name other columns with --x and --y",
+        points.x.name, points.x.unit, points.y.name, points.y.unit, what));
+}
+
 std::string align(polygon_set& areas, const lot& points) {
     const auto each_outline = [&](auto&& change) {
         for (polygon& area : areas.polygons) {

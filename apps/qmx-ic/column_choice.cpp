@@ -135,7 +135,7 @@ column_choice choose_columns(const table_source& source, const row_survey& surve
         if (!choice.pass.found())
             throw usage_error(
                 fmt::format("{}: no column of pass counts was recognised; name it with "
-                            "--value\n  its columns are: {}",
+                            "--pass\n  its columns are: {}",
                             source.file, source.column_list()));
         choice.values = {choice.pass};
     } else {

@@ -106,14 +106,6 @@ void settle_mesh(coverage_report& report, const coverage_options& options,
     report.mesh_is_derived = true;
 }
 
-void refuse_mixed_units(const lot& points) {
-    if (points.x.unit == points.y.unit || points.x.unit.empty() || points.y.unit.empty()) return;
-    throw usage_error(fmt::format(
-        "{} is in {} but {} in {}: an area takes both in one unit; name other columns with --x and "
-        "--y",
-        points.x.name, points.x.unit, points.y.name, points.y.unit));
-}
-
 // The pass count is the value; where a cell has several records, the highest is its last pass.
 void keep_last_passes(coverage_report& report, lot& points) {
     report.cells = summarise_cells(points);
@@ -220,7 +212,7 @@ void run_command(const coverage_options& options) {
     needs.value_is_pass = true;
     lot points = read_lot(source, survey, options.reading, needs, shown);
     refuse_degrees(source, points);
-    refuse_mixed_units(points);
+    refuse_mixed_units(points, "an area");
 
     coverage_report report(source, points);
     report.included = std::move(included);

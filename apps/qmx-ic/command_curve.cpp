@@ -11,6 +11,7 @@
 #include "curve_file.hpp"
 #include "curve_report.hpp"
 #include "failure_report.hpp"
+#include "row_filter.hpp"
 #include "value_range.hpp"
 
 namespace qmx_ic_app {
@@ -121,16 +122,17 @@ std::string explanation_of(const curve_report& report, const curve_options& opti
                            points.points.size(), options.least_points);
     if (first.i_passno < 1)
         return fmt::format("There are pass numbers as low as {}; passes count from 1. Leave them "
-                           "out: --where \"{} >= 1\".",
-                           first.i_passno, points.pass.name);
+                           "out: {}.",
+                           first.i_passno, where_hint(points.pass.name, ">= 1"));
     if (first.i_passno > 1)
         return fmt::format("The lowest pass number is {}: the records of the first passes are "
                            "missing.",
                            first.i_passno);
     if (last.i_passno > highest_pass)
         return fmt::format("There are pass numbers up to {}. Raise --max-pass, or leave the later "
-                           "passes out: --where \"{} <= {}\".",
-                           last.i_passno, points.pass.name, highest_pass);
+                           "passes out: {}.",
+                           last.i_passno,
+                           where_hint(points.pass.name, fmt::format("<= {}", highest_pass)));
     switch (report.curve.passes) {
     case 0:
         return fmt::format("Pass 1 has {} points, and a pass takes {}.",

@@ -1,10 +1,7 @@
 // qmx-ic semivariogram FILE: how the value varies with distance, and the model fitted to that.
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <filesystem>
-#include <future>
 #include <limits>
 #include <memory>
 
@@ -13,7 +10,9 @@
 #include "area_selection.hpp"
 #include "command.hpp"
 #include "failure_report.hpp"
+#include "output_file.hpp"
 #include "pair_estimate.hpp"
+#include "search_time.hpp"
 #include "semivariogram_notes.hpp"
 #include "semivariogram_report.hpp"
 #include "text_table.hpp"
@@ -78,13 +77,6 @@ void check(const semivariogram_options& options) {
     if (options.standardise && options.scale_option->count() > 0)
         throw usage_error("--standardise divides by the variance, which undoes --value-scale; "
                           "leave one of them out");
-}
-
-void refuse_mixed_units(const lot& points) {
-    if (points.x.unit == points.y.unit || points.x.unit.empty() || points.y.unit.empty()) return;
-    throw usage_error(fmt::format("{} is in {} but {} in {}: a distance takes both in one unit; "
-                                  "name other columns with --x and --y",
-                                  points.x.name, points.x.unit, points.y.name, points.y.unit));
 }
 
 // Differences are squared in 32 bits.
@@ -167,46 +159,6 @@ t_gamvset_user settings_of(const semivariogram_report& report) {
     return settings;
 }
 
-std::string duration_text(double seconds) {
-    if (seconds < 90) return fmt::format("{:.0f} s", std::max(1.0, seconds));
-    if (seconds < 5400) return fmt::format("{:.0f} min", seconds / 60);
-    return fmt::format("{:.1f} h", seconds / 3600);
-}
-
-// Seconds that one search for pairs will take, 0 where it is over before that would be of use. A
-// small part of the points is searched to learn what a pair costs here.
-double expected_seconds(const std::vector<t_icdata>& points, const semivariogram_report& report) {
-    constexpr double few_pairs = 1e9; // a second or two
-    constexpr std::size_t sample = 20000;
-    const double count = static_cast<double>(points.size());
-    if (count * count / 2 < few_pairs) return 0;
-    const double pairs = estimated_pairs(points, report.cut_off());
-    if (pairs < few_pairs) return 0;
-    const std::vector<t_icdata> some(points.begin(),
-                                     points.begin() + static_cast<std::ptrdiff_t>(sample));
-    const double sampled_pairs = estimated_pairs(some, report.cut_off());
-    const auto start = std::chrono::steady_clock::now();
-    semivariogram unused;
-    run_semivariogram(some, settings_of(report), unused);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    return sampled_pairs > 0 ? taken.count() * pairs / sampled_pairs : 0;
-}
-
-// Runs the work and shows meanwhile for how long it has been running: more of a call that comes back
-// when all is done cannot be known.
-template <class Work> void run_with_clock(double seconds, progress& shown, const Work& work) {
-    using namespace std::chrono_literals;
-    const auto start = std::chrono::steady_clock::now();
-    std::future<void> done = std::async(std::launch::async, work);
-    while (done.wait_for(250ms) != std::future_status::ready) {
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        shown.note(fmt::format("searching for pairs: {} of about {}", duration_text(taken.count()),
-                               duration_text(seconds)));
-    }
-    shown.clear();
-    done.get();
-}
-
 // The results of scaled values in the unit of the values themselves.
 void scale_back(semivariogram& result, double scale) {
     const double square = scale * scale;
@@ -233,7 +185,7 @@ void analyse(semivariogram_report& report, const semivariogram_options& options,
              std::vector<t_icdata> points, progress& shown) {
     constexpr double worth_a_word = 3; // seconds
     const t_gamvset_user settings = settings_of(report);
-    const double seconds = expected_seconds(points, report);
+    const double seconds = expected_seconds(points, settings);
     const bool count_too = options.count_pairs || seconds <= worth_a_word;
     if (seconds > worth_a_word) {
         shown.clear();
@@ -278,12 +230,9 @@ void run_command(const semivariogram_options& options) {
     if (options.last_pass) needs.pass = need::complete;
     lot points = read_lot(source, survey, options.reading, needs, shown);
     refuse_degrees(source, points);
-    refuse_mixed_units(points);
+    refuse_mixed_units(points, "a distance");
     refuse_values_too_large(source, points, options.value_scale);
-    std::error_code unknown;
-    if (std::filesystem::equivalent(source.file, options.output, unknown))
-        throw usage_error(fmt::format("--output {}: this is the file that is read; name another",
-                                      options.output));
+    refuse_input_as_output(source.file, options.output);
 
     semivariogram_report report(source, points);
     report.cells = summarise_cells(points);

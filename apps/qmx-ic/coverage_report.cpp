@@ -118,9 +118,7 @@ json areas_json(const polygon_set& set) {
 } // namespace
 
 std::string coverage_report::area_unit() const {
-    const std::string& unit = points.x.unit;
-    if (unit.empty()) return {};
-    return unit.find(' ') == std::string::npos ? unit + "²" : "(" + unit + ")²";
+    return squared_unit(points.x.unit);
 }
 
 double coverage_report::covered_area() const {

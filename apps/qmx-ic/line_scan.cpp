@@ -1,25 +1,20 @@
 #include "line_scan.hpp"
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
+#include <string_view>
 
-#include <cpl_vsi.h>
 #include <fmt/format.h>
 
 #include "command.hpp"
 #include "number_text.hpp"
 #include "progress.hpp"
+#include "text_records.hpp"
 
 namespace qmx_ic_app {
 
 namespace {
 
-constexpr std::size_t block_size = std::size_t{1} << 20;
-
-struct file_closer {
-    void operator()(VSILFILE* file) const { VSIFCloseL(file); }
-};
+constexpr std::int64_t records_between_notes = 1 << 16;
 
 // The separator as the CSV reader finds it: the one of the head line, a comma if there are several.
 char separator_of(std::string_view head) {
@@ -65,71 +60,51 @@ int count_fields(std::string_view record, char separator, bool has_quotes, bool&
     return fields;
 }
 
+// Takes the records one by one: first the head line, then the others.
 class scanner {
 public:
     scanner(line_scan& into, const std::string& name) : scan(into), shown_name(name) {}
 
-    void take_line(std::string_view line) {
-        ++lines;
-        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-        const bool has_quotes = std::memchr(line.data(), '"', line.size()) != nullptr;
-        if (open_record.empty()) {
-            if (line.empty()) return;
-            first_line = lines;
-            if (!has_quotes || std::count(line.begin(), line.end(), '"') % 2 == 0) {
-                take_record(line, has_quotes);
-                return;
-            }
-            open_record.assign(line);
-            return;
-        }
-        open_record += '\n';
-        open_record += line;
-        if (std::count(line.begin(), line.end(), '"') % 2 != 0) close();
-    }
-
-    void close() {
-        if (!open_record.empty()) take_record(open_record, true);
-        open_record.clear();
-    }
-
-    std::int64_t lines = 0;
-
-private:
-    void take_record(std::string_view record, bool has_quotes) {
-        bool last_is_empty = false;
+    void take(const text_records& source) {
         if (scan.head_fields == 0) {
-            if (record.starts_with("\xEF\xBB\xBF")) record.remove_prefix(3);
-            if (record.find('\0') != std::string_view::npos)
-                throw usage_error(fmt::format(
-                    "{}: this is no text in UTF-8; save it as CSV in UTF-8", shown_name));
-            scan.separator = separator_of(record);
-            scan.head = fields_of(record, scan.separator);
-            // The CSV reader, too, takes "name," as a single column.
-            if (scan.head.size() == 2 && scan.head.back().empty()) scan.head.pop_back();
-            scan.head_fields = static_cast<int>(scan.head.size());
-            named_fields = scan.head_fields;
-            while (named_fields > 1 &&
-                   scan.head[static_cast<std::size_t>(named_fields) - 1].empty())
-                --named_fields; // separators at the end of the head line need not stand in the rows
-            offset = first_line;
+            take_head(source.text);
+            head_line = source.first_line;
+            offset = head_line;
             return;
         }
         ++scan.records;
-        if (first_line - scan.records != offset) {
-            offset = first_line - scan.records;
-            scan.steps.push_back({scan.records, first_line});
+        if (source.first_line - scan.records != offset) {
+            offset = source.first_line - scan.records;
+            scan.steps.push_back({scan.records, source.first_line});
         }
-        const int fields = count_fields(record, scan.separator, has_quotes, last_is_empty);
+        bool last_is_empty = false;
+        const int fields =
+            count_fields(source.text, scan.separator, source.has_quotes, last_is_empty);
         const int most = scan.head_fields + last_is_empty;
         if (fields >= named_fields && fields <= most) return;
         scan.odd.push_back({scan.records, fields});
     }
 
+    std::int64_t head_line = 0;
+
+private:
+    void take_head(std::string_view record) {
+        if (record.starts_with("\xEF\xBB\xBF")) record.remove_prefix(3);
+        if (record.find('\0') != std::string_view::npos)
+            throw usage_error(
+                fmt::format("{}: this is no text in UTF-8; save it as CSV in UTF-8", shown_name));
+        scan.separator = separator_of(record);
+        scan.head = fields_of(record, scan.separator);
+        // The CSV reader, too, takes "name," as a single column.
+        if (scan.head.size() == 2 && scan.head.back().empty()) scan.head.pop_back();
+        scan.head_fields = static_cast<int>(scan.head.size());
+        named_fields = scan.head_fields;
+        while (named_fields > 1 && scan.head[static_cast<std::size_t>(named_fields) - 1].empty())
+            --named_fields; // separators at the end of the head line need not stand in the rows
+    }
+
     line_scan& scan;
     const std::string& shown_name;
-    std::string open_record; // a record whose quoted field goes on in the next line
-    std::int64_t first_line = 0;
     int named_fields = 0;
     std::int64_t offset = 0;
 };
@@ -146,35 +121,19 @@ std::int64_t line_scan::line_of(std::int64_t record) const {
 }
 
 line_scan scan_lines(const std::string& path, const std::string& shown_name, progress& shown) {
-    const std::unique_ptr<VSILFILE, file_closer> file(VSIFOpenL(path.c_str(), "rb"));
-    if (!file) throw usage_error(fmt::format("{}: the file cannot be opened", shown_name));
+    text_records records(path);
+    if (!records.is_open())
+        throw usage_error(fmt::format("{}: the file cannot be opened", shown_name));
 
     line_scan scan;
     scanner lines(scan, shown_name);
-    std::string buffer;
-    std::size_t kept = 0; // an unfinished line at the start of the buffer
-    for (;;) {
-        buffer.resize(kept + block_size);
-        const std::size_t got = VSIFReadL(buffer.data() + kept, 1, block_size, file.get());
-        std::string_view rest(buffer.data(), kept + got);
-        for (;;) {
-            const void* const end = std::memchr(rest.data(), '\n', rest.size());
-            if (end == nullptr) break;
-            const auto length =
-                static_cast<std::size_t>(static_cast<const char*>(end) - rest.data());
-            lines.take_line(rest.substr(0, length));
-            rest.remove_prefix(length + 1);
-        }
-        if (got < block_size) {
-            if (!rest.empty()) lines.take_line(rest);
-            break;
-        }
-        kept = rest.size();
-        std::memmove(buffer.data(), rest.data(), kept);
-        shown.note(fmt::format("looking at line {}", lines.lines));
+    while (records.next()) {
+        lines.take(records);
+        if (scan.records % records_between_notes == 0)
+            shown.note(fmt::format("looking at line {}", records.lines));
     }
-    lines.close();
     if (scan.head_fields == 0) throw usage_error(fmt::format("{}: the file is empty", shown_name));
+    scan.is_plain = records.is_plain && lines.head_line == 1;
     return scan;
 }
 

@@ -23,6 +23,8 @@ struct line_scan {
     std::int64_t records = 0;      // without the head line and without empty lines
     std::vector<odd_record> odd;   // ascending; an extra empty field at the end is none
 
+    bool is_plain = false; // every reader takes the same records from it: see text_records
+
     // A line differs from (record + 1) after empty lines and after fields that span lines.
     struct step {
         std::int64_t record, line;

@@ -6,8 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "cell_reader.hpp"
 #include "column_choice.hpp"
-#include "column_names.hpp"
 #include "command.hpp"
 #include "row_filter.hpp"
 
@@ -17,96 +17,6 @@ namespace {
 
 constexpr double none = std::numeric_limits<double>::quiet_NaN();
 constexpr std::int64_t rows_between_notes = 4096;
-
-// Counts dropped rows by reason, and remembers the first of each.
-class drop_counter {
-public:
-    // The key of a reason is made of two parts, and so is its text: no text is put together for a row
-    // whose reason is known.
-    void add(std::string_view role, std::string_view reason, std::string_view subject,
-             std::string_view text, std::int64_t record, std::string_view column = {},
-             std::string_view value = {}) {
-        for (dropped_rows& known : rows)
-            if (known.reason.size() == role.size() + reason.size() &&
-                known.reason.starts_with(role) && known.reason.ends_with(reason)) {
-                ++known.count;
-                return;
-            }
-        rows.push_back({fmt::format("{}{}", role, reason), fmt::format("{}{}", subject, text), 1,
-                        record, std::string(column), std::string(value)});
-    }
-    void add(std::string_view reason, std::string_view text, std::int64_t record) {
-        add("", reason, "", text, record);
-    }
-    std::vector<dropped_rows> rows;
-};
-
-// Reads one column: counts units and labels stripped, and names what is wrong with a cell.
-class cell_reader {
-public:
-    cell_reader(const used_column& use, const char* role, const row_survey& learned)
-        : column(use), survey(learned), key(role) {
-        if (column.index < 0) return;
-        unit = survey.columns[static_cast<std::size_t>(column.index)].unit;
-        if (unit.empty()) unit = meaning_of_name(column.name).unit;
-    }
-
-    // The number of a cell; NaN after adding the reason to `drops`.
-    double read(const table_source& row, drop_counter& drops) {
-        const text_value cell = row.value(column.index, survey.style);
-        const auto drop = [&](const char* reason, const char* text) {
-            drops.add(key, reason, column.name, text, row.record(), column.name,
-                      trimmed(row.text(column.index)));
-            return none;
-        };
-        switch (cell.kind) {
-        case text_kind::missing: return drop("_missing", " is missing");
-        case text_kind::not_a_number: return drop("_not_a_number", " is not a number");
-        case text_kind::number: break;
-        case text_kind::unit_number:
-            if (unit.empty()) unit = cell.extra;
-            if (!same_text(cell.extra, unit))
-                return drop("_in_another_unit", " is in another unit");
-            note_stripped(cell, true);
-            break;
-        case text_kind::labelled: note_stripped(cell, false); break;
-        }
-        return cell.value;
-    }
-
-    used_column column;
-    stripped_text stripped;
-
-private:
-    const row_survey& survey;
-    std::string key;
-    std::string unit; // that all values of the column must have, if they have one
-
-    void note_stripped(const text_value& cell, bool is_unit) {
-        if (stripped.count++ == 0) stripped = {column.name, std::string(cell.extra), is_unit, 1};
-    }
-};
-
-// The values of one candidate column, for the points read so far. A column without any number takes
-// no memory.
-struct value_column {
-    cell_reader reader;
-    drop_counter drops;
-    std::vector<double> values;
-    std::int64_t filled = 0;
-
-    void take(const table_source& row, std::size_t position, std::size_t capacity) {
-        const double value = reader.read(row, drops);
-        if (values.empty()) {
-            if (std::isnan(value)) return;
-            values.reserve(capacity);
-            values.assign(position, none);
-        }
-        values.push_back(value);
-        filled += !std::isnan(value);
-    }
-    double at(std::size_t position) const { return values.empty() ? none : values[position]; }
-};
 
 class lot_builder {
 public:
@@ -128,7 +38,7 @@ public:
             result.records.reserve(static_cast<std::size_t>(source.rows));
         }
         odd = source.lines.odd.begin();
-        source.rewind();
+        source.rewind_for(columns_asked_for(), choice.from_geometry);
         while (source.next()) {
             if (source.record() % rows_between_notes == 0)
                 shown.note(fmt::format("reading {}", source.file),
@@ -164,6 +74,13 @@ private:
     drop_counter drops;
     lot result;
     bool reads_pass = false;
+
+    std::vector<int> columns_asked_for() const {
+        std::vector<int> columns = filter.columns();
+        for (const cell_reader* reader : {&x, &y, &pass}) columns.push_back(reader->column.index);
+        for (const value_column& column : values) columns.push_back(column.reader.column.index);
+        return columns;
+    }
 
     bool has_sound_fields() {
         if (!source.is_delimited) return true;

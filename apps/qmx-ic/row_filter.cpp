@@ -1,11 +1,24 @@
 #include "row_filter.hpp"
 
+#include <algorithm>
+
 #include <cpl_string.h>
 #include <fmt/format.h>
 
 #include "command.hpp"
 
 namespace qmx_ic_app {
+
+std::string where_hint(const std::string& column, const std::string& condition) {
+    const auto is_of_word = [](char c) {
+        return c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ||
+               (c >= 'A' && c <= 'Z');
+    };
+    const bool is_word = !column.empty() && !(column[0] >= '0' && column[0] <= '9') &&
+                         std::all_of(column.begin(), column.end(), is_of_word);
+    return is_word ? fmt::format("--where \"{} {}\"", column, condition)
+                   : fmt::format("--where '\"{}\" {}'", column, condition);
+}
 
 row_filter::row_filter(const std::string& expression, const table_source& source,
                        const row_survey& learned)

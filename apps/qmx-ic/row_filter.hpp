@@ -13,6 +13,10 @@
 
 namespace qmx_ic_app {
 
+// The option that keeps the rows whose column satisfies a condition, as one writes it in a shell:
+// --where "PassCount >= 2"; a name that is no plain word stands in quotation marks of its own.
+std::string where_hint(const std::string& column, const std::string& condition);
+
 class row_filter {
 public:
     // A column whose cells are numbers (units inside them stripped) compares as numbers; a missing
@@ -23,6 +27,7 @@ public:
     row_filter& operator=(const row_filter&) = delete;
 
     bool passes(const table_source& row);
+    const std::vector<int>& columns() const { return used; } // that it looks at
 
 private:
     const row_survey& survey;

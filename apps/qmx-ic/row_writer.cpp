@@ -3,12 +3,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 
 #include <fmt/format.h>
 
 #include "command.hpp"
+#include "output_file.hpp"
 
 namespace qmx_ic_app {
 
@@ -71,10 +71,7 @@ private:
 
 void write_rows(table_source& source, const std::vector<std::int64_t>& records,
                 const std::string& output, progress& shown) {
-    std::error_code error;
-    if (std::filesystem::equivalent(source.file, output, error))
-        throw usage_error(
-            fmt::format("--output {}: this is the file that is read; name another", output));
+    refuse_input_as_output(source.file, output);
     text_writer writer(output, source.is_delimited ? source.lines.separator : ',');
     const bool has_points = source.has_geometry() && !source.is_delimited;
     if (has_points) {

@@ -1,14 +1,12 @@
 #include "semivariogram_report.hpp"
 
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 
 #include <fmt/format.h>
 
 #include "command.hpp"
 #include "failure_report.hpp"
+#include "output_file.hpp"
 #include "reading_report.hpp"
 #include "text_chart.hpp"
 #include "text_table.hpp"
@@ -154,9 +152,7 @@ double semivariogram_report::model_at(double distance) const {
 }
 
 std::string semivariogram_report::semivariance_unit() const {
-    const std::string& unit = points.value.unit;
-    if (unit.empty() || is_standardised) return {};
-    return unit.find_first_of("/ ") == std::string::npos ? unit + "²" : "(" + unit + ")²";
+    return is_standardised ? std::string() : squared_unit(points.value.unit);
 }
 
 std::string semivariogram_text(const semivariogram_report& report) {
@@ -274,16 +270,7 @@ void write_semivariogram(const semivariogram_report& report) {
     for (std::size_t i = 0; report.is_fitted() && i < result.curve_x.size(); ++i)
         text += fmt::format("curve,,,,{},,{}\n", static_cast<float>(result.curve_x[i]),
                             static_cast<float>(result.curve_y[i]));
-
-    std::FILE* const file = std::fopen(report.output.c_str(), "wb");
-    bool is_written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    int reason = errno;
-    if (file && std::fclose(file) != 0 && is_written) {
-        is_written = false;
-        reason = errno;
-    }
-    if (!is_written)
-        throw usage_error(fmt::format("--output {}: {}", report.output, std::strerror(reason)));
+    write_output(report.output, text);
 }
 
 } // namespace qmx_ic_app

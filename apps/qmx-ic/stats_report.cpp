@@ -35,9 +35,8 @@ constexpr statistic statistics[] = {{0, "mean", "Mean", 1},
 constexpr int coefficient_of_variation = 8;
 
 std::string unit_to(const std::string& unit, int power) {
-    if (unit.empty() || power == 0) return {};
-    if (power == 1) return unit;
-    return unit.find_first_of("/ ") == std::string::npos ? unit + "²" : "(" + unit + ")²";
+    if (power == 0) return {};
+    return power == 1 ? unit : squared_unit(unit);
 }
 
 int class_count(const t_statsout& result) {

@@ -1,5 +1,6 @@
 #include "table_source.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -74,21 +75,60 @@ table_source::table_source(const std::string& name, const std::string& wanted, p
         lines = scan_lines(path, file, shown);
         rows = lines.records;
     }
-    open(lines.head_fields == 1 ? copy_with_second_column(path, lines.separator) : path);
+    if (is_delimited && lines.separator == '|' && lines.is_plain) {
+        name_columns_by_head(path);
+        return;
+    }
+    const std::string opened =
+        lines.head_fields == 1 ? copy_with_second_column(path, lines.separator) : path;
+    open(opened);
     choose_layer(wanted);
     if (!is_delimited) rows = layer->GetFeatureCount(FALSE);
 
     const OGRFeatureDefn* const definition = layer->GetLayerDefn();
-    const int fields = definition->GetFieldCount();
-    for (int i = 0; i < fields; ++i)
+    const int count = definition->GetFieldCount();
+    for (int i = 0; i < count; ++i)
         columns.push_back(
             {definition->GetFieldDefn(i)->GetNameRef(), definition->GetFieldDefn(i)->GetType()});
-    if (is_delimited && fields != lines.head_fields)
+    if (is_delimited && count != lines.head_fields)
         throw usage_error(
             fmt::format("{}, line 1: the head line names {} columns but {} were read; "
                         "put names with quotes or separators in them right",
-                        file, lines.head_fields, fields));
-    if (is_delimited) refuse_missing_head();
+                        file, lines.head_fields, count));
+    if (!is_delimited) return;
+    refuse_missing_head();
+    take_text_apart(opened);
+}
+
+// The CSV reader of GDAL knows no bars between fields.
+void table_source::name_columns_by_head(const std::string& path) {
+    format = "CSV";
+    for (const std::string& name : lines.head) columns.push_back({name, OFTString});
+    refuse_missing_head();
+    records = std::make_unique<text_records>(path);
+    if (!records->is_open()) throw usage_error(fmt::format("{}: the file cannot be opened", file));
+    rewind();
+}
+
+// A second file that names types for the columns, or a column of geometries, leaves the rows to GDAL,
+// and so does a first record that GDAL takes apart in another way.
+void table_source::take_text_apart(const std::string& path) {
+    const auto is_text = [](const source_column& column) { return column.is_text(); };
+    if (!lines.is_plain || has_geometry() || !std::all_of(columns.begin(), columns.end(), is_text))
+        return;
+    rewind();
+    const bool has_first = fetch();
+    records = std::make_unique<text_records>(path);
+    if (!records->is_open()) {
+        records.reset();
+        return rewind();
+    }
+    rewind();
+    bool is_same = fetch() == has_first;
+    for (std::size_t i = 0; is_same && has_first && i < columns.size(); ++i)
+        is_same = fields[i] == feature->GetFieldAsString(static_cast<int>(i));
+    if (!is_same) records.reset();
+    rewind();
 }
 
 void table_source::refuse_missing_head() const {
@@ -144,29 +184,67 @@ void table_source::choose_layer(const std::string& wanted) {
 }
 
 const OGRSpatialReference* table_source::reference() const {
-    return layer->GetSpatialRef();
+    return layer ? layer->GetSpatialRef() : nullptr;
 }
 
 bool table_source::has_geometry() const {
-    return layer->GetGeomType() != wkbNone && layer->GetLayerDefn()->GetGeomFieldCount() > 0;
+    return layer && layer->GetGeomType() != wkbNone &&
+           layer->GetLayerDefn()->GetGeomFieldCount() > 0;
 }
 
 void table_source::rewind() {
-    layer->ResetReading();
+    if (!is_delimited) layer->SetIgnoredFields(nullptr);
+    start();
+}
+
+void table_source::rewind_for(const std::vector<int>& wanted, bool with_geometry) {
+    if (!is_delimited) leave_out(wanted, with_geometry);
+    start();
+}
+
+void table_source::start() {
     number = 0;
+    if (!records) return layer->ResetReading();
+    records->rewind();
+    records->next(); // the head
+}
+
+void table_source::leave_out(const std::vector<int>& wanted, bool with_geometry) {
+    CPLStringList ignored;
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        if (std::find(wanted.begin(), wanted.end(), static_cast<int>(i)) == wanted.end())
+            ignored.AddString(columns[i].name.c_str());
+    if (!with_geometry) ignored.AddString("OGR_GEOMETRY");
+    ignored.AddString("OGR_STYLE");
+    layer->SetIgnoredFields(const_cast<const char**>(ignored.List()));
+}
+
+bool table_source::fetch() {
+    if (records) {
+        if (!records->next()) return false;
+        split_fields(records->text, lines.separator, records->has_quotes, unquoted, fields);
+        if (fields.size() < columns.size()) fields.resize(columns.size());
+        return true;
+    }
+    CPLErrorReset();
+    feature.reset(layer->GetNextFeature());
+    return feature != nullptr;
 }
 
 bool table_source::next() {
-    CPLErrorReset();
-    feature.reset(layer->GetNextFeature());
-    if (feature) {
+    if (fetch()) {
         ++number;
         return true;
     }
-    if (CPLGetLastErrorType() >= CE_Failure)
+    std::string failure;
+    if (records) {
+        failure = records->failure;
+    } else if (CPLGetLastErrorType() >= CE_Failure) {
+        failure = CPLGetLastErrorMsg();
+    }
+    if (!failure.empty())
         throw usage_error(fmt::format("{}, after {}: reading stopped: {}", file,
-                                      number > 0 ? place(number) : "the head",
-                                      CPLGetLastErrorMsg()));
+                                      number > 0 ? place(number) : "the head", failure));
     if (is_delimited && number != lines.records)
         throw usage_error(
             fmt::format("{}, {}: {} records were read but the file has {}; look for a "
@@ -180,11 +258,13 @@ bool table_source::is_missing(int column) const {
 }
 
 std::string_view table_source::text(int column) const {
+    if (records) return fields[static_cast<std::size_t>(column)];
     return is_missing(column) ? std::string_view() : feature->GetFieldAsString(column);
 }
 
 text_value table_source::value(int column, const number_style& style) const {
     constexpr double none = std::numeric_limits<double>::quiet_NaN();
+    if (records) return read_text_value(text(column), style);
     if (is_missing(column)) return {text_kind::missing, none, {}};
     const source_column& description = columns[static_cast<std::size_t>(column)];
     if (!description.is_numeric()) return read_text_value(text(column), style);
@@ -192,13 +272,14 @@ text_value table_source::value(int column, const number_style& style) const {
     if (std::isnan(number_read)) return {text_kind::missing, none, {}};
     if (std::isinf(number_read)) return {text_kind::not_a_number, none, {}};
     // A code such as -9999 may have been named as missing.
-    if (!style.missing.empty() && read_text_value(text(column), style).kind == text_kind::missing)
-        return {text_kind::missing, none, {}};
+    for (const std::string& missing : style.missing)
+        if (double code = none; read_plain_number(missing, code) && code == number_read)
+            return {text_kind::missing, none, {}};
     return {text_kind::number, number_read, {}};
 }
 
 const OGRGeometry* table_source::geometry() const {
-    return feature->GetGeometryRef();
+    return records ? nullptr : feature->GetGeometryRef();
 }
 
 std::int64_t table_source::line_of(std::int64_t record) const {

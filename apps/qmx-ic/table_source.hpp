@@ -12,6 +12,7 @@
 #include "line_scan.hpp"
 #include "number_text.hpp"
 #include "progress.hpp"
+#include "text_records.hpp"
 
 namespace qmx_ic_app {
 
@@ -42,11 +43,13 @@ public:
     bool has_geometry() const;
 
     void rewind();
+    // The same for a run through all records in which only these columns will be asked for, and the
+    // geometry where it is said: what else there is need not be read then.
+    void rewind_for(const std::vector<int>& wanted, bool with_geometry);
     bool next();                                   // false after the last record
     std::int64_t record() const { return number; } // from 1
-    bool is_missing(int column) const;
-    std::string_view
-    text(int column) const; // valid until the next call for a column that is no text
+    // Valid until next(), and until the next call for a column that is no text.
+    std::string_view text(int column) const;
     text_value value(int column, const number_style& style) const;
     const OGRGeometry* geometry() const; // of this record, may be null
 
@@ -60,10 +63,20 @@ public:
 
 private:
     GDALDatasetUniquePtr dataset;
-    OGRLayer* layer = nullptr;
+    OGRLayer* layer = nullptr; // null for text with bars between its fields
     OGRFeatureUniquePtr feature;
     std::int64_t number = 0;
+    // Of delimited text without geometries the records are taken apart here; null otherwise.
+    std::unique_ptr<text_records> records;
+    std::vector<std::string_view> fields;
+    std::string unquoted;
 
+    bool fetch();
+    void start();
+    void leave_out(const std::vector<int>& wanted, bool with_geometry);
+    void take_text_apart(const std::string& path);
+    void name_columns_by_head(const std::string& path);
+    bool is_missing(int column) const;
     void open(const std::string& path);
     void choose_layer(const std::string& wanted);
     void refuse_missing_head() const;

@@ -97,4 +97,9 @@ std::string unit_suffix(std::string_view unit) {
     return unit.empty() ? std::string() : fmt::format(" [{}]", unit);
 }
 
+std::string squared_unit(const std::string& unit) {
+    if (unit.empty()) return {};
+    return unit.find_first_of("/ ") == std::string::npos ? unit + "²" : "(" + unit + ")²";
+}
+
 } // namespace qmx_ic_app

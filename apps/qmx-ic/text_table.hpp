@@ -41,4 +41,7 @@ std::string wrapped(std::string_view text, std::size_t indent);
 // " [unit]", or nothing without a unit.
 std::string unit_suffix(std::string_view unit);
 
+// "m²", "(km/h)²", or "".
+std::string squared_unit(const std::string& unit);
+
 } // namespace qmx_ic_app

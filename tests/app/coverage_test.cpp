@@ -254,7 +254,7 @@ TEST_F(Coverage, RealCellsHaveTheirSpacing) {
     const char* const data = std::getenv("QMX_IC_DATA");
     if (!data) GTEST_SKIP() << "QMX_IC_DATA does not name the folder of the real files";
     write("site.csv", "x,y\n-242449,1032543\n-239821,1032543\n-239821,1033085\n-242449,1033085\n");
-    const std::string file = "'" + std::string(data) + "/roller_all_passes_sample.csv'";
+    const std::string file = fmt::format("'{}/roller_all_passes_sample.csv'", data);
     const auto document = coverage(file + " --area site.csv --json --bins 1-3,4-").json();
     EXPECT_EQ(document["mesh"]["x"], 0.34);
     EXPECT_EQ(document["mesh"]["y"], 0.34);

@@ -33,14 +33,15 @@ TEST_F(Reading, EveryWayOfWritingATextGivesTheSameStatistics) {
     write("tab.txt", "Easting_m\tNorthing_m\tCMV\n" + sound("{0}\t{0}\t{0}\n"));
     write("quoted.tsv",
           "\"Easting (m)\"\t\"Northing (m)\"\t\"CMV (-)\"\n" + sound("{0}\t{0}\t\"{0}\"\n"));
+    write("bars.psv", "x|y|CMV\n" + sound("{0}|{0}|\"{0}\"\n"));
     write("trailing.csv", "x,y,CMV,\n" + sound("{0},{0},{0},\n"));
     write("blank_lines.csv", "x,y,CMV\n\n" + sound("{0},{0},{0}\n\n"));
     write("units.csv", "x,y,CMV\n" + sound("{0}m,{0}m,{0}.0 MN/m\n"));
     write("single.csv", "CMV\r\n\r\n" + sound("\"{0}\"\r\n"));
     write("no_end.csv", "x,y,CMV\n" + sound("{0},{0},{0}\n").substr(0, 69));
     for (const char* const file :
-         {"comma.csv", "bom_crlf.csv", "tab.txt", "quoted.tsv", "trailing.csv", "blank_lines.csv",
-          "units.csv", "single.csv", "no_end.csv"}) {
+         {"comma.csv", "bom_crlf.csv", "tab.txt", "quoted.tsv", "bars.psv", "trailing.csv",
+          "blank_lines.csv", "units.csv", "single.csv", "no_end.csv"}) {
         SCOPED_TRACE(file);
         expect_ten(run(std::string("stats --json ") + file));
     }
