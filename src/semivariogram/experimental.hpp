@@ -2,6 +2,7 @@
 #pragma once
 
 #include "frame/array_view.hpp"
+#include "frame/limits.hpp"
 #include "qmx_ic.h"
 #include "semivariogram/parameters.hpp"
 

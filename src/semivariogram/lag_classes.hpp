@@ -6,7 +6,7 @@
 #pragma once
 
 #include "frame/base_types.hpp"
-#include "semivariogram/model_fit.hpp"
+#include "frame/limits.hpp"
 
 namespace qmx {
 

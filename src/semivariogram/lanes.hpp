@@ -1,7 +1,7 @@
-// Numbers side by side, as wide as the compiler's target allows: sixteen, eight or four f32. Each
-// operation is the IEEE one in every lane. Everything is local to the unit that includes this; what
-// is compiled for newer processors calls nothing but intrinsics, which leave no function behind that
-// the linker could take for others.
+// Numbers side by side, as wide as the compiler's target allows: sixteen, eight or four f32, and as
+// many f64. Each operation is the IEEE one in every lane. Everything is local to the unit that
+// includes this; what is compiled for newer processors calls nothing but intrinsics, which leave no
+// function behind that the linker could take for others.
 #pragma once
 
 #include "frame/base_types.hpp"
@@ -24,12 +24,22 @@ namespace {
 constexpr i64 width = 16;
 using reals = __m512;
 using flags = __mmask16; // one for each lane
+struct wide_reals {
+    __m512d low, high;
+};
 
 inline reals all(f32 value) {
     return _mm512_set1_ps(value);
 }
 inline reals load(const f32* from) {
     return _mm512_loadu_ps(from);
+}
+inline void store(f32* to, reals a) {
+    _mm512_storeu_ps(to, a);
+}
+inline reals backwards(reals a) {
+    const __m512i order = _mm512_setr_epi32(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+    return _mm512_maskz_permutexvar_ps(0xFFFF, order, a);
 }
 // Operations with a mask of all lanes: GCC 12 warns of the header's own variable in the others.
 inline reals root(reals a) {
@@ -44,54 +54,50 @@ inline flags below(reals a, reals b) {
 inline flags at_most(reals a, reals b) {
     return _mm512_cmp_ps_mask(a, b, _CMP_LE_OQ);
 }
+inline flags equal(reals a, reals b) {
+    return _mm512_cmp_ps_mask(a, b, _CMP_EQ_OQ);
+}
 inline flags both(flags a, flags b) {
     return a & b;
 }
 inline flags either(flags a, flags b) {
     return a | b;
 }
+inline flags without(flags a, flags b) {
+    return static_cast<flags>(a & ~b);
+}
+inline reals choose(flags a, reals yes, reals no) {
+    return _mm512_mask_mov_ps(no, a, yes);
+}
 inline unsigned bits_of(flags a) {
     return a;
 }
-inline i64 number_of(unsigned bits) {
-    return _mm_popcnt_u32(bits);
+inline flags flags_of(unsigned bits) {
+    return static_cast<flags>(bits);
 }
 // The lanes whose bits are set, side by side. A whole vector is written; what follows them has no
 // meaning.
 inline void store_packed(f32* to, unsigned bits, reals lanes) {
     _mm512_storeu_ps(to, _mm512_maskz_compress_ps(static_cast<__mmask16>(bits), lanes));
 }
-inline void store_alternating(f32* to, reals a, reals b) {
-    const __m512i low = _mm512_setr_epi32(0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
-    const __m512i high =
-        _mm512_setr_epi32(8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
-    _mm512_storeu_ps(to, _mm512_permutex2var_ps(a, low, b));
-    _mm512_storeu_ps(to + width, _mm512_permutex2var_ps(a, high, b));
+// In f64, with zeros where not flagged.
+inline wide_reals widen(flags a, const f32* from) {
+    return {_mm512_maskz_cvtps_pd(static_cast<__mmask8>(a), _mm256_loadu_ps(from)),
+            _mm512_maskz_cvtps_pd(static_cast<__mmask8>(a >> 8), _mm256_loadu_ps(from + 8))};
 }
-// The lowest byte of each lane's bits where flagged, 255 elsewhere.
-inline void store_bytes(std::uint8_t* to, flags a, reals lanes) {
-    const __m512i bytes =
-        _mm512_mask_mov_epi32(_mm512_set1_epi32(255), a, _mm512_castps_si512(lanes));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm512_maskz_cvtepi32_epi8(0xFFFF, bytes));
+inline wide_reals load_wide(const f64* from) {
+    return {_mm512_loadu_pd(from), _mm512_loadu_pd(from + 8)};
 }
-// Bits of a word: how many are set, and the number of the lowest, or 64.
-inline i64 bits_set(std::uint64_t word) {
-    return _mm_popcnt_u64(word);
+inline void store_wide(f64* to, const wide_reals& a) {
+    _mm512_storeu_pd(to, a.low);
+    _mm512_storeu_pd(to + 8, a.high);
 }
-inline i64 lowest_bit(std::uint64_t word) {
-    return static_cast<i64>(_tzcnt_u64(word));
+inline wide_reals operator+(const wide_reals& a, const wide_reals& b) {
+    return {a.low + b.low, a.high + b.high};
 }
-// Of eight bytes, and of eight pairs of f32, those whose byte in `keep` is 255 and not 0. All eight
-// places are written. Returns the number of pairs.
-inline std::uint64_t pack_bytes(std::uint64_t bytes, std::uint64_t keep) {
-    return _pext_u64(bytes, keep);
-}
-inline i64 pack_pairs(f32* to, const f32* from, std::uint64_t keep) {
-    const unsigned bits =
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cvtsi64_si128(static_cast<i64>(keep))));
-    const __m512i pairs = _mm512_loadu_si512(from);
-    _mm512_storeu_si512(to, _mm512_maskz_compress_epi64(static_cast<__mmask8>(bits), pairs));
-    return number_of(bits);
+// Adds the lower and the upper lanes to the same sums.
+inline void add_halves(f64* sums, const wide_reals& a) {
+    _mm512_storeu_pd(sums, _mm512_loadu_pd(sums) + (a.low + a.high));
 }
 
 #elif defined(__AVX2__)
@@ -99,12 +105,21 @@ inline i64 pack_pairs(f32* to, const f32* from, std::uint64_t keep) {
 constexpr i64 width = 8;
 using reals = __m256;
 using flags = __m256; // all ones or all zeros in each lane
+struct wide_reals {
+    __m256d low, high;
+};
 
 inline reals all(f32 value) {
     return _mm256_set1_ps(value);
 }
 inline reals load(const f32* from) {
     return _mm256_loadu_ps(from);
+}
+inline void store(f32* to, reals a) {
+    _mm256_storeu_ps(to, a);
+}
+inline reals backwards(reals a) {
+    return _mm256_permutevar8x32_ps(a, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
 }
 inline reals root(reals a) {
     return _mm256_sqrt_ps(a);
@@ -118,16 +133,29 @@ inline flags below(reals a, reals b) {
 inline flags at_most(reals a, reals b) {
     return _mm256_cmp_ps(a, b, _CMP_LE_OQ);
 }
+inline flags equal(reals a, reals b) {
+    return _mm256_cmp_ps(a, b, _CMP_EQ_OQ);
+}
 inline flags both(flags a, flags b) {
     return _mm256_and_ps(a, b);
 }
 inline flags either(flags a, flags b) {
     return _mm256_or_ps(a, b);
 }
+inline flags without(flags a, flags b) {
+    return _mm256_andnot_ps(b, a);
+}
+inline reals choose(flags a, reals yes, reals no) {
+    return _mm256_blendv_ps(no, yes, a);
+}
 inline unsigned bits_of(flags a) {
     return static_cast<unsigned>(_mm256_movemask_ps(a));
 }
-
+inline flags flags_of(unsigned bits) {
+    const __m256i bit_of_lane = _mm256_setr_epi32(1, 2, 4, 8, 16, 32, 64, 128);
+    const __m256i mine = _mm256_and_si256(_mm256_set1_epi32(static_cast<int>(bits)), bit_of_lane);
+    return _mm256_castsi256_ps(_mm256_cmpeq_epi32(mine, bit_of_lane));
+}
 // For each set of lanes their numbers, packed in three bits each.
 struct lane_orders {
     std::uint32_t of[256];
@@ -143,167 +171,135 @@ constexpr lane_orders make_lane_orders() {
 }
 constexpr lane_orders orders = make_lane_orders();
 
-inline i64 number_of(unsigned bits) {
-    return _mm_popcnt_u32(bits);
-}
 inline void store_packed(f32* to, unsigned bits, reals lanes) {
     const __m256i order = _mm256_srlv_epi32(_mm256_set1_epi32(static_cast<int>(orders.of[bits])),
                                             _mm256_setr_epi32(0, 3, 6, 9, 12, 15, 18, 21));
     _mm256_storeu_ps(to, _mm256_permutevar8x32_ps(lanes, order));
 }
-inline void store_alternating(f32* to, reals a, reals b) {
-    const __m256 low = _mm256_unpacklo_ps(a, b);
-    const __m256 high = _mm256_unpackhi_ps(a, b);
-    _mm256_storeu_ps(to, _mm256_permute2f128_ps(low, high, 0x20));
-    _mm256_storeu_ps(to + width, _mm256_permute2f128_ps(low, high, 0x31));
+inline wide_reals widen(flags a, const f32* from) {
+    const reals flagged = _mm256_and_ps(a, load(from));
+    return {_mm256_cvtps_pd(_mm256_castps256_ps128(flagged)),
+            _mm256_cvtps_pd(_mm256_extractf128_ps(flagged, 1))};
 }
-inline void store_bytes(std::uint8_t* to, flags a, reals lanes) {
-    const __m256i wide =
-        _mm256_or_si256(_mm256_castps_si256(lanes),
-                        _mm256_xor_si256(_mm256_castps_si256(a), _mm256_set1_epi32(-1)));
-    const __m256i low_bytes = _mm256_and_si256(wide, _mm256_set1_epi32(255));
-    const __m128i words =
-        _mm_packus_epi32(_mm256_castsi256_si128(low_bytes), _mm256_extracti128_si256(low_bytes, 1));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(words, words));
+inline wide_reals load_wide(const f64* from) {
+    return {_mm256_loadu_pd(from), _mm256_loadu_pd(from + 4)};
 }
-inline i64 bits_set(std::uint64_t word) {
-    return _mm_popcnt_u64(word);
+inline void store_wide(f64* to, const wide_reals& a) {
+    _mm256_storeu_pd(to, a.low);
+    _mm256_storeu_pd(to + 4, a.high);
 }
-inline i64 lowest_bit(std::uint64_t word) {
-    return static_cast<i64>(_tzcnt_u64(word));
+inline wide_reals operator+(const wide_reals& a, const wide_reals& b) {
+    return {a.low + b.low, a.high + b.high};
 }
-inline std::uint64_t pack_bytes(std::uint64_t bytes, std::uint64_t keep) {
-    return _pext_u64(bytes, keep);
-}
-inline i64 pack_pairs(f32* to, const f32* from, std::uint64_t keep) {
-    const unsigned bits =
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cvtsi64_si128(static_cast<i64>(keep))));
-    const auto pack_four = [](f32* place, __m256 pairs, unsigned set) {
-        // Both halves of a pair move: the set of pairs becomes one of lanes.
-        const std::uint32_t lanes = static_cast<std::uint32_t>(_pdep_u32(set, 0x55U) * 3U);
-        store_packed(place, lanes, pairs);
-    };
-    const __m256 first = load(from);
-    const __m256 second = load(from + width);
-    pack_four(to, first, bits & 15U);
-    pack_four(to + 2 * number_of(bits & 15U), second, bits >> 4);
-    return number_of(bits);
+inline void add_halves(f64* sums, const wide_reals& a) {
+    _mm256_storeu_pd(sums, _mm256_loadu_pd(sums) + (a.low + a.high));
 }
 
 #else
 
-// Plain loops, which compilers turn into what the processor has.
+// Vectors of the compiler, which it turns into what the processor has.
 constexpr i64 width = 4;
-struct reals {
-    f32 lane[width];
-};
-struct flags {
-    std::uint32_t lane[width]; // all ones or all zeros
+using reals = f32 __attribute__((vector_size(16)));
+using flags = std::int32_t __attribute__((vector_size(16))); // all ones or all zeros in each lane
+using wide_half = f64 __attribute__((vector_size(16)));
+struct wide_reals {
+    wide_half low, high;
 };
 
-template <class Lanes, class Operation> inline Lanes for_each_lane(const Operation& operation) {
-    Lanes result;
-    for (i64 t = 0; t < width; ++t) result.lane[t] = operation(t);
-    return result;
-}
-inline reals operator+(const reals& a, const reals& b) {
-    return for_each_lane<reals>([&](i64 t) { return a.lane[t] + b.lane[t]; });
-}
-inline reals operator-(const reals& a, const reals& b) {
-    return for_each_lane<reals>([&](i64 t) { return a.lane[t] - b.lane[t]; });
-}
-inline reals operator*(const reals& a, const reals& b) {
-    return for_each_lane<reals>([&](i64 t) { return a.lane[t] * b.lane[t]; });
-}
-inline reals operator/(const reals& a, const reals& b) {
-    return for_each_lane<reals>([&](i64 t) { return a.lane[t] / b.lane[t]; });
-}
 inline reals all(f32 value) {
-    return for_each_lane<reals>([&](i64) { return value; });
+    return reals{value, value, value, value};
 }
 inline reals load(const f32* from) {
     reals a;
     std::memcpy(&a, from, sizeof a);
     return a;
 }
-inline reals root(const reals& a) {
-    return for_each_lane<reals>([&](i64 t) { return std::sqrt(a.lane[t]); });
+inline void store(f32* to, reals a) {
+    std::memcpy(to, &a, sizeof a);
 }
-inline reals magnitude(const reals& a) {
-    return for_each_lane<reals>([&](i64 t) { return std::fabs(a.lane[t]); });
+inline reals backwards(reals a) {
+    return reals{a[3], a[2], a[1], a[0]};
 }
-inline flags below(const reals& a, const reals& b) {
-    return for_each_lane<flags>([&](i64 t) { return a.lane[t] < b.lane[t] ? ~0U : 0U; });
+inline reals root(reals a) {
+    return reals{std::sqrt(a[0]), std::sqrt(a[1]), std::sqrt(a[2]), std::sqrt(a[3])};
 }
-inline flags at_most(const reals& a, const reals& b) {
-    return for_each_lane<flags>([&](i64 t) { return a.lane[t] <= b.lane[t] ? ~0U : 0U; });
+inline flags below(reals a, reals b) {
+    return a < b;
 }
-inline flags both(const flags& a, const flags& b) {
-    return for_each_lane<flags>([&](i64 t) { return a.lane[t] & b.lane[t]; });
+inline flags at_most(reals a, reals b) {
+    return a <= b;
 }
-inline flags either(const flags& a, const flags& b) {
-    return for_each_lane<flags>([&](i64 t) { return a.lane[t] | b.lane[t]; });
+inline flags equal(reals a, reals b) {
+    return a == b;
 }
-inline unsigned bits_of(const flags& a) {
-    unsigned bits = 0;
-    for (i64 t = 0; t < width; ++t) bits |= (a.lane[t] & 1U) << t;
-    return bits;
+inline flags both(flags a, flags b) {
+    return a & b;
 }
-inline i64 number_of(unsigned bits) {
-    return 0x4332322132212110 >> (4 * bits) & 15;
+inline flags either(flags a, flags b) {
+    return a | b;
 }
-inline void store_packed(f32* to, unsigned bits, const reals& lanes) {
+inline flags without(flags a, flags b) {
+    return a & ~b;
+}
+inline reals choose(flags a, reals yes, reals no) {
+    return std::bit_cast<reals>((a & std::bit_cast<flags>(yes)) | (~a & std::bit_cast<flags>(no)));
+}
+inline reals magnitude(reals a) {
+    return std::bit_cast<reals>(std::bit_cast<flags>(a) & 0x7FFFFFFF);
+}
+inline unsigned bits_of(flags a) {
+    return static_cast<unsigned>((a[0] & 1) | (a[1] & 2) | (a[2] & 4) | (a[3] & 8));
+}
+inline flags flags_of(unsigned bits) {
+    const flags bit_of_lane = {1, 2, 4, 8};
+    const std::int32_t same = static_cast<std::int32_t>(bits);
+    return (flags{same, same, same, same} & bit_of_lane) == bit_of_lane;
+}
+inline void store_packed(f32* to, unsigned bits, reals lanes) {
     for (i64 t = 0; t < width; ++t) {
-        *to = lanes.lane[t];
+        *to = lanes[t];
         to += bits >> t & 1U;
     }
 }
-inline void store_alternating(f32* to, const reals& a, const reals& b) {
-    for (i64 t = 0; t < width; ++t) {
-        to[2 * t] = a.lane[t];
-        to[2 * t + 1] = b.lane[t];
-    }
+inline wide_reals widen(flags a, const f32* from) {
+    const reals flagged = choose(a, load(from), all(0));
+    return {wide_half{flagged[0], flagged[1]}, wide_half{flagged[2], flagged[3]}};
 }
-inline void store_bytes(std::uint8_t* to, const flags& a, const reals& lanes) {
-    for (i64 t = 0; t < width; ++t) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &lanes.lane[t], sizeof bits);
-        to[t] = static_cast<std::uint8_t>(bits | ~a.lane[t]);
-    }
+inline wide_reals load_wide(const f64* from) {
+    wide_reals a;
+    std::memcpy(&a, from, sizeof a);
+    return a;
 }
-inline i64 bits_set(std::uint64_t word) {
-    return std::popcount(word);
+inline void store_wide(f64* to, const wide_reals& a) {
+    std::memcpy(to, &a, sizeof a);
 }
-inline i64 lowest_bit(std::uint64_t word) {
-    return std::countr_zero(word);
+inline wide_reals operator+(const wide_reals& a, const wide_reals& b) {
+    return {a.low + b.low, a.high + b.high};
 }
-inline std::uint64_t pack_bytes(std::uint64_t bytes, std::uint64_t keep) {
-    std::uint8_t each[8], kept[8];
-    std::memcpy(each, &bytes, sizeof each);
-    std::memcpy(kept, &keep, sizeof kept);
-    std::uint8_t result[8] = {};
-    i64 place = 0;
-    for (i64 t = 0; t < 8; ++t) {
-        result[place] = each[t];
-        place += kept[t] & 1;
-    }
-    std::memcpy(&bytes, result, sizeof bytes);
-    return bytes;
-}
-inline i64 pack_pairs(f32* to, const f32* from, std::uint64_t keep) {
-    std::uint8_t kept[8];
-    std::memcpy(kept, &keep, sizeof kept);
-    i64 place = 0;
-    for (i64 t = 0; t < 8; ++t) {
-        std::uint64_t pair;
-        std::memcpy(&pair, from + 2 * t, sizeof pair);
-        std::memcpy(to + 2 * place, &pair, sizeof pair);
-        place += kept[t] & 1;
-    }
-    return place;
+inline void add_halves(f64* sums, const wide_reals& a) {
+    wide_half sum;
+    std::memcpy(&sum, sums, sizeof sum);
+    sum += a.low + a.high;
+    std::memcpy(sums, &sum, sizeof sum);
 }
 
 #endif
+
+// The number of the lowest bit set, of which there is one; and how many are set.
+inline i64 lowest_bit(unsigned bits) {
+    return __builtin_ctz(bits);
+}
+inline i64 number_of(unsigned bits) {
+    return __builtin_popcount(bits);
+}
+
+// The lanes from `first` to before `end`; either may lie outside.
+inline flags lanes_between(i64 first, i64 end) {
+    alignas(64) constexpr f32 numbers[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    const reals lane = load(numbers);
+    return both(at_most(all(static_cast<f32>(first)), lane),
+                below(lane, all(static_cast<f32>(end))));
+}
 
 } // namespace
 

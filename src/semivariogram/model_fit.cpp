@@ -1,6 +1,7 @@
 #include "semivariogram/model_fit.hpp"
 
 #include "frame/event.hpp"
+#include "frame/limits.hpp"
 #include "frame/work_array.hpp"
 #include "numeric/bounded/bounded_fit.hpp"
 #include "numeric/error_stack.hpp"

@@ -6,7 +6,6 @@
 
 namespace qmx {
 
-inline constexpr i32 most_lag_classes = 100;
 inline constexpr i64 model_curve_points = 100;
 
 // Fits model idx_model to i_npoints pairs of distance and semivariance, all in f32 and with equal

@@ -13,6 +13,8 @@ namespace {
 
 constexpr f64 cells_in_reach = 2.0;      // cell side: the reach divided by it
 constexpr f64 most_cells_across = 1.0e9; // so that a cell's number fits in 32 bits
+constexpr f64 widest_gap = 0.125;        // between neighbours of a group, times the reach
+constexpr f64 widest_group = 0.75;       // times the reach
 constexpr i64 bridged_gap = 12;          // ruled-out points between candidates, taken along
 constexpr i64 shortest_bridged = 4;      // mean length of runs, below which they count as scattered
 constexpr i64 shortest_in_place = 1024;  // points in a row that are not copied
@@ -53,14 +55,28 @@ std::uint64_t neighbour_runs::cell_of(i64 point) const {
     return static_cast<std::uint64_t>(row_of(y_[point])) << 32 | column_of(x_[point]);
 }
 
-bool neighbour_runs::is_located(i64 run) const {
-    return is_finite(x_[start_[run]], y_[start_[run]]);
+i64 neighbour_runs::end_of_group(i64 first_point, i64 most) const {
+    f64 left = x_[first_point], right = left, bottom = y_[first_point], top = bottom;
+    i64 end = first_point;
+    for (; end < count_ && end - first_point < most && is_finite(x_[end], y_[end]); ++end) {
+        const f64 x = x_[end], y = y_[end];
+        left = std::min(left, x);
+        right = std::max(right, x);
+        bottom = std::min(bottom, y);
+        top = std::max(top, y);
+        if (std::max(right - left, top - bottom) > widest_group * reach_) break;
+        if (end > first_point &&
+            std::max(std::fabs(x - x_[end - 1]), std::fabs(y - y_[end - 1])) > widest_gap * reach_)
+            break;
+    }
+    return end;
 }
 
 bool neighbour_runs::build(const f32* x, const f32* y, const f32* value, i64 count, f32 dismxs) {
     x_ = x;
     y_ = y;
     value_ = value;
+    count_ = count;
     f64 right = 0, top = 0;
     bool any = false;
     for (i64 i = 0; i < count; ++i) {
@@ -141,9 +157,9 @@ bool neighbour_runs::list_marked() {
     return true;
 }
 
-bool neighbour_runs::mark_neighbours(i64 run) {
-    f64 left = x_[first(run)], right = left, bottom = y_[first(run)], top = bottom;
-    for (i64 i = first(run) + 1; i < end(run); ++i) {
+bool neighbour_runs::mark_neighbours(i64 first_point, i64 end_point) {
+    f64 left = x_[first_point], right = left, bottom = y_[first_point], top = bottom;
+    for (i64 i = first_point + 1; i < end_point; ++i) {
         left = std::min<f64>(left, x_[i]);
         right = std::max<f64>(right, x_[i]);
         bottom = std::min<f64>(bottom, y_[i]);
@@ -164,32 +180,32 @@ bool neighbour_runs::mark_neighbours(i64 run) {
             std::lower_bound(by_cell_.begin(), by_cell_.end(), first_cell,
                              [](const entry& a, std::uint64_t cell) { return a.cell < cell; });
         for (; at != by_cell_.end() && at->cell <= last_cell; ++at)
-            if (at->run >= run) mark(at->run);
+            if (at->run >= run_) mark(at->run);
     }
     return list_marked();
 }
 
 // Makes segments of the listed runs. Long stretches, with short gaps that are taken along, stay where
-// they are; what is scattered is copied one after the other, since every point of the run reads it.
-bool neighbour_runs::make_segments(i64 run) {
+// they are; what is scattered is copied one after the other, since all the points read it.
+bool neighbour_runs::make_segments(i64 points) {
     const i64 first_candidate = first(number_[0]);
     const i64 span = end(number_[numbers_ - 1]) - first_candidate;
     i64 candidates = 0;
     for (i64 k = 0; k < numbers_; ++k) candidates += end(number_[k]) - first(number_[k]);
     segments_ = 0;
-    // Copying pays when what it spares, for every point of the run, is more than what it costs.
+    // Copying pays when what it spares, for every point, is more than what it costs.
     const bool scattered = candidates < shortest_bridged * numbers_;
-    const i64 spared = (span - candidates) * (end(run) - first(run));
+    const i64 spared = (span - candidates) * points;
     if (spared <= candidates * (scattered ? 10 : 1)) return add_in_place(first_candidate, span);
     // Gaps between scattered points are not worth taking along.
     const i64 gap = scattered ? 0 : bridged_gap;
-    // Whoever reads the copies may read beyond their end.
-    const i64 room = candidates + numbers_ * gap + gamv_variables::padding;
+    // Whoever reads the copies may read beyond their ends.
+    const i64 room = candidates + numbers_ * gap + 2 * gamv_variables::padding;
     if (3 * room > copy_.size()) {
         copy_ = work_array<f32>(std::max(3 * room, 2 * copy_.size()), 0.0F);
         if (!copy_) return false;
     }
-    f32* const x = copy_.data();
+    f32* const x = copy_.data() + gamv_variables::padding;
     f32* const y = x + copy_.size() / 3;
     f32* const value = y + copy_.size() / 3;
     i64 copied = 0;
@@ -209,11 +225,10 @@ bool neighbour_runs::make_segments(i64 run) {
             continues = true;
         }
         segment_[segments_ - 1].count += to - from;
-        for (i64 j = from; j < to; ++j, ++copied) {
-            x[copied] = x_[j];
-            y[copied] = y_[j];
-            value[copied] = value_[j];
-        }
+        std::copy(x_ + from, x_ + to, x + copied);
+        std::copy(y_ + from, y_ + to, y + copied);
+        std::copy(value_ + from, value_ + to, value + copied);
+        copied += to - from;
     }
     return true;
 }
@@ -224,8 +239,11 @@ bool neighbour_runs::add_in_place(i64 from, i64 length) {
     return true;
 }
 
-bool neighbour_runs::gather(i64 run) {
-    return mark_neighbours(run) && make_segments(run);
+bool neighbour_runs::gather(i64 first_point, i64 end_point) {
+    if (first_point < first(run_)) run_ = 0;
+    while (end(run_) <= first_point) ++run_;
+    offset_ = first_point - first(run_);
+    return mark_neighbours(first_point, end_point) && make_segments(end_point - first_point);
 }
 
 } // namespace qmx

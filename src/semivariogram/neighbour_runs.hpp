@@ -1,11 +1,12 @@
 // Which points can be in range of which: square cells over the plane, and runs of points.
 //
 // A run is a longest sequence of consecutive points in one cell. Rollers write lane by lane, so runs
-// are long and few; in shuffled data they degenerate to single points. All points of a run share one
-// list of candidates, in ascending order: everything from that run on that the cells cannot rule out.
+// are long and few; in shuffled data they degenerate to single points. Consecutive points share one
+// list of candidates, in ascending order: everything from their first run on that the cells cannot
+// rule out.
 // The list may hold pairs out of range, never lacks one in range; nobody relies on it for more.
 //
-// Memory: 20 bytes a run, and what the candidates of one run take.
+// Memory: 20 bytes a run, and what the candidates of a group of points take.
 #pragma once
 
 #include "frame/work_array.hpp"
@@ -24,23 +25,25 @@ struct candidate_segment {
 
 class neighbour_runs {
 public:
-    // Positions that are not finite belong to no cell. The arrays end with padding that may be read.
+    // Positions that are not finite belong to no cell. The arrays have padding on both sides that may be read.
     // Two points whose f32 distance squared is at most dismxs (finite) find each other. False when
     // memory ran out.
     bool build(const f32* x, const f32* y, const f32* value, i64 count, f32 dismxs);
 
-    i64 runs() const { return runs_; }
-    i64 first(i64 run) const { return start_[run]; }
-    i64 end(i64 run) const { return start_[run + 1]; }
-    bool is_located(i64 run) const; // false for points without a finite position
+    // Of points that lie close together from the given one on, at most so many: one past the last,
+    // or the point itself if it has no finite position.
+    i64 end_of_group(i64 first_point, i64 most) const;
 
-    // The candidates of a run: the first segment begins with the run itself. False when memory ran
-    // out. The list stands until the next call.
-    bool gather(i64 run);
+    // The candidates of consecutive located points: the points themselves stand in the first segment,
+    // from `offset` on. False when memory ran out. The list stands until the next call.
+    bool gather(i64 first_point, i64 end_point);
+    i64 offset() const { return offset_; }
     i64 segments() const { return segments_; }
     const candidate_segment& segment(i64 index) const { return segment_[index]; }
 
 private:
+    i64 first(i64 run) const { return start_[run]; }
+    i64 end(i64 run) const { return start_[run + 1]; }
     struct entry { // a run in its cell
         std::uint64_t cell;
         i32 run;
@@ -49,14 +52,15 @@ private:
     std::uint32_t column_of(f64 x) const;
     std::uint32_t row_of(f64 y) const;
     void mark(i64 run);
-    bool mark_neighbours(i64 run);
+    bool mark_neighbours(i64 first_point, i64 end_point);
     bool list_marked();
-    bool make_segments(i64 run);
+    bool make_segments(i64 points);
     bool add_in_place(i64 from, i64 length);
 
     const f32* x_ = nullptr;
     const f32* y_ = nullptr;
     const f32* value_ = nullptr;
+    i64 count_ = 0;
     f64 reach_ = 0;
     f64 side_ = 1;
     f64 left_ = 0, bottom_ = 0;
@@ -73,6 +77,8 @@ private:
     work_array<f32> copy_ = work_array<f32>(0); // x, y and value of the candidates copied
     work_array<candidate_segment> segment_ = work_array<candidate_segment>(0);
     i64 segments_ = 0;
+    i64 run_ = 0;    // of the first point that candidates were gathered for
+    i64 offset_ = 0; // of that point in its run
 };
 
 } // namespace qmx

@@ -1,23 +1,20 @@
-// The inner loops of the pair search: distances of one point to many, their classes, and the sums of
-// the classes. They exist in several versions that differ in the instructions they use and in nothing
-// else: each pair sees the additions, products, quotients and roots of the plain loop, in its order.
+// The inner loops of the pair search: distances, classes and sums of many pairs side by side. They
+// exist in several versions that differ in the instructions they use and in nothing else: each pair
+// sees the additions, products, quotients and roots of the plain loop, and each class sees them in
+// its order.
 #pragma once
 
-#include "frame/work_array.hpp"
+#include "semivariogram/lag_classes.hpp"
 
-#include <bit>
 #include <cstdint>
 
 namespace qmx::pair_kernel {
 
-static_assert(std::endian::native == std::endian::little); // bytes are looked at eight at a time
-
-// Lanes are worked off in whole multiples of this; arrays that are read have as much padding.
-inline constexpr i64 lanes_at_once = 16;
-inline constexpr i64 block_length = 1024; // most pairs of a block
-
-inline constexpr std::uint8_t no_class = 0;     // the pair takes no part
-inline constexpr std::uint8_t open_class = 255; // the class depends on the pairs before
+inline constexpr i64 most_lanes = 16; // of any version
+inline constexpr i64 columns = most_lag_classes + 1;
+// A class as the f32 that its number is added to: small integers are exact there, and rounding to
+// them is one addition.
+inline constexpr f32 key_of_nothing = 12582912.0F; // 1.5 * 2^23
 
 struct points {
     const f32* x;
@@ -25,84 +22,89 @@ struct points {
     const f32* value;
 };
 
-struct one_point {
-    f32 x, y, value;
+// What decides about pairs, for all rows of one search.
+struct search_rules {
+    const lag_classes* classes;
+    class_certainty certainty;
+    f32 inverse_lag;       // about 1 / xlag; only a guess of the class rests on it
+    f32 coincident_square; // the greatest that counts as coincidence
+    bool twice;            // each pair counts twice
+    // Pairs may lie outside the cone about the search direction, or outside its bands.
+    bool has_cone, has_bands;
+    f32 uvxazm, uvyazm, uvzdec;
+    f32 csatol, bandwh, bandwd;
 };
 
-// When a pair certainly lies in class k, whatever the pairs before it: h > epsilon and
-// |h - xlag * (k - 2)| <= half_width, all in f32.
-struct class_rule {
-    f32 epsilon;
-    f32 xlag;
-    f32 inverse_lag; // about 1 / xlag; only a guess of k rests on it
-    f32 half_width;
+// Rows that are searched side by side, each in a lane of its own, and how far each has come.
+struct row_lanes {
+    alignas(64) f32 x[most_lanes];
+    alignas(64) f32 y[most_lanes];
+    alignas(64) f32 value[most_lanes];
+    alignas(64) f32 limit[most_lanes]; // square of the greatest distance looked for; -1: no row
+    // A distance is certainly in class k if it is above epsilon and no further than this from
+    // xlag * (k - 2). Negative after a coincident pair that makes the next class depend on it.
+    alignas(64) f32 half_width[most_lanes];
+    alignas(64) f32 last_distance[most_lanes]; // of the pair found last
+    alignas(64) f32 last_key[most_lanes];      // its class, plus key_of_nothing
 };
 
-// The tests of the search direction, for h > epsilon.
-struct direction_rule {
-    f32 uvxazm, uvyazm;
-    f32 csatol;
-    f32 bandwh;
-    f32 uvzdec;
-    f32 bandwd;
+void begin_row(const search_rules& rules, row_lanes& rows, i64 lane, f32 x, f32 y, f32 value);
+void leave_empty(row_lanes& rows, i64 lane);
+
+// The class of the next pair of a row, its distance being h, or 0: for those that are not certain.
+i32 settle_class(const search_rules& rules, row_lanes& rows, i64 lane, f32 h);
+
+// Sums of classes. Element k is class k.
+struct class_sums {
+    struct of_class {
+        i64 count;
+        f64 distance;
+        f64 measure;
+    };
+    of_class of[columns];
 };
 
-// Pairs in range of one point, in their order. What stands past `count` has no meaning.
-struct pair_block {
-    static constexpr i64 room = block_length + 2 * lanes_at_once;
-
-    i64 count = 0;
-    alignas(64) f32 dx[room]; // only where a direction is to be tested
-    alignas(64) f32 dy[room];
-    alignas(64) f32 hs[room];        // distance squared
-    alignas(64) f32 measure[room];   // squared difference of the values
-    alignas(64) f32 pairs[2 * room]; // distance and measure, alternating
-    alignas(64) std::uint8_t lag_class[room];
-    alignas(64) std::uint8_t rejected[room]; // 0 where the direction rejects, or else 255
+// A sum that starts from an even and from an odd last bit: see row_search.hpp.
+struct two_starts {
+    f64 even[most_lanes];
+    f64 odd[most_lanes];
 };
-
-// Pairs wait here, class by class in their order, until they are added: the additions of one class
-// are a chain, those of several classes are independent of each other and go side by side.
-struct waiting_pairs {
-    static constexpr i64 most = 2048; // pairs of one class
-    // Some places may be written beyond, and classes are spread over the cache, whose sets repeat
-    // after a power of two.
-    static constexpr i64 room_of_class = most + 24;
-    static constexpr i64 most_columns = 112;
-
-    i64 columns = 0;              // column k is class k; column 0 takes what has no class
-    f32* cells = nullptr;         // [columns][room_of_class][distance, measure]
-    f32* next[most_columns] = {}; // place of the next pair of each class
-    alignas(64) f64 sums[2 * most_columns] = {}; // distance and measure of each class
-    f64 counts[most_columns] = {};
-
-    bool reserve(i64 number_of_classes); // false when memory ran out
-    i64 most_waiting() const;            // pairs in the class with most of them
-
-private:
-    work_array<f32> storage_ = work_array<f32>(0);
+// What a class has besides the usual sums; 0 mostly.
+enum class_needs : std::uint8_t {
+    nothing = 1,         // leave it out
+    next_measure = 2,    // measures from the next power of two
+    ordered_distance = 4 // distances like measures
+};
+// Sums of each lane.
+struct lane_sums {
+    struct of_class {
+        f64 distance[most_lanes / 2]; // from 0, each pair once, two lanes in one
+        two_starts measure;
+        two_starts next_measure;
+        two_starts ordered_distance;
+        alignas(64) i64 count; // pairs of all lanes, each once
+    };
+    alignas(64) of_class of[columns];
+    std::uint8_t needs[columns]; // of class_needs
 };
 
 struct version {
     const char* name;
-    // Appends to the block those of count points with hs <= greatest, as many as it has room for
-    // with all of them in range.
-    void (*filter)(const points& others, i64 count, const one_point& here, f32 greatest,
-                   pair_block& block);
-    void (*filter_with_offsets)(const points& others, i64 count, const one_point& here,
-                                f32 greatest, pair_block& block);
-    // Fills pairs and lag_class. Returns whether there are open classes.
-    bool (*classify)(const class_rule& rule, pair_block& block);
-    // The same, and fills rejected.
-    bool (*classify_and_direct)(const class_rule& rule, const direction_rule& direction,
-                                pair_block& block);
-    // Leaves only the pairs not rejected in pairs and lag_class, and changes the count.
-    void (*reject)(pair_block& block);
-    // Lets the pairs wait, in their order. No class is open.
-    void (*collect)(const pair_block& block, waiting_pairs& waiting);
-    // Adds what waits, each pair once or twice.
-    void (*add)(waiting_pairs& waiting, bool twice);
+    i64 lanes; // rows side by side
+    // Pairs the row in lane t with candidates first + t, first + t + 1, ... up to `count`, those
+    // before candidate 0 left out. Adds to the sums. With `backwards` it is first + lanes - 1 - t.
+    // As many elements as there are lanes may be read before and after the candidates.
+    void (*sweep_rows)(const search_rules& rules, row_lanes& rows, const points& candidates,
+                       i64 first, i64 count, bool backwards, lane_sums& sums);
+    // Pairs the row in lane 0 with candidates first to count - 1, one addition after the other.
+    void (*sweep_row)(const search_rules& rules, row_lanes& rows, const points& candidates,
+                      i64 first, i64 count, class_sums& sums);
 };
+
+// Without a name where the compiler's target lacks the instructions.
+extern const version version_plain;
+extern const version version_avx2;
+extern const version version_avx512;
 
 // The versions that this processor can run, the plainest first.
 struct version_list {

@@ -5,21 +5,11 @@
 
 #include "semivariogram/pair_kernel_body.hpp"
 
-namespace qmx::pair_kernel {
-
-extern const version version_avx512;
-const version version_avx512 = {
-    "avx512", filter, filter_with_offsets, classify, classify_and_direct, reject, collect, add};
-
-} // namespace qmx::pair_kernel
+const qmx::pair_kernel::version qmx::pair_kernel::version_avx512 = {"avx512", width, sweep_rows,
+                                                                    sweep_row};
 
 #else
 
-namespace qmx::pair_kernel {
-
-extern const version version_avx512;
-const version version_avx512 = {};
-
-} // namespace qmx::pair_kernel
+const qmx::pair_kernel::version qmx::pair_kernel::version_avx512 = {};
 
 #endif

@@ -9,344 +9,309 @@ namespace qmx::pair_kernel {
 
 namespace {
 
-static_assert(lanes_at_once % width == 0);
+static_assert(width <= most_lanes);
 
-// ---- Pairs in range ----------------------------------------------------------------------------
+// The class of a key.
+inline i64 class_of(f32 key) {
+    std::uint32_t bits;
+    std::memcpy(&bits, &key, sizeof bits);
+    return bits & 255;
+}
 
-template <bool Offsets>
-inline void filter_points(const points& others, i64 count, const one_point& here, f32 greatest,
-                          pair_block& block) {
-    const reals xi = all(here.x);
-    const reals yi = all(here.y);
-    const reals vi = all(here.value);
-    const reals limit = all(greatest);
-    i64 found = block.count;
-    for (i64 t = 0; t < count; t += width) {
-        const reals dx = load(others.x + t) - xi;
-        const reals dy = load(others.y + t) - yi;
-        const reals hs = dx * dx + dy * dy;
-        const reals difference = vi - load(others.value + t);
-        unsigned in_range = bits_of(at_most(hs, limit));
-        if (count - t < width) in_range &= (1U << (count - t)) - 1;
-        store_packed(block.hs + found, in_range, hs);
-        store_packed(block.measure + found, in_range, difference * difference);
-        if constexpr (Offsets) {
-            store_packed(block.dx + found, in_range, dx);
-            store_packed(block.dy + found, in_range, dy);
+// What the loops need of the rules, in every lane.
+struct rule_lanes {
+    explicit rule_lanes(const search_rules& rules)
+        : inverse_lag(all(rules.inverse_lag)), xlag(all(rules.classes->xlag)),
+          shift(all(key_of_nothing + first_distance_class)), epsilon(all(epsilon_distance)),
+          uvxazm(all(rules.uvxazm)), uvyazm(all(rules.uvyazm)), uvzdec(all(rules.uvzdec)),
+          csatol(all(rules.csatol)), bandwh(all(rules.bandwh)), bandwd(all(rules.bandwd)),
+          is_banded(rules.has_bands), is_directed(rules.has_cone || rules.has_bands) {}
+
+    // The key of the class that holds a distance, and whether it certainly does.
+    inline flags classify(const reals& h, const reals& half_width, reals& key) const {
+        key = h * inverse_lag + shift;
+        const reals offset = magnitude(h - xlag * (key - shift));
+        return both(at_most(offset, half_width), below(epsilon, h));
+    }
+
+    // Of the found pairs, those that the direction accepts.
+    inline flags accepts(const flags& found, const reals& dx, const reals& dy,
+                         const reals& h) const {
+        // Most pairs are far from the border of the cone: no need for a quotient.
+        const reals along = magnitude(uvxazm * dx + uvyazm * dy);
+        const reals border = csatol * h;
+        flags inside = below(border * above_one, along);
+        const flags clear =
+            both(below(epsilon, h), either(inside, below(along, border * below_one)));
+        if ((bits_of(found) & ~bits_of(clear)) != 0) {
+            const reals cosine = choose(below(h, epsilon), all(1.0F), along / h);
+            inside = without(found, below(cosine, csatol));
         }
-        found += number_of(in_range);
+        inside = both(found, inside);
+        if (!is_banded) return inside;
+        const reals across = uvxazm * dy - uvyazm * dx;
+        return without(
+            inside, either(below(bandwh, magnitude(across)), below(bandwd, magnitude(uvzdec * h))));
     }
-    block.count = found;
+
+    reals inverse_lag, xlag, shift, epsilon;
+    reals uvxazm, uvyazm, uvzdec, csatol, bandwh, bandwd;
+    reals above_one = all(1.000001F), below_one = all(0.999999F);
+    bool is_banded, is_directed;
+};
+
+// ---- Rows side by side -------------------------------------------------------------------------
+
+template <bool Twice> inline void add_to(f64* sums, const wide_reals& term) {
+    wide_reals sum = load_wide(sums) + term;
+    if constexpr (Twice) sum = sum + term;
+    store_wide(sums, sum);
 }
 
-void filter(const points& others, i64 count, const one_point& here, f32 greatest,
-            pair_block& block) {
-    filter_points<false>(others, count, here, greatest, block);
+template <bool Twice> inline void add_to(two_starts& sums, const wide_reals& term) {
+    add_to<Twice>(sums.even, term);
+    add_to<Twice>(sums.odd, term);
 }
 
-void filter_with_offsets(const points& others, i64 count, const one_point& here, f32 greatest,
-                         pair_block& block) {
-    filter_points<true>(others, count, here, greatest, block);
-}
+// Pairs that are classified but not yet added. What is added has its class known for some time, so
+// that a branch on it does not wait for a root.
+struct pair_queue {
+    static constexpr std::uint64_t steps = 8;
 
-// ---- Classes and directions --------------------------------------------------------------------
+    std::uint64_t entered = 0;
+    unsigned found[steps];
+    alignas(64) f32 key[steps][width];
+    alignas(64) f32 distance[steps][width];
+    alignas(64) f32 measure[steps][width];
+};
 
-template <bool Directed>
-inline bool classify_pairs(const class_rule& rule, const direction_rule& direction,
-                           pair_block& block) {
-    // Adding and subtracting it rounds a small number to an integer. The bits of the sum count from
-    // class 2 on, the class about distance 0.
-    constexpr f32 integer_shift = 12582912.0F + 2.0F; // 1.5 * 2^23 and 2
-    const reals shift = all(integer_shift);
-    const reals inverse_lag = all(rule.inverse_lag);
-    const reals xlag = all(rule.xlag);
-    const reals half_width = all(rule.half_width);
-    const reals epsilon = all(rule.epsilon);
-    const reals uvxazm = all(direction.uvxazm);
-    const reals uvyazm = all(direction.uvyazm);
-    const reals csatol = all(direction.csatol);
-    const reals bandwh = all(direction.bandwh);
-    const reals uvzdec = all(direction.uvzdec);
-    const reals bandwd = all(direction.bandwd);
-    const i64 count = block.count;
-    i64 sure = 0;
-    for (i64 t = 0; t < count; t += width) {
-        const reals h = root(load(block.hs + t));
-        store_alternating(block.pairs + 2 * t, h, load(block.measure + t));
-        const reals shifted = h * inverse_lag + shift;
-        const reals offset = magnitude(h - xlag * (shifted - shift));
-        const flags certain = both(at_most(offset, half_width), below(epsilon, h));
-        store_bytes(block.lag_class + t, certain, shifted);
-        unsigned bits = bits_of(certain);
-        if (count - t < width) bits &= (1U << (count - t)) - 1;
-        sure += number_of(bits);
-        if constexpr (Directed) {
-            const reals dx = load(block.dx + t);
-            const reals dy = load(block.dy + t);
-            const reals dcazm = (uvxazm * dx + uvyazm * dy) / h;
-            const reals band = uvxazm * dy - uvyazm * dx;
-            const flags off_band =
-                either(below(bandwh, magnitude(band)), below(bandwd, magnitude(uvzdec * h)));
-            store_bytes(block.rejected + t, either(below(magnitude(dcazm), csatol), off_band),
-                        all(0));
-        }
-    }
-    return sure < count;
-}
-
-bool classify(const class_rule& rule, pair_block& block) {
-    return classify_pairs<false>(rule, {}, block);
-}
-
-bool classify_and_direct(const class_rule& rule, const direction_rule& direction,
-                         pair_block& block) {
-    return classify_pairs<true>(rule, direction, block);
-}
-
-using pair_bits = std::uint64_t; // distance and measure, moved as one
-
-// Eight pairs at a time; they are written where pairs were read before.
-void reject(pair_block& block) {
-    i64 kept = 0;
-    for (i64 t = 0; t < block.count; t += 8) {
-        std::uint64_t classes, keep; // a byte for each pair
-        std::memcpy(&classes, block.lag_class + t, sizeof classes);
-        std::memcpy(&keep, block.rejected + t, sizeof keep);
-        if (block.count - t < 8) keep &= (std::uint64_t{1} << 8 * (block.count - t)) - 1;
-        const i64 kept_here = pack_pairs(block.pairs + 2 * kept, block.pairs + 2 * t, keep);
-        classes = pack_bytes(classes, keep);
-        std::memcpy(block.lag_class + kept, &classes, sizeof classes);
-        kept += kept_here;
-    }
-    block.count = kept;
-}
-
-// ---- Waiting pairs -----------------------------------------------------------------------------
-
-// Bit t tells whether class t differs from the one before it, for 64 pairs.
-inline std::uint64_t class_changes(const std::uint8_t* lag_class) {
-#if defined(__AVX512BW__)
-    return _mm512_cmpneq_epi8_mask(_mm512_loadu_si512(lag_class),
-                                   _mm512_loadu_si512(lag_class - 1));
-#elif defined(__AVX2__)
-    std::uint64_t alike = 0;
-    for (int part = 0; part < 2; ++part) {
-        const auto* const here = reinterpret_cast<const __m256i*>(lag_class + 32 * part);
-        const auto* const before = reinterpret_cast<const __m256i*>(lag_class + 32 * part - 1);
-        const int same = _mm256_movemask_epi8(
-            _mm256_cmpeq_epi8(_mm256_loadu_si256(here), _mm256_loadu_si256(before)));
-        alike |= static_cast<std::uint64_t>(static_cast<unsigned>(same)) << (32 * part);
-    }
-    return ~alike;
-#else
-    std::uint64_t changes = 0;
-    for (int t = 0; t < 64; ++t)
-        changes |= static_cast<std::uint64_t>(lag_class[t] != lag_class[t - 1]) << t;
-    return changes;
-#endif
-}
-
-inline void collect_one(const f32* pair, std::uint8_t lag_class, f32** next) {
-    f32* const to = next[lag_class];
-    std::memcpy(to, pair, sizeof(pair_bits));
-    next[lag_class] = to + 2;
-}
-
-void collect(const pair_block& block, waiting_pairs& waiting) {
-    constexpr i64 most_changes = 40; // in 64 pairs: with more, pairs are put down one by one
-    f32** const next = waiting.next;
-    for (i64 from = 0; from < block.count; from += 64) {
-        const f32* const pairs = block.pairs + 2 * from;
-        const std::uint8_t* const lag_class = block.lag_class + from;
-        const i64 count = block.count - from < 64 ? block.count - from : 64;
-        // Where the class changes, and the end.
-        std::uint64_t ends =
-            from == 0 ? class_changes(lag_class + 1) << 1 : class_changes(lag_class);
-        ends &= ~std::uint64_t{1};
-        if (count < 64) {
-            const std::uint64_t end = std::uint64_t{1} << count;
-            ends = (ends & (end - 1)) | end;
-        }
-        if (bits_set(ends) > most_changes) {
-            i64 t = 0;
-            for (; t + 8 <= count; t += 8)
-#pragma GCC unroll 8
-                for (int k = 0; k < 8; ++k)
-                    collect_one(pairs + 2 * (t + k), lag_class[t + k], next);
-            for (; t < count; ++t) collect_one(pairs + 2 * t, lag_class[t], next);
-        } else {
-            // Pairs of one class in a row: four, then eight at a time; what is too much is
-            // overwritten.
-            i64 first = 0;
-            do {
-                const i64 end = lowest_bit(ends); // 64 after the last change
-                ends &= ends - 1;
-                f32*& place = next[lag_class[first]];
-                f32* to = place;
-                place = to + 2 * (end - first);
-                std::memcpy(to, pairs + 2 * first, 4 * sizeof(pair_bits));
-                to += 8;
-                for (i64 t = first + 4; t < end; t += 8, to += 16)
-                    std::memcpy(to, pairs + 2 * t, 8 * sizeof(pair_bits));
-                first = end;
-            } while (first < count);
-        }
-        next[no_class] = waiting.cells;
+// Adds the pairs of the step with this number. Neighbours in their lanes have neighbours at about
+// their distance: of one or two classes.
+template <bool Twice>
+inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& sums) {
+    const std::uint64_t step = number % queue.steps;
+    const reals key = load(queue.key[step]);
+    for (unsigned left = queue.found[step]; left != 0;) {
+        const f32 one_key = queue.key[step][lowest_bit(left)];
+        const i64 k = class_of(one_key);
+        const flags mine = equal(key, all(one_key));
+        left &= ~bits_of(mine);
+        const unsigned needs = sums.needs[k];
+        if ((needs & class_needs::nothing) != 0) continue;
+        lane_sums::of_class& to = sums.of[k];
+        const wide_reals distance = widen(mine, queue.distance[step]);
+        const wide_reals measure = widen(mine, queue.measure[step]);
+        add_halves(to.distance, distance);
+        add_to<Twice>(to.measure, measure);
+        to.count += number_of(bits_of(mine));
+        if (needs == 0) continue;
+        if ((needs & class_needs::next_measure) != 0) add_to<Twice>(to.next_measure, measure);
+        if ((needs & class_needs::ordered_distance) != 0)
+            add_to<Twice>(to.ordered_distance, distance);
     }
 }
 
-// ---- Sums --------------------------------------------------------------------------------------
+// Settles the classes of open lanes; returns the lanes that are found.
+[[gnu::noinline]] unsigned settle_lanes(const search_rules& rules, row_lanes& rows, unsigned open,
+                                        const f32* distances, f32* keys) {
+    unsigned found = 0;
+    for (; open != 0; open &= open - 1) {
+        const i64 lane = lowest_bit(open);
+        const i32 k = settle_class(rules, rows, lane, distances[lane]);
+        keys[lane] = key_of_nothing + static_cast<f32>(k);
+        found |= static_cast<unsigned>(k != 0) << lane;
+    }
+    return found;
+}
 
-// The sums of as many classes as fit side by side: distance and measure of each, alternating. A step
-// adds one pair of each class; so many pairs are loaded from each class at once as there are classes.
-#if defined(__AVX512F__)
-
-constexpr int classes_at_once = 4;
-using sums_at_once = __m512d;
-
-inline void load_steps(const f32* const* from, i64 at, sums_at_once* step) {
-    const auto pairs_of = [&](int k) {
-        return _mm512_maskz_cvtps_pd(0xFF, _mm256_loadu_ps(from[k] + at));
+template <bool Twice, bool Directed, bool Backwards>
+void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+           i64 count, lane_sums& sums) {
+    const rule_lanes rule(rules);
+    const reals xi = load(rows.x);
+    const reals yi = load(rows.y);
+    const reals vi = load(rows.value);
+    reals limit = load(rows.limit);
+    reals half_width = load(rows.half_width);
+    reals last_distance = load(rows.last_distance);
+    reals last_key = load(rows.last_key);
+    const auto from = [](const f32* place) {
+        return Backwards ? backwards(load(place)) : load(place);
     };
-    const __m512d a = pairs_of(0), b = pairs_of(1), c = pairs_of(2), d = pairs_of(3);
-    const __m512d ab_low = _mm512_maskz_shuffle_f64x2(0xFF, a, b, 0x44);
-    const __m512d cd_low = _mm512_maskz_shuffle_f64x2(0xFF, c, d, 0x44);
-    const __m512d ab_high = _mm512_maskz_shuffle_f64x2(0xFF, a, b, 0xEE);
-    const __m512d cd_high = _mm512_maskz_shuffle_f64x2(0xFF, c, d, 0xEE);
-    step[0] = _mm512_maskz_shuffle_f64x2(0xFF, ab_low, cd_low, 0x88);
-    step[1] = _mm512_maskz_shuffle_f64x2(0xFF, ab_low, cd_low, 0xDD);
-    step[2] = _mm512_maskz_shuffle_f64x2(0xFF, ab_high, cd_high, 0x88);
-    step[3] = _mm512_maskz_shuffle_f64x2(0xFF, ab_high, cd_high, 0xDD);
+    pair_queue queue;
+    for (i64 at = first; at < count; ++at) {
+        const reals dx = from(candidates.x + at) - xi;
+        const reals dy = from(candidates.y + at) - yi;
+        const reals hs = dx * dx + dy * dy;
+        flags found = at_most(hs, limit);
+        if (at < 0 || at + width > count)
+            found = both(found, Backwards ? lanes_between(at + width - count, at + width)
+                                          : lanes_between(-at, count - at));
+        if (bits_of(found) == 0) continue;
+        const reals h = root(hs);
+        reals key;
+        const flags certain = both(found, rule.classify(h, half_width, key));
+        last_distance = choose(certain, h, last_distance);
+        last_key = choose(certain, key, last_key);
+        const unsigned open = bits_of(found) & ~bits_of(certain);
+        if (open != 0) {
+            alignas(64) f32 distances[width], keys[width];
+            store(distances, h);
+            store(keys, key);
+            store(rows.last_distance, last_distance);
+            store(rows.last_key, last_key);
+            found = flags_of(bits_of(certain) | settle_lanes(rules, rows, open, distances, keys));
+            key = load(keys);
+            limit = load(rows.limit);
+            half_width = load(rows.half_width);
+            last_distance = load(rows.last_distance);
+            last_key = load(rows.last_key);
+        }
+        if constexpr (Directed) {
+            found = rule.accepts(found, dx, dy, h);
+            if (bits_of(found) == 0) continue;
+        }
+        const reals difference = vi - from(candidates.value + at);
+        const std::uint64_t step = queue.entered % queue.steps;
+        queue.found[step] = bits_of(found);
+        store(queue.key[step], choose(found, key, all(key_of_nothing)));
+        store(queue.distance[step], h);
+        store(queue.measure[step], difference * difference);
+        if (++queue.entered >= queue.steps)
+            add_step<Twice>(queue, queue.entered - queue.steps, sums);
+    }
+    for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
+         step < queue.entered; ++step)
+        add_step<Twice>(queue, step, sums);
+    store(rows.last_distance, last_distance);
+    store(rows.last_key, last_key);
 }
 
-#elif defined(__AVX2__)
-
-constexpr int classes_at_once = 2;
-using sums_at_once = __m256d;
-
-inline void load_steps(const f32* const* from, i64 at, sums_at_once* step) {
-    const __m256d a = _mm256_cvtps_pd(_mm_loadu_ps(from[0] + at));
-    const __m256d b = _mm256_cvtps_pd(_mm_loadu_ps(from[1] + at));
-    step[0] = _mm256_permute2f128_pd(a, b, 0x20);
-    step[1] = _mm256_permute2f128_pd(a, b, 0x31);
+template <bool Twice, bool Directed>
+void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+           i64 count, bool backwards, lane_sums& sums) {
+    if (backwards)
+        sweep<Twice, Directed, true>(rules, rows, candidates, first, count, sums);
+    else
+        sweep<Twice, Directed, false>(rules, rows, candidates, first, count, sums);
 }
 
-#else
+void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+                i64 count, bool backwards, lane_sums& sums) {
+    const bool directed = rules.has_cone || rules.has_bands;
+    if (rules.twice && directed)
+        sweep<true, true>(rules, rows, candidates, first, count, backwards, sums);
+    else if (rules.twice)
+        sweep<true, false>(rules, rows, candidates, first, count, backwards, sums);
+    else if (directed)
+        sweep<false, true>(rules, rows, candidates, first, count, backwards, sums);
+    else
+        sweep<false, false>(rules, rows, candidates, first, count, backwards, sums);
+}
 
-constexpr int classes_at_once = 1;
-struct sums_at_once {
-    f64 distance, measure;
+// ---- One row -----------------------------------------------------------------------------------
+
+// Settles the pairs of a row in their order; returns which of them are found.
+[[gnu::noinline]] unsigned settle_in_order(const search_rules& rules, row_lanes& rows,
+                                           unsigned found, unsigned certain, const f32* distances,
+                                           f32* keys) {
+    for (unsigned left = found; left != 0; left &= left - 1) {
+        const i64 t = lowest_bit(left);
+        if (rows.half_width[0] > 0 && (certain >> t & 1) != 0) {
+            rows.last_distance[0] = distances[t];
+            rows.last_key[0] = keys[t];
+            continue;
+        }
+        const i32 k = settle_class(rules, rows, 0, distances[t]);
+        keys[t] = key_of_nothing + static_cast<f32>(k);
+        if (k == 0) found &= ~(1U << t);
+    }
+    return found;
+}
+
+// Pairs in range of a row, side by side. What stands past `count` has no meaning.
+struct pair_block {
+    static constexpr i64 most = 256;
+
+    i64 count = 0;
+    alignas(64) f32 dx[most + width];
+    alignas(64) f32 dy[most + width];
+    alignas(64) f32 square[most + width]; // of the distance
+    alignas(64) f32 measure[most + width];
 };
-inline sums_at_once operator+(const sums_at_once& a, const sums_at_once& b) {
-    return {a.distance + b.distance, a.measure + b.measure};
-}
-inline void load_steps(const f32* const* from, i64 at, sums_at_once* step) {
-    step[0] = {static_cast<f64>(from[0][at]), static_cast<f64>(from[0][at + 1])};
-}
 
-#endif
-
-constexpr int most_groups = 6; // of classes, added side by side
-
-// Some groups of classes in descending order of their waiting pairs.
-struct waiting_groups {
-    int groups;
-    const f32* from[most_groups][classes_at_once];
-    i64 steps[most_groups];
-    sums_at_once sum[most_groups];
-};
-
-// Adds Groups groups from `done` to the end of the shortest, then the longer ones to theirs.
-template <int Groups, bool Twice> inline void add_groups(waiting_groups& waiting, i64 done) {
-    if constexpr (Groups > 0) {
-        sums_at_once sum[Groups];
-        for (int g = 0; g < Groups; ++g) sum[g] = waiting.sum[g];
-        const i64 end = waiting.steps[Groups - 1];
-        for (; done < end; done += classes_at_once) {
-#pragma GCC unroll 8
-            for (int g = 0; g < Groups; ++g) {
-                sums_at_once step[classes_at_once];
-                load_steps(waiting.from[g], 2 * done, step);
-#pragma GCC unroll 4
-                for (int s = 0; s < classes_at_once; ++s) {
-                    sum[g] = sum[g] + step[s];
-                    if constexpr (Twice) sum[g] = sum[g] + step[s];
-                }
-            }
+template <bool Twice>
+void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
+               pair_block& block, class_sums& sums) {
+    alignas(64) f32 distances[width], keys[width];
+    alignas(64) f64 wide_distances[width], wide_measures[width];
+    const reals half_width = all(rules.certainty.half_width);
+    const flags everywhere = flags_of((1U << width) - 1);
+    for (i64 at = 0; at < block.count; at += width) {
+        const i64 held = block.count - at < width ? block.count - at : width;
+        unsigned found = (1U << held) - 1;
+        const reals h = root(load(block.square + at));
+        reals key;
+        const unsigned certain = bits_of(rule.classify(h, half_width, key));
+        store(distances, h);
+        store(keys, key);
+        if ((found & ~certain) != 0 || !(rows.half_width[0] > 0)) {
+            found = settle_in_order(rules, rows, found, certain, distances, keys);
+        } else {
+            rows.last_distance[0] = distances[held - 1];
+            rows.last_key[0] = keys[held - 1];
         }
-        for (int g = 0; g < Groups; ++g) waiting.sum[g] = sum[g];
-        add_groups<Groups - 1, Twice>(waiting, done);
-    }
-}
-
-template <bool Twice> inline void add_some(waiting_groups& waiting) {
-    switch (waiting.groups) {
-    case 6: return add_groups<6, Twice>(waiting, 0);
-    case 5: return add_groups<5, Twice>(waiting, 0);
-    case 4: return add_groups<4, Twice>(waiting, 0);
-    case 3: return add_groups<3, Twice>(waiting, 0);
-    case 2: return add_groups<2, Twice>(waiting, 0);
-    default: return add_groups<1, Twice>(waiting, 0);
-    }
-}
-
-inline i64 waiting_in(const waiting_pairs& waiting, i64 k) {
-    return (waiting.next[k] - waiting.cells) / 2 - k * waiting.room_of_class;
-}
-
-void add(waiting_pairs& waiting, bool twice) {
-    // Classes in descending order of their waiting pairs; empty ones are left out.
-    i32 order[waiting_pairs::most_columns + classes_at_once];
-    i64 number = 0;
-    for (i32 k = 1; k < waiting.columns; ++k) {
-        const i64 mine = waiting_in(waiting, k);
-        if (mine == 0) continue;
-        i64 place = number++;
-        for (; place > 0 && waiting_in(waiting, order[place - 1]) < mine; --place)
-            order[place] = order[place - 1];
-        order[place] = k;
-        waiting.counts[k] += static_cast<f64>(twice ? 2 * mine : mine);
-    }
-    for (i64 done = 0; done < number;) {
-        waiting_groups groups = {};
-        const i64 first = done;
-        for (; groups.groups < most_groups && done < number; ++groups.groups) {
-            const int g = groups.groups;
-            // Whole steps of the class with most pairs; the others meet zeros, which leave a sum as
-            // it is.
-            const i64 most = waiting_in(waiting, order[done]);
-            groups.steps[g] = (most + classes_at_once - 1) / classes_at_once * classes_at_once;
-            f64 sums[2 * classes_at_once] = {};
-            for (int c = 0; c < classes_at_once; ++c) {
-                const i32 k = done + c < number ? order[done + c] : no_class;
-                f32* const mine = waiting.cells + 2 * waiting.room_of_class * k;
-                const i64 held = k == no_class ? 0 : waiting_in(waiting, k);
-                std::memset(mine + 2 * held, 0,
-                            sizeof(pair_bits) * static_cast<std::size_t>(groups.steps[g] - held));
-                groups.from[g][c] = mine;
-                sums[2 * c] = waiting.sums[2 * k];
-                sums[2 * c + 1] = waiting.sums[2 * k + 1];
-            }
-            std::memcpy(&groups.sum[g], sums, sizeof sums);
-            done += classes_at_once;
-        }
-        if (twice)
-            add_some<true>(groups);
-        else
-            add_some<false>(groups);
-        for (int g = 0; g < groups.groups; ++g) {
-            f64 sums[2 * classes_at_once];
-            std::memcpy(sums, &groups.sum[g], sizeof sums);
-            for (int c = 0; c < classes_at_once; ++c) {
-                const i64 place = first + g * classes_at_once + c;
-                if (place >= number) break;
-                waiting.sums[2 * order[place]] = sums[2 * c];
-                waiting.sums[2 * order[place] + 1] = sums[2 * c + 1];
-            }
+        if (rule.is_directed)
+            found =
+                bits_of(rule.accepts(flags_of(found), load(block.dx + at), load(block.dy + at), h));
+        store_wide(wide_distances, widen(everywhere, distances));
+        store_wide(wide_measures, widen(everywhere, block.measure + at));
+        for (; found != 0; found &= found - 1) {
+            const i64 t = lowest_bit(found);
+            class_sums::of_class& to = sums.of[class_of(keys[t])];
+            to.count += Twice ? 2 : 1;
+            to.distance += wide_distances[t];
+            to.measure += wide_measures[t];
+            if constexpr (Twice) to.distance += wide_distances[t];
+            if constexpr (Twice) to.measure += wide_measures[t];
         }
     }
-    for (i64 k = 0; k < waiting.columns; ++k)
-        waiting.next[k] = waiting.cells + 2 * k * waiting.room_of_class;
+    block.count = 0;
+}
+
+template <bool Twice>
+void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+                 i64 count, class_sums& sums) {
+    const rule_lanes rule(rules);
+    const reals xi = all(rows.x[0]);
+    const reals yi = all(rows.y[0]);
+    const reals vi = all(rows.value[0]);
+    pair_block block;
+    for (i64 at = first; at < count; at += width) {
+        const reals dx = load(candidates.x + at) - xi;
+        const reals dy = load(candidates.y + at) - yi;
+        const reals hs = dx * dx + dy * dy;
+        unsigned found = bits_of(at_most(hs, all(rows.limit[0])));
+        if (count - at < width) found &= (1U << (count - at)) - 1;
+        const reals difference = vi - load(candidates.value + at);
+        store_packed(block.square + block.count, found, hs);
+        store_packed(block.measure + block.count, found, difference * difference);
+        if (rule.is_directed) {
+            store_packed(block.dx + block.count, found, dx);
+            store_packed(block.dy + block.count, found, dy);
+        }
+        block.count += number_of(found);
+        if (block.count > block.most - width) add_block<Twice>(rules, rule, rows, block, sums);
+    }
+    add_block<Twice>(rules, rule, rows, block, sums);
+}
+
+void sweep_row(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+               i64 count, class_sums& sums) {
+    if (rules.twice)
+        sweep_alone<true>(rules, rows, candidates, first, count, sums);
+    else
+        sweep_alone<false>(rules, rows, candidates, first, count, sums);
 }
 
 } // namespace

@@ -1,13 +1,6 @@
 #include "semivariogram/pair_kernel.hpp"
 
-#include <algorithm>
-#include <memory>
-
 namespace qmx::pair_kernel {
-
-extern const version version_plain;
-extern const version version_avx2; // without a name where the compiler's target lacks them
-extern const version version_avx512;
 
 namespace {
 
@@ -42,25 +35,6 @@ const version& version_in_use() {
 
 void use_version(const version* chosen) {
     chosen_version = chosen;
-}
-
-bool waiting_pairs::reserve(i64 number_of_classes) {
-    constexpr i64 line = 64 / sizeof(f32);
-    columns = number_of_classes + 1;
-    storage_ = work_array<f32>(2 * columns * room_of_class + line);
-    if (!storage_) return false;
-    void* first = storage_.data();
-    std::size_t space = sizeof(f32) * static_cast<std::size_t>(storage_.size());
-    cells = static_cast<f32*>(std::align(64, 1, first, space));
-    for (i64 k = 0; k < columns; ++k) next[k] = cells + 2 * k * room_of_class;
-    return true;
-}
-
-i64 waiting_pairs::most_waiting() const {
-    i64 found = 0;
-    for (i64 k = 0; k < columns; ++k)
-        found = std::max<i64>(found, (next[k] - cells) / 2 - k * room_of_class);
-    return found;
 }
 
 } // namespace qmx::pair_kernel

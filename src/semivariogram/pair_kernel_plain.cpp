@@ -1,10 +1,5 @@
 // The pair kernel for any processor.
 #include "semivariogram/pair_kernel_body.hpp"
 
-namespace qmx::pair_kernel {
-
-extern const version version_plain;
-const version version_plain = {
-    "plain", filter, filter_with_offsets, classify, classify_and_direct, reject, collect, add};
-
-} // namespace qmx::pair_kernel
+const qmx::pair_kernel::version qmx::pair_kernel::version_plain = {"plain", width, sweep_rows,
+                                                                   sweep_row};

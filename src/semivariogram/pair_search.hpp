@@ -3,8 +3,8 @@
 // The result is that of a plain loop over i and, within it, over j >= i, bit by bit: every f32
 // operation of a pair, the class found from the pair before, and the order of the additions in each
 // class. What makes it faster: pairs that cannot be in range are not looked at; most classes follow
-// from the distance alone; distances come in whole vectors, and sums of several classes grow side by
-// side.
+// from the distance alone; rows that lie side by side go side by side in the lanes of vectors, and
+// their sums are put together as if they had been formed one after the other (row_search.hpp).
 #pragma once
 
 #include "frame/array_view.hpp"

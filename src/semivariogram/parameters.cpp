@@ -44,15 +44,16 @@ i32 readparm(const t_gamvset& set, const i32& number_of_data,
     variables.set = set;
     if (set.xltol < 0) variables.set.xltol = set.xlag * 0.5F;
     const i64 count = number_of_data > 0 ? number_of_data : 0;
-    const i64 room = count + gamv_variables::padding;
-    variables.x = work_array<f32>(room);
-    variables.y = work_array<f32>(room);
-    variables.vr = work_array<f32>(room);
-    if (!variables.x || !variables.y || !variables.vr) {
+    const i64 room = count + 2 * gamv_variables::padding;
+    variables.storage = work_array<f32>(3 * room, 0.0F);
+    if (!variables.storage) {
         fail_out_of_memory(parent);
         restart_path(self);
         return status_failure;
     }
+    variables.x = variables.storage.data() + gamv_variables::padding;
+    variables.y = variables.x + room;
+    variables.vr = variables.y + room;
     variables.maxdat = count;
     for (i64 i = 0; i < count; ++i) {
         const t_icdata& record = data(i + 1);
@@ -60,7 +61,6 @@ i32 readparm(const t_gamvset& set, const i32& number_of_data,
         variables.y[i] = static_cast<f32>(record.d_y);
         variables.vr[i] = static_cast<f32>(record.d_val);
     }
-    for (i64 i = count; i < room; ++i) variables.x[i] = variables.y[i] = variables.vr[i] = 0;
     variables.sills = count > 0 ? population_variance(data, count) : -999.0;
     return status_success;
 }

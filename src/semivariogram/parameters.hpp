@@ -3,9 +3,9 @@
 #pragma once
 
 #include "frame/array_view.hpp"
+#include "frame/limits.hpp"
 #include "frame/work_array.hpp"
 #include "qmx_ic.h"
-#include "semivariogram/model_fit.hpp"
 
 namespace qmx {
 
@@ -33,9 +33,10 @@ struct gamv_variables {
 
     t_gamvset set;
     i64 maxdat = 0;
-    work_array<f32> x = work_array<f32>(0);
-    work_array<f32> y = work_array<f32>(0);
-    work_array<f32> vr = work_array<f32>(0);
+    f32* x = nullptr;
+    f32* y = nullptr;
+    f32* vr = nullptr;
+    work_array<f32> storage = work_array<f32>(0); // of all three
     f64 sills = -999.0; // population variance of the values; negative without data
 };
 

@@ -1,6 +1,7 @@
 #include "semivariogram/semivariogram.hpp"
 
 #include "frame/event.hpp"
+#include "frame/limits.hpp"
 #include "semivariogram/experimental.hpp"
 #include "semivariogram/model_fit.hpp"
 

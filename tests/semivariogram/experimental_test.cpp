@@ -25,8 +25,7 @@ t_gamvset settings(i32 nlag, f32 xlag) {
     return {-1.0e21F, 1.0e21F, nlag, xlag, xlag * 0.5F, 0, 90, 1.0e9F, 0, 0, 1.0e9F, 0, 1, 1, 1};
 }
 
-// ---- Lots
-// --------------------------------------------------------------------------------------
+// ---- Lots --------------------------------------------------------------------------------------
 
 class lot_maker {
 public:
@@ -42,7 +41,7 @@ public:
 
     lot make() {
         lot data = positions(below(8) == 0 ? below(4) : 2 + below(400));
-        const i32 kind = below(12);
+        const i32 kind = below(14);
         for (t_icdata& point : data) point.d_val = value(kind);
         if (below(6) == 0) spoil(data);
         if (below(5) == 0) std::shuffle(data.begin(), data.end(), generator_);
@@ -82,7 +81,7 @@ private:
         const f64 north = one_of({0.0, 0.0, 2000.0, 4401234.5});
         const i32 across = 1 + below(24);
         const i32 passes = 1 + below(5);
-        const i32 kind = below(9);
+        const i32 kind = below(10);
         const f64 scale = below(30) == 0 ? one_of({1.0e-21, 1.0e-19, 1.0e-9, 1.0e8, 1.0e18}) : 1.0;
         for (i32 i = 0; i < count; ++i) {
             f64 x = 0, y = 0;
@@ -98,6 +97,9 @@ private:
             case 5: x = 1.0 * below(6), y = 0.5 * below(4); break;
             case 6: x = 0.25 * i, y = 0; break;
             case 7: x = y = 0; break;
+            case 8: // up one lane and down the next
+                x = 0.3 * (i / 40 % 2 == 0 ? i % 40 : 39 - i % 40), y = 0.5 * (i / 40);
+                break;
             default: x = uniform(0, 5) + (below(40) == 0 ? 4.0e6 : 0), y = uniform(0, 3); break;
             }
             data.push_back({east + scale * x, north + scale * y, 0, 1, 0});
@@ -115,6 +117,8 @@ private:
                                   : uniform(60, 100);
         case 4: return uniform(-1.0e20, 1.0e20);
         case 5: return below(15) == 0 ? one_of<f64>({inf32, -inf32, nan32}) : below(100);
+        case 6: return std::ldexp(below(4), below(40)); // sums that round, many a one at a tie
+        case 7: return below(9) == 0 ? std::ldexp(1, 10 * below(6)) : uniform(0, 1.0e-4);
         default: return uniform(60, 100);
         }
     }
@@ -129,8 +133,7 @@ private:
     std::mt19937 generator_;
 };
 
-// ---- Comparison
-// --------------------------------------------------------------------------------
+// ---- Comparison --------------------------------------------------------------------------------
 
 bool same(f64 a, f64 b) {
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b) ||
@@ -191,7 +194,7 @@ TEST(PairSearch, GivesTheNumbersOfThePlainLoop) {
     }
 }
 
-// Lots with more pairs in a row than a block takes, and more in a class than wait at once.
+// Lots whose sums pass many powers of two, and rows that go side by side.
 struct large_lot {
     const char* name;
     i32 count;
@@ -200,6 +203,7 @@ struct large_lot {
     bool pass_by_pass;
     bool shuffled;
     t_gamvset set;
+    i32 along = 0; // points one behind the other in lanes, up one and down the next; 0: none
 };
 
 t_gamvset directed(t_gamvset set, f32 azm, f32 atol) {
@@ -217,7 +221,10 @@ const large_lot large_lots[] = {
     {"passes_of_each_cell", 2800, 24, 4, false, false, settings(20, 0.6F)},
     {"cells_of_each_pass", 2800, 24, 4, true, false, settings(20, 0.6F)},
     {"local_of_a_long_strip", 4000, 4, 1, false, false, settings(10, 0.3F)},
-    {"local_shuffled", 4000, 4, 1, false, true, settings(10, 0.3F)}};
+    {"local_shuffled", 4000, 4, 1, false, true, settings(10, 0.3F)},
+    {"lanes", 4000, 1, 1, false, false, settings(20, 0.5F), 200},
+    {"lanes_directed", 4000, 1, 1, false, false, directed(settings(20, 0.5F), 80, 45), 200},
+    {"passes_of_lanes", 4000, 1, 4, false, false, settings(20, 0.5F), 200}};
 
 class LargeLot : public testing::TestWithParam<large_lot> {};
 
@@ -228,8 +235,14 @@ TEST_P(LargeLot, GivesTheNumbersOfThePlainLoop) {
     const i32 cells = row.count / row.passes;
     for (i32 i = 0; i < row.count; ++i) {
         const i32 cell = row.pass_by_pass ? i % cells : i / row.passes;
-        const f64 x = row.across == 0 ? 3.0 : 0.3 * (cell / row.across);
-        const f64 y = row.across == 0 ? 4.0 : 0.3 * (cell % row.across);
+        f64 x = row.across == 0 ? 3.0 : 0.3 * (cell / row.across);
+        f64 y = row.across == 0 ? 4.0 : 0.3 * (cell % row.across);
+        if (row.along > 0) {
+            const i32 lane = cell / row.along;
+            const i32 place = cell % row.along;
+            x = 0.3 * (lane % 2 == 0 ? place : row.along - 1 - place);
+            y = 0.5 * lane;
+        }
         data.push_back({x, y, 60 + static_cast<f64>(generator()) / 1.0e8, 1, 0});
     }
     if (row.shuffled) std::shuffle(data.begin(), data.end(), generator);
