@@ -2,10 +2,13 @@
 
 #include "frame/event.hpp"
 #include "frame/work_array.hpp"
+#include "icdata/read_ahead.hpp"
 #include "icdata/statistics.hpp"
+#include "toolkit/group_means.hpp"
 #include "toolkit/polynomial_curve.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 namespace qmx {
 
@@ -16,58 +19,75 @@ constexpr routine_text self("qmx_icdata_cmpcurv_B_drv");
 constexpr i32 least_points_of_a_pass = 100;
 constexpr i32 degree_of_curve = 2;
 constexpr i32 curve_steps = 100;
-constexpr i32 flag_no = 2;
 
-// Where the statistics of a pass go; only the mean is used. Never set up, so that neither a target
-// test nor percent levels are asked for.
-t_statsout pass_statistics;
+// What a few points, evenly spread over all, let expect of the others. Nothing but time depends on it.
+struct expectation {
+    f32 magnitude = 0.0F; // greatest
+    i32 last_pass = 0;    // before a pass that is missing
 
-// Pass numbers of the data. Those that no walk can reach, since the passes before them would need
-// more points than there are, are not counted one by one.
-struct pass_census {
-    i32 smallest = std::numeric_limits<i32>::max();
-    i32 largest = std::numeric_limits<i32>::min();
-    work_array<i32> count; // of passes 1, 2, ..., from index 0
-
-    explicit pass_census(i32 passes) : count(passes, 0) {}
-
-    void take(const array_view<const t_icdata>& points) {
-        const auto reachable = static_cast<std::uint32_t>(count.size());
-        for (i64 i = 1; i <= points.extent; ++i) {
-            const i32 pass = points(i).i_passno;
-            smallest = std::min(smallest, pass);
-            largest = std::max(largest, pass);
-            const std::uint32_t index = static_cast<std::uint32_t>(pass) - 1;
-            if (index < reachable) ++count[index];
+    explicit expectation(const array_view<const t_icdata>& points) {
+        constexpr i64 looks = 1024;
+        constexpr std::uint32_t most_passes = 256;
+        bool is_present[most_passes] = {};
+        const i64 step = std::max<i64>(points.extent / looks, 1);
+        for (i64 i = 1; i <= points.extent; i += step) {
+            const f32 value = std::abs(static_cast<f32>(points(i).d_val));
+            if (value > magnitude && std::isfinite(value)) magnitude = value;
+            const std::uint32_t index = static_cast<std::uint32_t>(points(i).i_passno) - 1;
+            if (index < most_passes) is_present[index] = true;
         }
-    }
-    // Passes up to the first that is missing or too thin.
-    i32 usable() const {
-        const auto thin = [](i32 points) { return points < least_points_of_a_pass; };
-        return static_cast<i32>(std::find_if(count.begin(), count.end(), thin) - count.begin());
+        while (last_pass < static_cast<i32>(most_passes) && is_present[last_pass]) ++last_pass;
     }
 };
 
-// The values of each pass next to each other, passes in ascending order. Within a pass they keep
-// the order of the data: no statistic depends on it.
-void gather(const array_view<const t_icdata>& points, const pass_census& census, i32 passes,
-            const work_array<i64>& place, f64* values) {
-    i64 total = 0;
-    for (i32 k = 0; k < passes; ++k) {
-        place[k] = total;
-        total += census.count[k];
-    }
-    for (i64 i = 1; i <= points.extent; ++i) {
-        const t_icdata& point = points(i);
-        const std::uint32_t index = static_cast<std::uint32_t>(point.i_passno) - 1;
-        if (index < static_cast<std::uint32_t>(passes)) values[place[index]++] = point.d_val;
-    }
-}
+// The points pass by pass, as one sweep over them finds it. Passes that no walk can reach, since those
+// before them would need more points than there are, are not told apart.
+struct pass_census {
+    i32 smallest = std::numeric_limits<i32>::max();
+    i32 largest = std::numeric_limits<i32>::min();
+    i64 reachable;
+    group_sums sums; // of passes 1, 2, ..., from index 0
 
-i64 points_of(const pass_census& census, i32 passes) {
-    i64 total = 0;
-    for (i32 k = 0; k < passes; ++k) total += census.count[k];
-    return total;
+    pass_census(i32 passes, i64 points, const expectation& expected)
+        : reachable(passes), sums(passes, points, expected.magnitude) {}
+
+    // Also writes the values of one pass to kept, where there must be room for all points.
+    void take(const array_view<const t_icdata>& points, i32 kept_pass, f32* kept) {
+        i32 low = smallest;
+        i32 high = largest;
+        const auto limit = static_cast<std::uint32_t>(reachable);
+        sums.add_each(points.extent, [&](i64 i) {
+            const t_icdata& point = points(i + 1);
+            read_ahead(&point);
+            const f32 value = static_cast<f32>(point.d_val);
+            *kept = value;
+            kept += point.i_passno == kept_pass ? 1 : 0;
+            const std::uint32_t index = static_cast<std::uint32_t>(point.i_passno) - 1;
+            if (index >= limit) {
+                low = std::min(low, point.i_passno);
+                high = std::max(high, point.i_passno);
+            }
+            return grouped_value{index, value};
+        });
+        smallest = low;
+        largest = high;
+        for (i32 k = 0; k < reachable; ++k)
+            if (sums.values(k) > 0) {
+                smallest = std::min(smallest, k + 1);
+                largest = std::max(largest, k + 1);
+            }
+    }
+    // Passes up to the first that is missing or too thin.
+    i32 usable() const {
+        i32 passes = 0;
+        while (passes < reachable && sums.values(passes) >= least_points_of_a_pass) ++passes;
+        return passes;
+    }
+};
+
+void gather(const array_view<const t_icdata>& points, i32 pass, f32* values) {
+    for (i64 i = 1; i <= points.extent; ++i)
+        if (points(i).i_passno == pass) *values++ = static_cast<f32>(points(i).d_val);
 }
 
 struct curve_bounds {
@@ -95,35 +115,32 @@ i32 qmx_icdata_cmpcurv_B_drv(const i32& i_maxpassno, const i32& i_mindata, const
 
     const i64 points = std::max(i_numdata, 0);
     const array_view<const t_icdata> data(t_data.base, points, t_data.stride);
+    const expectation expected(data);
     pass_census census(
-        static_cast<i32>(std::min<i64>(i_maxpassno, points / least_points_of_a_pass)));
-    if (!census.count) return fail_out_of_memory(self);
-    census.take(data);
+        static_cast<i32>(std::min<i64>(i_maxpassno, points / least_points_of_a_pass)), points,
+        expected);
+    const work_array<f32> values(points);
+    if (!census.sums || !values) return fail_out_of_memory(self);
+    census.take(data, expected.last_pass, values.data());
     if (census.smallest != 1) return fail_here(self, "IC data should always contain pass no. 1");
     if (census.largest > i_maxpassno)
         return fail_here(self, "IC data consist of pass no. > max passes");
 
     const i32 passes = census.usable();
-    const work_array<i64> place(passes);
-    const work_array<f64> values(points_of(census, passes));
     const work_array<f64> x(passes);
     const work_array<f64> y(passes);
-    if (!place || !values || !x || !y) return fail_out_of_memory(self);
-    gather(data, census, passes, place, values.data());
-
-    i_numpasses = 0;
-    f64* first = values.data();
+    if (!x || !y) return fail_out_of_memory(self);
+    i_numpasses = passes;
+    if (passes == 0) return fail_here(self, "No sufficient data existed for any pass no.");
     for (i32 k = 1; k <= passes; ++k) {
-        i_numpasses = k;
-        const i32 count = census.count[k - 1];
-        qmx_stats(flag_no, flag_no, count, view_of<const f64>(first, count), pass_statistics);
-        if (has_failed()) return pass_up(self);
-        first += count;
-        d_passmean(k) = f64{pass_statistics.x_stat[0]};
+        d_passmean(k) = f64{census.sums.mean(k - 1)};
         x[k - 1] = k;
         y[k - 1] = d_passmean(k);
     }
-    if (passes == 0) return fail_here(self, "No sufficient data existed for any pass no.");
+    // Of all statistics of the passes, those of the last one outlive the call.
+    if (passes != expected.last_pass) gather(data, passes, values.data());
+    const auto of_last = view_of<const f32>(values.data(), census.sums.values(passes - 1));
+    if (keep_statistics(of_last) != status_success) return pass_up(self);
 
     fitted_polynomial fitted;
     fit_polynomial(view_of<const f64>(x.data(), passes), view_of<const f64>(y.data(), passes),

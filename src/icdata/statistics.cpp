@@ -3,6 +3,7 @@
 #include "frame/event.hpp"
 #include "frame/limits.hpp"
 #include "frame/work_array.hpp"
+#include "icdata/read_ahead.hpp"
 #include "toolkit/interpolation.hpp"
 #include "toolkit/statistics_wrappers.hpp"
 
@@ -28,24 +29,24 @@ struct value_range {
 // is the empty one, from the largest f32 down to the smallest.
 value_range narrow(const array_view<const f64>& values, f32* x) {
     constexpr f32 infinity = std::numeric_limits<f32>::infinity();
-    f32 smallest = infinity;
-    f32 largest = -infinity;
-    // The extremes of a block stay in registers, which those of the whole, since they outlive calls
-    // further on, would not.
-    constexpr i64 block = 1024;
-    for (i64 start = 0; start < values.extent; start += block) {
-        const i64 end = std::min(start + block, values.extent);
-        f32 low = infinity;
-        f32 high = -infinity;
-        for (i64 i = start; i < end; ++i) {
-            const f32 value = static_cast<f32>(values(i + 1));
-            x[i] = value;
-            low = value < low ? value : low;
-            high = value > high ? value : high;
-        }
-        smallest = low < smallest ? low : smallest;
-        largest = high > largest ? high : largest;
-    }
+    // Independent lanes: the comparisons of one value need not wait for those of the last.
+    constexpr i64 lanes = 4;
+    f32 low[lanes] = {infinity, infinity, infinity, infinity};
+    f32 high[lanes] = {-infinity, -infinity, -infinity, -infinity};
+    const auto take = [&](i64 lane, i64 i) {
+        const f64& held = values(i + 1);
+        read_ahead(&held);
+        const f32 value = static_cast<f32>(held);
+        x[i] = value;
+        low[lane] = value < low[lane] ? value : low[lane];
+        high[lane] = value > high[lane] ? value : high[lane];
+    };
+    i64 i = 0;
+    for (; i + lanes <= values.extent; i += lanes)
+        for (i64 lane = 0; lane < lanes; ++lane) take(lane, i + lane);
+    for (; i < values.extent; ++i) take(0, i);
+    const f32 smallest = *std::min_element(low, low + lanes);
+    const f32 largest = *std::max_element(high, high + lanes);
     const bool holds_a_number = smallest <= largest;
     constexpr f32 huge = std::numeric_limits<f32>::max();
     return holds_a_number ? value_range{smallest, largest} : value_range{huge, -huge};
@@ -93,6 +94,13 @@ f32 read_back(const array_view<const f32>& ordinates, const array_view<const f32
 
 } // namespace
 
+i32 keep_statistics(const array_view<const f32>& values) {
+    imsl_uvsta(values, view_of(statistics_vector, statistics_rows));
+    if (has_run_out_of_memory()) return pass_up(self);
+    if (has_failed()) clear_event(); // too few values for statistics
+    return status_success;
+}
+
 i32 qmx_stats(const i32& i_flag_pass, const i32& i_flag_below, const i32& i_numdata,
               const array_view<const f64>& d_val, t_statsout& t_out) {
     const bool pass_counts = i_flag_pass == flag_yes;
@@ -101,9 +109,7 @@ i32 qmx_stats(const i32& i_flag_pass, const i32& i_flag_below, const i32& i_numd
     const value_range range = narrow(d_val, x.data());
     t_out.i_numdata = i_numdata;
 
-    imsl_uvsta(x.view(), view_of(statistics_vector, statistics_rows));
-    if (has_run_out_of_memory()) return pass_up(self);
-    if (has_failed()) clear_event(); // too few values for statistics
+    if (keep_statistics(x.view()) != status_success) return status_failure;
     std::copy_n(statistics_vector, statistics_rows, t_out.x_stat);
 
     histogram bins;

@@ -17,4 +17,8 @@ namespace qmx {
 i32 qmx_stats(const i32& i_flag_pass, const i32& i_flag_below, const i32& i_numdata,
               const array_view<const f64>& d_val, t_statsout& t_out);
 
+// Computes the fifteen statistics alone and leaves them in the work vector, as qmx_stats does for the
+// same values. Returns 1, or 3 with the event "memory could not be allocated" of qmx_stats.
+i32 keep_statistics(const array_view<const f32>& values);
+
 } // namespace qmx

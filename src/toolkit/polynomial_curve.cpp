@@ -35,35 +35,22 @@ bool fit_ran_out_of_memory() {
            numeric::N1RCD(1) == numeric::curve_storage_code;
 }
 
-struct abscissa_range {
-    f64 smallest, largest;
-};
-
 // Without any point the range is the empty one.
-abscissa_range range_of(const array_view<const f64>& x) {
+template <class Real> numeric::value_extent range_of(const array_view<const Real>& x) {
     constexpr f64 huge = std::numeric_limits<f64>::max();
     if (x.extent == 0) return {huge, -huge};
-    // Independent lanes: the comparisons of one abscissa need not wait for those of the last.
-    constexpr i64 lanes = 8;
-    f64 smallest[lanes];
-    f64 largest[lanes];
-    std::fill_n(smallest, lanes, x(1));
-    std::fill_n(largest, lanes, x(1));
-    const auto look = [&](i64 lane, f64 value) {
-        smallest[lane] = value < smallest[lane] ? value : smallest[lane];
-        largest[lane] = value > largest[lane] ? value : largest[lane];
-    };
-    i64 i = 1;
-    for (; i + lanes <= x.extent; i += lanes)
-        for (i64 lane = 0; lane < lanes; ++lane) look(lane, x(i + lane));
-    for (; i <= x.extent; ++i) look(0, x(i));
-    return {*std::min_element(smallest, smallest + lanes),
-            *std::max_element(largest, largest + lanes)};
+    Real lowest = x(1);
+    Real highest = x(1);
+    for (i64 i = 2; i <= x.extent; ++i) {
+        lowest = std::min(lowest, x(i));
+        highest = std::max(highest, x(i));
+    }
+    return {f64{lowest}, f64{highest}};
 }
 
-void fill_grid(const abscissa_range& range, const array_view<f64>& x) {
-    const f64 step = (range.largest - range.smallest) / static_cast<f64>(x.extent - 1);
-    for (i64 i = 0; i < x.extent; ++i) x(i + 1) = static_cast<f64>(i) * step + range.smallest;
+void fill_grid(const numeric::value_extent& range, const array_view<f64>& x) {
+    const f64 step = (range.highest - range.lowest) / static_cast<f64>(x.extent - 1);
+    for (i64 i = 0; i < x.extent; ++i) x(i + 1) = static_cast<f64>(i) * step + range.lowest;
 }
 
 void copy_results(const fitted_polynomial& fitted, const array_view<f64>* coefficients,
@@ -75,10 +62,9 @@ void copy_results(const fitted_polynomial& fitted, const array_view<f64>* coeffi
         for (i32 k = 0; k < fit_statistics; ++k) (*statistics)(k + 1) = fitted.statistics[k];
 }
 
-} // namespace
-
-i32 fit_polynomial(const array_view<const f64>& x, const array_view<const f64>& y,
-                   const i32* i_degree, fitted_polynomial& fitted) {
+template <class Real>
+i32 fit_any(const array_view<const Real>& x, const array_view<const Real>& y, const i32* i_degree,
+            fitted_polynomial& fitted, numeric::value_extent* x_extent = nullptr) {
     fitted = {};
     numeric::ERSET(0, 0, 0);
     if (i_degree == nullptr && x.extent == 1)
@@ -89,7 +75,7 @@ i32 fit_polynomial(const array_view<const f64>& x, const array_view<const f64>& 
         return fail_keeping_path("degrees of polynomial exceeds 9", code_fit);
 
     numeric::DRCURV(x, y, view_of(fitted.coefficient, i64{fitted.degree} + 1), {},
-                    view_of(fitted.statistics, fit_statistics));
+                    view_of(fitted.statistics, fit_statistics), x_extent);
     if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
     fitted.is_written = true;
     if (fitted.statistics[9] > 0.0) return fail_keeping_path("x or y data contains NaN", code_fit);
@@ -98,6 +84,30 @@ i32 fit_polynomial(const array_view<const f64>& x, const array_view<const f64>& 
         return pass_up(self);
     }
     return status_success;
+}
+
+template <class Real>
+i32 curve_through(const array_view<const Real>& x_xdata, const array_view<const Real>& x_ydata,
+                  const array_view<f64>& x_xcurve, const array_view<f64>& x_ycurve,
+                  const f64* x_ylower, const f64* x_yupper, const i32* i_degree,
+                  const array_view<f64>* x_coef, const array_view<f64>* x_stat) {
+    for (i64 i = 1; i <= x_ycurve.extent; ++i) x_ycurve(i) = 0.0;
+    fitted_polynomial fitted;
+    numeric::value_extent range;
+    const i32 outcome = fit_any(x_xdata, x_ydata, i_degree, fitted, &range);
+    copy_results(fitted, x_coef, x_stat);
+    if (outcome != status_success) return outcome;
+    if (!range.is_known()) range = range_of(x_xdata); // nothing was fitted
+    fill_grid(range, x_xcurve);
+    evaluate_polynomial(fitted, x_xcurve, x_ycurve, x_ylower, x_yupper);
+    return status_success;
+}
+
+} // namespace
+
+i32 fit_polynomial(const array_view<const f64>& x, const array_view<const f64>& y,
+                   const i32* i_degree, fitted_polynomial& fitted) {
+    return fit_any(x, y, i_degree, fitted);
 }
 
 void evaluate_polynomial(const fitted_polynomial& fitted, const array_view<const f64>& x,
@@ -116,14 +126,16 @@ i32 polycurvfit(const array_view<const f64>& x_xdata, const array_view<const f64
                 const array_view<f64>& x_xcurve, const array_view<f64>& x_ycurve,
                 const f64* x_ylower, const f64* x_yupper, const i32* i_degree,
                 const array_view<f64>* x_coef, const array_view<f64>* x_stat) {
-    for (i64 i = 1; i <= x_ycurve.extent; ++i) x_ycurve(i) = 0.0;
-    fitted_polynomial fitted;
-    const i32 outcome = fit_polynomial(x_xdata, x_ydata, i_degree, fitted);
-    copy_results(fitted, x_coef, x_stat);
-    if (outcome != status_success) return outcome;
-    fill_grid(range_of(x_xdata), x_xcurve);
-    evaluate_polynomial(fitted, x_xcurve, x_ycurve, x_ylower, x_yupper);
-    return status_success;
+    return curve_through(x_xdata, x_ydata, x_xcurve, x_ycurve, x_ylower, x_yupper, i_degree, x_coef,
+                         x_stat);
+}
+
+i32 polycurvfit(const array_view<const f32>& x_xdata, const array_view<const f32>& x_ydata,
+                const array_view<f64>& x_xcurve, const array_view<f64>& x_ycurve,
+                const f64* x_ylower, const f64* x_yupper, const i32* i_degree,
+                const array_view<f64>* x_coef, const array_view<f64>* x_stat) {
+    return curve_through(x_xdata, x_ydata, x_xcurve, x_ycurve, x_ylower, x_yupper, i_degree, x_coef,
+                         x_stat);
 }
 
 } // namespace qmx

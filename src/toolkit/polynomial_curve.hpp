@@ -54,4 +54,11 @@ i32 polycurvfit(const array_view<const f64>& x_xdata, const array_view<const f64
                 const i32* i_degree = nullptr, const array_view<f64>* x_coef = nullptr,
                 const array_view<f64>* x_stat = nullptr);
 
+// The same with data held in f32, which are read as f64.
+i32 polycurvfit(const array_view<const f32>& x_xdata, const array_view<const f32>& x_ydata,
+                const array_view<f64>& x_xcurve, const array_view<f64>& x_ycurve,
+                const f64* x_ylower = nullptr, const f64* x_yupper = nullptr,
+                const i32* i_degree = nullptr, const array_view<f64>* x_coef = nullptr,
+                const array_view<f64>* x_stat = nullptr);
+
 } // namespace qmx

@@ -9,7 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -58,9 +60,20 @@ struct curve {
     }
 };
 
+// The bits of the fifteen statistics that a single value is handed after a call.
+std::array<std::uint32_t, 15> left_behind() {
+    t_statsout record = {};
+    const f64 single = 1;
+    qmx_stats(2, 2, 1, view_of(&single, 1), record);
+    std::array<std::uint32_t, 15> bits;
+    std::memcpy(bits.data(), record.x_stat, sizeof bits);
+    return bits;
+}
+
 // As it is told: sort by pass with the permutation, cut, gather, fit. Only the grid and the clamps
 // are this test's own.
 void expect_sorted_road(const std::vector<t_icdata>& points, i32 highest, const curve& got) {
+    const auto left = left_behind();
     const i32 n = static_cast<i32>(points.size());
     std::vector<i32> sorted(points.size()), place(points.size());
     imsl_svigp(column_of(points.data(), n, &t_icdata::i_passno), view_of(sorted.data(), n),
@@ -80,6 +93,7 @@ void expect_sorted_road(const std::vector<t_icdata>& points, i32 highest, const 
     }
     ASSERT_EQ(got.passes, std::ssize(numbers));
     EXPECT_EQ(got.means, means);
+    EXPECT_EQ(left, left_behind()) << "of the last pass";
 
     const i32 degree = 2;
     f64 unused[2];
@@ -125,6 +139,37 @@ TEST(CompactionCurve, EqualsTheSortedRoadToTheLastDigit) {
         ASSERT_EQ(got.outcome, 1) << current_event.c_description.trimmed();
         EXPECT_EQ(got.passes, c.reached);
         expect_sorted_road(points, c.highest, got);
+    }
+}
+
+// Evenly spread looks at the points guess at the magnitude of the values and at the last pass: right or
+// wrong, the result is the same.
+TEST(CompactionCurve, DoesNotDependOnWhatItExpects) {
+    std::mt19937 random(9);
+    auto points = points_of({{1, 9000}, {2, 8000}, {3, 7000}, {4, 120}, {5, 99}}, 3);
+    const auto is_of_last_pass = [](const t_icdata& point) { return point.i_passno >= 4; };
+    struct {
+        const char* name;
+        f64 factor; // of the values between the looks
+    } const cases[] = {{"alike", 1}, {"much larger", 1e30}, {"much smaller", 1e-30}, {"zero", 0}};
+    for (const auto& [name, factor] : cases) {
+        for (const bool hides_last_passes : {false, true}) {
+            SCOPED_TRACE(name);
+            std::shuffle(points.begin(), points.end(), random);
+            auto given = points;
+            const std::size_t step = given.size() / 1024;
+            std::size_t other = 1;
+            for (std::size_t i = 0; i < given.size(); i += step)
+                while (hides_last_passes && is_of_last_pass(given[i])) {
+                    other += other % step == 0 ? 1 : 0;
+                    std::swap(given[i], given[other++]);
+                }
+            for (std::size_t i = 0; i < given.size(); ++i)
+                if (i % step != 0) given[i].d_val *= factor;
+            const curve got(6, 0, given);
+            ASSERT_EQ(got.outcome, 1);
+            expect_sorted_road(given, 6, got);
+        }
     }
 }
 
@@ -230,12 +275,6 @@ TEST(CompactionCurve, DoesNotDependOnTheOrderOfThePoints) {
     std::mt19937 random(4);
     auto points = points_of({{1, 400}, {2, 5000}, {3, 999}, {4, 20000}});
     for (auto& point : points) point.d_val *= std::exp(2e-2 * static_cast<f64>(random() % 1000));
-    const auto left_behind = [] {
-        t_statsout record = {};
-        const f64 single = 1;
-        qmx_stats(2, 2, 1, view_of(&single, 1), record);
-        return std::vector<f32>(record.x_stat, record.x_stat + 15);
-    };
     const curve first(4, 0, points);
     const auto statistics = left_behind();
     ASSERT_EQ(first.outcome, 1);

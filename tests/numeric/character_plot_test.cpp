@@ -65,12 +65,12 @@ std::vector<f64> numbers_in(const std::string& text) {
 TEST(CharacterPlot, PointsStandAtTheirLabels) {
     const plot_lines drawn = plot({0, 1, 3, 6, 6}, {-10, 20, 50, -10, 50});
     ASSERT_EQ(drawn.size(), 25U + other_lines);
-    EXPECT_EQ(drawn[0], std::string(42, ' ') + "Title");
+    EXPECT_EQ(drawn[0], std::string(42, ' ').append("Title"));
     EXPECT_EQ(drawn[1], "Upwards");
-    EXPECT_EQ(drawn[2], std::string(left, ' ') +
-                            "+---------+---------+---------+---------+---------+---------+");
+    EXPECT_EQ(drawn[2], std::string(left, ' ').append(
+                            "+---------+---------+---------+---------+---------+---------+"));
     EXPECT_EQ(drawn[header_lines + field_lines(drawn)], drawn[2]);
-    EXPECT_EQ(drawn.back(), std::string(41, ' ') + "Across");
+    EXPECT_EQ(drawn.back(), std::string(41, ' ').append("Across"));
     EXPECT_EQ(numbers_in(drawn[header_lines + field_lines(drawn) + 1]),
               (std::vector<f64>{0, 1, 2, 3, 4, 5, 6}));
     std::vector<f64> upwards;

@@ -3,6 +3,7 @@
 #include "numeric/error_stack.hpp"
 #include "numeric/polynomial/orthogonal_fit.hpp"
 #include "numeric/polynomial/polynomial_fit.hpp"
+#include "support/register_widths.hpp"
 
 #include <boost/multiprecision/cpp_bin_float.hpp>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -32,7 +34,8 @@ struct fit_result {
     i32 type, code;
 };
 
-fit_result fit(const reals& x, const reals& y, i32 degree) {
+template <class Real>
+fit_result fit(const std::vector<Real>& x, const std::vector<Real>& y, i32 degree) {
     ERSET(0, 0, 0);
     const std::size_t terms = degree >= 0 ? static_cast<std::size_t>(degree) + 1 : 1;
     fit_result r{reals(terms, untouched), reals(terms, untouched), reals(10, untouched), 0, 0};
@@ -430,6 +433,44 @@ TEST(PolynomialFit, StopsEarlyWithManyObservationsToo) {
     EXPECT_EQ(perfect.STAT[8], 0.0);
 }
 
+bool same_bits(const fit_result& a, const fit_result& b) {
+    const auto same = [](const reals& v, const reals& w) {
+        return v.size() == w.size() && std::memcmp(v.data(), w.data(), v.size() * sizeof(f64)) == 0;
+    };
+    return same(a.B, b.B) && same(a.SSPOLY, b.SSPOLY) && same(a.STAT, b.STAT) && a.type == b.type &&
+           a.code == b.code;
+}
+
+// Data held in f32 give the fit of the same numbers in f64, whatever registers serve.
+TEST(PolynomialFit, IsTheSameForNarrowDataAndInAllRegisters) {
+    std::mt19937_64 random(12);
+    std::normal_distribution<f32> normal;
+    constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
+    constexpr f32 inf32 = std::numeric_limits<f32>::infinity();
+    for (const std::size_t n : {20U, 257U, 511U, 512U, 513U, 2048U, 5003U})
+        for (i32 degree = 0; degree <= 13; ++degree)
+            for (int kind = 0; kind < 7; ++kind) {
+                std::vector<f32> x(n), y(n);
+                for (std::size_t i = 0; i < n; ++i) {
+                    x[i] = kind == 1 ? static_cast<f32>(random() % 5) : 500 + 3 * normal(random);
+                    if (kind == 2) x[i] = std::exp(10 * normal(random));
+                    y[i] = 2 + normal(random) + (kind == 3 ? 1e6F : 0.1F) * x[i];
+                    if (kind == 4) y[i] = 7;
+                }
+                if (kind == 5) x[n / 3] = y[n / 2] = nan32;
+                if (kind == 6) y[n - 1] = inf32;
+                const reals wide_x(x.begin(), x.end());
+                const reals wide_y(y.begin(), y.end());
+                const fit_result expected = fit(wide_x, wide_y, degree);
+                support::with_each_register_width([&] {
+                    EXPECT_TRUE(same_bits(fit(wide_x, wide_y, degree), expected))
+                        << n << " pairs of kind " << kind << ", degree " << degree;
+                    EXPECT_TRUE(same_bits(fit(x, y, degree), expected))
+                        << n << " narrow pairs of kind " << kind << ", degree " << degree;
+                });
+            }
+}
+
 TEST(PolynomialFit, TakesStridedViewsAndDoesWithoutSums) {
     const reals both = {1, 10, 2, 40, 3, 90, 4, 165};
     const auto column = [&](std::size_t at) {
@@ -438,7 +479,7 @@ TEST(PolynomialFit, TakesStridedViewsAndDoesWithoutSums) {
     reals spread(6, untouched);
     ERSET(0, 0, 0);
     DRCURV(column(0), column(1), array_view<f64>(spread.data(), 3, 2 * sizeof(f64)), {}, {});
-    const fit_result packed = fit({1, 2, 3, 4}, {10, 40, 90, 165}, 2);
+    const fit_result packed = fit(reals{1, 2, 3, 4}, reals{10, 40, 90, 165}, 2);
     for (std::size_t k = 0; k < 3; ++k) {
         EXPECT_EQ(spread[2 * k], packed.B[k]);
         EXPECT_EQ(spread[2 * k + 1], untouched);

@@ -1,4 +1,5 @@
 #include "numeric/univariate_samples.hpp"
+#include "support/register_widths.hpp"
 
 #include <algorithm>
 
@@ -18,6 +19,29 @@ TEST(Univariate, NoRowDependsOnTheOrderOfTheValues) {
             std::shuffle(x.begin(), x.end(), random);
             EXPECT_TRUE(same_bits(statistics(x).stat, first.stat)) << name << ", shuffled";
         }
+        support::with_each_register_width([&, &of = x, &called = name] {
+            EXPECT_TRUE(same_bits(statistics(of).stat, first.stat)) << called;
+        });
+    }
+}
+
+// Quantiles are remembered by their degrees of freedom: neither other numbers of observations nor other
+// levels in between may show.
+TEST(Univariate, LimitsDoNotDependOnWhatWasAskedBefore) {
+    const auto of = [](std::size_t n, f32 mean_level, f32 variance_level) {
+        return statistics(made(n, [](auto, auto& r) { return normal(r, 8.0F, 2.0F); }), mean_level,
+                          variance_level);
+    };
+    constexpr std::size_t most = 150; // more than are remembered at a time
+    std::vector<outcome> first;
+    for (std::size_t n = 2; n < most; ++n) first.push_back(of(n, 95, 95));
+    for (const std::size_t n : {2, 3, 65, 66, 67, 149}) {
+        EXPECT_TRUE(same_bits(of(n, 95, 95).stat, first[n - 2].stat)) << n;
+        const outcome other = of(n, 90, 99);
+        EXPECT_TRUE(same_bits(of(n, 90, 99).stat, other.stat)) << n;
+        EXPECT_GT(other.row(11), first[n - 2].row(11)) << n;
+        EXPECT_LT(other.row(13), first[n - 2].row(13)) << n;
+        EXPECT_TRUE(same_bits(of(n, 95, 95).stat, first[n - 2].stat)) << n;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <string>
@@ -150,6 +151,27 @@ TEST(PolynomialCurve, ChoosesItsDegreeByTheNumberOfPoints) {
         EXPECT_EQ(got.coefficients[static_cast<std::size_t>(c.degree) + 1], untouched) << c.points;
         EXPECT_NE(got.coefficients[static_cast<std::size_t>(c.degree)], untouched) << c.points;
     }
+}
+
+TEST(PolynomialCurve, IsTheSameForDataHeldInF32) {
+    const std::vector<f32> x = {0.1F, 1, 2, 4, 8.7F, 3};
+    const std::vector<f32> y = {1, 4, 3, 6.3F, 2, -1};
+    for (const i64 points : {0, 1, 2, 6})
+        for (i32 degree = -1; degree <= 10; ++degree) {
+            SCOPED_TRACE(degree);
+            const reals wide_x(x.begin(), x.begin() + points);
+            const reals wide_y(y.begin(), y.begin() + points);
+            const curve_call wide(wide_x, wide_y, degree);
+            reals xcurve(5, untouched), ycurve(5, untouched);
+            clear_event();
+            const f64 lower = -1e300, upper = 1e300;
+            EXPECT_EQ(polycurvfit(view_of(x.data(), points), view_of(y.data(), points),
+                                  view_of(xcurve.data(), 5), view_of(ycurve.data(), 5), &lower,
+                                  &upper, &degree),
+                      wide.outcome);
+            EXPECT_EQ(std::memcmp(xcurve.data(), wide.xcurve.data(), 5 * sizeof(f64)), 0);
+            EXPECT_EQ(std::memcmp(ycurve.data(), wide.ycurve.data(), 5 * sizeof(f64)), 0);
+        }
 }
 
 // Nothing to fit is no failure: a polynomial of zeros, or of no terms at all.

@@ -1,16 +1,9 @@
 #include "numeric/arithmetic/fixed_point.hpp"
+#include "numeric/arithmetic/register_width.hpp"
 #include "numeric/polynomial/orthogonal_terms.hpp"
 
 #include <array>
 #include <utility>
-
-// What stands inside the loops over observations must melt into them, for whatever registers they
-// are compiled.
-#if defined(__GNUC__)
-#define QMX_INLINE [[gnu::always_inline]] static inline
-#else
-#define QMX_INLINE static inline
-#endif
 
 namespace qmx::numeric {
 
@@ -29,9 +22,29 @@ fixed_point_scale scale_for(f64 bound) {
 }
 
 double_double value_of(const wide_integer& sum, const fixed_point_scale& scale) {
-    const double_double units =
-        exact_sum(static_cast<f64>(sum.high) * 0x1p32, static_cast<f64>(sum.low));
+    // The carry makes both parts exact in f64, and the result one that does not tell the blocks apart.
+    const double_double units = exact_sum(static_cast<f64>(sum.high + (sum.low >> 32)) * 0x1p32,
+                                          static_cast<f64>(sum.low & 0xffffffff));
     return {units.high * scale.unit(), units.low * scale.unit()};
+}
+
+// ---- Observations block by block ---------------------------------------------------------------
+
+// Observations that are held in f32 are widened block by block, within the nearest memory.
+constexpr i64 row_block = 512;
+static_assert(row_block <= fixed_point_block);
+
+struct widened_block {
+    f64 x[row_block];
+    f64 y[row_block];
+};
+
+QMX_MELTING const f64* block_of(const column_read_as<f64>& column, i64 start, i64 length,
+                                f64* wide) {
+    if (column.wide() != nullptr) return column.wide() + start;
+    const f32* narrow = column.narrow() + start;
+    for (i64 i = 0; i < length; ++i) wide[i] = f64{narrow[i]};
+    return wide;
 }
 
 // ---- First sweep: moments ----------------------------------------------------------------------
@@ -60,8 +73,8 @@ template <i32 degree> struct moment_block {
 };
 
 template <i32 degree, i32 k>
-QMX_INLINE void add_moments(f64 t, f64 before, f64 now, f64 y, const moment_scales& scales,
-                            moment_block<degree>& block) {
+QMX_MELTING void add_moments(f64 t, f64 before, f64 now, f64 y, const moment_scales& scales,
+                             moment_block<degree>& block) {
     if constexpr (k > 0) block.abscissa[k] += scales.abscissa.lifted_bits(now);
     if constexpr (k <= degree) block.ordinate[k] += scales.ordinate.lifted_bits(now * y);
     if constexpr (k < 2 * degree) {
@@ -71,17 +84,18 @@ QMX_INLINE void add_moments(f64 t, f64 before, f64 now, f64 y, const moment_scal
 }
 
 template <i32 degree>
-QMX_INLINE void sum_moments(const scaled_rows& rows, const moment_scales& given,
-                            moment_sums& sums) {
+QMX_MELTING void sum_moments(const scaled_rows& rows, const moment_scales& given,
+                             moment_sums& sums) {
     const moment_scales scales = given;
     const f64 multiplier = rows.multiplier;
     const f64 center = rows.center;
     const f64 factor = rows.y_factor;
     const f64 origin = rows.y_origin;
-    for (i64 start = 0; start < rows.count; start += fixed_point_block) {
-        const i64 length = std::min(fixed_point_block, rows.count - start);
-        const f64* x = rows.x + start;
-        const f64* y = rows.y + start;
+    widened_block wide;
+    for (i64 start = 0; start < rows.count; start += row_block) {
+        const i64 length = std::min(row_block, rows.count - start);
+        const f64* x = block_of(rows.x, start, length, wide.x);
+        const f64* y = block_of(rows.y, start, length, wide.y);
         moment_block<degree> block;
         for (i64 i = 0; i < length; ++i) {
             const f64 t = multiplier * (x[i] - center);
@@ -116,8 +130,8 @@ struct residual_sums {
 using chebyshev_sum = std::array<f64, most_degrees>;
 
 template <i32 degree, i32 k>
-QMX_INLINE void evaluate(const chebyshev_sum& fitted, f64 t, f64 (&value)[degree + 1],
-                         f64& residual) {
+QMX_MELTING void evaluate(const chebyshev_sum& fitted, f64 t, f64 (&value)[degree + 1],
+                          f64& residual) {
     residual -= fitted[k] * value[k];
     if constexpr (k < degree) {
         if constexpr (k == 0)
@@ -129,25 +143,26 @@ QMX_INLINE void evaluate(const chebyshev_sum& fitted, f64 t, f64 (&value)[degree
 }
 
 template <i32 degree, i32 k>
-QMX_INLINE void add_residuals(const f64 (&value)[degree + 1], f64 residual,
-                              const fixed_point_scale& scale, u64 (&sum)[degree + 1]) {
+QMX_MELTING void add_residuals(const f64 (&value)[degree + 1], f64 residual,
+                               const fixed_point_scale& scale, u64 (&sum)[degree + 1]) {
     sum[k] += scale.lifted_bits(value[k] * residual);
     if constexpr (k < degree) add_residuals<degree, k + 1>(value, residual, scale, sum);
 }
 
 template <i32 degree>
-QMX_INLINE void sum_residuals(const scaled_rows& rows, const chebyshev_sum& given_fit,
-                              const residual_scales& given_scales, residual_sums& sums) {
+QMX_MELTING void sum_residuals(const scaled_rows& rows, const chebyshev_sum& given_fit,
+                               const residual_scales& given_scales, residual_sums& sums) {
     const chebyshev_sum fitted = given_fit;
     const residual_scales scales = given_scales;
     const f64 multiplier = rows.multiplier;
     const f64 center = rows.center;
     const f64 factor = rows.y_factor;
     const f64 origin = rows.y_origin;
-    for (i64 start = 0; start < rows.count; start += fixed_point_block) {
-        const i64 length = std::min(fixed_point_block, rows.count - start);
-        const f64* x = rows.x + start;
-        const f64* y = rows.y + start;
+    widened_block wide;
+    for (i64 start = 0; start < rows.count; start += row_block) {
+        const i64 length = std::min(row_block, rows.count - start);
+        const f64* x = block_of(rows.x, start, length, wide.x);
+        const f64* y = block_of(rows.y, start, length, wide.y);
         u64 product[degree + 1] = {};
         u64 square = 0;
         u64 rest = 0;
@@ -170,54 +185,29 @@ QMX_INLINE void sum_residuals(const scaled_rows& rows, const chebyshev_sum& give
     }
 }
 
-// ---- The sweeps by degree, and by width of the registers ---------------------------------------
+// ---- The sweeps by degree ----------------------------------------------------------------------
 
-template <i32 degree = highest_moment_degree>
-QMX_INLINE void sweep(i32 wanted, const scaled_rows& rows, const moment_scales& scales,
-                      moment_sums& sums) {
-    if (wanted == degree)
-        sum_moments<degree>(rows, scales, sums);
-    else if constexpr (degree > 0)
-        sweep<degree - 1>(wanted, rows, scales, sums);
-}
+struct moment_sweep {
+    template <i32 degree = highest_moment_degree>
+    QMX_MELTING static void run(i32 wanted, const scaled_rows& rows, const moment_scales& scales,
+                                moment_sums& sums) {
+        if (wanted == degree)
+            sum_moments<degree>(rows, scales, sums);
+        else if constexpr (degree > 0)
+            run<degree - 1>(wanted, rows, scales, sums);
+    }
+};
 
-template <i32 degree = highest_moment_degree>
-QMX_INLINE void sweep(i32 wanted, const scaled_rows& rows, const chebyshev_sum& fitted,
-                      const residual_scales& scales, residual_sums& sums) {
-    if (wanted == degree)
-        sum_residuals<degree>(rows, fitted, scales, sums);
-    else if constexpr (degree > 0)
-        sweep<degree - 1>(wanted, rows, fitted, scales, sums);
-}
-
-template <class... Arguments> void narrow_sweep(Arguments&... arguments) {
-    sweep(arguments...);
-}
-
-// The same loops for wider registers, where the processor has them, but without fused
-// multiply-add: the results are the same to the last bit.
-#if defined(__GNUC__) && defined(__x86_64__)
-template <class... Arguments> [[gnu::target("avx2")]] void wide_sweep(Arguments&... arguments) {
-    sweep(arguments...);
-}
-bool has_wide_registers() {
-    return __builtin_cpu_supports("avx2") != 0;
-}
-#else
-template <class... Arguments> void wide_sweep(Arguments&... arguments) {
-    sweep(arguments...);
-}
-bool has_wide_registers() {
-    return false;
-}
-#endif
-
-template <class... Arguments> void sweep_observations(Arguments&... arguments) {
-    if (has_wide_registers())
-        wide_sweep(arguments...);
-    else
-        narrow_sweep(arguments...);
-}
+struct residual_sweep {
+    template <i32 degree = highest_moment_degree>
+    QMX_MELTING static void run(i32 wanted, const scaled_rows& rows, const chebyshev_sum& fitted,
+                                const residual_scales& scales, residual_sums& sums) {
+        if (wanted == degree)
+            sum_residuals<degree>(rows, fitted, scales, sums);
+        else if constexpr (degree > 0)
+            run<degree - 1>(wanted, rows, fitted, scales, sums);
+    }
+};
 
 // ---- From sums to terms ------------------------------------------------------------------------
 
@@ -317,7 +307,7 @@ bool fit_by_moments(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
                     orthogonal_term* terms) {
     const moment_scales scales(rows.y_reach);
     moment_sums sums;
-    sweep_observations(degree, rows, scales, sums);
+    run_loop<moment_sweep>(degree, rows, scales, sums);
     pair_row moments{};
     pair_row with_ordinates{};
     moments[0] = {static_cast<f64>(rows.count)};
@@ -334,7 +324,7 @@ bool fit_by_moments(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
     const f64 square = value_of(sums.square, scales.square).high;
     const residual_scales fine(bound_of_residuals(degree, rows, square, share, fitted, terms));
     residual_sums left;
-    sweep_observations(degree, rows, fitted, fine, left);
+    run_loop<residual_sweep>(degree, rows, fitted, fine, left);
     pair_row with_residuals{};
     for (i32 k = 0; k <= degree; ++k)
         with_residuals[at(k)] = value_of(left.product[at(k)], fine.product);

@@ -1,6 +1,7 @@
 #include "numeric/polynomial/orthogonal_fit.hpp"
 
 #include "frame/work_array.hpp"
+#include "numeric/arithmetic/register_width.hpp"
 #include "numeric/numeric_frame.hpp"
 #include "numeric/sorting/sort_search.hpp"
 
@@ -22,45 +23,58 @@ struct survey {
     value_extent x, y; // of the pairs without a NaN, if there is one
 };
 
-survey look_at(const f64* x, const f64* y, i32 n) {
-    // Independent lanes: the comparisons of one pair need not wait for those of the last.
-    constexpr std::size_t lanes = 8;
-    constexpr f64 beyond = std::numeric_limits<f64>::infinity();
-    std::array<f64, lanes> x_low, x_high, y_low, y_high;
-    std::array<i64, lanes> missing{};
-    x_low.fill(beyond);
-    y_low.fill(beyond);
-    x_high.fill(-beyond);
-    y_high.fill(-beyond);
-    const auto look = [&](std::size_t lane, f64 a, f64 b) {
-        const bool is_missing = (a != a) | (b != b);
-        const f64 a_low = is_missing ? beyond : a;
-        const f64 b_low = is_missing ? beyond : b;
-        const f64 a_high = is_missing ? -beyond : a;
-        const f64 b_high = is_missing ? -beyond : b;
-        x_low[lane] = a_low < x_low[lane] ? a_low : x_low[lane];
-        y_low[lane] = b_low < y_low[lane] ? b_low : y_low[lane];
-        x_high[lane] = a_high > x_high[lane] ? a_high : x_high[lane];
-        y_high[lane] = b_high > y_high[lane] ? b_high : y_high[lane];
-        missing[lane] += is_missing ? 1 : 0;
-    };
-    i32 i = 0;
-    for (; n - i >= static_cast<i32>(lanes); i += static_cast<i32>(lanes))
-        for (std::size_t lane = 0; lane < lanes; ++lane) {
-            const auto at = static_cast<std::size_t>(i) + lane;
-            look(lane, x[at], y[at]);
-        }
-    for (; i < n; ++i) look(0, x[i], y[i]);
-    return {static_cast<i32>(std::accumulate(missing.begin(), missing.end(), i64{0})),
-            {*std::min_element(x_low.begin(), x_low.end()),
-             *std::max_element(x_high.begin(), x_high.end())},
-            {*std::min_element(y_low.begin(), y_low.end()),
-             *std::max_element(y_high.begin(), y_high.end())}};
+struct look {
+    template <class X, class Y>
+    QMX_MELTING static void run(const X* x, const Y* y, i32 n, survey& found) {
+        // Independent lanes: the comparisons of one pair need not wait for those of the last.
+        constexpr std::size_t lanes = 16;
+        constexpr X x_beyond = std::numeric_limits<X>::infinity();
+        constexpr Y y_beyond = std::numeric_limits<Y>::infinity();
+        std::array<X, lanes> x_low, x_high;
+        std::array<Y, lanes> y_low, y_high;
+        x_low.fill(x_beyond);
+        y_low.fill(y_beyond);
+        x_high.fill(-x_beyond);
+        y_high.fill(-y_beyond);
+        std::array<i32, lanes> missing{};
+        const auto see = [&](std::size_t lane, X a, Y b) {
+            const bool is_missing = (a != a) | (b != b);
+            const X a_low = is_missing ? x_beyond : a;
+            const Y b_low = is_missing ? y_beyond : b;
+            const X a_high = is_missing ? -x_beyond : a;
+            const Y b_high = is_missing ? -y_beyond : b;
+            x_low[lane] = a_low < x_low[lane] ? a_low : x_low[lane];
+            y_low[lane] = b_low < y_low[lane] ? b_low : y_low[lane];
+            x_high[lane] = a_high > x_high[lane] ? a_high : x_high[lane];
+            y_high[lane] = b_high > y_high[lane] ? b_high : y_high[lane];
+            missing[lane] += is_missing ? 1 : 0;
+        };
+        i64 i = 0;
+        for (; n - i >= static_cast<i64>(lanes); i += static_cast<i64>(lanes))
+            for (std::size_t lane = 0; lane < lanes; ++lane) {
+                const auto at = static_cast<std::size_t>(i) + lane;
+                see(lane, x[at], y[at]);
+            }
+        for (; i < n; ++i) see(0, x[i], y[i]);
+        found = {std::accumulate(missing.begin(), missing.end(), 0),
+                 {*std::min_element(x_low.begin(), x_low.end()),
+                  *std::max_element(x_high.begin(), x_high.end())},
+                 {*std::min_element(y_low.begin(), y_low.end()),
+                  *std::max_element(y_high.begin(), y_high.end())}};
+    }
+};
+
+survey look_at(const column_read_as<f64>& x, const column_read_as<f64>& y, i32 n) {
+    survey found;
+    x.visit([&](const auto* of_x) {
+        y.visit([&](const auto* of_y) { run_loop<look>(of_x, of_y, n, found); });
+    });
+    return found;
 }
 
 // Number of distinct abscissas, but at most limit, which must not be above
 // highest_moment_degree + 1. Any order; a glance at the first few is usually enough.
-i32 distinct_up_to(i32 limit, const f64* x, i32 n) {
+i32 distinct_up_to(i32 limit, const column_read_as<f64>& x, i32 n) {
     std::array<f64, highest_moment_degree + 1> seen;
     const auto first = seen.begin();
     auto last = first;
@@ -99,8 +113,8 @@ i32 exponent_of(const value_extent& extent) {
     return std::max(exponent, -1000); // so that the factor does not overflow
 }
 
-scaled_rows scale_rows(const f64* x, const f64* y, i32 n, const value_extent& y_extent,
-                       const orthogonal_fit& fit) {
+scaled_rows scale_rows(const column_read_as<f64>& x, const column_read_as<f64>& y, i32 n,
+                       const value_extent& y_extent, const orthogonal_fit& fit) {
     scaled_rows rows;
     rows.x = x;
     rows.y = y;
@@ -116,12 +130,12 @@ scaled_rows scale_rows(const f64* x, const f64* y, i32 n, const value_extent& y_
 
 // ---- Errors ------------------------------------------------------------------------------------
 
-void post_constant_ordinates(const f64* y, orthogonal_fit& fit, orthogonal_term* terms) {
+void post_constant_ordinates(f64 y, orthogonal_fit& fit, orthogonal_term* terms) {
     fit.degree = 0;
     fit.total = fit.error = {};
     terms[0] = {};
     terms[0].norm = {static_cast<f64>(fit.observations)};
-    terms[0].coefficient = {std::ldexp(y[0], -fit.y_exponent)};
+    terms[0].coefficient = {std::ldexp(y, -fit.y_exponent)};
     post(type_warning, 4,
          "The response variable, X(*,IRSP), is constant.  A zero degree polynomial is fit.");
 }
@@ -163,7 +177,8 @@ bool fit_refined(scaled_rows rows, i32 NDEG, orthogonal_fit& fit, orthogonal_ter
     const work_array<i32> position(n);
     if (!x || !y || !position) return false;
     std::iota(position.begin(), position.end(), 1);
-    DSVRGP(n, rows.x, x.data(), position.data());
+    for (i32 i = 0; i < n; ++i) x[i] = rows.x[i];
+    DSVRGP(n, x.data(), x.data(), position.data());
     for (i32 i = 0; i < n; ++i) y[i] = rows.y[position[i] - 1];
     rows.x = x.data();
     rows.y = y.data();
@@ -173,26 +188,26 @@ bool fit_refined(scaled_rows rows, i32 NDEG, orthogonal_fit& fit, orthogonal_ter
 
 } // namespace
 
-bool DR3ORP(const i32& NOBS, const f64* X, const f64* Y, const value_extent& x_extent,
+bool DR3ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<f64>& Y,
             const value_extent& y_extent, const i32& NDEG, precision wanted, orthogonal_fit& fit,
             orthogonal_term* TERMS) {
     const numeric_frame frame("DR3ORP ");
-    if (x_extent.is_constant()) {
+    if (fit.x_extent.is_constant()) {
         post(type_fatal, 7,
              "Each value of the independent variable is the same.  The independent variable, "
              "X(*,IND), cannot be constant.");
         return true;
     }
-    fit.center = middle_of(x_extent);
-    fit.multiplier = multiplier_of(x_extent);
+    fit.center = middle_of(fit.x_extent);
+    fit.multiplier = multiplier_of(fit.x_extent);
     fit.y_exponent = exponent_of(y_extent);
     if (y_extent.is_constant()) {
-        post_constant_ordinates(Y, fit, TERMS);
+        post_constant_ordinates(Y[0], fit, TERMS);
         return true;
     }
     const scaled_rows rows = scale_rows(X, Y, NOBS, y_extent, fit);
     const bool may_be_plain = wanted == precision::as_needed && NOBS > few_observations &&
-                              x_extent.is_finite() && y_extent.is_finite() &&
+                              fit.x_extent.is_finite() && y_extent.is_finite() &&
                               std::isfinite(fit.multiplier);
     if (!(may_be_plain && fit_plainly(rows, NDEG, fit, TERMS)) &&
         !fit_refined(rows, NDEG, fit, TERMS))
@@ -202,11 +217,12 @@ bool DR3ORP(const i32& NOBS, const f64* X, const f64* Y, const value_extent& x_e
     return true;
 }
 
-bool DR4ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precision wanted,
-            orthogonal_fit& fit, orthogonal_term* TERMS) {
+bool DR4ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<f64>& Y,
+            const i32& NDEG, precision wanted, orthogonal_fit& fit, orthogonal_term* TERMS) {
     const numeric_frame frame("DR4ORP ");
     const survey found = look_at(X, Y, NOBS);
     fit.missing = found.missing;
+    fit.x_extent = found.x;
     fit.observations = NOBS - found.missing;
     if (fit.observations == 0) {
         post(type_fatal, 3,
@@ -214,7 +230,7 @@ bool DR4ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precis
              "column.");
         return true;
     }
-    if (fit.missing == 0) return DR3ORP(NOBS, X, Y, found.x, found.y, NDEG, wanted, fit, TERMS);
+    if (fit.missing == 0) return DR3ORP(NOBS, X, Y, found.y, NDEG, wanted, fit, TERMS);
 
     const work_array<f64> x(fit.observations);
     const work_array<f64> y(fit.observations);
@@ -224,11 +240,11 @@ bool DR4ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precis
         x[kept] = X[i];
         y[kept++] = Y[i];
     }
-    return DR3ORP(fit.observations, x.data(), y.data(), found.x, found.y, NDEG, wanted, fit, TERMS);
+    return DR3ORP(fit.observations, x.data(), y.data(), found.y, NDEG, wanted, fit, TERMS);
 }
 
-bool DR2ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precision wanted,
-            orthogonal_fit& fit, orthogonal_term* TERMS) {
+bool DR2ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<f64>& Y,
+            const i32& NDEG, precision wanted, orthogonal_fit& fit, orthogonal_term* TERMS) {
     const numeric_frame frame("DR2ORP ");
     if (NOBS <= 1) {
         E1STI(1, NOBS);

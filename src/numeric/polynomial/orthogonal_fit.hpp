@@ -24,8 +24,9 @@ namespace qmx::numeric {
 enum class precision { as_needed, refined };
 
 struct orthogonal_fit : fit_outcome {
-    i32 observations = 0; // without a NaN
-    i32 missing = 0;      // with one
+    i32 observations = 0;  // without a NaN
+    i32 missing = 0;       // with one
+    value_extent x_extent; // of the observations
     bool is_refined = false;
     f64 center = 0.0; // of the abscissas' scale
     f64 multiplier = 0.0;
@@ -47,21 +48,14 @@ inline i32 reachable_degree(i32 observations, i32 degree) {
 // filled; 4, 3 no pair without a NaN and 4, 7 constant abscissas, only the counts are filled; 3, 4
 // constant ordinates, the degree is 0; 3, 5 too few distinct abscissas, the degree is one less than
 // they are; 3, 6 a perfect fit below NDEG; 6, 11 a perfect fit at NDEG.
-bool DR2ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precision wanted,
-            orthogonal_fit& fit, orthogonal_term* TERMS);
+bool DR2ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<f64>& Y,
+            const i32& NDEG, precision wanted, orthogonal_fit& fit, orthogonal_term* TERMS);
 
 // The layers below: DR4ORP drops rows with a NaN, DR3ORP fits the rest.
-bool DR4ORP(const i32& NOBS, const f64* X, const f64* Y, const i32& NDEG, precision wanted,
-            orthogonal_fit& fit, orthogonal_term* TERMS);
+bool DR4ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<f64>& Y,
+            const i32& NDEG, precision wanted, orthogonal_fit& fit, orthogonal_term* TERMS);
 
-struct value_extent {
-    f64 lowest, highest;
-
-    bool is_constant() const { return lowest == highest; }
-    bool is_finite() const { return std::isfinite(lowest) && std::isfinite(highest); }
-};
-
-bool DR3ORP(const i32& NOBS, const f64* X, const f64* Y, const value_extent& x_extent,
+bool DR3ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<f64>& Y,
             const value_extent& y_extent, const i32& NDEG, precision wanted, orthogonal_fit& fit,
             orthogonal_term* TERMS);
 

@@ -6,6 +6,7 @@
 
 #include "frame/base_types.hpp"
 #include "numeric/arithmetic/double_double.hpp"
+#include "numeric/polynomial/column_read_as.hpp"
 
 namespace qmx::numeric {
 
@@ -21,8 +22,8 @@ struct orthogonal_term {
 // Observations and their scales: t = multiplier * (x - center) lies in [-2, 2]. The ordinates are
 // multiplied by a power of two that brings them below 1, and counted from an origin amid them.
 struct scaled_rows {
-    const f64* x = nullptr;
-    const f64* y = nullptr;
+    column_read_as<f64> x;
+    column_read_as<f64> y;
     i32 count = 0;
     f64 center = 0.0;
     f64 multiplier = 0.0;

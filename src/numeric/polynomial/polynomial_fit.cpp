@@ -97,10 +97,36 @@ void fill_statistics(const orthogonal_fit& fit, const orthogonal_term* terms, co
     STAT[9] = static_cast<f64>(fit.missing);
 }
 
+template <class Real>
+void fit_views(const array_view<const Real>& XDATA, const array_view<const Real>& YDATA,
+               const array_view<f64>& B, const array_view<f64>& SSPOLY, const array_view<f64>& STAT,
+               value_extent* x_extent) {
+    const i32 NOBS = static_cast<i32>(XDATA.extent);
+    const i32 NDEG = static_cast<i32>(B.extent) - 1;
+    const packed_array<const Real> x(XDATA);
+    const packed_array<const Real> y(YDATA);
+    const packed_array<f64> coefficients(B);
+    const work_array<f64> unasked_sums(SSPOLY.extent > 0 ? 0 : B.extent);
+    const packed_array<f64> sums(SSPOLY.extent > 0 ? SSPOLY : unasked_sums.view());
+    f64 unasked_statistics[fit_statistics];
+    const packed_array<f64> statistics(
+        STAT.extent > 0 ? STAT : array_view<f64>(unasked_statistics, fit_statistics));
+    if (!x || !y || !coefficients || !unasked_sums || !sums || !statistics) {
+        const numeric_frame frame("DRCURV ");
+        post_storage_error(NOBS, NDEG);
+        return;
+    }
+    DRCURV(NOBS, x.data(), y.data(), NDEG, coefficients.data(), sums.data(), statistics.data(),
+           x_extent);
+    coefficients.store_back();
+    sums.store_back();
+    statistics.store_back();
+}
+
 } // namespace
 
-bool DR2URV(const i32& NOBS, const f64* XDATA, const f64* YDATA, const i32& NDEG, f64* B,
-            f64* SSPOLY, f64* STAT) {
+bool DR2URV(const i32& NOBS, const column_read_as<f64>& XDATA, const column_read_as<f64>& YDATA,
+            const i32& NDEG, f64* B, f64* SSPOLY, f64* STAT, value_extent* x_extent) {
     const numeric_frame frame("DR2URV ");
     const work_array<orthogonal_term> terms(i64{reachable_degree(NOBS, NDEG)} + 1);
     const work_array<f64> powers(terms.size());
@@ -109,6 +135,7 @@ bool DR2URV(const i32& NOBS, const f64* XDATA, const f64* YDATA, const i32& NDEG
     orthogonal_fit fit;
     power_analysis analysis;
     if (!DR2ORP(NOBS, XDATA, YDATA, NDEG, precision::as_needed, fit, terms.data())) return false;
+    if (x_extent != nullptr && fit.observations > 0) *x_extent = fit.x_extent;
     if (translate_error(NDEG, fit.degree) == next_step::stop) return true;
     if (!DR2TAP(fit, terms.data(), analysis, powers.data())) return false;
     const bool wants_refinement = !fit.is_refined && fit.observations <= quickly_refined &&
@@ -126,8 +153,8 @@ bool DR2URV(const i32& NOBS, const f64* XDATA, const f64* YDATA, const i32& NDEG
     return true;
 }
 
-void DRCURV(const i32& NOBS, const f64* XDATA, const f64* YDATA, const i32& NDEG, f64* B,
-            f64* SSPOLY, f64* STAT) {
+void DRCURV(const i32& NOBS, const column_read_as<f64>& XDATA, const column_read_as<f64>& YDATA,
+            const i32& NDEG, f64* B, f64* SSPOLY, f64* STAT, value_extent* x_extent) {
     const numeric_frame frame("DRCURV ");
     if (NOBS < 1) {
         E1STI(1, NOBS);
@@ -138,32 +165,21 @@ void DRCURV(const i32& NOBS, const f64* XDATA, const f64* YDATA, const i32& NDEG
         post(type_terminal, 2,
              "NDEG = %(I1).  The degree of the polynomial to be fit must be greater than or equal "
              "to 0.");
-    } else if (!DR2URV(NOBS, XDATA, YDATA, NDEG, B, SSPOLY, STAT)) {
+    } else if (!DR2URV(NOBS, XDATA, YDATA, NDEG, B, SSPOLY, STAT, x_extent)) {
         post_storage_error(NOBS, NDEG);
     }
 }
 
 void DRCURV(const array_view<const f64>& XDATA, const array_view<const f64>& YDATA,
-            const array_view<f64>& B, const array_view<f64>& SSPOLY, const array_view<f64>& STAT) {
-    const i32 NOBS = static_cast<i32>(XDATA.extent);
-    const i32 NDEG = static_cast<i32>(B.extent) - 1;
-    const packed_array<const f64> x(XDATA);
-    const packed_array<const f64> y(YDATA);
-    const packed_array<f64> coefficients(B);
-    const work_array<f64> unasked_sums(SSPOLY.extent > 0 ? 0 : B.extent);
-    const packed_array<f64> sums(SSPOLY.extent > 0 ? SSPOLY : unasked_sums.view());
-    f64 unasked_statistics[fit_statistics];
-    const packed_array<f64> statistics(
-        STAT.extent > 0 ? STAT : array_view<f64>(unasked_statistics, fit_statistics));
-    if (!x || !y || !coefficients || !unasked_sums || !sums || !statistics) {
-        const numeric_frame frame("DRCURV ");
-        post_storage_error(NOBS, NDEG);
-        return;
-    }
-    DRCURV(NOBS, x.data(), y.data(), NDEG, coefficients.data(), sums.data(), statistics.data());
-    coefficients.store_back();
-    sums.store_back();
-    statistics.store_back();
+            const array_view<f64>& B, const array_view<f64>& SSPOLY, const array_view<f64>& STAT,
+            value_extent* x_extent) {
+    fit_views(XDATA, YDATA, B, SSPOLY, STAT, x_extent);
+}
+
+void DRCURV(const array_view<const f32>& XDATA, const array_view<const f32>& YDATA,
+            const array_view<f64>& B, const array_view<f64>& SSPOLY, const array_view<f64>& STAT,
+            value_extent* x_extent) {
+    fit_views(XDATA, YDATA, B, SSPOLY, STAT, x_extent);
 }
 
 } // namespace qmx::numeric

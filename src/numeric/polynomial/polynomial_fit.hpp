@@ -32,6 +32,7 @@
 #pragma once
 
 #include "frame/array_view.hpp"
+#include "numeric/polynomial/column_read_as.hpp"
 
 namespace qmx::numeric {
 
@@ -40,16 +41,23 @@ inline constexpr i32 fit_statistics = 10; // elements of STAT
 // Code of the terminal error of DRCURV that says memory ran out.
 inline constexpr i32 curve_storage_code = 3;
 
-void DRCURV(const i32& NOBS, const f64* XDATA, const f64* YDATA, const i32& NDEG, f64* B,
-            f64* SSPOLY, f64* STAT);
+// The data may be held in f32 as well; the fit is that of the same numbers in f64. x_extent, if not
+// null, receives the extremes of the abscissas of pairs without a NaN; where there was nothing to fit
+// it stays as it was.
+void DRCURV(const i32& NOBS, const column_read_as<f64>& XDATA, const column_read_as<f64>& YDATA,
+            const i32& NDEG, f64* B, f64* SSPOLY, f64* STAT, value_extent* x_extent = nullptr);
 
 // The layer below, without the checks of its arguments. Returns false when memory ran out.
-bool DR2URV(const i32& NOBS, const f64* XDATA, const f64* YDATA, const i32& NDEG, f64* B,
-            f64* SSPOLY, f64* STAT);
+bool DR2URV(const i32& NOBS, const column_read_as<f64>& XDATA, const column_read_as<f64>& YDATA,
+            const i32& NDEG, f64* B, f64* SSPOLY, f64* STAT, value_extent* x_extent = nullptr);
 
 // The same for views, which may be strided: NOBS is the extent of XDATA, NDEG that of B less one;
 // SSPOLY and STAT may be empty. Both data views must have the same extent.
 void DRCURV(const array_view<const f64>& XDATA, const array_view<const f64>& YDATA,
-            const array_view<f64>& B, const array_view<f64>& SSPOLY, const array_view<f64>& STAT);
+            const array_view<f64>& B, const array_view<f64>& SSPOLY, const array_view<f64>& STAT,
+            value_extent* x_extent = nullptr);
+void DRCURV(const array_view<const f32>& XDATA, const array_view<const f32>& YDATA,
+            const array_view<f64>& B, const array_view<f64>& SSPOLY, const array_view<f64>& STAT,
+            value_extent* x_extent = nullptr);
 
 } // namespace qmx::numeric

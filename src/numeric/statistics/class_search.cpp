@@ -1,7 +1,10 @@
 #include "numeric/statistics/class_search.hpp"
 
+#include "numeric/arithmetic/register_width.hpp"
+
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace qmx::numeric {
 namespace {
@@ -93,10 +96,60 @@ void for_each_class(const cut_point_search& search, i64 n, const f32* x, Act act
     }
 }
 
+// ---- Few classes -------------------------------------------------------------------------------
+
+constexpr i32 few_cut_points = 24;
+constexpr i64 few_observations = 64; // that fill no registers
+
+// How many observations lie above each cut point: one comparison each, but of many observations at
+// once. (Written as a comparison that raises no exception, which compilers turn into vector code.)
+struct count_above {
+    QMX_MELTING static void run(const f32* x, i64 n, const f32* cut_points, i32 number,
+                                i64* above) {
+        constexpr i64 near_block = 4096; // stays in the nearest memory for all cut points
+        for (i64 start = 0; start < n; start += near_block) {
+            const i64 length = std::min(near_block, n - start);
+            for (i32 j = 0; j < number; ++j)
+                above[j] += number_above(cut_points[j], x + start, length);
+        }
+    }
+
+    // In lanes, each of which counts on its own.
+    QMX_MELTING static i64 number_above(f32 cut, const f32* x, i64 n) {
+        constexpr i64 lanes = 32;
+        i32 count[lanes] = {};
+        i64 i = 0;
+        for (; i + lanes <= n; i += lanes)
+            for (i64 lane = 0; lane < lanes; ++lane)
+                count[lane] += std::isless(cut, x[i + lane]) ? 1 : 0;
+        for (; i < n; ++i) count[0] += std::isless(cut, x[i]) ? 1 : 0;
+        i64 sum = 0;
+        for (i64 lane = 0; lane < lanes; ++lane) sum += count[lane];
+        return sum;
+    }
+};
+
+void tally_few_classes(i64 n, const f32* x, i32 k, const f32* cut_points,
+                       const class_counts& counts) {
+    i64 above[few_cut_points] = {};
+    run_loop<count_above>(x, n, cut_points, k - 1, above);
+    i64 left = n;
+    for (i32 i = 0; i < k - 1; ++i) {
+        counts.add(i + 1, static_cast<std::uint32_t>(left - above[i]));
+        left = above[i];
+    }
+    counts.add(k, static_cast<std::uint32_t>(left));
+}
+
 } // namespace
 
 void tally_by_cut_points(i64 n, const f32* x, i32 k, const f32* cut_points,
                          const class_counts& counts) {
+    if (n >= few_observations && k - 1 <= few_cut_points &&
+        registers_in_use() != register_width::narrow) {
+        tally_few_classes(n, x, k, cut_points, counts);
+        return;
+    }
     if (n < buckets) { // too few to pay for the buckets
         for (i64 i = 0; i < n; ++i) {
             const f32* above = std::lower_bound(cut_points, cut_points + (k - 1), x[i]);

@@ -1,6 +1,7 @@
 #include "numeric/statistics/moments.hpp"
 
 #include "numeric/arithmetic/fixed_point.hpp"
+#include "numeric/arithmetic/register_width.hpp"
 #include "numeric/statistics/exact_mean.hpp"
 
 namespace qmx::numeric {
@@ -22,7 +23,7 @@ public:
     explicit fixed_point_sum(f64 magnitude)
         : coarse_(fixed_point_scale::for_terms_up_to(magnitude)), fine_(coarse_.exponent - 51) {}
 
-    void add_to(block_total& total, f64 term) const {
+    QMX_MELTING void add_to(block_total& total, f64 term) const {
         total.coarse += coarse_.lifted_bits(term);
         if constexpr (refined) {
             const f64 rest = term - ((term + coarse_.anchor) - coarse_.anchor);
@@ -53,26 +54,43 @@ struct power_sums {
     bool certain; // accurate enough, by the bound on the rounding of the terms
 };
 
-template <bool refined> power_sums power_sums_about(f64 pivot, f64 furthest, const f32* x, i64 n) {
-    fixed_point_sum<refined> second(furthest * furthest);
-    fixed_point_sum<refined> third(furthest * furthest * furthest);
-    fixed_point_sum<refined> fourth((furthest * furthest) * (furthest * furthest));
-    for (i64 start = 0; start < n; start += fixed_point_block) {
-        const i64 length = std::min(fixed_point_block, n - start);
-        const f32* block = x + start;
-        block_total squares, cubes, fourths;
-        for (i64 i = 0; i < length; ++i) {
-            const f64 deviation = zero_if_nan(f64{block[i]} - pivot, block[i]);
-            const f64 square = deviation * deviation;
-            second.add_to(squares, square);
-            third.add_to(cubes, square * deviation);
-            fourth.add_to(fourths, square * square);
-        }
-        second.add(squares, length);
-        third.add(cubes, length);
-        fourth.add(fourths, length);
-    }
+template <bool refined> struct power_totals {
+    fixed_point_sum<refined> second, third, fourth;
 
+    explicit power_totals(f64 furthest)
+        : second(furthest * furthest), third(furthest * furthest * furthest),
+          fourth((furthest * furthest) * (furthest * furthest)) {}
+};
+
+struct power_sweep {
+    template <bool refined>
+    QMX_MELTING static void run(f64 pivot, const f32* x, i64 n, power_totals<refined>& totals) {
+        auto [second, third, fourth] = totals;
+        for (i64 start = 0; start < n; start += fixed_point_block) {
+            const i64 length = std::min(fixed_point_block, n - start);
+            const f32* block = x + start;
+            block_total squares, cubes, fourths;
+            for (i64 i = 0; i < length; ++i) {
+                const f64 deviation = zero_if_nan(f64{block[i]} - pivot, block[i]);
+                const f64 square = deviation * deviation;
+                second.add_to(squares, square);
+                third.add_to(cubes, square * deviation);
+                fourth.add_to(fourths, square * square);
+            }
+            second.add(squares, length);
+            third.add(cubes, length);
+            fourth.add(fourths, length);
+        }
+        totals.second = second;
+        totals.third = third;
+        totals.fourth = fourth;
+    }
+};
+
+template <bool refined> power_sums power_sums_about(f64 pivot, f64 furthest, const f32* x, i64 n) {
+    power_totals<refined> totals(furthest);
+    run_loop<power_sweep>(pivot, x, n, totals);
+    const auto& [second, third, fourth] = totals;
     power_sums sums{second.value(), third.value(), fourth.value(), true};
     if constexpr (!refined) {
         // The second moment decides over limits of the mean that come close to 0: it is kept closer.

@@ -1,6 +1,7 @@
 #include "numeric/statistics/univariate_summary.hpp"
 
 #include "numeric/distributions/distributions.hpp"
+#include "numeric/error_stack.hpp"
 #include "numeric/numeric_frame.hpp"
 
 #include <algorithm>
@@ -86,10 +87,33 @@ spread spread_of(const central_moments& moments, f32 range, i32 variable) {
     return result;
 }
 
+// Many small samples have few numbers of observations between them, and quantiles cost far more than
+// the moments of such a sample: those found last are remembered, one for each of so many degrees of
+// freedom in a row. Quantiles with an error are found, and their error posted, anew.
+struct quantile_memory {
+    static constexpr std::uint32_t places = 64;
+    static constexpr f64 most_freedom = 2147483647.0;
+    struct {
+        f64 p, freedom, value; // p of 0.0: none
+    } kept[places];
+
+    template <class Quantile> f64 operator()(Quantile quantile, f64 p, f64 freedom) {
+        if (!(freedom >= 0.0 && freedom <= most_freedom)) return quantile(p, freedom);
+        auto& place = kept[static_cast<std::uint32_t>(freedom) % places];
+        if (place.p != p || place.freedom != freedom) {
+            const f64 value = quantile(p, freedom);
+            if (N1RTY(1) != type_none || !std::isfinite(value)) return value;
+            place = {p, freedom, value};
+        }
+        return place.value;
+    }
+};
+constinit thread_local quantile_memory student_quantiles{}, lower_quantiles{}, upper_quantiles{};
+
 void limit_mean(const central_moments& moments, f64 deviation, f32 level, f32* limits) {
     limits[0] = limits[1] = 0.0F;
     if (level <= 0.0F) return;
-    const f64 t = DTIN(f64{level} / 200.0 + 0.5, moments.count - 1.0);
+    const f64 t = student_quantiles(DTIN, f64{level} / 200.0 + 0.5, moments.count - 1.0);
     if (!std::isfinite(t)) {
         post(type_warning_everywhere, 8,
              "An error occured in determining the t statistic.  The confidence limits are set to "
@@ -113,14 +137,14 @@ void limit_variance(const central_moments& moments, f64 variance, f32 level, f32
     }
     const f64 freedom = moments.count - 1.0;
     const f64 tail = (1.0 - f64{level} / 100.0) * 0.5;
-    const f64 upper = DCHIIN(1.0 - tail, freedom);
+    const f64 upper = upper_quantiles(DCHIIN, 1.0 - tail, freedom);
     if (std::isfinite(upper))
         limits[0] = narrowed(freedom * variance / upper);
     else
         post(type_warning_everywhere, 10,
              "An error occured in determining the chi-sqaured statistic.  The lower confidence "
              "limit is set to NaN (not a number).");
-    const f64 lower = DCHIIN(tail, freedom);
+    const f64 lower = lower_quantiles(DCHIIN, tail, freedom);
     if (std::isfinite(lower))
         limits[1] = narrowed(freedom * variance / lower);
     else

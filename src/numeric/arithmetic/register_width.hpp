@@ -1,0 +1,82 @@
+// Loops that are compiled several times, for registers of several widths; which version runs is settled
+// by the processor. The versions differ in how many numbers they work on at once and in nothing else:
+// each number sees the same operations, none of them fused, so that all results are the same bit for
+// bit.
+//
+//     struct some_loop {
+//         QMX_MELTING static void run(const f32* x, i64 n, ...) { for ... }
+//     };
+//     run_loop<some_loop>(x, n, ...);
+//
+// A loop must stand in an unnamed namespace, since the compiled versions are named after it, and what
+// is called inside must melt into it, since what remains a call is compiled for any processor.
+#pragma once
+
+#include "frame/base_types.hpp"
+
+#if defined(__GNUC__)
+#define QMX_MELTING [[gnu::always_inline]] inline
+#else
+#define QMX_MELTING inline
+#endif
+
+namespace qmx::numeric {
+
+enum class register_width { narrow, wide, widest };
+
+// What tests may lower, to run the versions that the processor would not choose.
+inline register_width permitted_registers = register_width::widest;
+
+template <class Loop, class... Arguments> void run_narrow(Arguments&... arguments) {
+    Loop::run(arguments...);
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+
+#if defined(__clang__)
+#define QMX_WIDEST_TARGET "avx512f,avx512bw,avx512dq,avx512vl"
+#else
+#define QMX_WIDEST_TARGET "avx512f,avx512bw,avx512dq,avx512vl,prefer-vector-width=512"
+#endif
+
+inline register_width available_registers() {
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        return register_width::widest;
+    return __builtin_cpu_supports("avx2") ? register_width::wide : register_width::narrow;
+}
+
+template <class Loop, class... Arguments>
+[[gnu::target("avx2")]] void run_wide(Arguments&... arguments) {
+    Loop::run(arguments...);
+}
+template <class Loop, class... Arguments>
+[[gnu::target(QMX_WIDEST_TARGET)]] void run_widest(Arguments&... arguments) {
+    Loop::run(arguments...);
+}
+#undef QMX_WIDEST_TARGET
+
+#else
+
+inline register_width available_registers() {
+    return register_width::narrow;
+}
+
+#endif
+
+inline register_width registers_in_use() {
+    const register_width available = available_registers();
+    return available < permitted_registers ? available : permitted_registers;
+}
+
+template <class Loop, class... Arguments> void run_loop(Arguments&&... arguments) {
+    switch (registers_in_use()) {
+#if defined(__GNUC__) && defined(__x86_64__)
+    case register_width::widest: return run_widest<Loop>(arguments...);
+    case register_width::wide: return run_wide<Loop>(arguments...);
+#endif
+    default: return run_narrow<Loop>(arguments...);
+    }
+}
+
+} // namespace qmx::numeric

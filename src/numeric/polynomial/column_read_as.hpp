@@ -1,0 +1,42 @@
+// Columns of numbers that may be held narrower than they are read.
+#pragma once
+
+#include "frame/base_types.hpp"
+
+#include <cmath>
+
+namespace qmx::numeric {
+
+// Numbers held in f32 or in the type they are read as.
+template <class Real> class column_read_as {
+public:
+    column_read_as() = default;
+    column_read_as(const Real* elements) : wide_(elements) {}
+    column_read_as(const f32* elements) : narrow_(elements) {}
+
+    Real operator[](i64 index) const { // from 0
+        return narrow_ != nullptr ? Real{narrow_[index]} : wide_[index];
+    }
+    // One of the two is null.
+    const Real* wide() const { return wide_; }
+    const f32* narrow() const { return narrow_; }
+    // Hands the elements to act as they are held.
+    template <class Act> auto visit(Act act) const {
+        return narrow_ != nullptr ? act(narrow_) : act(wide_);
+    }
+
+private:
+    const Real* wide_ = nullptr;
+    const f32* narrow_ = nullptr;
+};
+
+struct value_extent {
+    f64 lowest = std::numeric_limits<f64>::infinity();
+    f64 highest = -std::numeric_limits<f64>::infinity();
+
+    bool is_known() const { return lowest <= highest; }
+    bool is_constant() const { return lowest == highest; }
+    bool is_finite() const { return std::isfinite(lowest) && std::isfinite(highest); }
+};
+
+} // namespace qmx::numeric
