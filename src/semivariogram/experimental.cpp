@@ -1,13 +1,23 @@
 #include "semivariogram/experimental.hpp"
 
 #include "frame/event.hpp"
+#include "semivariogram/class_report.hpp"
 #include "semivariogram/pair_search.hpp"
+
+#include <ctime>
 
 namespace qmx {
 
 namespace {
 
 constexpr routine_text self("gslib_gamv");
+
+// For debugging sessions: no road sets it.
+constexpr bool writes_report = false;
+
+f64 cpu_seconds() {
+    return static_cast<f64>(std::clock()) / CLOCKS_PER_SEC;
+}
 
 // Sums over the pairs of each lag class, then their means.
 struct lag_tables {
@@ -50,6 +60,7 @@ void gslib_gamv(const t_gamvset& set, const i32& number_of_data,
     if (has_failed()) return;
     const i32 classes = set.nlag + 2;
     const lag_tables tables(classes);
+    const f64 start = writes_report ? cpu_seconds() : 0;
     if (!tables.is_complete() || !gamv(variables, tables)) {
         fail_out_of_memory(self);
         return;
@@ -60,6 +71,7 @@ void gslib_gamv(const t_gamvset& set, const i32& number_of_data,
         result(result_index(result_column::semivariance, k)) = tables.gam[k - 1];
         result(result_index(result_column::pair_count, k)) = truncated(tables.np[k - 1]);
     }
+    if (writes_report) write_class_report(classes, result, cpu_seconds() - start);
 }
 
 } // namespace qmx

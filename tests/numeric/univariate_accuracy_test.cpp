@@ -35,7 +35,7 @@ TEST(Univariate, LimitsDoNotDependOnWhatWasAskedBefore) {
     constexpr std::size_t most = 150; // more than are remembered at a time
     std::vector<outcome> first;
     for (std::size_t n = 2; n < most; ++n) first.push_back(of(n, 95, 95));
-    for (const std::size_t n : {2, 3, 65, 66, 67, 149}) {
+    for (const std::size_t n : {2U, 3U, 65U, 66U, 67U, 149U}) {
         EXPECT_TRUE(same_bits(of(n, 95, 95).stat, first[n - 2].stat)) << n;
         const outcome other = of(n, 90, 99);
         EXPECT_TRUE(same_bits(of(n, 90, 99).stat, other.stat)) << n;

@@ -1,0 +1,16 @@
+// The report of an experimental semivariogram: a table of its lag classes in a file.
+//
+// A debugging facility, like the run log of the coverage: gslib_gamv never turns it on.
+#pragma once
+
+#include "frame/array_view.hpp"
+#include "frame/base_types.hpp"
+
+namespace qmx {
+
+// Writes "gslib_gamv_out.txt" among the temporary files: the seconds that the pairs took, then for each
+// lag class its number, mean distance, semivariance and pair count. `result` is gslib_gamv's table.
+// Failures: those of opening the file.
+void write_class_report(i32 classes, const array_view<f64>& result, f64 seconds);
+
+} // namespace qmx
