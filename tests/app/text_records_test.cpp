@@ -38,7 +38,7 @@ table by_the_library(std::size_t columns) {
     const char* const options[] = {"AUTODETECT_TYPE=NO", "HEADERS=YES", "MAX_LINE_SIZE=-1",
                                    nullptr};
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(
-        (std::string("CSV:") + file_name).c_str(), GDAL_OF_VECTOR, drivers, options, nullptr));
+        std::string("CSV:").append(file_name).c_str(), GDAL_OF_VECTOR, drivers, options, nullptr));
     if (!dataset) return {{CPLGetLastErrorMsg()}};
     OGRLayer* const layer = dataset->GetLayer(0);
     EXPECT_EQ(layer->GetLayerDefn()->GetFieldCount(), static_cast<int>(columns));
