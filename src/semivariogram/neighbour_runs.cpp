@@ -18,6 +18,8 @@ constexpr f64 widest_group = 0.75;       // times the reach
 constexpr i64 bridged_gap = 12;          // ruled-out points between candidates, taken along
 constexpr i64 shortest_bridged = 4;      // mean length of runs, below which they count as scattered
 constexpr i64 shortest_in_place = 1024;  // points in a row that are not copied
+constexpr i64 swept_for_a_mark = 160;    // pairs tested in the time that one run's mark takes
+constexpr i64 longest_unmarked = 16;     // groups, until the neighbours are looked at again
 constexpr std::uint64_t nowhere = ~std::uint64_t{0};
 
 bool is_finite(f32 x, f32 y) {
@@ -168,6 +170,7 @@ bool neighbour_runs::mark_neighbours(i64 first_point, i64 end_point) {
     const std::uint32_t last_row = row_of(top + reach_);
     first_word_ = words_.size();
     last_word_ = -1;
+    looked_at_ = unmarked_ = 0;
     for (std::uint64_t row = row_of(bottom - reach_); row <= last_row; ++row) {
         // Rows of cells that lie apart leave less than the whole reach across. A thousandth of a cell
         // makes up for the rounding of cell borders.
@@ -179,7 +182,7 @@ bool neighbour_runs::mark_neighbours(i64 first_point, i64 end_point) {
         const entry* at =
             std::lower_bound(by_cell_.begin(), by_cell_.end(), first_cell,
                              [](const entry& a, std::uint64_t cell) { return a.cell < cell; });
-        for (; at != by_cell_.end() && at->cell <= last_cell; ++at)
+        for (; at != by_cell_.end() && at->cell <= last_cell; ++at, ++looked_at_)
             if (at->run >= run_) mark(at->run);
     }
     return list_marked();
@@ -239,10 +242,21 @@ bool neighbour_runs::add_in_place(i64 from, i64 length) {
     return true;
 }
 
+// Whether testing all the points that are left takes less than telling which are near: so it is with
+// scattered points, of which a good part is in reach. Groups that follow each other are alike in that.
+bool neighbour_runs::sweeping_pays(i64 first_point, i64 end_point) {
+    const i64 tests = (count_ - first_point) * (end_point - first_point);
+    return tests <= swept_for_a_mark * looked_at_ && ++unmarked_ < longest_unmarked;
+}
+
 bool neighbour_runs::gather(i64 first_point, i64 end_point) {
     if (first_point < first(run_)) run_ = 0;
     while (end(run_) <= first_point) ++run_;
     offset_ = first_point - first(run_);
+    if (sweeping_pays(first_point, end_point)) {
+        segments_ = 0;
+        return add_in_place(first(run_), count_ - first(run_));
+    }
     return mark_neighbours(first_point, end_point) && make_segments(end_point - first_point);
 }
 

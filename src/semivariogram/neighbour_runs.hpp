@@ -52,6 +52,7 @@ private:
     std::uint32_t column_of(f64 x) const;
     std::uint32_t row_of(f64 y) const;
     void mark(i64 run);
+    bool sweeping_pays(i64 first_point, i64 end_point);
     bool mark_neighbours(i64 first_point, i64 end_point);
     bool list_marked();
     bool make_segments(i64 points);
@@ -74,6 +75,8 @@ private:
     i64 first_word_ = 0, last_word_ = -1;         // of words_ with a bit set
     work_array<i32> number_ = work_array<i32>(0); // of the marked runs
     i64 numbers_ = 0;
+    i64 looked_at_ = 0;                         // runs, when neighbours were last marked
+    i64 unmarked_ = 0;                          // groups since then
     work_array<f32> copy_ = work_array<f32>(0); // x, y and value of the candidates copied
     work_array<candidate_segment> segment_ = work_array<candidate_segment>(0);
     i64 segments_ = 0;
