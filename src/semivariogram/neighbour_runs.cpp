@@ -15,12 +15,12 @@ constexpr f64 cells_in_reach = 2.0;      // cell side: the reach divided by it
 constexpr f64 most_cells_across = 1.0e9; // so that a cell's number fits in 32 bits
 constexpr f64 widest_gap = 0.125;        // between neighbours of a group, times the reach
 constexpr f64 widest_group = 0.75;       // times the reach
+constexpr f64 widest_crowd = 1.5;        // of points in any order, times the reach
 constexpr i64 bridged_gap = 12;          // ruled-out points between candidates, taken along
 constexpr i64 shortest_bridged = 4;      // mean length of runs, below which they count as scattered
 constexpr i64 shortest_in_place = 1024;  // points in a row that are not copied
-constexpr i64 swept_for_a_mark = 160;    // pairs tested in the time that one run's mark takes
+constexpr i64 swept_for_a_mark = 20;     // pairs tested in the time that one run's mark takes
 constexpr i64 longest_unmarked = 16;     // groups, until the neighbours are looked at again
-constexpr std::uint64_t nowhere = ~std::uint64_t{0};
 
 bool is_finite(f32 x, f32 y) {
     return std::isfinite(x) && std::isfinite(y);
@@ -57,21 +57,35 @@ std::uint64_t neighbour_runs::cell_of(i64 point) const {
     return static_cast<std::uint64_t>(row_of(y_[point])) << 32 | column_of(x_[point]);
 }
 
+void neighbour_runs::box::take_in(f64 x, f64 y) {
+    left = std::min(left, x);
+    right = std::max(right, x);
+    bottom = std::min(bottom, y);
+    top = std::max(top, y);
+}
+
 i64 neighbour_runs::end_of_group(i64 first_point, i64 most) const {
-    f64 left = x_[first_point], right = left, bottom = y_[first_point], top = bottom;
+    box group(x_[first_point], y_[first_point]);
     i64 end = first_point;
     for (; end < count_ && end - first_point < most && is_finite(x_[end], y_[end]); ++end) {
         const f64 x = x_[end], y = y_[end];
-        left = std::min(left, x);
-        right = std::max(right, x);
-        bottom = std::min(bottom, y);
-        top = std::max(top, y);
-        if (std::max(right - left, top - bottom) > widest_group * reach_) break;
+        group.take_in(x, y);
+        if (group.longest_side() > widest_group * reach_) break;
         if (end > first_point &&
             std::max(std::fabs(x - x_[end - 1]), std::fabs(y - y_[end - 1])) > widest_gap * reach_)
             break;
     }
     return end;
+}
+
+i64 neighbour_runs::close_together(const i32* points, i64 count, i64 most) const {
+    box group(x_[points[0]], y_[points[0]]);
+    i64 close = 1;
+    for (; close < std::min(count, most); ++close) {
+        group.take_in(x_[points[close]], y_[points[close]]);
+        if (group.longest_side() > widest_crowd * reach_) break;
+    }
+    return close;
 }
 
 bool neighbour_runs::build(const f32* x, const f32* y, const f32* value, i64 count, f32 dismxs) {
@@ -146,39 +160,27 @@ bool neighbour_runs::list_marked() {
         for (; words_[high] != 0; words_[high] &= words_[high] - 1) {
             const i64 word = high * 64 + std::countr_zero(words_[high]);
             std::uint64_t bits = std::exchange(marked_[word], 0);
-            const int count = std::popcount(bits);
-            // Mostly a few: these without a branch for each.
-            i32* const to = number_.data() + numbers_;
-            for (int k = 0; k < 4; ++k, bits &= bits - 1)
-                to[k] = static_cast<i32>(word * 64 + std::countr_zero(bits));
-            for (int k = 4; k < count; ++k, bits &= bits - 1)
-                to[k] = static_cast<i32>(word * 64 + std::countr_zero(bits));
-            numbers_ += count;
+            do number_[numbers_++] = static_cast<i32>(word * 64 + std::countr_zero(bits));
+            while ((bits &= bits - 1) != 0);
         }
     }
     return true;
 }
 
-bool neighbour_runs::mark_neighbours(i64 first_point, i64 end_point) {
-    f64 left = x_[first_point], right = left, bottom = y_[first_point], top = bottom;
-    for (i64 i = first_point + 1; i < end_point; ++i) {
-        left = std::min<f64>(left, x_[i]);
-        right = std::max<f64>(right, x_[i]);
-        bottom = std::min<f64>(bottom, y_[i]);
-        top = std::max<f64>(top, y_[i]);
-    }
-    const std::uint32_t last_row = row_of(top + reach_);
+bool neighbour_runs::mark_neighbours(const box& points) {
+    const std::uint32_t last_row = row_of(points.top + reach_);
     first_word_ = words_.size();
     last_word_ = -1;
     looked_at_ = unmarked_ = 0;
-    for (std::uint64_t row = row_of(bottom - reach_); row <= last_row; ++row) {
+    for (std::uint64_t row = row_of(points.bottom - reach_); row <= last_row; ++row) {
         // Rows of cells that lie apart leave less than the whole reach across. A thousandth of a cell
         // makes up for the rounding of cell borders.
         const f64 below = bottom_ + static_cast<f64>(row) * side_;
-        const f64 gap = std::max(below - top, bottom - (below + side_)) - 0.001 * side_;
+        const f64 gap =
+            std::max(below - points.top, points.bottom - (below + side_)) - 0.001 * side_;
         const f64 across = gap > 0 ? std::sqrt(std::max(reach_ * reach_ - gap * gap, 0.0)) : reach_;
-        const std::uint64_t first_cell = row << 32 | column_of(left - across);
-        const std::uint64_t last_cell = row << 32 | column_of(right + across);
+        const std::uint64_t first_cell = row << 32 | column_of(points.left - across);
+        const std::uint64_t last_cell = row << 32 | column_of(points.right + across);
         const entry* at =
             std::lower_bound(by_cell_.begin(), by_cell_.end(), first_cell,
                              [](const entry& a, std::uint64_t cell) { return a.cell < cell; });
@@ -227,37 +229,72 @@ bool neighbour_runs::make_segments(i64 points) {
             segment_[segments_++] = {x + copied, y + copied, value + copied, 0};
             continues = true;
         }
-        segment_[segments_ - 1].count += to - from;
-        std::copy(x_ + from, x_ + to, x + copied);
-        std::copy(y_ + from, y_ + to, y + copied);
-        std::copy(value_ + from, value_ + to, value + copied);
+        i64& length = segment_[segments_ - 1].count;
+        take_places(segments_ - 1, from, to, length);
+        length += to - from;
+        if (to - from == 1) {
+            x[copied] = x_[from];
+            y[copied] = y_[from];
+            value[copied] = value_[from];
+        } else {
+            std::copy(x_ + from, x_ + to, x + copied);
+            std::copy(y_ + from, y_ + to, y + copied);
+            std::copy(value_ + from, value_ + to, value + copied);
+        }
         copied += to - from;
     }
     return true;
 }
 
+// Points `from` to `to` - 1 stand in the segment, from the offset on.
+void neighbour_runs::take_places(i64 segment, i64 from, i64 to, i64 offset) {
+    for (; places_ < wanted_places_ && wanted_[places_] < to; ++places_)
+        place_[places_] = {segment, offset + wanted_[places_] - from};
+}
+
 bool neighbour_runs::add_in_place(i64 from, i64 length) {
     if (!grow(segment_, segments_ + 1, segments_)) return false;
+    take_places(segments_, from, from + length, 0);
     segment_[segments_++] = {x_ + from, y_ + from, value_ + from, length};
     return true;
 }
 
 // Whether testing all the points that are left takes less than telling which are near: so it is with
 // scattered points, of which a good part is in reach. Groups that follow each other are alike in that.
-bool neighbour_runs::sweeping_pays(i64 first_point, i64 end_point) {
-    const i64 tests = (count_ - first_point) * (end_point - first_point);
+bool neighbour_runs::sweeping_pays(i64 first_point, i64 count) {
+    const i64 tests = (count_ - first_point) * count;
     return tests <= swept_for_a_mark * looked_at_ && ++unmarked_ < longest_unmarked;
 }
 
-bool neighbour_runs::gather(i64 first_point, i64 end_point) {
-    if (first_point < first(run_)) run_ = 0;
-    while (end(run_) <= first_point) ++run_;
+bool neighbour_runs::are_few_left(i64 first_point) const {
+    return count_ - first_point <= swept_for_a_mark / 2 * looked_at_;
+}
+
+bool neighbour_runs::gather_around(const box& points, i64 first_point, i64 count) {
+    run_ =
+        std::upper_bound(start_.begin(), start_.begin() + runs_, first_point) - start_.begin() - 1;
     offset_ = first_point - first(run_);
-    if (sweeping_pays(first_point, end_point)) {
+    places_ = 0;
+    if (sweeping_pays(first_point, count)) {
         segments_ = 0;
         return add_in_place(first(run_), count_ - first(run_));
     }
-    return mark_neighbours(first_point, end_point) && make_segments(end_point - first_point);
+    return mark_neighbours(points) && make_segments(count);
+}
+
+bool neighbour_runs::gather(i64 first_point, i64 end_point) {
+    box points(x_[first_point], y_[first_point]);
+    for (i64 i = first_point + 1; i < end_point; ++i) points.take_in(x_[i], y_[i]);
+    wanted_places_ = 0;
+    return gather_around(points, first_point, end_point - first_point);
+}
+
+bool neighbour_runs::gather_for(const i32* points, i64 count) {
+    box around(x_[points[0]], y_[points[0]]);
+    for (i64 k = 1; k < count; ++k) around.take_in(x_[points[k]], y_[points[k]]);
+    wanted_ = points;
+    wanted_places_ = count;
+    return gather_around(around, points[0], count);
 }
 
 } // namespace qmx

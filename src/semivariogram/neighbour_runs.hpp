@@ -1,9 +1,9 @@
 // Which points can be in range of which: square cells over the plane, and runs of points.
 //
 // A run is a longest sequence of consecutive points in one cell. Rollers write lane by lane, so runs
-// are long and few; in shuffled data they degenerate to single points. Consecutive points share one
-// list of candidates, in ascending order: everything from their first run on that the cells cannot
-// rule out.
+// are long and few; in shuffled data they degenerate to single points. Points that lie close together
+// share one list of candidates, in ascending order: everything from their first run on that the cells
+// cannot rule out.
 // The list may hold pairs out of range, never lacks one in range; nobody relies on it for more.
 //
 // Memory: 20 bytes a run, and what the candidates of a group of points take.
@@ -11,6 +11,7 @@
 
 #include "frame/work_array.hpp"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace qmx {
@@ -21,6 +22,11 @@ struct candidate_segment {
     const f32* y;
     const f32* value;
     i64 count;
+};
+
+struct candidate_place {
+    i64 segment;
+    i64 offset;
 };
 
 class neighbour_runs {
@@ -34,10 +40,24 @@ public:
     // or the point itself if it has no finite position.
     i64 end_of_group(i64 first_point, i64 most) const;
 
+    // A number for each cell, row by row; `nowhere` for points without a finite position.
+    static constexpr std::uint64_t nowhere = ~std::uint64_t{0};
+    std::uint64_t cell_of(i64 point) const;
+    // Whether so few points are left that a search for those in reach pays for no point, going by the
+    // searches so far.
+    bool are_few_left(i64 first_point) const;
+    // Of listed points, how many from the first on lie close together: at most so many.
+    i64 close_together(const i32* points, i64 count, i64 most) const;
+
     // The candidates of consecutive located points: the points themselves stand in the first segment,
     // from `offset` on. False when memory ran out. The list stands until the next call.
     bool gather(i64 first_point, i64 end_point);
     i64 offset() const { return offset_; }
+    // The candidates of any located points, in ascending order and at most most_places of them, and
+    // where the points themselves stand among them.
+    static constexpr i64 most_places = 64;
+    bool gather_for(const i32* points, i64 count);
+    const candidate_place& place(i64 index) const { return place_[index]; }
     i64 segments() const { return segments_; }
     const candidate_segment& segment(i64 index) const { return segment_[index]; }
 
@@ -48,14 +68,22 @@ private:
         std::uint64_t cell;
         i32 run;
     };
-    std::uint64_t cell_of(i64 point) const;
+    struct box {
+        f64 left, right, bottom, top;
+
+        box(f64 x, f64 y) : left(x), right(x), bottom(y), top(y) {}
+        void take_in(f64 x, f64 y);
+        f64 longest_side() const { return std::max(right - left, top - bottom); }
+    };
     std::uint32_t column_of(f64 x) const;
     std::uint32_t row_of(f64 y) const;
     void mark(i64 run);
-    bool sweeping_pays(i64 first_point, i64 end_point);
-    bool mark_neighbours(i64 first_point, i64 end_point);
+    bool gather_around(const box& points, i64 first_point, i64 count);
+    bool sweeping_pays(i64 first_point, i64 count);
+    bool mark_neighbours(const box& points);
     bool list_marked();
     bool make_segments(i64 points);
+    void take_places(i64 segment, i64 from, i64 to, i64 offset);
     bool add_in_place(i64 from, i64 length);
 
     const f32* x_ = nullptr;
@@ -80,8 +108,12 @@ private:
     work_array<f32> copy_ = work_array<f32>(0); // x, y and value of the candidates copied
     work_array<candidate_segment> segment_ = work_array<candidate_segment>(0);
     i64 segments_ = 0;
-    i64 run_ = 0;    // of the first point that candidates were gathered for
-    i64 offset_ = 0; // of that point in its run
+    i64 offset_ = 0; // of the first point that candidates were gathered for
+    i64 run_ = 0;    // that it stands in
+    // Points whose places are asked for, and those found.
+    const i32* wanted_ = nullptr;
+    i64 wanted_places_ = 0, places_ = 0;
+    candidate_place place_[most_places] = {};
 };
 
 } // namespace qmx

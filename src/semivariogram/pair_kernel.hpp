@@ -64,28 +64,39 @@ struct class_sums {
     of_class of[columns];
 };
 
-// A sum that starts from an even and from an odd last bit: see row_search.hpp.
-struct two_starts {
-    f64 even[most_lanes];
-    f64 odd[most_lanes];
-};
 // What a class has besides the usual sums; 0 mostly.
 enum class_needs : std::uint8_t {
     nothing = 1,         // leave it out
     next_measure = 2,    // measures from the next power of two
     ordered_distance = 4 // distances like measures
 };
-// Sums of each lane.
+// Sums that start from an even and from an odd last bit: see ordered_growth.hpp.
+template <class Sums> struct two_starts { Sums even, odd; };
+// Sums of rows apart from each other.
+template <class Sums> struct separate_sums {
+    two_starts<Sums> measure;
+    two_starts<Sums> next_measure;
+    two_starts<Sums> ordered_distance;
+};
+using lanes_of_sums = f64[most_lanes];
+
+// Of each lane.
 struct lane_sums {
-    struct of_class {
+    struct of_class : separate_sums<lanes_of_sums> {
         f64 distance[most_lanes / 2]; // from 0, each pair once, two lanes in one
-        two_starts measure;
-        two_starts next_measure;
-        two_starts ordered_distance;
-        alignas(64) i64 count; // pairs of all lanes, each once
+        alignas(64) i64 count;        // pairs of all lanes, each once
     };
     alignas(64) of_class of[columns];
     std::uint8_t needs[columns]; // of class_needs
+};
+// Of one row.
+struct row_sums {
+    struct alignas(64) of_class : separate_sums<f64> {
+        f64 distance; // from 0, each pair once
+        i64 count;    // each pair once
+    };
+    of_class of[columns];
+    std::uint8_t needs[columns];
 };
 
 struct version {
@@ -99,6 +110,8 @@ struct version {
     // Pairs the row in lane 0 with candidates first to count - 1, one addition after the other.
     void (*sweep_row)(const search_rules& rules, row_lanes& rows, const points& candidates,
                       i64 first, i64 count, class_sums& sums);
+    void (*sweep_row_apart)(const search_rules& rules, row_lanes& rows, const points& candidates,
+                            i64 first, i64 count, row_sums& sums);
 };
 
 // Without a name where the compiler's target lacks the instructions.

@@ -5,8 +5,8 @@
 
 #include "semivariogram/pair_kernel_body.hpp"
 
-const qmx::pair_kernel::version qmx::pair_kernel::version_avx2 = {"avx2", width, sweep_rows,
-                                                                  sweep_row};
+const qmx::pair_kernel::version qmx::pair_kernel::version_avx2 = {
+    "avx2", width, sweep_rows, sweep_row<class_sums>, sweep_row<row_sums>};
 
 #else
 

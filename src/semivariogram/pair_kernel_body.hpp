@@ -68,7 +68,7 @@ template <bool Twice> inline void add_to(f64* sums, const wide_reals& term) {
     store_wide(sums, sum);
 }
 
-template <bool Twice> inline void add_to(two_starts& sums, const wide_reals& term) {
+template <bool Twice> inline void add_to(two_starts<lanes_of_sums>& sums, const wide_reals& term) {
     add_to<Twice>(sums.even, term);
     add_to<Twice>(sums.odd, term);
 }
@@ -240,9 +240,37 @@ struct pair_block {
     alignas(64) f32 measure[most + width];
 };
 
-template <bool Twice>
+template <bool Twice> inline void add_term(f64& sum, f64 term) {
+    sum += term;
+    if constexpr (Twice) sum += term;
+}
+
+template <bool Twice> inline void add_pair(class_sums& sums, i64 k, f64 distance, f64 measure) {
+    class_sums::of_class& to = sums.of[k];
+    to.count += Twice ? 2 : 1;
+    add_term<Twice>(to.distance, distance);
+    add_term<Twice>(to.measure, measure);
+}
+
+template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, f64 measure) {
+    const auto add = [](two_starts<f64>& to, f64 term) {
+        add_term<Twice>(to.even, term);
+        add_term<Twice>(to.odd, term);
+    };
+    const unsigned needs = sums.needs[k];
+    if ((needs & class_needs::nothing) != 0) return;
+    row_sums::of_class& to = sums.of[k];
+    ++to.count;
+    to.distance += distance;
+    add(to.measure, measure);
+    if (needs == 0) return;
+    if ((needs & class_needs::next_measure) != 0) add(to.next_measure, measure);
+    if ((needs & class_needs::ordered_distance) != 0) add(to.ordered_distance, distance);
+}
+
+template <bool Twice, class Sums>
 void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
-               pair_block& block, class_sums& sums) {
+               pair_block& block, Sums& sums) {
     alignas(64) f32 distances[width], keys[width];
     alignas(64) f64 wide_distances[width], wide_measures[width];
     const reals half_width = all(rules.certainty.half_width);
@@ -268,20 +296,15 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
         store_wide(wide_measures, widen(everywhere, block.measure + at));
         for (; found != 0; found &= found - 1) {
             const i64 t = lowest_bit(found);
-            class_sums::of_class& to = sums.of[class_of(keys[t])];
-            to.count += Twice ? 2 : 1;
-            to.distance += wide_distances[t];
-            to.measure += wide_measures[t];
-            if constexpr (Twice) to.distance += wide_distances[t];
-            if constexpr (Twice) to.measure += wide_measures[t];
+            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_measures[t]);
         }
     }
     block.count = 0;
 }
 
-template <bool Twice>
+template <bool Twice, class Sums>
 void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
-                 i64 count, class_sums& sums) {
+                 i64 count, Sums& sums) {
     const rule_lanes rule(rules);
     const reals xi = all(rows.x[0]);
     const reals yi = all(rows.y[0]);
@@ -306,8 +329,9 @@ void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candi
     add_block<Twice>(rules, rule, rows, block, sums);
 }
 
+template <class Sums>
 void sweep_row(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
-               i64 count, class_sums& sums) {
+               i64 count, Sums& sums) {
     if (rules.twice)
         sweep_alone<true>(rules, rows, candidates, first, count, sums);
     else

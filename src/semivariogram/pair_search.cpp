@@ -5,6 +5,7 @@
 #include "semivariogram/pair_kernel.hpp"
 #include "semivariogram/pair_rules.hpp"
 #include "semivariogram/row_search.hpp"
+#include "semivariogram/window_search.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -90,19 +91,20 @@ bool all_count_twice(const gamv_variables& variables) {
     return true;
 }
 
-// Rows in ascending order, in groups that share their candidates. A point without a finite position
-// finds nothing, not even itself.
+// Rows `first` to `end` - 1 in ascending order, in groups that share their candidates; `end` becomes
+// the end of the last group. A point without a finite position finds nothing, not even itself.
 template <class SearchGroup>
-bool search_groups(const gamv_variables& variables, neighbour_runs& neighbours, i64 most,
+bool search_groups(neighbour_runs& neighbours, i64 first, i64& end, i64 most,
                    const SearchGroup& search_group) {
-    for (i64 first = 0; first < variables.maxdat;) {
-        const i64 end = neighbours.end_of_group(first, most);
-        if (end > first) {
-            if (!neighbours.gather(first, end)) return false;
-            search_group(first, end);
+    while (first < end) {
+        const i64 next = neighbours.end_of_group(first, most);
+        if (next > first) {
+            if (!neighbours.gather(first, next)) return false;
+            search_group(first, next);
         }
-        first = std::max(end, first + 1);
+        first = std::max(next, first + 1);
     }
+    end = first;
     return true;
 }
 
@@ -147,15 +149,17 @@ bool search_pairs(const gamv_variables& variables, const array_view<f64>& np,
     const class_certainty certainty = certainty_of(classes, xltol);
     // Horizontal directions only: the vertical part of every pair is then the whole of it.
     const bool is_horizontal = direction.uvhdec == 1.0F && direction.csdtol <= 1.0F;
-    if (!certainty.usable || !is_horizontal || !all_count_twice(variables))
-        return search_groups(variables, neighbours, most_plain_rows, [&](i64 first, i64 end) {
-            for (i64 i = first; i < end; ++i) {
+    if (!certainty.usable || !is_horizontal || !all_count_twice(variables)) {
+        i64 end = all.count;
+        return search_groups(neighbours, 0, end, most_plain_rows, [&](i64 first, i64 next) {
+            for (i64 i = first; i < next; ++i) {
                 plain.begin_row({all.x[i], all.y[i], all.value[i]});
                 plain.pair_with(neighbours.segment(0), neighbours.offset() + i - first);
                 for (i64 s = 1; s < neighbours.segments(); ++s)
                     plain.pair_with(neighbours.segment(s), 0);
             }
         });
+    }
 
     const pair_kernel::search_rules rules = {.classes = &classes,
                                              .certainty = certainty,
@@ -171,21 +175,34 @@ bool search_pairs(const gamv_variables& variables, const array_view<f64>& np,
                                              .bandwh = set.bandwh,
                                              .bandwd = set.bandwd};
     pair_kernel::class_sums sums = {};
-    row_search rows(rules, {all.x, all.y, all.value}, sums);
-    if (!rows.reserve()) return false;
-    f64 own_pairs = 0;
-    if (!search_groups(variables, neighbours, rows.most_rows(), [&](i64 first, i64 end) {
-            rows.search(neighbours, first, end);
-            own_pairs += static_cast<f64>(end - first);
-        }))
-        return false;
+    row_sweep rows(rules, {all.x, all.y, all.value});
+    row_search groups(rows, sums);
+    window_search windows(rows, all.count, sums);
+    if (!groups.reserve()) return false;
+    i64 own_pairs = 0;
+    for (i64 first = 0, end = 0; first < all.count; first = end) {
+        end = std::min(all.count, first + windows.rows_from(first));
+        if (windows.is_scattered(neighbours, first, end)) {
+            if (!windows.plan(neighbours, first, end)) return false;
+            if (windows.pays()) {
+                if (!windows.search(neighbours)) return false;
+                own_pairs += windows.located();
+                continue;
+            }
+        }
+        if (!search_groups(neighbours, first, end, rows.most_rows(), [&](i64 row, i64 next) {
+                groups.search(neighbours, row, next);
+                own_pairs += next - row;
+            }))
+            return false;
+    }
     for (i32 k = coincident_class; k <= classes.last; ++k) {
         np(k) += static_cast<f64>(sums.of[k].count);
         dis(k) += sums.of[k].distance;
         gam(k) += sums.of[k].measure;
     }
     // A point and itself: distance and difference 0, accepted by every direction.
-    np(coincident_class) += is_omnidirectional(set) ? 2 * own_pairs : own_pairs;
+    np(coincident_class) += static_cast<f64>(is_omnidirectional(set) ? 2 * own_pairs : own_pairs);
     return true;
 }
 

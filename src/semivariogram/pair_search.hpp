@@ -4,7 +4,7 @@
 // operation of a pair, the class found from the pair before, and the order of the additions in each
 // class. What makes it faster: pairs that cannot be in range are not looked at; most classes follow
 // from the distance alone; rows that lie side by side go side by side in the lanes of vectors, and
-// their sums are put together as if they had been formed one after the other (row_search.hpp).
+// their sums are put together as if they had been formed one after the other (ordered_growth.hpp).
 #pragma once
 
 #include "frame/array_view.hpp"

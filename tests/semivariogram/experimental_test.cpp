@@ -5,6 +5,7 @@
 #include "semivariogram/literal_loop.hpp"
 #include "semivariogram/pair_kernel.hpp"
 #include "semivariogram/pair_search.hpp"
+#include "semivariogram/window_search.hpp"
 
 #include <gtest/gtest.h>
 
@@ -184,7 +185,7 @@ void expect_literal(const t_gamvset& set, const lot& data) {
     pair_kernel::use_version(nullptr);
 }
 
-TEST(PairSearch, GivesTheNumbersOfThePlainLoop) {
+void expect_literal_for_random_lots() {
     const unsigned lots = 1500;
     for (unsigned seed = 1; seed <= lots && !testing::Test::HasFatalFailure(); ++seed) {
         lot_maker maker(seed);
@@ -192,6 +193,17 @@ TEST(PairSearch, GivesTheNumbersOfThePlainLoop) {
         SCOPED_TRACE(seed);
         expect_literal(maker.set(), data);
     }
+}
+
+TEST(PairSearch, GivesTheNumbersOfThePlainLoop) {
+    expect_literal_for_random_lots();
+}
+
+// Short as they are, few of these lots would be searched window by window.
+TEST(PairSearch, WindowsGiveTheNumbersOfThePlainLoop) {
+    use_windows_everywhere(true);
+    expect_literal_for_random_lots();
+    use_windows_everywhere(false);
 }
 
 // Lots whose sums pass many powers of two, and rows that go side by side.
@@ -203,7 +215,8 @@ struct large_lot {
     bool pass_by_pass;
     bool shuffled;
     t_gamvset set;
-    i32 along = 0; // points one behind the other in lanes, up one and down the next; 0: none
+    i32 along = 0;   // points one behind the other in lanes, up one and down the next; 0: none
+    i32 rollers = 1; // that write in turn
 };
 
 t_gamvset directed(t_gamvset set, f32 azm, f32 atol) {
@@ -224,7 +237,11 @@ const large_lot large_lots[] = {
     {"local_shuffled", 4000, 4, 1, false, true, settings(10, 0.3F)},
     {"lanes", 4000, 1, 1, false, false, settings(20, 0.5F), 200},
     {"lanes_directed", 4000, 1, 1, false, false, directed(settings(20, 0.5F), 80, 45), 200},
-    {"passes_of_lanes", 4000, 1, 4, false, false, settings(20, 0.5F), 200}};
+    {"passes_of_lanes", 4000, 1, 4, false, false, settings(20, 0.5F), 200},
+    {"rollers", 6000, 1, 1, false, false, settings(10, 0.5F), 1000, 2},
+    {"rollers_directed", 6000, 1, 1, false, false, directed(settings(10, 0.5F), 80, 45), 1000, 3},
+    {"long_strip_shuffled", 6000, 4, 1, false, true, settings(20, 0.1F)},
+    {"passes_shuffled", 6000, 2, 4, true, true, settings(5, 0.6F)}};
 
 class LargeLot : public testing::TestWithParam<large_lot> {};
 
@@ -244,6 +261,13 @@ TEST_P(LargeLot, GivesTheNumbersOfThePlainLoop) {
             y = 0.5 * lane;
         }
         data.push_back({x, y, 60 + static_cast<f64>(generator()) / 1.0e8, 1, 0});
+    }
+    if (row.rollers > 1) {
+        const lot by_roller = data;
+        const auto each = data.size() / static_cast<std::size_t>(row.rollers);
+        for (std::size_t i = 0; i < data.size(); ++i)
+            data[i] = by_roller[i % static_cast<std::size_t>(row.rollers) * each +
+                                i / static_cast<std::size_t>(row.rollers)];
     }
     if (row.shuffled) std::shuffle(data.begin(), data.end(), generator);
     expect_literal(row.set, data);
