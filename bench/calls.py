@@ -238,7 +238,14 @@ def semivariogram(columns, reach, lags=20, azimuth=90, tolerance=90, bandwidth=1
     )
 
 
-def strip_semivariogram(count, local, **direction):
+def strip_semivariogram(count, local, order="lanes", **direction):
     """Within 10 m, or within half the strip's length, which holds three quarters of all pairs."""
-    x, y, value = strip(count, 7)
-    return semivariogram((x, y, value), 10 if local else (x.max() - x.min()) / 2, **direction)
+    columns = strip(count, 7)
+    reach = 10 if local else np.ptp(columns[0]) / 2
+    listed = {
+        "lanes": lambda: slice(None),
+        "two rollers in turn": lambda: np.arange(count).reshape(2, -1).T.ravel(),
+        "by columns": lambda: np.argsort(columns[0], kind="stable"),
+        "shuffled": lambda: np.random.default_rng(1).permutation(count),
+    }[order]()
+    return semivariogram([column[listed] for column in columns], reach, **direction)

@@ -22,6 +22,7 @@ LIMITS = {
     "gstat": (50_000, 1_000_000),
 }
 SIZES = {"local": (10_000, 100_000, 1_000_000), "global": (10_000, 50_000, 100_000)}
+ORDERS = ("two rollers in turn", "by columns", "shuffled")  # than lane by lane
 
 
 def close(ours, theirs):
@@ -41,6 +42,11 @@ def semivariogram_rows(everything, most, note):
             if "gstat" in them:
                 them["gstat"] = peers.Gstat(call)
             yield Row(f"semivariogram, {kind}", count, call.run, them, close)
+    count = min(100_000, most)
+    for order in ORDERS:
+        call = calls.strip_semivariogram(count, True, order)
+        them = {label: run for label, run in semivariogram_peers(call, "local") if label == "nanoflann"}
+        yield Row(f"semivariogram, {order}", count, call.run, them, close)
 
 
 def semivariogram_peers(call, kind):
@@ -111,10 +117,13 @@ def memory_rows(build, everything, most):
     """What a call takes beyond its input, measured in a process of its own: name, points, bytes."""
     there = {
         "library": lambda kind, count: True,
-        "nanoflann": lambda kind, count: kind == "local" and "peer_nanoflann" in peers.compiled,
-        "gstat": lambda kind, count: count <= LIMITS["gstat"][everything] and peers.gstat_is_there(),
+        "nanoflann": lambda kind, count: kind != "global" and "peer_nanoflann" in peers.compiled,
+        "gstat": lambda kind, count: kind in SIZES
+        and count <= min(100_000, LIMITS["gstat"][everything])
+        and peers.gstat_is_there(),
     }
-    for kind, sizes in SIZES.items():
+    scattered = {"shuffled": (min(100_000, most),)}
+    for kind, sizes in (SIZES | scattered).items():
         for count in (size for size in sizes if size <= most):
             for who in (who for who, is_there in there.items() if is_there(kind, count)):
                 ask = [sys.executable, os.path.abspath(__file__), build, who, kind, str(count)]
@@ -129,7 +138,8 @@ def resident(name):
 
 def peak_beyond_input(build, who, kind, count):
     peers.load_compiled(build)
-    call = calls.strip_semivariogram(count, kind == "local")
+    order = "lanes" if kind in SIZES else kind
+    call = calls.strip_semivariogram(count, kind != "global", order)
     if who == "gstat":
         process = peers.Gstat(call)
         print(process.run()[2])

@@ -13,7 +13,7 @@ namespace {
 
 constexpr f64 cells_in_reach = 2.0;      // cell side: the reach divided by it
 constexpr f64 most_cells_across = 1.0e9; // so that a cell's number fits in 32 bits
-constexpr f64 widest_gap = 0.125;        // between neighbours of a group, times the reach
+constexpr f64 widest_gap = 0.25;         // between neighbours of a group, times the reach
 constexpr f64 widest_group = 0.75;       // times the reach
 constexpr f64 widest_crowd = 1.5;        // of points in any order, times the reach
 constexpr i64 bridged_gap = 12;          // ruled-out points between candidates, taken along
