@@ -1,11 +1,12 @@
-// What a sum grows by when rows of positive terms are added to it, one term after the other, found for
-// each row apart from the others. Where no addition rounds, their order does not matter; else:
+// What a sum grows by when rows of terms that are not negative are added to it, one term after the
+// other, found for each row apart from the others.
 //
-// Take a sum S between 2^e and 2^(e+1), whose last bit counts 2^(e-52) = u. As long as it stays below
-// 2^(e+1), S + m is S plus m rounded to a multiple of u, except that a tie goes to the even multiple.
-// What S grows by therefore depends on nothing but the parity of S / u: a row summed twice, from 2^e
-// and from 2^e + u, tells its growth in either case. Where a row carries the sum to 2^(e+1) it has to
-// be done one term after the other, and the rows behind it again from 2^(e+1).
+// Where no addition rounds, their order does not matter. Else take a sum S between 2^e and 2^(e+1),
+// whose last bit counts 2^(e-52) = u. As long as it stays below 2^(e+1), S + m is S plus m rounded to a
+// multiple of u, except that a tie goes to the even multiple. What S grows by therefore depends on
+// nothing but the parity of S / u: a row summed twice, from 2^e and from 2^e + u, tells its growth in
+// either case. Where a row carries the sum to 2^(e+1) it has to be done one term after the other, and
+// the rows behind it again from 2^(e+1).
 #pragma once
 
 #include "semivariogram/pair_kernel.hpp"

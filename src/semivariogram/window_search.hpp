@@ -1,10 +1,9 @@
 // Sums of pairs for rows whose neighbours do not stand beside them in the data: several rollers that
 // write in turn, columns of cells, shuffled points.
 //
-// A window of consecutive rows is put into groups by place, whatever their order, that share their
-// candidates. What each row adds
-// to a class is kept, as growth from an even and from an odd sum (ordered_growth.hpp), until all
-// groups are through; then the rows are joined in their order. A window is short enough, beside the
+// A window of consecutive rows is put into groups by place, and each group shares its candidates. What
+// a row adds to a class is kept, as growth from an even and from an odd sum (ordered_growth.hpp), until
+// all groups are through; then the rows are joined in their order. A window is short enough, beside the
 // rows before it, for the sums to pass a power of two rarely.
 //
 // Memory: about 8 bytes a point.
@@ -28,7 +27,7 @@ public:
     bool is_scattered(const neighbour_runs& neighbours, i64 first, i64 end) const;
     // Puts the rows into groups. False when memory ran out.
     bool plan(const neighbour_runs& neighbours, i64 first, i64 end);
-    // Whether the groups are larger than those of rows beside each other.
+    // Whether the planned groups are twice as large as those of rows beside each other.
     bool pays() const;
     // Searches the window that was planned. The pair of a point with itself is left out. False when
     // memory ran out.
@@ -64,9 +63,8 @@ private:
     row_sweep& rows_;
     const i32 last_class_;
     i64 first_ = 0, count_ = 0, located_ = 0; // of the window's rows
-    i64 from_ = 0;                            // that a sweep begins with, from 0
-    i64 lines_ = 0, groups_ = 0;              // lines are the first of the groups
-    i64 groups_beside_ = 0;
+    i64 from_ = 0;                            // of them, the first that is still wanted
+    i64 groups_ = 0, groups_beside_ = 0;
     f64 power_[pair_kernel::columns] = {}; // that measures were summed from
     f64 next_power_[pair_kernel::columns] = {};
     f64 distance_power_[pair_kernel::columns] = {};
