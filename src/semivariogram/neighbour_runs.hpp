@@ -31,9 +31,9 @@ struct candidate_place {
 
 class neighbour_runs {
 public:
-    // Positions that are not finite belong to no cell. The arrays have padding on both sides that may be read.
-    // Two points whose f32 distance squared is at most dismxs (finite) find each other. False when
-    // memory ran out.
+    // Positions that are not finite belong to no cell. The arrays have padding on both sides that may
+    // be read. Two points whose f32 distance squared is at most dismxs (finite) find each other. False
+    // when memory ran out.
     bool build(const f32* x, const f32* y, const f32* value, i64 count, f32 dismxs);
 
     // Of points that lie close together from the given one on, at most so many: one past the last,
