@@ -238,10 +238,11 @@ def semivariogram(columns, reach, lags=20, azimuth=90, tolerance=90, bandwidth=1
     )
 
 
-def strip_semivariogram(count, local, order="lanes", **direction):
-    """Within 10 m, or within half the strip's length, which holds three quarters of all pairs."""
+def strip_semivariogram(count, kind, order="lanes", **direction):
+    """Within 10 m; within half the strip's length, which holds three quarters of all pairs; or all."""
     columns = strip(count, 7)
-    reach = 10 if local else np.ptp(columns[0]) / 2
+    length, width = np.ptp(columns[0]), np.ptp(columns[1])
+    reach = {"local": 10, "global": length / 2, "all pairs": 1.01 * np.hypot(length, width)}[kind]
     listed = {
         "lanes": lambda: slice(None),
         "two rollers in turn": lambda: np.arange(count).reshape(2, -1).T.ravel(),

@@ -30,10 +30,23 @@ def close(ours, theirs):
     return np.allclose(ours, theirs, rtol=2e-4)
 
 
+def every_pair_rows(everything, most, note):
+    return rows_of({"all pairs": SIZES["global"]}, everything, most, note)
+
+
 def semivariogram_rows(everything, most, note):
-    for kind, sizes in SIZES.items():
+    yield from rows_of(SIZES, everything, most, note)
+    count = min(100_000, most)
+    for order in ORDERS:
+        call = calls.strip_semivariogram(count, "local", order)
+        them = {label: run for label, run in semivariogram_peers(call, "local") if label == "nanoflann"}
+        yield Row(f"semivariogram, {order}", count, call.run, them, close)
+
+
+def rows_of(kinds, everything, most, note):
+    for kind, sizes in kinds.items():
         for count in (size for size in sizes if size <= most):
-            call = calls.strip_semivariogram(count, kind == "local")
+            call = calls.strip_semivariogram(count, kind)
             them = dict(semivariogram_peers(call, kind))
             for label, limits in LIMITS.items():
                 if label in them and count > limits[everything]:
@@ -42,11 +55,6 @@ def semivariogram_rows(everything, most, note):
             if "gstat" in them:
                 them["gstat"] = peers.Gstat(call)
             yield Row(f"semivariogram, {kind}", count, call.run, them, close)
-    count = min(100_000, most)
-    for order in ORDERS:
-        call = calls.strip_semivariogram(count, True, order)
-        them = {label: run for label, run in semivariogram_peers(call, "local") if label == "nanoflann"}
-        yield Row(f"semivariogram, {order}", count, call.run, them, close)
 
 
 def semivariogram_peers(call, kind):
@@ -82,15 +90,15 @@ def pairs_in_reach(call):
 
 
 def directional_calls(count):
-    yield "strip, every direction", calls.strip_semivariogram(count, True)
+    yield "strip, every direction", calls.strip_semivariogram(count, "local")
     for name, azimuth, bandwidth in (("along the strip", 90, 1e9), ("oblique, band of 3 m", 30, 3)):
         yield name, calls.strip_semivariogram(
-            count, True, azimuth=azimuth, tolerance=22.5, bandwidth=bandwidth
+            count, "local", azimuth=azimuth, tolerance=22.5, bandwidth=bandwidth
         )
 
 
 def lattice_calls(count):
-    yield "strip", calls.strip_semivariogram(count, True)
+    yield "strip", calls.strip_semivariogram(count, "local")
     for passes in (1, 4):
         for lag in (0.6, 0.5):
             name = f"cells of 0.3 m, {'four passes, ' if passes > 1 else ''}lag {lag} m"
@@ -138,8 +146,11 @@ def resident(name):
 
 def peak_beyond_input(build, who, kind, count):
     peers.load_compiled(build)
-    order = "lanes" if kind in SIZES else kind
-    call = calls.strip_semivariogram(count, kind != "global", order)
+    call = (
+        calls.strip_semivariogram(count, kind)
+        if kind in SIZES
+        else calls.strip_semivariogram(count, "local", order=kind)
+    )
     if who == "gstat":
         process = peers.Gstat(call)
         print(process.run()[2])
@@ -149,7 +160,7 @@ def peak_beyond_input(build, who, kind, count):
     run = {"library": lambda c: c.run(library)}
     if who == "nanoflann":
         run["nanoflann"] = lambda c: dict(semivariogram_peers(c, "local"))["nanoflann"]()
-    run[who](calls.strip_semivariogram(500, True))  # its code is in memory
+    run[who](calls.strip_semivariogram(500, "local"))  # its code is in memory
     del call.x, call.y, call.value
     gc.collect()
     ctypes.CDLL(None).malloc_trim(0)

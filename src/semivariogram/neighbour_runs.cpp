@@ -132,14 +132,16 @@ bool neighbour_runs::build(const f32* x, const f32* y, const f32* value, i64 cou
     for (i64 i = 0; i < count; ++i) {
         const std::uint64_t cell = cell_of(i);
         if (i == 0 || cell != before) {
-            if (cell != nowhere) by_cell_[located++] = {cell, static_cast<i32>(run)};
+            if (cell != nowhere)
+                by_cell_[located++] = {static_cast<std::uint32_t>(cell >> 32),
+                                       static_cast<std::uint32_t>(cell), static_cast<i32>(run)};
             start_[run++] = static_cast<i32>(i);
         }
         before = cell;
     }
     start_[run] = static_cast<i32>(count);
     std::sort(by_cell_.begin(), by_cell_.end(), [](const entry& a, const entry& b) {
-        return a.cell != b.cell ? a.cell < b.cell : a.run < b.run;
+        return a.cell() != b.cell() ? a.cell() < b.cell() : a.run < b.run;
     });
     return true;
 }
@@ -183,8 +185,8 @@ bool neighbour_runs::mark_neighbours(const box& points) {
         const std::uint64_t last_cell = row << 32 | column_of(points.right + across);
         const entry* at =
             std::lower_bound(by_cell_.begin(), by_cell_.end(), first_cell,
-                             [](const entry& a, std::uint64_t cell) { return a.cell < cell; });
-        for (; at != by_cell_.end() && at->cell <= last_cell; ++at, ++looked_at_)
+                             [](const entry& a, std::uint64_t cell) { return a.cell() < cell; });
+        for (; at != by_cell_.end() && at->cell() <= last_cell; ++at, ++looked_at_)
             if (at->run >= run_) mark(at->run);
     }
     return list_marked();

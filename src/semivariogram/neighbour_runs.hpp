@@ -6,7 +6,7 @@
 // cannot rule out.
 // The list may hold pairs out of range, never lacks one in range; nobody relies on it for more.
 //
-// Memory: 20 bytes a run, and what the candidates of a group of points take.
+// Memory: 16 bytes a run, and what the candidates of a group of points take.
 #pragma once
 
 #include "frame/work_array.hpp"
@@ -64,9 +64,11 @@ public:
 private:
     i64 first(i64 run) const { return start_[run]; }
     i64 end(i64 run) const { return start_[run + 1]; }
-    struct entry { // a run in its cell
-        std::uint64_t cell;
+    struct entry { // a run in its cell, whose number stands in halves: 12 bytes instead of 16
+        std::uint32_t row, column;
         i32 run;
+
+        std::uint64_t cell() const { return std::uint64_t{row} << 32 | column; }
     };
     struct box {
         f64 left, right, bottom, top;
