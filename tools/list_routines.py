@@ -15,14 +15,17 @@ TABLE = ROOT / "docs" / "routines.md"
 
 SECTIONS = [
     ("include", "Exports", "What a host calls."),
-    ("frame", "Events", "The state of failures and its report."),
-    ("icdata", "IC data analysis", "Statistics of a lot and its compaction curve."),
+    ("events", "Events", "The state of failures and its report."),
+    ("measure_statistics", "Statistics of a measure", "Fifteen statistics, histogram, target test."),
+    ("compaction", "Compaction curve", "The mean of each pass and the curve through the means."),
     ("semivariogram", "Semivariogram", "Experimental semivariogram and fitted model."),
-    ("pointtest", "Point tests", "Point selection, plan geometry and spot tests."),
+    ("geometry", "Plan geometry", "Predicates and signed areas in the plan."),
+    ("selection", "Selection", "The points in a circle or polygon."),
+    ("spot_tests", "Spot tests", "IC data round each spot test, and their regression."),
     ("coverage", "Coverage", "Areas by pass bin."),
     ("toolkit", "Toolkit", "Turns errors of the numerical routines into events."),
     ("numeric", "Numerical routines", "Members of one routine differ in their width."),
-    ("files", "File support", "Debug files on free units."),
+    ("logs", "Log files", "Debug files on free units."),
 ]
 
 # A name is fixed if it is exported, all in capitals, a driver, a wrapper of a numerical routine, or

@@ -8,7 +8,7 @@
 #include <fmt/format.h>
 #include <gdal.h>
 
-#include "command.hpp"
+#include "options/command.hpp"
 
 namespace {
 
@@ -20,7 +20,7 @@ int fail(int code, const char* kind, const char* message) {
 }
 
 int run(int argc, char** argv) {
-    using namespace qmx_ic_app;
+    using namespace qmx_study;
     CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
     program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
     program.footer("Exit codes: 0 done, 1 the analysis failed, 2 wrong usage or unreadable input,\n"
@@ -64,12 +64,12 @@ int main(int argc, char** argv) {
     // What the I/O library has to say goes into our own messages.
     CPLSetErrorHandler(CPLQuietErrorHandler);
     GDALAllRegister();
-    int code = qmx_ic_app::wrong_usage;
+    int code = qmx_study::wrong_usage;
     try {
         code = run(argc, argv);
         if (std::fflush(stdout) != 0) code = fail(2, "", "standard output could not be written");
     } catch (const std::exception& error) {
-        code = fail(qmx_ic_app::wrong_usage, "", error.what());
+        code = fail(qmx_study::wrong_usage, "", error.what());
     }
     GDALDestroyDriverManager();
     return code;

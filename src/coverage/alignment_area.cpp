@@ -1,9 +1,9 @@
 #include "coverage/alignment_area.hpp"
 
+#include "base/work_array.hpp"
 #include "coverage/coverage_state.hpp"
-#include "frame/event.hpp"
-#include "frame/work_array.hpp"
-#include "pointtest/plan_geometry.hpp"
+#include "events/event.hpp"
+#include "geometry/plan_geometry.hpp"
 
 namespace qmx {
 

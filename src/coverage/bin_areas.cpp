@@ -1,9 +1,10 @@
 #include "coverage/bin_areas.hpp"
 
+#include "base/prefetch.hpp"
+#include "base/work_array.hpp"
 #include "coverage/coverage_state.hpp"
 #include "coverage/first_match.hpp"
-#include "frame/event.hpp"
-#include "frame/work_array.hpp"
+#include "events/event.hpp"
 
 namespace qmx {
 
@@ -13,22 +14,12 @@ namespace {
 // for each other. Entry 0 of each row takes the points that no bin holds.
 constexpr i64 rows = 4;
 
-// Asks for the points some way ahead, since counting keeps the processor from reading on by itself. An
-// address past the end is no fault.
-void fetch_ahead([[maybe_unused]] const t_icdata& point) {
-#if defined(__GNUC__)
-    constexpr std::uintptr_t distance = 64 * sizeof(t_icdata);
-    __builtin_prefetch(
-        reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(&point) + distance));
-#endif
-}
-
 void count_points(const coverage_state& state, const first_match_table& first_match,
                   const work_array<i32>& counts) {
     const i64 width = counts.size() / rows;
     for (i64 i = 1; i <= state.points.extent; ++i) {
         const t_icdata& point = state.points(i);
-        fetch_ahead(point);
+        prefetch_ahead(&point, 64 * sizeof(t_icdata));
         const i32 passes = truncated(point.d_val);
         ++counts[(i % rows) * width + first_match(passes)];
     }

@@ -3,8 +3,8 @@
 #include "coverage/alignment_area.hpp"
 #include "coverage/bin_areas.hpp"
 #include "coverage/coverage_state.hpp"
-#include "frame/event.hpp"
-#include "pointtest/plan_geometry.hpp"
+#include "events/event.hpp"
+#include "geometry/plan_geometry.hpp"
 
 namespace qmx {
 

@@ -1,7 +1,7 @@
 // Driver of IC_coverage.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 #include "qmx_ic.h"
 
 namespace qmx {

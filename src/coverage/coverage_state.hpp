@@ -1,9 +1,9 @@
 // The working state that the coverage routines share during one call.
 #pragma once
 
+#include "base/array_view.hpp"
+#include "base/padded_text.hpp"
 #include "coverage/run_log.hpp"
-#include "frame/array_view.hpp"
-#include "frame/padded_text.hpp"
 #include "qmx_ic.h"
 
 namespace qmx {

@@ -1,8 +1,8 @@
 // Which bin takes a pass count: the first one that holds it, found by one look.
 #pragma once
 
-#include "frame/array_view.hpp"
-#include "frame/work_array.hpp"
+#include "base/array_view.hpp"
+#include "base/work_array.hpp"
 #include "qmx_ic.h"
 
 namespace qmx {

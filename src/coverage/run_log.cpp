@@ -1,12 +1,12 @@
 #include "coverage/run_log.hpp"
 
+#include "base/bounded_text.hpp"
 #include "coverage/coverage_state.hpp"
 #include "coverage/first_match.hpp"
-#include "files/log_files.hpp"
-#include "files/unit_table.hpp"
-#include "frame/bounded_text.hpp"
-#include "frame/event.hpp"
-#include "pointtest/plan_geometry.hpp"
+#include "events/event.hpp"
+#include "events/unit_table.hpp"
+#include "geometry/plan_geometry.hpp"
+#include "logs/log_files.hpp"
 
 namespace qmx {
 

@@ -4,7 +4,7 @@
 // while it is off.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #include <string_view>
 

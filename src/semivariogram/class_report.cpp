@@ -1,9 +1,9 @@
 #include "semivariogram/class_report.hpp"
 
-#include "files/log_files.hpp"
-#include "files/unit_table.hpp"
-#include "frame/bounded_text.hpp"
-#include "frame/event.hpp"
+#include "base/bounded_text.hpp"
+#include "events/event.hpp"
+#include "events/unit_table.hpp"
+#include "logs/log_files.hpp"
 #include "semivariogram/experimental.hpp"
 
 namespace qmx {

@@ -3,8 +3,8 @@
 // A debugging facility, like the run log of the coverage: gslib_gamv never turns it on.
 #pragma once
 
-#include "frame/array_view.hpp"
-#include "frame/base_types.hpp"
+#include "base/array_view.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx {
 

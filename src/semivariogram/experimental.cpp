@@ -1,8 +1,8 @@
 #include "semivariogram/experimental.hpp"
 
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "semivariogram/class_report.hpp"
-#include "semivariogram/pair_search.hpp"
+#include "semivariogram/search/pair_search.hpp"
 
 #include <ctime>
 

@@ -1,8 +1,8 @@
 // The experimental semivariogram of scattered points in the plane.
 #pragma once
 
-#include "frame/array_view.hpp"
-#include "frame/limits.hpp"
+#include "base/array_view.hpp"
+#include "base/limits.hpp"
 #include "qmx_ic.h"
 #include "semivariogram/parameters.hpp"
 

@@ -1,10 +1,10 @@
 #include "semivariogram/model_fit.hpp"
 
-#include "frame/event.hpp"
-#include "frame/limits.hpp"
-#include "frame/work_array.hpp"
+#include "base/limits.hpp"
+#include "base/work_array.hpp"
+#include "events/event.hpp"
 #include "numeric/bounded/bounded_fit.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "toolkit/polynomial_curve.hpp"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 // its curve.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

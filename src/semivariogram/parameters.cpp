@@ -1,6 +1,6 @@
 #include "semivariogram/parameters.hpp"
 
-#include "frame/event.hpp"
+#include "events/event.hpp"
 
 namespace qmx {
 

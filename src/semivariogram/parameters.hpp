@@ -2,9 +2,9 @@
 // they set up.
 #pragma once
 
-#include "frame/array_view.hpp"
-#include "frame/limits.hpp"
-#include "frame/work_array.hpp"
+#include "base/array_view.hpp"
+#include "base/limits.hpp"
+#include "base/work_array.hpp"
 #include "qmx_ic.h"
 
 namespace qmx {

@@ -1,7 +1,7 @@
 #include "semivariogram/semivariogram.hpp"
 
-#include "frame/event.hpp"
-#include "frame/limits.hpp"
+#include "base/limits.hpp"
+#include "events/event.hpp"
 #include "semivariogram/experimental.hpp"
 #include "semivariogram/model_fit.hpp"
 

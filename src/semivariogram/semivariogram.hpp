@@ -1,7 +1,7 @@
 // The semivariogram of one lot: experimental part, fitted model, curve and summary.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 #include "qmx_ic.h"
 
 namespace qmx {

@@ -1,10 +1,10 @@
 #include "toolkit/correlation_wrappers.hpp"
 
-#include "frame/event.hpp"
-#include "frame/work_array.hpp"
+#include "base/work_array.hpp"
+#include "events/event.hpp"
 #include "numeric/arithmetic/contiguous.hpp"
 #include "numeric/distributions/tabulated_quantile.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/cross_correlation.hpp"
 
 #include <algorithm>

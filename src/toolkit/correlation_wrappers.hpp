@@ -4,7 +4,7 @@
 // could not be allocated".
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

@@ -1,7 +1,7 @@
 // Means of several groups of values at once, in one sweep and without rounding on the way.
 #pragma once
 
-#include "frame/work_array.hpp"
+#include "base/work_array.hpp"
 #include "numeric/statistics/long_number.hpp"
 
 namespace qmx {

@@ -1,6 +1,6 @@
 #include "toolkit/interpolation.hpp"
 
-#include "frame/event.hpp"
+#include "events/event.hpp"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 // Linear interpolation in a table of ascending abscissas.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

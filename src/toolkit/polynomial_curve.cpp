@@ -1,7 +1,7 @@
 #include "toolkit/polynomial_curve.hpp"
 
-#include "frame/event.hpp"
-#include "numeric/error_stack.hpp"
+#include "events/event.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/polynomial_fit.hpp"
 
 #include <algorithm>

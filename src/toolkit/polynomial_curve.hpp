@@ -1,7 +1,7 @@
 // Polynomial curves through data: the fit, and its evaluation along a grid.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

@@ -1,12 +1,12 @@
 #include "toolkit/probability_plot.hpp"
 
-#include "files/unit_table.hpp"
-#include "frame/bounded_text.hpp"
-#include "frame/event.hpp"
-#include "frame/work_array.hpp"
-#include "numeric/character_plot.hpp"
+#include "base/bounded_text.hpp"
+#include "base/work_array.hpp"
+#include "events/event.hpp"
+#include "events/unit_table.hpp"
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
+#include "numeric/plot/character_plot.hpp"
 #include "toolkit/sort_wrappers.hpp"
 
 #include <cmath>

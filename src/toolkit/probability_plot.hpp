@@ -1,7 +1,7 @@
 // A text report with a normal probability plot.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

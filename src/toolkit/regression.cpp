@@ -1,8 +1,8 @@
 #include "toolkit/regression.hpp"
 
-#include "frame/event.hpp"
-#include "frame/work_array.hpp"
-#include "numeric/error_stack.hpp"
+#include "base/work_array.hpp"
+#include "events/event.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/regression/simple_regression.hpp"
 
 namespace qmx {

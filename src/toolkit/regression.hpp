@@ -1,7 +1,7 @@
 // Straight-line regression with its errors turned into events.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #include <cstddef>
 #include <type_traits>

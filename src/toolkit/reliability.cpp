@@ -1,10 +1,10 @@
 #include "toolkit/reliability.hpp"
 
-#include "frame/event.hpp"
-#include "frame/work_array.hpp"
+#include "base/work_array.hpp"
+#include "events/event.hpp"
 #include "numeric/bounded/bounded_fit.hpp"
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Adjustment of two means for reliability, and the maturity curve of a material that hardens.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

@@ -1,7 +1,7 @@
 #include "toolkit/sort_wrappers.hpp"
 
-#include "frame/event.hpp"
-#include "numeric/error_stack.hpp"
+#include "events/event.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/packed_array.hpp"
 #include "numeric/sorting/sort_search.hpp"
 

@@ -5,7 +5,7 @@
 // "memory could not be allocated". Refused arguments are no failure: outputs are then unwritten.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

@@ -1,10 +1,10 @@
 #include "toolkit/statistics_wrappers.hpp"
 
-#include "frame/event.hpp"
-#include "frame/limits.hpp"
-#include "frame/work_array.hpp"
+#include "base/limits.hpp"
+#include "base/work_array.hpp"
+#include "events/event.hpp"
 #include "numeric/arithmetic/contiguous.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/frequency.hpp"
 #include "numeric/statistics/univariate.hpp"
 

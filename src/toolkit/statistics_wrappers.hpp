@@ -5,7 +5,7 @@
 // below becomes the event "memory could not be allocated".
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 namespace qmx {
 

@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "mesh.hpp"
-#include "pass_bins.hpp"
+#include "study/analyses/mesh.hpp"
+#include "study/analyses/pass_bins.hpp"
 
 namespace {
 
@@ -281,7 +281,7 @@ std::vector<t_icdata> lattice(double spacing, int count, int gap_after = 0, doub
 }
 
 TEST(Mesh, IsReadOffTheLinesOfALattice) {
-    using qmx_ic_app::lattice_of;
+    using qmx_study::lattice_of;
     for (const double spacing : {0.3, 0.34, 0.3048, 1.0, 0.45}) {
         const auto mesh = lattice_of(lattice(spacing, 700, 300));
         ASSERT_TRUE(mesh) << spacing;
@@ -299,7 +299,7 @@ TEST(Mesh, IsReadOffTheLinesOfALattice) {
 }
 
 TEST(PassBins, CountsGoToTheFirstBinThatHoldsThem) {
-    using namespace qmx_ic_app;
+    using namespace qmx_study;
     std::vector<t_icdata> points;
     for (const double count : {3.9, -0.5, 5.0, 10000.0, 10001.0, 3e9, double{NAN}, -7.0})
         points.push_back({0, 0, count, 0, 0});

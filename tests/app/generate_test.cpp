@@ -1,7 +1,7 @@
 // The generator of artificial lots against the truth that it promises.
-#include "command.hpp"
-#include "generate_lot.hpp"
-#include "portable_math.hpp"
+#include "options/command.hpp"
+#include "study/base/portable_math.hpp"
+#include "study/generate/generate_lot.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,7 @@
 
 namespace {
 
-using namespace qmx_ic_app;
+using namespace qmx_study;
 namespace fs = std::filesystem;
 
 // A lot of sound rows only, one pass everywhere, without overlap.

@@ -1,7 +1,7 @@
 // The semivariogram command against pairs counted one by one, and against known fields.
-#include "lag_proposal.hpp"
-#include "pair_estimate.hpp"
 #include "run_program.hpp"
+#include "study/analyses/lag_proposal.hpp"
+#include "study/analyses/pair_estimate.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +18,7 @@ namespace {
 using app_test::outcome;
 using app_test::text_of;
 using nlohmann::json;
-using qmx_ic_app::propose_lags;
+using qmx_study::propose_lags;
 
 class Semivariogram : public app_test::Program {
 protected:
@@ -308,7 +308,7 @@ TEST_F(Semivariogram, WrongUseIsRefusedWithItsRemedy) {
 
 TEST(LagProposal, FollowsExtentAndSpacing) {
     const auto layout = [](double diagonal, double spacing) {
-        qmx_ic_app::point_layout result;
+        qmx_study::point_layout result;
         result.points = spacing < 8 ? 10000 : 30;
         result.diagonal = result.whole_diagonal = diagonal;
         result.spacing = spacing;
@@ -345,12 +345,12 @@ TEST(LagProposal, LayoutIsThatOfThePoints) {
     for (int i = 0; i < 40000; ++i)
         for (int twice = 0; twice < 2; ++twice)
             points.push_back({432000 + 0.5 * (i % 40), 4862000 + 0.34 * (i / 40), 1, 1, 0});
-    const auto layout = qmx_ic_app::layout_of(points);
+    const auto layout = qmx_study::layout_of(points);
     EXPECT_NEAR(layout.spacing, 0.34, 1e-9);
     EXPECT_NEAR(layout.diagonal, std::hypot(19.5, 339.66), 1e-6);
     EXPECT_FALSE(layout.has_stray_points());
     points.push_back({342000, 4862000, 1, 1, 0}); // 90 km to the west
-    const auto astray = qmx_ic_app::layout_of(points);
+    const auto astray = qmx_study::layout_of(points);
     EXPECT_TRUE(astray.has_stray_points());
     EXPECT_NEAR(astray.diagonal, layout.diagonal, 1);
     EXPECT_NEAR(astray.spacing, 0.34, 1e-9);
@@ -372,7 +372,7 @@ TEST(PairEstimate, IsWithinATenthOfTheCount) {
             for (std::size_t j = i + 1; j < points.size(); ++j)
                 pairs += std::hypot(points[i].d_x - points[j].d_x, points[i].d_y - points[j].d_y) <=
                          row.cut_off;
-        EXPECT_NEAR(qmx_ic_app::estimated_pairs(points, row.cut_off) / pairs, 1, 0.1)
+        EXPECT_NEAR(qmx_study::estimated_pairs(points, row.cut_off) / pairs, 1, 0.1)
             << row.width << " by " << row.height << ", " << row.cut_off;
     }
 }

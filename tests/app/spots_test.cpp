@@ -6,7 +6,7 @@
 #include <boost/math/distributions/students_t.hpp>
 #include <fmt/format.h>
 
-#include "line_statistics.hpp"
+#include "study/analyses/line_statistics.hpp"
 
 namespace {
 
@@ -31,10 +31,10 @@ TEST(Student, AgreesWithAnIndependentDistribution) {
             const boost::math::students_t_distribution<double> student(freedom);
             const double truth =
                 2 * boost::math::cdf(boost::math::complement(student, std::fabs(t)));
-            EXPECT_NEAR(qmx_ic_app::two_sided_student(t, freedom), truth, 1e-15 + 5e-17 * freedom)
+            EXPECT_NEAR(qmx_study::two_sided_student(t, freedom), truth, 1e-15 + 5e-17 * freedom)
                 << t << " " << freedom;
         }
-    EXPECT_EQ(qmx_ic_app::two_sided_student(INFINITY, 5), 0);
+    EXPECT_EQ(qmx_study::two_sided_student(INFINITY, 5), 0);
 }
 
 TEST_F(Spots, LineAndItsErrorsAreThoseOfThePairs) {

@@ -2,7 +2,7 @@
 #include "coverage/coverage.hpp"
 #include "coverage/coverage_state.hpp"
 #include "coverage/first_match.hpp"
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>

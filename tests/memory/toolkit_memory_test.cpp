@@ -1,5 +1,5 @@
 // Toolkit routines that no export reaches: each allocation that fails ends as the memory event.
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "support/failing_new.hpp"
 #include "toolkit/correlation_wrappers.hpp"
 #include "toolkit/probability_plot.hpp"

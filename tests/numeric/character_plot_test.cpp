@@ -1,7 +1,7 @@
 // The plot read back: which characters stand at which labels.
-#include "numeric/character_plot.hpp"
-#include "numeric/error_stack.hpp"
-#include "numeric/print_options.hpp"
+#include "numeric/errors/error_stack.hpp"
+#include "numeric/errors/print_options.hpp"
+#include "numeric/plot/character_plot.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Cross-correlations against the plain definition, identities of Bartlett's formula and its closed
 // forms.
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/cross_correlation.hpp"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "numeric/distributions/distributions.hpp"
 
 #include "numeric/distributions/distribution_values.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 
-#include "numeric/machine.hpp"
-#include "numeric/numeric_frame.hpp"
-#include "numeric/print_options.hpp"
+#include "numeric/errors/machine.hpp"
+#include "numeric/errors/numeric_frame.hpp"
+#include "numeric/errors/print_options.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/frequency.hpp"
 #include "support/register_widths.hpp"
 

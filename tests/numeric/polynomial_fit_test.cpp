@@ -1,6 +1,6 @@
 // Polynomial fits against arithmetic of 100 digits, certified data, and their errors.
 #include "numeric/arithmetic/guarded.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/orthogonal_fit.hpp"
 #include "numeric/polynomial/polynomial_fit.hpp"
 #include "support/register_widths.hpp"

@@ -1,7 +1,7 @@
 // One call of the regression on rows of a test, and rows made up for it.
 #pragma once
 
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/regression/simple_regression.hpp"
 
 #include <array>

@@ -1,5 +1,5 @@
 // The sorts against a plain transcription of their steps, on inputs that hurt, and the search.
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/sorting/quicksort.hpp"
 #include "numeric/sorting/sort_search.hpp"
 

@@ -1,7 +1,7 @@
 // Quantiles from tables: straight lines by hand, cubics that the curve must meet exactly, and the
 // normal distribution in both directions.
 #include "numeric/distributions/tabulated_quantile.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 
 #include <boost/math/distributions/normal.hpp>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Calls of UVSTA and what to hold them against.
 #pragma once
 
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/univariate.hpp"
 #include "support/exact_statistics.hpp"
 

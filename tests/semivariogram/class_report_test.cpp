@@ -1,5 +1,5 @@
 // The report behind the switch of gslib_gamv, which is off.
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "semivariogram/class_report.hpp"
 #include "semivariogram/experimental.hpp"
 #include "support/scratch_folder.hpp"

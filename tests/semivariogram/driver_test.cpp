@@ -1,6 +1,6 @@
 // The driver of the semivariogram: checks, the order of its outputs, and what a failure leaves.
-#include "frame/event.hpp"
-#include "frame/limits.hpp"
+#include "base/limits.hpp"
+#include "events/event.hpp"
 #include "semivariogram/semivariogram.hpp"
 
 #include <gtest/gtest.h>

@@ -1,11 +1,11 @@
 // The experimental semivariogram: the same numbers as the plain loop, to the
 // last bit.
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "semivariogram/experimental.hpp"
+#include "semivariogram/kernel/pair_kernel.hpp"
 #include "semivariogram/literal_loop.hpp"
-#include "semivariogram/pair_kernel.hpp"
-#include "semivariogram/pair_search.hpp"
-#include "semivariogram/window_search.hpp"
+#include "semivariogram/search/pair_search.hpp"
+#include "semivariogram/search/window_search.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "semivariogram/model_fit.hpp"
 
-#include "frame/event.hpp"
+#include "events/event.hpp"
 
 #include <gtest/gtest.h>
 

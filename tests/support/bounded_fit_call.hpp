@@ -2,7 +2,7 @@
 #pragma once
 
 #include "numeric/bounded/bounded_fit.hpp"
-#include "numeric/error_stack.hpp"
+#include "numeric/errors/error_stack.hpp"
 
 #include <gtest/gtest.h>
 

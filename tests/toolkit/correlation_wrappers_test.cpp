@@ -1,6 +1,6 @@
 // Cross correlation and tabulated quantiles through their wrappers: outputs, checks in their order,
 // events.
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "toolkit/correlation_wrappers.hpp"
 
 #include <gtest/gtest.h>

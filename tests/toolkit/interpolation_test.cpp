@@ -1,4 +1,4 @@
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "toolkit/interpolation.hpp"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Curves through data: what wins among failures, what is left behind, and the curve itself. With
 // them the wrappers of sorting and searching.
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
 

@@ -1,6 +1,6 @@
 // The report read back from its file.
-#include "files/unit_table.hpp"
-#include "frame/event.hpp"
+#include "events/event.hpp"
+#include "events/unit_table.hpp"
 #include "support/scratch_folder.hpp"
 #include "toolkit/probability_plot.hpp"
 

@@ -1,7 +1,7 @@
 // The regression's wrappers: which numerical errors become events, and copies
 // of strided matrices.
-#include "frame/event.hpp"
-#include "numeric/error_stack.hpp"
+#include "events/event.hpp"
+#include "numeric/errors/error_stack.hpp"
 #include "toolkit/regression.hpp"
 
 #include <gtest/gtest.h>

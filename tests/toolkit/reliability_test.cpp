@@ -1,6 +1,6 @@
 // The reliability adjustment against its formula's limits, the maturity fit against curves with
 // known parameters.
-#include "frame/event.hpp"
+#include "events/event.hpp"
 #include "toolkit/reliability.hpp"
 
 #include <gtest/gtest.h>

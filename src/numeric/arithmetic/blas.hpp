@@ -2,7 +2,7 @@
 // in elements. Only the numerical routines include this.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 extern "C" {
 

@@ -1,8 +1,8 @@
 // Contiguous elements out of a view that may be strided.
 #pragma once
 
-#include "frame/array_view.hpp"
-#include "frame/work_array.hpp"
+#include "base/array_view.hpp"
+#include "base/work_array.hpp"
 
 namespace qmx::numeric {
 

@@ -6,7 +6,7 @@
 // multiply-add after Dekker (1971), logarithm by the series of the inverse hyperbolic tangent.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #include <cmath>
 

@@ -5,7 +5,7 @@
 // J. Demmel and H. D. Nguyen, "Parallel reproducible summation", 2015.)
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #include <algorithm>
 #include <bit>

@@ -1,6 +1,6 @@
 #include "numeric/arithmetic/guarded.hpp"
 
-#include "numeric/machine.hpp"
+#include "numeric/errors/machine.hpp"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 // Division that yields NaN, 0 or an infinity at the limits instead of a hardware exception.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

@@ -12,7 +12,7 @@
 // is called inside must melt into it, since what remains a call is compiled for any processor.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #if defined(__GNUC__)
 #define QMX_MELTING [[gnu::always_inline]] inline

@@ -1,9 +1,9 @@
 #include "numeric/bounded/bounded_fit.hpp"
 
-#include "frame/work_array.hpp"
+#include "base/work_array.hpp"
+#include "numeric/arithmetic/storage_plan.hpp"
 #include "numeric/bounded/bounded_solver.hpp"
-#include "numeric/numeric_frame.hpp"
-#include "numeric/storage_plan.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
 #include <array>

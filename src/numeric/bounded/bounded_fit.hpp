@@ -63,7 +63,7 @@
 // and 6 by differences, in all runs but one from a far start; bounded_fit_test.cpp keeps that true.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 
 #include <cstddef>
 

@@ -1,8 +1,8 @@
 #include "numeric/bounded/bounded_solver.hpp"
 
 #include "numeric/bounded/trust_region.hpp"
-#include "numeric/machine.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "numeric/errors/machine.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
 #include <cmath>

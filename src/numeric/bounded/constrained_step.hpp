@@ -13,8 +13,8 @@
 // Optimization, 1981, chapter 5).
 #pragma once
 
+#include "numeric/arithmetic/storage_plan.hpp"
 #include "numeric/bounded/householder.hpp"
-#include "numeric/storage_plan.hpp"
 
 namespace qmx::numeric {
 

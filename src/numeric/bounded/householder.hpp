@@ -5,7 +5,7 @@
 // (1965).
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

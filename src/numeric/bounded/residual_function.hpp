@@ -1,7 +1,7 @@
 // The function that a nonlinear fit makes small, as the solver sees it.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

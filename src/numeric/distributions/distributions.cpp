@@ -1,7 +1,7 @@
 #include "numeric/distributions/distributions.hpp"
 
 #include "numeric/distributions/distribution_values.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 
 #include <limits>
 #include <type_traits>

@@ -18,7 +18,7 @@
 // microseconds on a desktop processor, but for DBETAI of a shape below 1/2 close to x = 1.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

@@ -30,7 +30,7 @@
 // Accuracy: computed in f64 and rounded once. Cost: each call goes through the table.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

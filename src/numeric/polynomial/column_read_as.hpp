@@ -1,7 +1,7 @@
 // Columns of numbers that may be held narrower than they are read.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #include <cmath>
 

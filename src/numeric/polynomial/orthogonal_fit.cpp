@@ -1,8 +1,8 @@
 #include "numeric/polynomial/orthogonal_fit.hpp"
 
-#include "frame/work_array.hpp"
+#include "base/work_array.hpp"
 #include "numeric/arithmetic/register_width.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 #include "numeric/sorting/sort_search.hpp"
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 //     p(0) = 1,   p(k+1) = (t - term[k].shift) p(k) - term[k].ratio p(k-1).
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 #include "numeric/arithmetic/double_double.hpp"
 #include "numeric/polynomial/column_read_as.hpp"
 

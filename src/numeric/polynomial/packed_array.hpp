@@ -1,8 +1,8 @@
 // A view's elements next to each other, for routines that take plain pointers.
 #pragma once
 
-#include "frame/array_view.hpp"
-#include "frame/work_array.hpp"
+#include "base/array_view.hpp"
+#include "base/work_array.hpp"
 
 #include <type_traits>
 

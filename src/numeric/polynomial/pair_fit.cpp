@@ -1,4 +1,4 @@
-#include "frame/work_array.hpp"
+#include "base/work_array.hpp"
 #include "numeric/polynomial/orthogonal_terms.hpp"
 
 namespace qmx::numeric {

@@ -1,9 +1,9 @@
 #include "numeric/polynomial/polynomial_fit.hpp"
 
-#include "frame/work_array.hpp"
+#include "base/work_array.hpp"
 #include "numeric/arithmetic/guarded.hpp"
-#include "numeric/machine.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "numeric/errors/machine.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 #include "numeric/polynomial/packed_array.hpp"
 #include "numeric/polynomial/power_basis.hpp"
 

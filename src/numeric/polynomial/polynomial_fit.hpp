@@ -31,7 +31,7 @@
 // f64; where it widens the errors of a fit of moderate size, the fit itself is refined.
 #pragma once
 
-#include "frame/array_view.hpp"
+#include "base/array_view.hpp"
 #include "numeric/polynomial/column_read_as.hpp"
 
 namespace qmx::numeric {

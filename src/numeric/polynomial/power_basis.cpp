@@ -1,7 +1,7 @@
 #include "numeric/polynomial/power_basis.hpp"
 
-#include "frame/work_array.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "base/work_array.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
 

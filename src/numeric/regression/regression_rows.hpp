@@ -1,7 +1,7 @@
 // The rows of a data matrix that a regression uses, and the units they are computed in.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

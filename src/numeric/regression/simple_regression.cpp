@@ -1,8 +1,8 @@
 #include "numeric/regression/simple_regression.hpp"
 
-#include "frame/work_array.hpp"
-#include "numeric/machine.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "base/work_array.hpp"
+#include "numeric/errors/machine.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 #include "numeric/regression/case_statistics.hpp"
 #include "numeric/regression/coefficient_table.hpp"
 #include "numeric/regression/lack_of_fit.hpp"

@@ -43,7 +43,7 @@
 // overflow nor rotations meet anything but ordinary numbers.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

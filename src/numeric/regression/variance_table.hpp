@@ -1,7 +1,7 @@
 // The analysis of variance of a regression.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

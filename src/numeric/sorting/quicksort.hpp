@@ -2,7 +2,7 @@
 // Singleton, "An efficient algorithm for sorting with minimal storage", 1969).
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #include <algorithm>
 #include <type_traits>

@@ -1,6 +1,6 @@
 #include "numeric/sorting/sort_search.hpp"
 
-#include "numeric/numeric_frame.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 #include "numeric/sorting/quicksort.hpp"
 
 namespace qmx::numeric {

@@ -1,7 +1,7 @@
 // Counting observations into classes, and the search of a class among cut points.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
 #include "numeric/statistics/cross_correlation.hpp"
 
-#include "frame/work_array.hpp"
-#include "numeric/machine.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "base/work_array.hpp"
+#include "numeric/errors/machine.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 #include "numeric/statistics/exact_mean.hpp"
 
 #include <algorithm>

@@ -33,7 +33,7 @@
 // Accuracy: sums are f64, each result is rounded once. Cost: NOBS * MAXLAG products.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

@@ -1,7 +1,7 @@
 // The mean of f32 values without rounding on the way.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

@@ -1,7 +1,7 @@
 #include "numeric/statistics/frequency.hpp"
 
-#include "numeric/machine.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "numeric/errors/machine.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 #include "numeric/statistics/class_search.hpp"
 #include "numeric/statistics/exact_mean.hpp"
 

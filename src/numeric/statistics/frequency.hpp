@@ -19,7 +19,7 @@
 // ascend (a NaN in it does not), 5 to 7 K, 8 a NaN in X.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

@@ -1,7 +1,7 @@
 // Central moments of f32 values, of one block of rows and of several put together.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 
 namespace qmx::numeric {
 

@@ -1,7 +1,7 @@
 #include "numeric/statistics/univariate.hpp"
 
-#include "frame/work_array.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "base/work_array.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 #include "numeric/statistics/univariate_summary.hpp"
 
 #include <algorithm>

@@ -23,7 +23,7 @@
 // carry f64 rounding. docs/accuracy.md tells what is measured.
 #pragma once
 
-#include "frame/base_types.hpp"
+#include "base/base_types.hpp"
 #include "numeric/statistics/moments.hpp"
 
 namespace qmx::numeric {

@@ -1,8 +1,8 @@
 #include "numeric/statistics/univariate_summary.hpp"
 
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/error_stack.hpp"
-#include "numeric/numeric_frame.hpp"
+#include "numeric/errors/error_stack.hpp"
+#include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
 #include <cmath>

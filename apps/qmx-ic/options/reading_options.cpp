@@ -1,0 +1,56 @@
+#include "options/reading_options.hpp"
+
+#include <fmt/format.h>
+
+#include "study/lot/column_names.hpp"
+#include "study/base/number_text.hpp"
+
+namespace qmx_study {
+
+void add_reading_options(CLI::App& command, reading_options& options) {
+    std::string missing_texts;
+    for (const std::string& text : default_missing_texts()) missing_texts += " " + text;
+
+    command
+        .add_option(
+            "FILE", options.file,
+            "Points: CSV (comma, semicolon or tab; .gz too), GeoPackage, Shapefile, GeoJSON "
+            "or another vector format")
+        ->required();
+    const std::string group = "Reading";
+    command.add_option("--x", options.x, "Column of the eastings")->group(group);
+    command.add_option("--y", options.y, "Column of the northings")->group(group);
+    command
+        .add_option("--value", options.value,
+                    fmt::format("Column of the measured value; otherwise the first of these names "
+                                "that is filled in at least half of the rows: {}",
+                                measured_value_order()))
+        ->group(group);
+    command.add_option("--pass", options.pass, "Column of the pass number")->group(group);
+    command
+        .add_option("--missing", options.missing,
+                    fmt::format("Text of a missing value, may be repeated; these always count:{}",
+                                missing_texts))
+        ->group(group)
+        ->allow_extra_args(false)
+        ->take_all();
+    command
+        .add_option("--where", options.where,
+                    "Only rows that satisfy a filter, say \"PassCount >= 2 AND VibeState = 'On'\"; "
+                    "numbers compare as numbers, a missing cell is NULL")
+        ->group(group);
+    command
+        .add_option("--decimal", options.decimal,
+                    "Decimal mark of a text file: auto, point or comma")
+        ->check(CLI::IsMember({"auto", "point", "comma"}))
+        ->capture_default_str()
+        ->group(group);
+    command.add_option("--layer", options.layer, "Layer of a file with several")->group(group);
+    command
+        .add_option("--project", options.project,
+                    "Planar coordinate system for longitudes and latitudes: utm (the zone of the "
+                    "data) or a code such as EPSG:26915")
+        ->group(group);
+}
+
+} // namespace qmx_study

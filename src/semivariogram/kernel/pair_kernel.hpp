@@ -1,0 +1,133 @@
+// The inner loops of the pair search: distances, classes and sums of many pairs side by side. They
+// exist in several versions that differ in the instructions they use and in nothing else: each pair
+// sees the additions, products, quotients and roots of the plain loop, and each class sees them in
+// its order.
+#pragma once
+
+#include "semivariogram/kernel/lag_classes.hpp"
+
+#include <cstdint>
+
+namespace qmx::pair_kernel {
+
+inline constexpr i64 most_lanes = 16; // of any version
+inline constexpr i64 columns = most_lag_classes + 1;
+// A class as the f32 that its number is added to: small integers are exact there, and rounding to
+// them is one addition.
+inline constexpr f32 key_of_nothing = 12582912.0F; // 1.5 * 2^23
+
+struct points {
+    const f32* x;
+    const f32* y;
+    const f32* value;
+};
+
+// What decides about pairs, for all rows of one search.
+struct search_rules {
+    const lag_classes* classes;
+    class_certainty certainty;
+    f32 inverse_lag;       // about 1 / xlag; only a guess of the class rests on it
+    f32 coincident_square; // the greatest that counts as coincidence
+    bool twice;            // each pair counts twice
+    // Pairs may lie outside the cone about the search direction, or outside its bands.
+    bool has_cone, has_bands;
+    f32 uvxazm, uvyazm, uvzdec;
+    f32 csatol, bandwh, bandwd;
+};
+
+// Rows that are searched side by side, each in a lane of its own, and how far each has come.
+struct row_lanes {
+    alignas(64) f32 x[most_lanes];
+    alignas(64) f32 y[most_lanes];
+    alignas(64) f32 value[most_lanes];
+    alignas(64) f32 limit[most_lanes]; // square of the greatest distance looked for; -1: no row
+    // A distance is certainly in class k if it is above epsilon and no further than this from
+    // xlag * (k - 2). Negative after a coincident pair that makes the next class depend on it.
+    alignas(64) f32 half_width[most_lanes];
+    alignas(64) f32 last_distance[most_lanes]; // of the pair found last
+    alignas(64) f32 last_key[most_lanes];      // its class, plus key_of_nothing
+};
+
+void begin_row(const search_rules& rules, row_lanes& rows, i64 lane, f32 x, f32 y, f32 value);
+void leave_empty(row_lanes& rows, i64 lane);
+
+// The class of the next pair of a row, its distance being h, or 0: for those that are not certain.
+i32 settle_class(const search_rules& rules, row_lanes& rows, i64 lane, f32 h);
+
+// Sums of classes. Element k is class k.
+struct class_sums {
+    struct of_class {
+        i64 count;
+        f64 distance;
+        f64 measure;
+    };
+    of_class of[columns];
+};
+
+// What a class has besides the usual sums; 0 mostly.
+enum class_needs : std::uint8_t {
+    nothing = 1,         // leave it out
+    next_measure = 2,    // measures from the next power of two
+    ordered_distance = 4 // distances like measures
+};
+// Sums that start from an even and from an odd last bit: see ordered_growth.hpp.
+template <class Sums> struct two_starts { Sums even, odd; };
+// Sums of rows apart from each other.
+template <class Sums> struct separate_sums {
+    two_starts<Sums> measure;
+    two_starts<Sums> next_measure;
+    two_starts<Sums> ordered_distance;
+};
+using lanes_of_sums = f64[most_lanes];
+
+// Of each lane.
+struct lane_sums {
+    struct of_class : separate_sums<lanes_of_sums> {
+        f64 distance[most_lanes / 2]; // from 0, each pair once, two lanes in one
+        alignas(64) i64 count;        // pairs of all lanes, each once
+    };
+    alignas(64) of_class of[columns];
+    std::uint8_t needs[columns]; // of class_needs
+};
+// Of one row.
+struct row_sums {
+    struct alignas(64) of_class : separate_sums<f64> {
+        f64 distance; // from 0, each pair once
+        i64 count;    // each pair once
+    };
+    of_class of[columns];
+    std::uint8_t needs[columns];
+};
+
+struct version {
+    const char* name;
+    i64 lanes; // rows side by side
+    // Pairs the row in lane t with candidates first + t, first + t + 1, ... up to `count`, those
+    // before candidate 0 left out. Adds to the sums. With `backwards` it is first + lanes - 1 - t.
+    // As many elements as there are lanes may be read before and after the candidates.
+    void (*sweep_rows)(const search_rules& rules, row_lanes& rows, const points& candidates,
+                       i64 first, i64 count, bool backwards, lane_sums& sums);
+    // Pairs the row in lane 0 with candidates first to count - 1, one addition after the other.
+    void (*sweep_row)(const search_rules& rules, row_lanes& rows, const points& candidates,
+                      i64 first, i64 count, class_sums& sums);
+    void (*sweep_row_apart)(const search_rules& rules, row_lanes& rows, const points& candidates,
+                            i64 first, i64 count, row_sums& sums);
+};
+
+// Without a name where the compiler's target lacks the instructions.
+extern const version version_plain;
+extern const version version_avx2;
+extern const version version_avx512;
+
+// The versions that this processor can run, the plainest first.
+struct version_list {
+    const version* entries[4];
+    i32 count;
+};
+version_list available_versions();
+
+// The version in use: the last of the list unless a test chose another.
+const version& version_in_use();
+void use_version(const version* chosen); // null: the last of the list again
+
+} // namespace qmx::pair_kernel

@@ -1,0 +1,15 @@
+// The pair kernel for processors with AVX2, where the compiler is told to make use of it.
+#include "semivariogram/kernel/pair_kernel.hpp"
+
+#if defined(__AVX2__) && defined(__BMI2__)
+
+#include "semivariogram/kernel/pair_kernel_body.hpp"
+
+const qmx::pair_kernel::version qmx::pair_kernel::version_avx2 = {
+    "avx2", width, sweep_rows, sweep_row<class_sums>, sweep_row<row_sums>};
+
+#else
+
+const qmx::pair_kernel::version qmx::pair_kernel::version_avx2 = {};
+
+#endif

@@ -1,0 +1,15 @@
+// The pair kernel for processors with AVX-512, where the compiler is told to make use of it.
+#include "semivariogram/kernel/pair_kernel.hpp"
+
+#if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512VL__) && defined(__AVX512DQ__)
+
+#include "semivariogram/kernel/pair_kernel_body.hpp"
+
+const qmx::pair_kernel::version qmx::pair_kernel::version_avx512 = {
+    "avx512", width, sweep_rows, sweep_row<class_sums>, sweep_row<row_sums>};
+
+#else
+
+const qmx::pair_kernel::version qmx::pair_kernel::version_avx512 = {};
+
+#endif

@@ -1,0 +1,343 @@
+// The loops of the pair kernel, written once. Each translation unit that includes this file compiles
+// them for the instructions that its compiler flags allow. Everything here is local to that unit.
+#pragma once
+
+#include "semivariogram/kernel/lanes.hpp"
+#include "semivariogram/kernel/pair_kernel.hpp"
+
+namespace qmx::pair_kernel {
+
+namespace {
+
+static_assert(width <= most_lanes);
+
+// The class of a key.
+inline i64 class_of(f32 key) {
+    std::uint32_t bits;
+    std::memcpy(&bits, &key, sizeof bits);
+    return bits & 255;
+}
+
+// What the loops need of the rules, in every lane.
+struct rule_lanes {
+    explicit rule_lanes(const search_rules& rules)
+        : inverse_lag(all(rules.inverse_lag)), xlag(all(rules.classes->xlag)),
+          shift(all(key_of_nothing + first_distance_class)), epsilon(all(epsilon_distance)),
+          uvxazm(all(rules.uvxazm)), uvyazm(all(rules.uvyazm)), uvzdec(all(rules.uvzdec)),
+          csatol(all(rules.csatol)), bandwh(all(rules.bandwh)), bandwd(all(rules.bandwd)),
+          is_banded(rules.has_bands), is_directed(rules.has_cone || rules.has_bands) {}
+
+    // The key of the class that holds a distance, and whether it certainly does.
+    inline flags classify(const reals& h, const reals& half_width, reals& key) const {
+        key = h * inverse_lag + shift;
+        const reals offset = magnitude(h - xlag * (key - shift));
+        return both(at_most(offset, half_width), below(epsilon, h));
+    }
+
+    // Of the found pairs, those that the direction accepts.
+    inline flags accepts(const flags& found, const reals& dx, const reals& dy,
+                         const reals& h) const {
+        // Most pairs are far from the border of the cone: no need for a quotient.
+        const reals along = magnitude(uvxazm * dx + uvyazm * dy);
+        const reals border = csatol * h;
+        flags inside = below(border * above_one, along);
+        const flags clear =
+            both(below(epsilon, h), either(inside, below(along, border * below_one)));
+        if ((bits_of(found) & ~bits_of(clear)) != 0) {
+            const reals cosine = choose(below(h, epsilon), all(1.0F), along / h);
+            inside = without(found, below(cosine, csatol));
+        }
+        inside = both(found, inside);
+        if (!is_banded) return inside;
+        const reals across = uvxazm * dy - uvyazm * dx;
+        return without(
+            inside, either(below(bandwh, magnitude(across)), below(bandwd, magnitude(uvzdec * h))));
+    }
+
+    reals inverse_lag, xlag, shift, epsilon;
+    reals uvxazm, uvyazm, uvzdec, csatol, bandwh, bandwd;
+    reals above_one = all(1.000001F), below_one = all(0.999999F);
+    bool is_banded, is_directed;
+};
+
+// ---- Rows side by side -------------------------------------------------------------------------
+
+template <bool Twice> inline void add_to(f64* sums, const wide_reals& term) {
+    wide_reals sum = load_wide(sums) + term;
+    if constexpr (Twice) sum = sum + term;
+    store_wide(sums, sum);
+}
+
+template <bool Twice> inline void add_to(two_starts<lanes_of_sums>& sums, const wide_reals& term) {
+    add_to<Twice>(sums.even, term);
+    add_to<Twice>(sums.odd, term);
+}
+
+// Pairs that are classified but not yet added. What is added has its class known for some time, so
+// that a branch on it does not wait for a root.
+struct pair_queue {
+    static constexpr std::uint64_t steps = 8;
+
+    std::uint64_t entered = 0;
+    unsigned found[steps];
+    alignas(64) f32 key[steps][width];
+    alignas(64) f32 distance[steps][width];
+    alignas(64) f32 measure[steps][width];
+};
+
+// Adds the pairs of the step with this number. Neighbours in their lanes have neighbours at about
+// their distance: of one or two classes.
+template <bool Twice>
+inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& sums) {
+    const std::uint64_t step = number % queue.steps;
+    const reals key = load(queue.key[step]);
+    for (unsigned left = queue.found[step]; left != 0;) {
+        const f32 one_key = queue.key[step][lowest_bit(left)];
+        const i64 k = class_of(one_key);
+        const flags mine = equal(key, all(one_key));
+        left &= ~bits_of(mine);
+        const unsigned needs = sums.needs[k];
+        if ((needs & class_needs::nothing) != 0) continue;
+        lane_sums::of_class& to = sums.of[k];
+        const wide_reals distance = widen(mine, queue.distance[step]);
+        const wide_reals measure = widen(mine, queue.measure[step]);
+        add_halves(to.distance, distance);
+        add_to<Twice>(to.measure, measure);
+        to.count += number_of(bits_of(mine));
+        if (needs == 0) continue;
+        if ((needs & class_needs::next_measure) != 0) add_to<Twice>(to.next_measure, measure);
+        if ((needs & class_needs::ordered_distance) != 0)
+            add_to<Twice>(to.ordered_distance, distance);
+    }
+}
+
+// Settles the classes of open lanes; returns the lanes that are found.
+[[gnu::noinline]] unsigned settle_lanes(const search_rules& rules, row_lanes& rows, unsigned open,
+                                        const f32* distances, f32* keys) {
+    unsigned found = 0;
+    for (; open != 0; open &= open - 1) {
+        const i64 lane = lowest_bit(open);
+        const i32 k = settle_class(rules, rows, lane, distances[lane]);
+        keys[lane] = key_of_nothing + static_cast<f32>(k);
+        found |= static_cast<unsigned>(k != 0) << lane;
+    }
+    return found;
+}
+
+template <bool Twice, bool Directed, bool Backwards>
+void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+           i64 count, lane_sums& sums) {
+    const rule_lanes rule(rules);
+    const reals xi = load(rows.x);
+    const reals yi = load(rows.y);
+    const reals vi = load(rows.value);
+    reals limit = load(rows.limit);
+    reals half_width = load(rows.half_width);
+    reals last_distance = load(rows.last_distance);
+    reals last_key = load(rows.last_key);
+    const auto from = [](const f32* place) {
+        return Backwards ? backwards(load(place)) : load(place);
+    };
+    pair_queue queue;
+    for (i64 at = first; at < count; ++at) {
+        const reals dx = from(candidates.x + at) - xi;
+        const reals dy = from(candidates.y + at) - yi;
+        const reals hs = dx * dx + dy * dy;
+        flags found = at_most(hs, limit);
+        if (at < 0 || at + width > count)
+            found = both(found, Backwards ? lanes_between(at + width - count, at + width)
+                                          : lanes_between(-at, count - at));
+        if (bits_of(found) == 0) continue;
+        const reals h = root(hs);
+        reals key;
+        const flags certain = both(found, rule.classify(h, half_width, key));
+        last_distance = choose(certain, h, last_distance);
+        last_key = choose(certain, key, last_key);
+        const unsigned open = bits_of(found) & ~bits_of(certain);
+        if (open != 0) {
+            alignas(64) f32 distances[width], keys[width];
+            store(distances, h);
+            store(keys, key);
+            store(rows.last_distance, last_distance);
+            store(rows.last_key, last_key);
+            found = flags_of(bits_of(certain) | settle_lanes(rules, rows, open, distances, keys));
+            key = load(keys);
+            limit = load(rows.limit);
+            half_width = load(rows.half_width);
+            last_distance = load(rows.last_distance);
+            last_key = load(rows.last_key);
+        }
+        if constexpr (Directed) {
+            found = rule.accepts(found, dx, dy, h);
+            if (bits_of(found) == 0) continue;
+        }
+        const reals difference = vi - from(candidates.value + at);
+        const std::uint64_t step = queue.entered % queue.steps;
+        queue.found[step] = bits_of(found);
+        store(queue.key[step], choose(found, key, all(key_of_nothing)));
+        store(queue.distance[step], h);
+        store(queue.measure[step], difference * difference);
+        if (++queue.entered >= queue.steps)
+            add_step<Twice>(queue, queue.entered - queue.steps, sums);
+    }
+    for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
+         step < queue.entered; ++step)
+        add_step<Twice>(queue, step, sums);
+    store(rows.last_distance, last_distance);
+    store(rows.last_key, last_key);
+}
+
+template <bool Twice, bool Directed>
+void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+           i64 count, bool backwards, lane_sums& sums) {
+    if (backwards)
+        sweep<Twice, Directed, true>(rules, rows, candidates, first, count, sums);
+    else
+        sweep<Twice, Directed, false>(rules, rows, candidates, first, count, sums);
+}
+
+void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+                i64 count, bool backwards, lane_sums& sums) {
+    const bool directed = rules.has_cone || rules.has_bands;
+    if (rules.twice && directed)
+        sweep<true, true>(rules, rows, candidates, first, count, backwards, sums);
+    else if (rules.twice)
+        sweep<true, false>(rules, rows, candidates, first, count, backwards, sums);
+    else if (directed)
+        sweep<false, true>(rules, rows, candidates, first, count, backwards, sums);
+    else
+        sweep<false, false>(rules, rows, candidates, first, count, backwards, sums);
+}
+
+// ---- One row -----------------------------------------------------------------------------------
+
+// Settles the pairs of a row in their order; returns which of them are found.
+[[gnu::noinline]] unsigned settle_in_order(const search_rules& rules, row_lanes& rows,
+                                           unsigned found, unsigned certain, const f32* distances,
+                                           f32* keys) {
+    for (unsigned left = found; left != 0; left &= left - 1) {
+        const i64 t = lowest_bit(left);
+        if (rows.half_width[0] > 0 && (certain >> t & 1) != 0) {
+            rows.last_distance[0] = distances[t];
+            rows.last_key[0] = keys[t];
+            continue;
+        }
+        const i32 k = settle_class(rules, rows, 0, distances[t]);
+        keys[t] = key_of_nothing + static_cast<f32>(k);
+        if (k == 0) found &= ~(1U << t);
+    }
+    return found;
+}
+
+// Pairs in range of a row, side by side. What stands past `count` has no meaning.
+struct pair_block {
+    static constexpr i64 most = 256;
+
+    i64 count = 0;
+    alignas(64) f32 dx[most + width];
+    alignas(64) f32 dy[most + width];
+    alignas(64) f32 square[most + width]; // of the distance
+    alignas(64) f32 measure[most + width];
+};
+
+template <bool Twice> inline void add_term(f64& sum, f64 term) {
+    sum += term;
+    if constexpr (Twice) sum += term;
+}
+
+template <bool Twice> inline void add_pair(class_sums& sums, i64 k, f64 distance, f64 measure) {
+    class_sums::of_class& to = sums.of[k];
+    to.count += Twice ? 2 : 1;
+    add_term<Twice>(to.distance, distance);
+    add_term<Twice>(to.measure, measure);
+}
+
+template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, f64 measure) {
+    const auto add = [](two_starts<f64>& to, f64 term) {
+        add_term<Twice>(to.even, term);
+        add_term<Twice>(to.odd, term);
+    };
+    const unsigned needs = sums.needs[k];
+    if ((needs & class_needs::nothing) != 0) return;
+    row_sums::of_class& to = sums.of[k];
+    ++to.count;
+    to.distance += distance;
+    add(to.measure, measure);
+    if (needs == 0) return;
+    if ((needs & class_needs::next_measure) != 0) add(to.next_measure, measure);
+    if ((needs & class_needs::ordered_distance) != 0) add(to.ordered_distance, distance);
+}
+
+template <bool Twice, class Sums>
+void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
+               pair_block& block, Sums& sums) {
+    alignas(64) f32 distances[width], keys[width];
+    alignas(64) f64 wide_distances[width], wide_measures[width];
+    const reals half_width = all(rules.certainty.half_width);
+    const flags everywhere = flags_of((1U << width) - 1);
+    for (i64 at = 0; at < block.count; at += width) {
+        const i64 held = block.count - at < width ? block.count - at : width;
+        unsigned found = (1U << held) - 1;
+        const reals h = root(load(block.square + at));
+        reals key;
+        const unsigned certain = bits_of(rule.classify(h, half_width, key));
+        store(distances, h);
+        store(keys, key);
+        if ((found & ~certain) != 0 || !(rows.half_width[0] > 0)) {
+            found = settle_in_order(rules, rows, found, certain, distances, keys);
+        } else {
+            rows.last_distance[0] = distances[held - 1];
+            rows.last_key[0] = keys[held - 1];
+        }
+        if (rule.is_directed)
+            found =
+                bits_of(rule.accepts(flags_of(found), load(block.dx + at), load(block.dy + at), h));
+        store_wide(wide_distances, widen(everywhere, distances));
+        store_wide(wide_measures, widen(everywhere, block.measure + at));
+        for (; found != 0; found &= found - 1) {
+            const i64 t = lowest_bit(found);
+            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_measures[t]);
+        }
+    }
+    block.count = 0;
+}
+
+template <bool Twice, class Sums>
+void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+                 i64 count, Sums& sums) {
+    const rule_lanes rule(rules);
+    const reals xi = all(rows.x[0]);
+    const reals yi = all(rows.y[0]);
+    const reals vi = all(rows.value[0]);
+    pair_block block;
+    for (i64 at = first; at < count; at += width) {
+        const reals dx = load(candidates.x + at) - xi;
+        const reals dy = load(candidates.y + at) - yi;
+        const reals hs = dx * dx + dy * dy;
+        unsigned found = bits_of(at_most(hs, all(rows.limit[0])));
+        if (count - at < width) found &= (1U << (count - at)) - 1;
+        const reals difference = vi - load(candidates.value + at);
+        store_packed(block.square + block.count, found, hs);
+        store_packed(block.measure + block.count, found, difference * difference);
+        if (rule.is_directed) {
+            store_packed(block.dx + block.count, found, dx);
+            store_packed(block.dy + block.count, found, dy);
+        }
+        block.count += number_of(found);
+        if (block.count > block.most - width) add_block<Twice>(rules, rule, rows, block, sums);
+    }
+    add_block<Twice>(rules, rule, rows, block, sums);
+}
+
+template <class Sums>
+void sweep_row(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+               i64 count, Sums& sums) {
+    if (rules.twice)
+        sweep_alone<true>(rules, rows, candidates, first, count, sums);
+    else
+        sweep_alone<false>(rules, rows, candidates, first, count, sums);
+}
+
+} // namespace
+
+} // namespace qmx::pair_kernel

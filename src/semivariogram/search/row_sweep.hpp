@@ -1,0 +1,45 @@
+// Rows of the pair search against their candidates: several rows side by side, or one alone.
+#pragma once
+
+#include "semivariogram/kernel/pair_kernel.hpp"
+#include "semivariogram/search/neighbour_runs.hpp"
+
+namespace qmx {
+
+class row_sweep {
+public:
+    // `all` are the points that candidates are gathered from.
+    row_sweep(const pair_kernel::search_rules& rules, const pair_kernel::points& all);
+
+    const pair_kernel::search_rules& rules() const { return rules_; }
+    i64 most_rows() const { return kernel_.lanes; } // at once
+
+    // Consecutive rows `first` to `end` - 1, with the candidates gathered for them, the first row in
+    // lane 0. The pair of a point with itself is left out.
+    void sweep(const neighbour_runs& candidates, i64 first, i64 end, pair_kernel::lane_sums& sums);
+    // One row, whose own point is the candidate at this place. One addition after the other.
+    void sweep_one(const neighbour_runs& candidates, i64 row, const candidate_place& own,
+                   pair_kernel::class_sums& sums);
+    void sweep_one(const neighbour_runs& candidates, i64 row, const candidate_place& own,
+                   pair_kernel::row_sums& sums);
+
+private:
+    struct way { // that the rows take
+        f32 x, y;
+    };
+    template <class Sweep, class Sums>
+    void sweep_alone(Sweep sweep_row, const neighbour_runs& candidates, i64 row,
+                     const candidate_place& own, Sums& sums);
+    void begin_lane(i64 lane, i64 row);
+    void sweep_stretches(const candidate_segment& others, i64 from, bool behind_rows, way rows,
+                         pair_kernel::lane_sums& sums);
+    void sweep_part(const candidate_segment& others, i64 from, i64 to, bool backwards,
+                    pair_kernel::lane_sums& sums);
+
+    const pair_kernel::search_rules& rules_;
+    const pair_kernel::points all_;
+    const pair_kernel::version& kernel_;
+    pair_kernel::row_lanes rows_ = {};
+};
+
+} // namespace qmx

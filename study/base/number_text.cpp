@@ -1,0 +1,135 @@
+#include "study/base/number_text.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace qmx_study {
+
+namespace {
+
+constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
+constexpr std::size_t longest_number = 64;
+constexpr std::size_t longest_unit = 16;
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+bool is_letter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+bool is_beyond_ascii(char c) {
+    return static_cast<unsigned char>(c) >= 0x80;
+}
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// Reads a number at the start of the text. Returns how many characters it takes, 0 for none.
+std::size_t number_at_start(std::string_view text, char decimal, double& value) {
+    std::array<char, longest_number> digits;
+    std::size_t taken = 0;
+    std::size_t length = 0;
+    bool any_digit = false;
+    if (!text.empty() && text[0] == '+') taken = 1; // from_chars takes no plus sign
+    for (; taken < text.size() && length < digits.size(); ++taken) {
+        char c = text[taken];
+        const char previous = length == 0 ? '\0' : digits[length - 1];
+        if (is_digit(c)) {
+            any_digit = true;
+        } else if (c == decimal) {
+            c = '.';
+        } else if ((c == 'e' || c == 'E') && any_digit) {
+            // An exponent only where digits follow: "2 ea" and "5e" carry a unit.
+            const std::size_t sign =
+                taken + 1 < text.size() && (text[taken + 1] == '-' || text[taken + 1] == '+');
+            if (taken + 1 + sign >= text.size() || !is_digit(text[taken + 1 + sign])) break;
+        } else if (!((c == '-' && taken == 0) || ((c == '-' || c == '+') && previous == 'e') ||
+                     ((c == '-' || c == '+') && previous == 'E'))) {
+            break;
+        }
+        digits[length++] = c;
+    }
+    if (!any_digit || length == digits.size()) return 0;
+    const char* const end = digits.data() + length;
+    const auto [stop, error] = std::from_chars(digits.data(), end, value);
+    return error == std::errc{} && stop == end && std::isfinite(value) ? taken : 0;
+}
+
+bool is_unit(std::string_view text) {
+    if (text.empty() || text.size() > longest_unit) return false;
+    if (!is_letter(text[0]) && text[0] != '%' && !is_beyond_ascii(text[0])) return false;
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return is_letter(c) || is_digit(c) || is_beyond_ascii(c) || c == '%' || c == '/' ||
+               c == '^' || c == '*' || c == '.' || c == '-';
+    });
+}
+
+} // namespace
+
+std::vector<std::string> default_missing_texts() {
+    return {"?", "NA", "N/A", "NaN", "null", "none", "-", "--", "#N/A"};
+}
+
+std::string_view trimmed(std::string_view text) {
+    const auto blank_front = [&]() -> std::size_t {
+        if (text.starts_with("\xC2\xA0")) return 2;
+        return !text.empty() && (text[0] == ' ' || text[0] == '\t' || text[0] == '\r');
+    };
+    const auto blank_back = [&]() -> std::size_t {
+        if (text.ends_with("\xC2\xA0")) return 2;
+        return !text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r');
+    };
+    while (const std::size_t count = blank_front()) text.remove_prefix(count);
+    while (const std::size_t count = blank_back()) text.remove_suffix(count);
+    return text;
+}
+
+bool same_text(std::string_view left, std::string_view right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char a, char b) { return lower(a) == lower(b); });
+}
+
+std::string lower_case(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), lower);
+    return result;
+}
+
+text_value read_text_value(std::string_view text, const number_style& style) {
+    text = trimmed(text);
+    if (text.empty()) return {text_kind::missing, not_a_number, {}};
+    double value = not_a_number;
+    const std::size_t taken = number_at_start(text, style.decimal, value);
+    if (taken == text.size()) {
+        // A code such as -9999 may have been named as missing too.
+        for (const std::string& missing : style.missing)
+            if (same_text(text, missing)) return {text_kind::missing, not_a_number, {}};
+        return {text_kind::number, value, {}};
+    }
+    for (const std::string& missing : style.missing)
+        if (same_text(text, missing)) return {text_kind::missing, not_a_number, {}};
+    if (taken > 0) {
+        const std::string_view unit = trimmed(text.substr(taken));
+        if (is_unit(unit)) return {text_kind::unit_number, value, unit};
+    } else if (text.back() == ')') {
+        const std::size_t open = text.rfind('(');
+        if (open != std::string_view::npos && open > 0) {
+            const std::string_view inner = trimmed(text.substr(open + 1, text.size() - open - 2));
+            const std::size_t inside = number_at_start(inner, style.decimal, value);
+            if (inside > 0 && inside == inner.size())
+                return {text_kind::labelled, value, trimmed(text.substr(0, open))};
+        }
+    }
+    return {text_kind::not_a_number, not_a_number, {}};
+}
+
+bool read_plain_number(std::string_view text, double& value) {
+    text = trimmed(text);
+    const std::size_t taken = number_at_start(text, '.', value);
+    return taken > 0 && taken == text.size();
+}
+
+} // namespace qmx_study

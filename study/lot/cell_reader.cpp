@@ -1,0 +1,78 @@
+#include "study/lot/cell_reader.hpp"
+
+#include <cmath>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "study/lot/column_names.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+constexpr double none = std::numeric_limits<double>::quiet_NaN();
+
+} // namespace
+
+void drop_counter::add(std::string_view role, std::string_view reason, std::string_view subject,
+                       std::string_view text, std::int64_t record, std::string_view column,
+                       std::string_view value) {
+    for (dropped_rows& known : rows)
+        if (known.reason.size() == role.size() + reason.size() && known.reason.starts_with(role) &&
+            known.reason.ends_with(reason)) {
+            ++known.count;
+            return;
+        }
+    rows.push_back({fmt::format("{}{}", role, reason), fmt::format("{}{}", subject, text), 1,
+                    record, std::string(column), std::string(value)});
+}
+
+cell_reader::cell_reader(const used_column& use, const char* role, const row_survey& learned)
+    : column(use), survey(learned), key(role) {
+    if (column.index < 0) return;
+    unit = survey.columns[static_cast<std::size_t>(column.index)].unit;
+    if (unit.empty()) unit = meaning_of_name(column.name).unit;
+}
+
+double cell_reader::read(const table_source& row, drop_counter& drops) {
+    const text_value cell = row.value(column.index, survey.style);
+    const auto drop = [&](const char* reason, const char* text) {
+        drops.add(key, reason, column.name, text, row.record(), column.name,
+                  trimmed(row.text(column.index)));
+        return none;
+    };
+    switch (cell.kind) {
+    case text_kind::missing: return drop("_missing", " is missing");
+    case text_kind::not_a_number: return drop("_not_a_number", " is not a number");
+    case text_kind::number: break;
+    case text_kind::unit_number:
+        if (unit.empty()) unit = cell.extra;
+        if (!same_text(cell.extra, unit)) return drop("_in_another_unit", " is in another unit");
+        note_stripped(cell, true);
+        break;
+    case text_kind::labelled: note_stripped(cell, false); break;
+    }
+    return cell.value;
+}
+
+void cell_reader::note_stripped(const text_value& cell, bool is_unit) {
+    if (stripped.count++ == 0) stripped = {column.name, std::string(cell.extra), is_unit, 1};
+}
+
+void value_column::take(const table_source& row, std::size_t position, std::size_t capacity) {
+    const double value = reader.read(row, drops);
+    if (values.empty()) {
+        if (std::isnan(value)) return;
+        values.reserve(capacity);
+        values.assign(position, none);
+    }
+    values.push_back(value);
+    filled += !std::isnan(value);
+}
+
+double value_column::at(std::size_t position) const {
+    return values.empty() ? none : values[position];
+}
+
+} // namespace qmx_study

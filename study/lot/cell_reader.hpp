@@ -1,0 +1,58 @@
+// The cells of one column read as numbers, with an account of what could not be read.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "study/lot/lot_reader.hpp"
+
+namespace qmx_study {
+
+// Counts dropped rows by reason, and remembers the first of each.
+class drop_counter {
+public:
+    // The key of a reason is made of two parts, and so is its text: no text is put together for a row
+    // whose reason is known.
+    void add(std::string_view role, std::string_view reason, std::string_view subject,
+             std::string_view text, std::int64_t record, std::string_view column = {},
+             std::string_view value = {});
+    void add(std::string_view reason, std::string_view text, std::int64_t record) {
+        add("", reason, "", text, record);
+    }
+    std::vector<dropped_rows> rows;
+};
+
+// Reads one column: counts units and labels stripped, and names what is wrong with a cell.
+class cell_reader {
+public:
+    cell_reader(const used_column& use, const char* role, const row_survey& learned);
+
+    // The number of a cell; NaN after adding the reason to `drops`.
+    double read(const table_source& row, drop_counter& drops);
+
+    used_column column;
+    stripped_text stripped;
+
+private:
+    const row_survey& survey;
+    std::string key;
+    std::string unit; // that all values of the column must have, if they have one
+
+    void note_stripped(const text_value& cell, bool is_unit);
+};
+
+// The values of one candidate column, for the points read so far. A column without any number takes
+// no memory.
+struct value_column {
+    cell_reader reader;
+    drop_counter drops;
+    std::vector<double> values;
+    std::int64_t filled = 0;
+
+    void take(const table_source& row, std::size_t position, std::size_t capacity);
+    double at(std::size_t position) const;
+};
+
+} // namespace qmx_study

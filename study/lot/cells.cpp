@@ -1,0 +1,81 @@
+#include "study/lot/cells.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace qmx_study {
+
+namespace {
+
+constexpr double steps_per_unit = 1000;
+constexpr double steps_per_degree = 1e8; // about a millimetre
+
+struct cell_record {
+    double x, y; // in whole steps
+    std::uint32_t index;
+};
+
+std::vector<cell_record> records_by_cell(const lot& points) {
+    const double steps = points.is_geographic ? steps_per_degree : steps_per_unit;
+    std::vector<cell_record> records;
+    records.reserve(points.points.size());
+    for (std::size_t i = 0; i < points.points.size(); ++i) {
+        const t_icdata& point = points.points[i];
+        if (std::isnan(point.d_x) || std::isnan(point.d_y)) continue;
+        records.push_back({std::round(point.d_x * steps), std::round(point.d_y * steps),
+                           static_cast<std::uint32_t>(i)});
+    }
+    std::sort(records.begin(), records.end(), [](const cell_record& a, const cell_record& b) {
+        if (a.x != b.x) return a.x < b.x;
+        if (a.y != b.y) return a.y < b.y;
+        return a.index < b.index;
+    });
+    return records;
+}
+
+// Calls visit(first, last) for the records of each cell.
+template <class Visit> void for_each_cell(const std::vector<cell_record>& records, Visit visit) {
+    for (auto first = records.begin(); first != records.end();) {
+        auto last = first;
+        while (last != records.end() && last->x == first->x && last->y == first->y) ++last;
+        visit(first, last);
+        first = last;
+    }
+}
+
+} // namespace
+
+cell_summary summarise_cells(const lot& points) {
+    cell_summary summary;
+    for_each_cell(records_by_cell(points), [&](auto first, auto last) {
+        const std::int64_t records = last - first;
+        ++summary.cells;
+        summary.shared_cells += records > 1;
+        summary.most_records = std::max(summary.most_records, records);
+    });
+    return summary;
+}
+
+std::int64_t keep_last_pass(lot& points) {
+    std::vector<bool> is_kept(points.points.size(), false);
+    for_each_cell(records_by_cell(points), [&](auto first, auto last) {
+        std::uint32_t best = first->index;
+        for (auto record = first; record != last; ++record)
+            if (points.points[record->index].i_passno >= points.points[best].i_passno)
+                best = record->index;
+        is_kept[best] = true;
+    });
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < is_kept.size(); ++i) {
+        if (!is_kept[i]) continue;
+        points.points[kept] = points.points[i];
+        points.records[kept++] = points.records[i];
+    }
+    const auto left_out = static_cast<std::int64_t>(points.points.size() - kept);
+    points.points.resize(kept);
+    points.records.resize(kept);
+    return left_out;
+}
+
+} // namespace qmx_study

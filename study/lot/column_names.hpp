@@ -1,0 +1,24 @@
+// What a column holds, told from its name.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qmx_study {
+
+enum class column_role { other, easting, northing, longitude, latitude, pass_count, measured };
+
+struct column_meaning {
+    column_role role = column_role::other;
+    int rank = 0;     // among the columns of a role the smallest rank is taken first
+    std::string unit; // as written in the name, "" where the name tells none
+};
+
+// The name may carry its unit: CellE_m, yield_bu_ac, "Speed (km/h)", "Temp [°C]". Case, blanks,
+// underscores and hyphens do not count, nor does a leading "Last".
+column_meaning meaning_of_name(std::string_view name);
+
+// The order in which measured values are taken, for messages and help.
+std::string measured_value_order();
+
+} // namespace qmx_study

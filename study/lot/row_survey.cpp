@@ -1,0 +1,150 @@
+#include "study/lot/row_survey.hpp"
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+namespace qmx_study {
+
+namespace {
+
+constexpr std::int64_t surveyed_rows = 5000;
+constexpr std::int64_t least_filled = 3;
+
+column_content content_of(text_kind kind) {
+    switch (kind) {
+    case text_kind::number:
+    case text_kind::unit_number: return column_content::numbers;
+    case text_kind::labelled: return column_content::labelled_numbers;
+    case text_kind::not_a_number: return column_content::text;
+    case text_kind::missing: break;
+    }
+    return column_content::unknown;
+}
+
+// The mark that the numbers of the first rows are written with.
+char learn_decimal_mark(table_source& source) {
+    const number_style point{'.', {}};
+    const number_style comma{',', {}};
+    std::int64_t points = 0;
+    std::int64_t commas = 0;
+    source.rewind();
+    for (std::int64_t row = 0; row < surveyed_rows && source.next(); ++row)
+        for (int column = 0; column < static_cast<int>(source.columns.size()); ++column) {
+            const std::string_view text = source.text(column);
+            const auto counts = [&](char mark, const number_style& style) {
+                return text.find(mark) != std::string_view::npos &&
+                       content_of(read_text_value(text, style).kind) == column_content::numbers;
+            };
+            points += counts('.', point);
+            commas += counts(',', comma);
+        }
+    return commas > points ? ',' : '.';
+}
+
+// Whether a cell can stand in a column. A missing cell contradicts only a column that hardly ever
+// has one.
+bool contradicts(const text_value& cell, const surveyed_column& column) {
+    if (column.content == column_content::unknown) return false;
+    if (cell.kind == text_kind::missing) return 50 * column.missing <= column.filled;
+    if (content_of(cell.kind) != column.content) return true;
+    return cell.kind == text_kind::unit_number && !column.unit.empty() && cell.extra != column.unit;
+}
+
+// A quick look that never misses a row in which text stands where numbers belong or the reverse.
+bool may_contradict(std::string_view text, column_content content) {
+    if (text.empty() || content == column_content::unknown) return false;
+    const char first = text.front();
+    const bool numeric_start = (first >= '0' && first <= '9') || first == '-' || first == '+' ||
+                               first == '.' || first == ',' || first == ' ';
+    return numeric_start != (content == column_content::numbers);
+}
+
+} // namespace
+
+bool row_survey::is_out_of_place(const table_source& row) const {
+    const std::size_t count = columns.size();
+    bool suspicious = false;
+    for (std::size_t j = 0; j < count && !suspicious; ++j) {
+        const std::string_view text = row.text(static_cast<int>(j));
+        suspicious = may_contradict(text, columns[j].content) &&
+                     contradicts(read_text_value(text, style), columns[j]) &&
+                     read_text_value(text, style).kind != text_kind::missing;
+    }
+    if (!suspicious) return false;
+
+    std::vector<text_value> cells(count);
+    for (std::size_t j = 0; j < count; ++j)
+        cells[j] = read_text_value(row.text(static_cast<int>(j)), style);
+    int as_it_stands = 0;
+    for (std::size_t j = 0; j < count; ++j) as_it_stands += contradicts(cells[j], columns[j]);
+    if (as_it_stands < 2) return false;
+
+    // Contradictions when the fields from `first` on belong one column further right (a field was
+    // lost before them) or left (a field too many stands before them).
+    int best = as_it_stands;
+    int before = 0;
+    for (std::size_t first = 0; first < count; ++first) {
+        int lost = before;
+        for (std::size_t j = first; j + 1 < count; ++j)
+            lost += contradicts(cells[j], columns[j + 1]);
+        if (cells[count - 1].kind == text_kind::missing) best = std::min(best, lost);
+        int inserted = before;
+        for (std::size_t j = first + 1; j < count; ++j)
+            inserted += contradicts(cells[j], columns[j - 1]);
+        best = std::min(best, inserted);
+        before += contradicts(cells[first], columns[first]);
+    }
+    return best <= as_it_stands - 2;
+}
+
+row_survey survey_rows(table_source& source, const std::vector<std::string>& missing,
+                       char decimal) {
+    row_survey survey;
+    survey.style.missing = missing;
+    if (decimal != '\0') {
+        survey.style.decimal = decimal;
+    } else {
+        survey.style.decimal = source.is_delimited ? learn_decimal_mark(source) : '.';
+    }
+    const std::size_t count = source.columns.size();
+    survey.columns.resize(count);
+    std::vector<std::array<std::int64_t, 4>> contents(count, {0, 0, 0, 0});
+    std::vector<std::map<std::string, std::int64_t, std::less<>>> units(count);
+
+    source.rewind();
+    auto odd = source.lines.odd.begin();
+    for (; survey.rows < surveyed_rows && source.next(); ++survey.rows) {
+        if (odd != source.lines.odd.end() && odd->record == source.record()) {
+            ++odd;
+            continue;
+        }
+        for (std::size_t j = 0; j < count; ++j) {
+            const text_value cell = source.value(static_cast<int>(j), survey.style);
+            ++contents[j][static_cast<std::size_t>(content_of(cell.kind))];
+            survey.columns[j].missing += cell.kind == text_kind::missing;
+            survey.columns[j].filled += cell.kind != text_kind::missing;
+            if (cell.kind != text_kind::unit_number) continue;
+            const auto known = units[j].find(cell.extra);
+            if (known != units[j].end()) {
+                ++known->second;
+            } else if (units[j].size() < 100) {
+                units[j].emplace(cell.extra, 1);
+            }
+        }
+    }
+    for (std::size_t j = 0; j < count; ++j) {
+        surveyed_column& column = survey.columns[j];
+        for (std::size_t content = 1; content < 4 && column.filled >= least_filled; ++content)
+            if (10 * contents[j][content] >= 9 * column.filled)
+                column.content = static_cast<column_content>(content);
+        const auto most =
+            std::max_element(units[j].begin(), units[j].end(),
+                             [](const auto& a, const auto& b) { return a.second < b.second; });
+        if (most != units[j].end() && 2 * most->second > column.filled) column.unit = most->first;
+    }
+    source.rewind();
+    return survey;
+}
+
+} // namespace qmx_study

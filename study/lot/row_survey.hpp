@@ -1,0 +1,39 @@
+// What the columns of a delimited text hold, learned from its first rows, and rows that contradict it.
+//
+// A row that lost a field in its middle has all later fields one column to the left. Where the writer
+// filled up the end, counting fields does not find it; but then text stands where numbers belong.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "study/base/number_text.hpp"
+#include "study/table/table_source.hpp"
+
+namespace qmx_study {
+
+// What a column holds as a rule: at least nine tenths of its filled cells, and three of them.
+enum class column_content { unknown, numbers, labelled_numbers, text };
+
+struct surveyed_column {
+    column_content content = column_content::unknown;
+    std::int64_t filled = 0;
+    std::int64_t missing = 0;
+    std::string unit; // the unit inside most of the values, "" if there is none
+};
+
+struct row_survey {
+    std::vector<surveyed_column> columns;
+    number_style style;
+    std::int64_t rows = 0;
+
+    // True when the fields of this row fit the columns much better after moving those from some
+    // field on by one column.
+    bool is_out_of_place(const table_source& row) const;
+};
+
+// decimal: '.' or ',' to settle the decimal mark, '\0' to learn it. Leaves the source rewound.
+row_survey survey_rows(table_source& source, const std::vector<std::string>& missing, char decimal);
+
+} // namespace qmx_study

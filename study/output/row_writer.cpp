@@ -1,0 +1,106 @@
+#include "study/output/row_writer.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "study/base/errors.hpp"
+#include "study/base/output_file.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+constexpr std::size_t written_at_once = std::size_t{1} << 20;
+
+class text_writer {
+public:
+    text_writer(const std::string& path, char between)
+        : name(path), separator(between), file(std::fopen(path.c_str(), "wb"), std::fclose) {
+        if (!file) fail();
+        buffer.reserve(written_at_once + 4096);
+    }
+
+    void field(std::string_view text) {
+        if (!at_start) buffer += separator;
+        at_start = false;
+        const char special[] = {separator, '"', '\n', '\r', '\0'};
+        if (text.find_first_of(special) == std::string_view::npos) {
+            buffer += text;
+            return;
+        }
+        buffer += '"';
+        for (const char c : text) {
+            if (c == '"') buffer += '"';
+            buffer += c;
+        }
+        buffer += '"';
+    }
+
+    void end_row() {
+        buffer += '\n';
+        at_start = true;
+        if (buffer.size() >= written_at_once) flush();
+    }
+
+    void close() {
+        flush();
+        if (std::fclose(file.release()) != 0) fail();
+    }
+
+private:
+    std::string name;
+    char separator;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
+    std::string buffer;
+    bool at_start = true;
+
+    void flush() {
+        if (std::fwrite(buffer.data(), 1, buffer.size(), file.get()) != buffer.size()) fail();
+        buffer.clear();
+    }
+    [[noreturn]] void fail() const {
+        throw usage_error(fmt::format("--output {}: {}", name, std::strerror(errno)));
+    }
+};
+
+} // namespace
+
+void write_rows(table_source& source, const std::vector<std::int64_t>& records,
+                const std::string& output, progress& shown) {
+    refuse_input_as_output(source.file, output);
+    text_writer writer(output, source.is_delimited ? source.lines.separator : ',');
+    const bool has_points = source.has_geometry() && !source.is_delimited;
+    if (has_points) {
+        writer.field("x");
+        writer.field("y");
+    }
+    for (const source_column& column : source.columns) writer.field(column.name);
+    writer.end_row();
+
+    auto wanted = records.begin();
+    source.rewind();
+    while (wanted != records.end() && source.next()) {
+        if (source.record() % 4096 == 0)
+            shown.note("writing " + output, static_cast<double>(source.record()),
+                       static_cast<double>(records.back()));
+        if (source.record() != *wanted) continue;
+        ++wanted;
+        if (has_points) {
+            const OGRGeometry* const geometry = source.geometry();
+            const bool is_point = geometry && wkbFlatten(geometry->getGeometryType()) == wkbPoint;
+            writer.field(is_point ? fmt::format("{}", geometry->toPoint()->getX()) : "");
+            writer.field(is_point ? fmt::format("{}", geometry->toPoint()->getY()) : "");
+        }
+        for (int column = 0; column < static_cast<int>(source.columns.size()); ++column)
+            writer.field(source.text(column));
+        writer.end_row();
+    }
+    writer.close();
+    shown.clear();
+}
+
+} // namespace qmx_study

@@ -1,0 +1,40 @@
+// A look at the bare lines of a delimited text file, before its fields are read: how many records
+// there are, which of them do not have as many fields as the head line, and on which line of the
+// file a record stands.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qmx_study {
+
+class progress;
+
+struct odd_record {
+    std::int64_t record; // from 1
+    int fields;
+};
+
+struct line_scan {
+    char separator = ',';
+    int head_fields = 0;
+    std::vector<std::string> head; // names of the columns
+    std::int64_t records = 0;      // without the head line and without empty lines
+    std::vector<odd_record> odd;   // ascending; an extra empty field at the end is none
+
+    bool is_plain = false; // every reader takes the same records from it: see text_records
+
+    // A line differs from (record + 1) after empty lines and after fields that span lines.
+    struct step {
+        std::int64_t record, line;
+    };
+    std::vector<step> steps;
+    std::int64_t line_of(std::int64_t record) const;
+};
+
+// Reads the file through GDAL's file systems, so gzip works too (/vsigzip/). Throws usage_error when
+// the file cannot be read, is empty, or is no text.
+line_scan scan_lines(const std::string& path, const std::string& shown_name, progress& shown);
+
+} // namespace qmx_study

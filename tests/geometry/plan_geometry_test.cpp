@@ -1,0 +1,257 @@
+#include "geometry/plan_geometry.hpp"
+
+#include "events/unit_table.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace qmx;
+
+namespace {
+
+constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
+constexpr f64 infinite = std::numeric_limits<f64>::infinity();
+constexpr i32 least = std::numeric_limits<i32>::min(), greatest = std::numeric_limits<i32>::max();
+
+using outline = std::vector<f64>; // x1, y1, x2, y2, ...
+
+const outline unit_square{0, 0, 1, 0, 1, 1, 0, 1};
+const outline figure_eight{0, 0, 4, 0, 4, 2, 2, 2, 2, -2, 0, -2}; // crosses itself at (2, 0)
+
+outline reversed(const outline& v) {
+    outline result;
+    for (std::size_t i = v.size(); i > 0; i -= 2) result.insert(result.end(), {v[i - 2], v[i - 1]});
+    return result;
+}
+
+i32 polygon_answer(const outline& v, f64 x, f64 y) {
+    const f64 p[2] = {x, y};
+    i32 inside = 7;
+    POLYGON_CONTAINS_POINT_2D(static_cast<i32>(v.size() / 2), v.data(), p, inside);
+    return inside;
+}
+
+f64 area_of(const outline& v) {
+    f64 area = not_a_number;
+    POLYGON_SIGNED_AREA_2D(static_cast<i32>(v.size() / 2), v.data(), area);
+    return area;
+}
+
+// The even-odd rule with half-open edges in whole numbers, by cross-multiplication.
+bool exact_answer(const std::vector<i64>& v, i64 x, i64 y) {
+    bool inside = false;
+    const std::size_t n = v.size() / 2;
+    for (std::size_t i = 0; i < n; ++i) {
+        const std::size_t j = (i + 1) % n;
+        const i64 xi = v[2 * i], yi = v[2 * i + 1], xj = v[2 * j], yj = v[2 * j + 1];
+        if ((yi < y) == (yj < y)) continue;
+        const i64 height = yj - yi;
+        const i64 difference = (x - xi) * height - (y - yi) * (xj - xi);
+        if (height > 0 ? difference < 0 : difference > 0) inside = !inside;
+    }
+    return inside;
+}
+
+} // namespace
+
+TEST(Circle, RimIsInsideAndNanIsNot) {
+    const struct {
+        f64 radius, cx, cy, x, y;
+        bool inside;
+    } cases[] = {
+        {5, 0, 0, 3, 4, true},
+        {5, 0, 0, 3, 4.0000001, false},
+        {-5, 0, 0, 3, 4, true},
+        {0, 2, 7, 2, 7, true},
+        {0, 2, 7, 2, 7.0000001, false},
+        {not_a_number, 0, 0, 0, 0, false},
+        {1, not_a_number, 0, 0, 0, false},
+        {1, 0, 0, 0, not_a_number, false},
+        {infinite, 0, 0, 9, 9, true},
+        {1e200, 0, 0, 1e200, 0, true}, // both squares overflow alike
+        {1, 0, 0, infinite, 0, false},
+        {infinite, infinite, 0, infinite, 0, false},
+    };
+    for (const auto& c : cases) {
+        const f64 center[2] = {c.cx, c.cy}, p[2] = {c.x, c.y};
+        i32 inside = 7;
+        CIRCLE_CONTAINS_POINT_2D(c.radius, center, p, inside);
+        EXPECT_EQ(inside, c.inside ? truth_true : truth_false)
+            << "r " << c.radius << " at " << c.x << ", " << c.y;
+    }
+}
+
+// The square of x lies 121/256 of a unit in the last place above what it is rounded to. A fused
+// multiply-add would add y*y, a sixteenth of a unit, to it before rounding, and round up.
+TEST(Circle, SquaresAreRoundedBeforeTheyAreAdded) {
+    const f64 x = 1.0 + 11 * 0x1p-30, y = 0x1p-28;
+    const f64 center[2] = {0, 0}, p[2] = {x, y};
+    i32 inside = 7;
+    CIRCLE_CONTAINS_POINT_2D(x, center, p, inside);
+    EXPECT_EQ(inside, truth_true);
+}
+
+TEST(Polygon, BoundaryRule) {
+    const struct {
+        const char* where;
+        f64 x, y;
+        bool inside;
+    } cases[] = {
+        {"within", 0.5, 0.5, true},
+        {"left edge", 0, 0.5, true},
+        {"right edge", 1, 0.5, false},
+        {"bottom edge", 0.5, 0, false},
+        {"top edge", 0.5, 1, true},
+        {"top left", 0, 1, true},
+        {"top right", 1, 1, false},
+        {"bottom left", 0, 0, false},
+        {"bottom right", 1, 0, false},
+        {"left of it", -1, 0.5, false},
+        {"level with the top", -1, 1, false},
+        {"x is NaN", not_a_number, 0.5, false},
+        {"y is NaN", 0.5, not_a_number, false},
+        {"far left", -infinite, 0.5, false},
+        {"far above", 0.5, infinite, false},
+    };
+    outline closed = unit_square, doubled;
+    closed.insert(closed.end(), {0, 0});
+    for (std::size_t i = 0; i < unit_square.size(); i += 2)
+        for (int twice = 0; twice < 2; ++twice)
+            doubled.insert(doubled.end(), {unit_square[i], unit_square[i + 1]});
+    for (const auto& c : cases)
+        for (const outline& v : {unit_square, reversed(unit_square), closed, doubled})
+            EXPECT_EQ(polygon_answer(v, c.x, c.y), c.inside ? truth_true : truth_false) << c.where;
+}
+
+TEST(Polygon, FewerThanThreeVerticesHoldNothing) {
+    i32 inside = 7;
+    const f64 p[2] = {0, 0};
+    for (const i32 n : {0, -1, least}) {
+        POLYGON_CONTAINS_POINT_2D(n, nullptr, p, inside);
+        EXPECT_EQ(inside, truth_false);
+    }
+    for (const f64 x : {-1.0, 0.0, 0.5, 1.0})
+        for (const f64 y : {-1.0, 0.0, 0.5, 1.0}) {
+            EXPECT_EQ(polygon_answer({0, 0}, x, y), truth_false);
+            EXPECT_EQ(polygon_answer({0, 0, 1, 1}, x, y), truth_false);
+        }
+}
+
+// On a small lattice the rounded quotient never passes an integer: the rule must be exact.
+TEST(Polygon, AgreesWithWholeNumbersOnLattices) {
+    std::mt19937 random(42);
+    for (int round = 0; round < 300; ++round) {
+        const int size = 2 + static_cast<int>(random() % 9),
+                  n = 3 + static_cast<int>(random() % 12);
+        std::vector<i64> exact;
+        for (int i = 0; i < 2 * n; ++i)
+            exact.push_back(static_cast<i64>(random() % static_cast<unsigned>(size)));
+        const outline v(exact.begin(), exact.end());
+        for (i64 x = -1; x <= size; ++x)
+            for (i64 y = -1; y <= size; ++y) {
+                const i32 answer = polygon_answer(v, static_cast<f64>(x), static_cast<f64>(y));
+                ASSERT_EQ(answer, exact_answer(exact, x, y) ? truth_true : truth_false);
+                ASSERT_EQ(answer,
+                          polygon_answer(reversed(v), static_cast<f64>(x), static_cast<f64>(y)));
+            }
+    }
+}
+
+TEST(Area, SignFollowsTheOrientation) {
+    const struct {
+        const char* what;
+        outline v;
+        f64 area;
+    } cases[] = {
+        {"square", unit_square, 1.0},
+        {"triangle", {0, 0, 6, 0, 0, 4}, 12.0},
+        {"lobes of opposite sense cancel in part", {0, 0, 3, 0, 0, 2, 0, -1, -2, 0}, 2.0},
+        {"figure eight", figure_eight, 0.0},
+        {"two vertices", {0, 3, 1, 7}, 0.0},
+        {"one vertex", {5, 9}, 0.0},
+        {"none", {}, 0.0},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(area_of(c.v), c.area) << c.what;
+        EXPECT_EQ(area_of(reversed(c.v)), -c.area) << c.what;
+    }
+    f64 area = not_a_number;
+    POLYGON_SIGNED_AREA_2D(-3, nullptr, area);
+    EXPECT_EQ(area, 0.0);
+}
+
+TEST(Area, EqualsTheCrossProductSumInWholeNumbers) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 200; ++round) {
+        const std::size_t n = 3 + random() % 60;
+        outline v;
+        for (std::size_t i = 0; i < 2 * n; ++i)
+            v.push_back(static_cast<f64>(random() % 20001) - 1e4);
+        i64 twice = 0;
+        for (std::size_t i = 0; i < n; ++i) {
+            const std::size_t j = (i + 1) % n;
+            twice += static_cast<i64>(v[2 * i]) * static_cast<i64>(v[2 * j + 1]) -
+                     static_cast<i64>(v[2 * j]) * static_cast<i64>(v[2 * i + 1]);
+        }
+        ASSERT_EQ(area_of(v), 0.5 * static_cast<f64>(twice));
+    }
+}
+
+// The terms are 2^53, 1, 2^53 and -2: in this order the 1 is lost, and the last term is not.
+TEST(Area, IsSummedInTheOrderOfTheVertices) {
+    const outline v{0x1p53, 0, 1, 1, -0x1p53, 1, 2, 0};
+    EXPECT_EQ(area_of(v), 0.5 * (((0x1p53 + 1.0) + 0x1p53) - 2.0));
+    EXPECT_NE(area_of(v), 0.5 * ((0x1p53 + 0x1p53) + (1.0 - 2.0)));
+}
+
+TEST(Modulo, IsNeverNegative) {
+    const struct {
+        i32 i, j, expected;
+    } cases[] = {
+        {107, 50, 7},
+        {107, -50, 7},
+        {-107, 50, 43},
+        {-107, -50, 43},
+        {-1, 3, 2},
+        {0, 9, 0},
+        {6, 3, 0},
+        {-6, 3, 0},
+        {least, -1, 0},
+        {least, 1, 0},
+        {-1, least, greatest},
+        {least, least, 0},
+        {greatest, least, greatest},
+        {least, greatest, greatest - 1},
+        {5, 0, 5},
+        {least, 0, least},
+    };
+    for (const auto& c : cases) EXPECT_EQ(I4_MODP(c.i, c.j), c.expected) << c.i << " by " << c.j;
+}
+
+TEST(Modulo, ReportsADivisorOfZeroOnlyWhileMessagesAreOn) {
+    const std::filesystem::path path =
+        std::filesystem::path(testing::TempDir()) / "qmx_modulo_messages.txt";
+    const i32 unit = files::find_free_unit();
+    ASSERT_EQ(files::connect_unit(unit, path.string(), files::open_status::unknown), 0);
+    const i32 unit_before = geometry_message_unit;
+    geometry_message_unit = unit;
+    I4_MODP(5, 0);
+    geometry_messages = true;
+    I4_MODP(5, 0);
+    I4_MODP(5, 1);
+    geometry_messages = false;
+    geometry_message_unit = unit_before;
+    files::close_unit(unit);
+    std::ifstream written(path);
+    const std::string text((std::istreambuf_iterator<char>(written)), {});
+    EXPECT_EQ(text, "I4_MODP - Fatal error!\n  I4_MODP ( I, J ) called with J = 0\n");
+    std::filesystem::remove(path);
+}

@@ -1,0 +1,204 @@
+// Log files on free units: where they land, what stands in them, and how an open fails.
+#include "events/event.hpp"
+#include "events/unit_table.hpp"
+#include "logs/log_files.hpp"
+#include "support/scratch_folder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <functional>
+#include <vector>
+
+using namespace qmx;
+using namespace qmx::files;
+namespace fs = std::filesystem;
+
+namespace {
+
+class LogFiles : public testing::Test {
+protected:
+    support::scratch_folder folder;
+
+    void SetUp() override { clear_event(); }
+    void TearDown() override {
+        for (i32 unit = first_unit; unit <= last_unit; ++unit) close_unit(unit);
+        clear_event();
+    }
+    static std::vector<std::string> lines_of(const fs::path& path) {
+        std::ifstream file(path);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(file, line);) lines.push_back(line);
+        return lines;
+    }
+    static void expect_failure(i32 code, const std::string& description, std::string_view path) {
+        EXPECT_TRUE(has_failed());
+        EXPECT_EQ(current_event.i_errcode, code);
+        EXPECT_EQ(current_event.c_description.trimmed(), description);
+        EXPECT_EQ(current_event.c_subfunc.trimmed(), path);
+        clear_event();
+    }
+};
+
+TEST_F(LogFiles, EachRoutineOpensItsOwnPathOnTheLowestFreeUnit) {
+    const std::string tmp = folder.path().string();
+    support::environment_variable variable("TMP", tmp.c_str());
+    support::working_folder here(folder.path());
+    struct {
+        const char* name;
+        std::function<i32()> open;
+        fs::path expected;
+    } const rows[] = {
+        {"scratch", [] { return scratch_unit_get(); }, tmp + "\\00scratch.txt"},
+        {"temporary", [] { return io_tmp_file("a.txt"); }, tmp + "\\a.txt"},
+        {"temporary binary", [] { return io_tmp_binfile("b.bin"); }, tmp + "\\b.bin"},
+        {"local", [] { return io_lc_file("c.txt"); }, folder.path() / "c.txt"},
+        {"local binary", [] { return io_lc_binfile("d.bin"); }, folder.path() / "d.bin"},
+        {"geometry", [] { return get_iounit_geo(); }, tmp + "\\get_iounit_geo.txt"},
+    };
+    i32 expected_unit = first_unit;
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.open(), expected_unit++) << row.name;
+        EXPECT_TRUE(fs::exists(row.expected)) << row.expected;
+        fs::remove(row.expected);
+    }
+    EXPECT_FALSE(has_failed());
+}
+
+TEST_F(LogFiles, WithoutTheVariableTheBackslashBeginsTheName) {
+    support::environment_variable variable("TMP", nullptr);
+    support::working_folder here(folder.path());
+    EXPECT_EQ(io_tmp_file("a.txt"), 11);
+    EXPECT_TRUE(fs::exists(folder.path() / "\\a.txt"));
+}
+
+TEST_F(LogFiles, PathsAreCutAt128Characters) {
+    support::working_folder here(folder.path());
+    EXPECT_EQ(io_lc_file(std::string(200, 'x')), 11);
+    EXPECT_TRUE(fs::exists(folder.path() / std::string(128, 'x')));
+}
+
+TEST_F(LogFiles, AFailedOpenTellsPathAndStatus) {
+    support::environment_variable variable("TMP", "/nowhere/at/all");
+    struct {
+        std::function<i32()> open;
+        const char* path;
+        const char* routine;
+    } const rows[] = {
+        {[] { return scratch_unit_get(); }, "/nowhere/at/all\\00scratch.txt", "scratch_unit_get"},
+        {[] { return io_tmp_file("a"); }, "/nowhere/at/all\\a", "io_tmp_file"},
+        {[] { return io_tmp_binfile("a"); }, "/nowhere/at/all\\a", "io_tmp_file"},
+        {[] { return io_lc_file("/nowhere/a"); }, "/nowhere/a", "io_lc_file"},
+        {[] { return io_lc_binfile("/nowhere/a"); }, "/nowhere/a", "io_lc_binfile"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.open(), 3);
+        expect_failure(102,
+                       "error opening a new file - " + std::string(row.path) +
+                           ", iostat = " + std::to_string(ENOENT),
+                       row.routine);
+    }
+    EXPECT_EQ(find_free_unit(), 11);
+}
+
+TEST_F(LogFiles, WithoutAFreeUnitEachRoutineFails) {
+    support::working_folder here(folder.path());
+    for (i32 i = first_unit; i <= last_unit; ++i) ASSERT_EQ(io_lc_file("same.txt"), i);
+    EXPECT_EQ(io_lc_file("same.txt"), 3);
+    expect_failure(101, "error in finding a free file unit", "io_lc_file");
+    i32 unit = 0;
+    file_open("p", "n", unit);
+    EXPECT_EQ(unit, -1);
+    expect_failure(101, "error in finding a free file unit", "subroutine file_open");
+}
+
+TEST_F(LogFiles, SeasonAndTimeDecideBetweenANewAndAContinuedFile) {
+    support::working_folder here(folder.path());
+    const fs::path path = folder.path() / "log0name.txt";
+    const i32 one = 1;
+    const i32 two = 2;
+    const i32 off = 0;
+    struct {
+        const char* name;
+        const i32 *season, *time;
+        bool is_new;
+    } const rows[] = {
+        {"neither", nullptr, nullptr, true}, {"season 1", &one, nullptr, true},
+        {"season 2", &two, nullptr, false},  {"both 1", &one, &one, true},
+        {"time 2", &one, &two, false},       {"season 2, time 1", &two, &one, false},
+    };
+    for (const auto& row : rows) {
+        i32 unit = 0;
+        std::ofstream(path) << "before\n";
+        file_open("log  ", "name ", unit, row.season, row.time, &off);
+        ASSERT_FALSE(has_failed()) << row.name;
+        write_line(unit, "after");
+        close_unit(unit);
+        const auto expected = row.is_new ? std::vector<std::string>{"after"}
+                                         : std::vector<std::string>{"before", "after"};
+        EXPECT_EQ(lines_of(path), expected) << row.name;
+        fs::remove(path);
+        file_open("log", "name", unit, row.season, row.time, &off);
+        EXPECT_EQ(has_failed(), !row.is_new) << row.name;
+        if (!row.is_new)
+            expect_failure(103,
+                           "error opening an old filelog0name.txtiostat=" + std::to_string(ENOENT),
+                           "subroutine file_open");
+        close_unit(unit);
+    }
+    i32 unit = 0;
+    file_open("log", "name", unit, nullptr, &one);
+    expect_failure(101, "error: icumseason should be present when itimeidx is used",
+                   "subroutine file_open");
+    file_open("/nowhere/log", "name", unit);
+    expect_failure(102,
+                   "error opening a new file/nowhere/log0name.txtiostat=" + std::to_string(ENOENT),
+                   "subroutine file_open");
+}
+
+TEST_F(LogFiles, HeaderBannerAndDateReadAsTold) {
+    support::working_folder here(folder.path());
+    const i32 season = 1;
+    i32 unit = 0;
+    file_open("log", "name", unit, &season, &season);
+    const std::time_t before = std::time(nullptr);
+    EXPECT_EQ(print_datetime(unit), 1);
+    QMPrintHeader(unit, 2, "a title  ");
+    QMPrintHeader(unit, 7, "");
+    close_unit(unit);
+    const auto lines = lines_of("log0name.txt");
+    ASSERT_EQ(lines.size(), 20U);
+    const std::string asterisks(54, '*');
+    const std::vector<std::string> header = {asterisks,
+                                             "",
+                                             "          name debug file ",
+                                             "",
+                                             asterisks,
+                                             "log0name.txt" + std::string(116, ' '),
+                                             " acumulated season: 1",
+                                             " timeindex        : 1"};
+    EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 8), header);
+
+    std::tm local = {};
+    localtime_r(&before, &local);
+    char date[64];
+    std::snprintf(date, sizeof date, "Day - Month - Year =      %2d - %2d - %4d", local.tm_mday,
+                  local.tm_mon + 1, local.tm_year + 1900);
+    EXPECT_EQ(lines[8], date);
+    int hour = -1;
+    int minute = -1;
+    int second = -1;
+    ASSERT_EQ(std::sscanf(lines[9].c_str(), "Hour : Minute : Second =  %2d : %2d : %2d", &hour,
+                          &minute, &second),
+              3);
+    EXPECT_EQ(lines[9].size(), 25U + 1 + 2 + 3 + 2 + 3 + 2);
+    EXPECT_TRUE(hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0);
+    const std::string equals = std::string(58, '=') + "  ";
+    const std::vector<std::string> banner = {"", equals, "          a title", equals, ""};
+    EXPECT_EQ(std::vector<std::string>(lines.begin() + 10, lines.begin() + 15), banner);
+    EXPECT_EQ(lines[16], std::string(58, '*') + "  ") << "an unknown style is drawn as the first";
+}
+
+} // namespace
