@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Sets up and passes the tests: both compilers with warnings as errors, the sanitizers, and both
-# BLAS libraries. QMX_IC_DATA may name a folder with real data files; the tests that read it are
-# skipped without it.
+# Sets up and passes the tests: both compilers with warnings as errors, the sanitizers, both BLAS
+# libraries, and the program without GDAL. QMX_IC_DATA may name a folder with real data files; the
+# tests that read it are skipped without it.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -9,25 +9,27 @@ tools/install-packages.sh
 export CTEST_OUTPUT_ON_FAILURE=1
 
 step() { echo; echo "== $*"; }
-build() { # preset
-  step "build: $1"
-  cmake --preset "$1" -G Ninja >/dev/null
-  cmake --build --preset "$1" -- --quiet
+launcher=()
+command -v ccache >/dev/null && launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+build() { # preset, targets (all without any)
+  step "build: $*"
+  cmake --preset "$1" -G Ninja "${launcher[@]}" >/dev/null
+  cmake --build --preset "$1" ${2:+--target "${@:2}"} -- --quiet
 }
-suite() { # preset, BLAS folder name
+suite() { # preset, BLAS folder name, further options of ctest
   step "tests: $1, $2"
   local blas
   blas=$(echo /usr/lib/*-linux-gnu/"$2")
-  LD_LIBRARY_PATH="$blas" ctest --preset "$1"
+  LD_LIBRARY_PATH="$blas" ctest --preset "$1" "${@:3}"
 }
 
 step "format"
 git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format-14 --dry-run --Werror
 
 build sanitize
-suite sanitize blas
-build dev-clang
-suite dev-clang openblas-pthread
+suite sanitize openblas-pthread
+build no-gdal qmx-ic test_study test_app
+suite no-gdal blas -L '^(study|app)$'
 build dev
 suite dev openblas-pthread
 suite dev blas
