@@ -1,6 +1,6 @@
 #include "numeric/errors/error_stack.hpp"
 
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/errors/print_options.hpp"
 

@@ -2,7 +2,7 @@
 
 #include "base/work_array.hpp"
 #include "numeric/arithmetic/guarded.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/polynomial/packed_array.hpp"
 #include "numeric/polynomial/power_basis.hpp"

@@ -2,7 +2,7 @@
 
 #include "numeric/arithmetic/guarded.hpp"
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/regression/coefficient_table.hpp"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "numeric/regression/simple_regression.hpp"
 
 #include "base/work_array.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/regression/case_statistics.hpp"
 #include "numeric/regression/coefficient_table.hpp"

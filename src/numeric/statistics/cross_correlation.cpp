@@ -1,7 +1,7 @@
 #include "numeric/statistics/cross_correlation.hpp"
 
 #include "base/work_array.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/statistics/exact_mean.hpp"
 

@@ -1,6 +1,6 @@
 #include "numeric/statistics/frequency.hpp"
 
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/statistics/class_search.hpp"
 #include "numeric/statistics/exact_mean.hpp"

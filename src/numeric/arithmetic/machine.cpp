@@ -1,4 +1,4 @@
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 
 #include "numeric/errors/numeric_frame.hpp"
 
