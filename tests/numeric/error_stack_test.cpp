@@ -26,7 +26,7 @@ void pop(std::string_view name) {
 }
 
 void call_that_posts(std::string_view name, i32 type, i32 code,
-                     std::string_view message = "told.") {
+                     std::string_view message = "why.") {
     const numeric_frame frame(name);
     post(type, code, message);
 }
@@ -42,9 +42,9 @@ std::string printed_by(auto&& run) {
     return testing::internal::GetCapturedStderr();
 }
 
-// Runs on a thread of its own, whose error state is fresh; the tests' own thread keeps its own.
-void on_a_new_thread(auto&& run) {
-    std::thread(run).join();
+// Type and code at the current level (0) or at the level just popped (1).
+std::pair<i32, i32> error_at(i32 which) {
+    return {N1RTY(which), N1RCD(which)};
 }
 
 // Most tests want to see codes, not to end.
@@ -71,11 +71,9 @@ TEST_F(ErrorStack, ATypeRisesAndIsSeenAsItsRowTells) {
         {
             const numeric_frame outer("OUTER ");
             call_that_posts("INNER ", type, 17);
-            EXPECT_EQ(N1RTY(1), type);
-            EXPECT_EQ(N1RCD(1), 17);
+            EXPECT_EQ(error_at(1), std::pair(type, 17));
             EXPECT_EQ(IERCD(), is_seen ? 17 : 0);
-            EXPECT_EQ(N1RTY(0), rises ? type : type_none);
-            EXPECT_EQ(N1RCD(0), rises ? 17 : 0);
+            EXPECT_EQ(error_at(0), std::pair(rises ? type : type_none, rises ? 17 : 0));
         }
         EXPECT_EQ(N1RTY(1), rises ? type : type_none);
         EXPECT_EQ(IERCD(), rises && is_seen ? 17 : 0);
@@ -94,7 +92,7 @@ TEST_F(ErrorStack, AnInnermostWarningReachesTheApplicationUnlessARoutineClearsIt
             EXPECT_EQ(IERCD(), is_cleared ? 0 : 6);
         }
         EXPECT_EQ(IERCD(), is_cleared ? 0 : 6);
-        EXPECT_EQ(last_message(), is_cleared ? "" : "told.");
+        EXPECT_EQ(last_message(), is_cleared ? "" : "why.");
     }
 }
 
@@ -105,8 +103,7 @@ TEST_F(ErrorStack, ANewCallStartsCleanAndSeesNothingPopped) {
         call_that_posts("DEEP ", type_warning, 8);
     }
     const numeric_frame frame("SECOND ");
-    EXPECT_EQ(N1RTY(0), type_none);
-    EXPECT_EQ(N1RCD(0), 0);
+    EXPECT_EQ(error_at(0), std::pair(type_none, 0));
     EXPECT_EQ(N1RTY(1), -1); // not the warning of DEEP, which stood at this level before
     EXPECT_EQ(N1RCD(1), -1);
     EXPECT_EQ(IERCD(), 0);
@@ -123,8 +120,7 @@ TEST_F(ErrorStack, PostingKeepsWhatItIsToldToKeep) {
         const numeric_frame frame("POSTS ");
         post(type_warning, 4, "first");
         post(type, code, "second");
-        EXPECT_EQ(N1RTY(0), type_after) << type << ' ' << code;
-        EXPECT_EQ(N1RCD(0), code_after) << type << ' ' << code;
+        EXPECT_EQ(error_at(0), std::pair(type_after, code_after)) << type << ' ' << code;
         EXPECT_EQ(last_message(), "second");
     }
 }
@@ -214,8 +210,7 @@ TEST(ErrorSettings, AreRefusedWithTheirMessageAndChangeNothing) {
     const auto refuse = [](i32 severity, i32 print_action, i32 stop_action, i32 code,
                            std::string_view message) {
         ERSET(severity, print_action, stop_action);
-        EXPECT_EQ(N1RTY(1), type_terminal);
-        EXPECT_EQ(N1RCD(1), code);
+        EXPECT_EQ(error_at(1), std::pair(type_terminal, code));
         EXPECT_EQ(last_message(), message);
         EXPECT_EQ(printing_types(), 0);
     };
@@ -302,7 +297,7 @@ TEST(ErrorStopDeathTest, TheStopTableEndsTheProcess) {
     const auto survives = testing::ExitedWithCode(0);
     EXPECT_EXIT(nested(type_fatal, false), ends, "^FATAL 7 from OUTER");
     EXPECT_EXIT(nested(type_fatal, true), survives, "^survived");
-    EXPECT_EXIT(nested(type_terminal, true), ends, "^TERMINAL 7 from INNER\n    told.\n$");
+    EXPECT_EXIT(nested(type_terminal, true), ends, "^TERMINAL 7 from INNER\n    why.\n$");
     EXPECT_EXIT(nested(type_fatal_everywhere, true), survives, "FATAL 7 from INNER\n.*\nsurvived");
     EXPECT_EXIT(nested(type_fatal_everywhere, false), ends, "FATAL 7 from OUTER");
     EXPECT_EXIT(nested(type_warning, false), survives, "WARNING 7 from OUTER\n.*\nsurvived");
@@ -316,7 +311,7 @@ TEST_F(ErrorStack, EachThreadHasItsOwnState) {
     push("MINE ");
     post(type_warning, 5, "mine");
     std::string printed;
-    on_a_new_thread([&] {
+    std::thread([&] { // its error state is fresh
         EXPECT_EQ(N1RTY(0), type_none);
         EXPECT_EQ(N1RTY(1), -1);
         EXPECT_EQ(last_message(), "");
@@ -325,7 +320,8 @@ TEST_F(ErrorStack, EachThreadHasItsOwnState) {
         ERSET(0, 1, 0);
         i32 width = 40;
         PGOPT(-1, width);
-    });
+    })
+        .join();
     EXPECT_EQ(printed, "WARNING 6 from THEIRS\n    theirs\n");
     EXPECT_EQ(N1RCD(0), 5);
     EXPECT_EQ(last_message(), "mine");
@@ -358,8 +354,7 @@ TEST_F(ErrorStack, MachineConstantsAreTheTabledOnes) {
 }
 
 void expect_refused(i32 code, i32 option, i32 value) {
-    EXPECT_EQ(N1RTY(1), type_terminal) << option << ' ' << value;
-    EXPECT_EQ(N1RCD(1), code) << option << ' ' << value;
+    EXPECT_EQ(error_at(1), std::pair(type_terminal, code)) << option << ' ' << value;
 }
 
 TEST_F(ErrorStack, PageOptionsAreKeptAndBadOnesRefused) {

@@ -198,7 +198,7 @@ TEST(FrequencyTable, ReturnsTheMiddlesOfEqualIntervals) {
     std::vector<f32> table(4);
     const std::vector<f32> x = {2, 10, 3};
     OWFRQ(3, x.data(), 4, 0, 0, 0, 0, nullptr, table.data());
-    EXPECT_EQ(table, (std::vector<f32>{2, 0, 0, 1})) << "marks that nobody asks for";
+    EXPECT_EQ(table, (std::vector<f32>{2, 0, 0, 1})) << "without marks";
 }
 
 // 2^24 + 3 counted one by one in f32 would stop at 2^24.
