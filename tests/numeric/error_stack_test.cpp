@@ -1,11 +1,12 @@
 #include "numeric/errors/error_stack.hpp"
 
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/errors/print_options.hpp"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -25,7 +26,7 @@ void pop(std::string_view name) {
 }
 
 void call_that_posts(std::string_view name, i32 type, i32 code,
-                     std::string_view message = "told.") {
+                     std::string_view message = "why.") {
     const numeric_frame frame(name);
     post(type, code, message);
 }
@@ -41,9 +42,9 @@ std::string printed_by(auto&& run) {
     return testing::internal::GetCapturedStderr();
 }
 
-// Runs on a thread of its own, whose error state is fresh; the tests' own thread keeps its own.
-void on_a_new_thread(auto&& run) {
-    std::thread(run).join();
+// Type and code at the current level (0) or at the level just popped (1).
+std::pair<i32, i32> error_at(i32 which) {
+    return {N1RTY(which), N1RCD(which)};
 }
 
 // Most tests want to see codes, not to end.
@@ -53,34 +54,29 @@ protected:
     ~ErrorStack() override { ERSET(0, 2, 2); }
 };
 
-struct rising_case {
-    i32 type;
-    bool rises;
-    bool seen_by_query;
-};
-
 TEST_F(ErrorStack, ATypeRisesAndIsSeenAsItsRowTells) {
-    const rising_case cases[] = {{type_none, false, false},
-                                 {type_note, false, true},
-                                 {type_alert, true, true},
-                                 {type_warning, true, true},
-                                 {type_fatal, true, true},
-                                 {type_terminal, true, false},
-                                 {type_warning_everywhere, true, false},
-                                 {type_fatal_everywhere, true, false}};
-    for (const auto& [type, rises, seen_by_query] : cases) {
+    const struct {
+        i32 type;
+        bool rises, is_seen;
+    } rows[] = {{type_none, false, false},
+                {type_note, false, true},
+                {type_alert, true, true},
+                {type_warning, true, true},
+                {type_fatal, true, true},
+                {type_terminal, true, false},
+                {type_warning_everywhere, true, false},
+                {type_fatal_everywhere, true, false}};
+    for (const auto& [type, rises, is_seen] : rows) {
         SCOPED_TRACE(type);
         {
             const numeric_frame outer("OUTER ");
             call_that_posts("INNER ", type, 17);
-            EXPECT_EQ(N1RTY(1), type);
-            EXPECT_EQ(N1RCD(1), 17);
-            EXPECT_EQ(IERCD(), seen_by_query ? 17 : 0);
-            EXPECT_EQ(N1RTY(0), rises ? type : type_none);
-            EXPECT_EQ(N1RCD(0), rises ? 17 : 0);
+            EXPECT_EQ(error_at(1), std::pair(type, 17));
+            EXPECT_EQ(IERCD(), is_seen ? 17 : 0);
+            EXPECT_EQ(error_at(0), std::pair(rises ? type : type_none, rises ? 17 : 0));
         }
         EXPECT_EQ(N1RTY(1), rises ? type : type_none);
-        EXPECT_EQ(IERCD(), rises && seen_by_query ? 17 : 0);
+        EXPECT_EQ(IERCD(), rises && is_seen ? 17 : 0);
     }
 }
 
@@ -96,7 +92,7 @@ TEST_F(ErrorStack, AnInnermostWarningReachesTheApplicationUnlessARoutineClearsIt
             EXPECT_EQ(IERCD(), is_cleared ? 0 : 6);
         }
         EXPECT_EQ(IERCD(), is_cleared ? 0 : 6);
-        EXPECT_EQ(last_message(), is_cleared ? "" : "told.");
+        EXPECT_EQ(last_message(), is_cleared ? "" : "why.");
     }
 }
 
@@ -107,30 +103,24 @@ TEST_F(ErrorStack, ANewCallStartsCleanAndSeesNothingPopped) {
         call_that_posts("DEEP ", type_warning, 8);
     }
     const numeric_frame frame("SECOND ");
-    EXPECT_EQ(N1RTY(0), type_none);
-    EXPECT_EQ(N1RCD(0), 0);
+    EXPECT_EQ(error_at(0), std::pair(type_none, 0));
     EXPECT_EQ(N1RTY(1), -1); // not the warning of DEEP, which stood at this level before
     EXPECT_EQ(N1RCD(1), -1);
     EXPECT_EQ(IERCD(), 0);
 }
 
-struct posting_case {
-    i32 type, code;
-    i32 type_after, code_after;
-};
-
 TEST_F(ErrorStack, PostingKeepsWhatItIsToldToKeep) {
-    const posting_case cases[] = {{type_fatal, 9, type_fatal, 9},  {-1, 9, type_warning, 9},
-                                  {type_fatal, -1, type_fatal, 4}, {-1, -5, type_warning, 4},
-                                  {type_none, 0, type_none, 0},    {8, 1, type_terminal, 1},
-                                  {-2, 1, type_terminal, 1},       {type_none, 3, type_none, 3},
-                                  {1 << 30, 1, type_terminal, 1}};
-    for (const auto& [type, code, type_after, code_after] : cases) {
+    const struct {
+        i32 type, code, type_after, code_after;
+    } rows[] = {{type_fatal, 9, type_fatal, 9},  {-1, 9, type_warning, 9},
+                {type_fatal, -1, type_fatal, 4}, {-1, -5, type_warning, 4},
+                {type_none, 0, type_none, 0},    {8, 1, type_terminal, 1},
+                {-2, 1, type_terminal, 1},       {type_none, 3, type_none, 3}};
+    for (const auto& [type, code, type_after, code_after] : rows) {
         const numeric_frame frame("POSTS ");
         post(type_warning, 4, "first");
         post(type, code, "second");
-        EXPECT_EQ(N1RTY(0), type_after) << type << ' ' << code;
-        EXPECT_EQ(N1RCD(0), code_after) << type << ' ' << code;
+        EXPECT_EQ(error_at(0), std::pair(type_after, code_after)) << type << ' ' << code;
         EXPECT_EQ(last_message(), "second");
     }
 }
@@ -193,56 +183,46 @@ i32 printing_types() {
     return types;
 }
 
-struct setting_case {
-    i32 severity, action;
-    i32 from_none, from_all; // types that print after it, with none or all printing before
-};
-
 TEST(ErrorSettings, EachSeverityAndActionSetsItsTypes) {
-    const setting_case cases[] = {{0, 1, 0b1111111, 0b1111111}, {0, 0, 0, 0},
-                                  {0, 2, 0b1111100, 0b1111100}, {0, -1, 0, 0b1111111},
-                                  {1, 1, 0b0000001, 0b1111111}, {1, 2, 0, 0b1111110},
-                                  {2, 0, 0, 0b1111101},         {3, 1, 0b0100100, 0b1111111},
-                                  {3, 2, 0b0100100, 0b1111111}, {4, 0, 0, 0b0110111},
-                                  {4, 1, 0b1001000, 0b1111111}, {5, 1, 0b0010000, 0b1111111},
-                                  {5, 0, 0, 0b1101111}};
-    for (const auto& [severity, action, from_none, from_all] : cases) {
-        SCOPED_TRACE(testing::Message() << severity << ' ' << action);
+    const struct {
+        i32 severity, action, from_none, from_all; // types that print after it, by those before it
+    } rows[] = {{0, 1, 0b1111111, 0b1111111}, {0, 0, 0, 0},
+                {0, 2, 0b1111100, 0b1111100}, {0, -1, 0, 0b1111111},
+                {1, 1, 0b0000001, 0b1111111}, {1, 2, 0, 0b1111110},
+                {2, 0, 0, 0b1111101},         {3, 1, 0b0100100, 0b1111111},
+                {3, 2, 0b0100100, 0b1111111}, {4, 0, 0, 0b0110111},
+                {4, 1, 0b1001000, 0b1111111}, {5, 1, 0b0010000, 0b1111111},
+                {5, 0, 0, 0b1101111}};
+    for (const auto& [severity, action, from_none, from_all] : rows)
         for (const bool is_all_on : {false, true}) {
+            SCOPED_TRACE(testing::Message() << severity << ' ' << action);
             ERSET(0, is_all_on ? 1 : 0, 0);
-            ERSET(severity, action, 0);
-            EXPECT_EQ(printing_types(), is_all_on ? from_all : from_none);
-            ERSET(severity, action, -1); // the same again leaves the same
-            EXPECT_EQ(printing_types(), is_all_on ? from_all : from_none);
+            for (int times = 0; times < 2; ++times) { // the second time changes nothing
+                ERSET(severity, action, times == 0 ? 0 : -1);
+                EXPECT_EQ(printing_types(), is_all_on ? from_all : from_none);
+            }
         }
-    }
-    ERSET(0, 0, 0);
-    ERSET(0, 0, 0);
-    EXPECT_EQ(printing_types(), 0);
     ERSET(0, 2, 2);
 }
 
 TEST(ErrorSettings, AreRefusedWithTheirMessageAndChangeNothing) {
-    const struct {
-        i32 severity, print_action, stop_action, code;
-        const char* message;
-    } cases[] = {
-        {-1, 1, 1, 1,
-         "Invalid error severity level indicator.  IERSVR must be 0 to 5.  IERSVR = -1"},
-        {6, 9, 9, 1, "Invalid error severity level indicator.  IERSVR must be 0 to 5.  IERSVR = 6"},
-        {0, 3, 1, 2,
-         "Invalid value specified for printing action.  IPACT must be -1 to 2.  IPACT = 3"},
-        {0, 1, -2, 3,
-         "Invalid value specified for stopping action.  ISACT must be -1 to 2.  ISACT = -2"}};
     ERSET(0, 0, 0);
-    for (const auto& [severity, print_action, stop_action, code, message] : cases) {
+    const auto refuse = [](i32 severity, i32 print_action, i32 stop_action, i32 code,
+                           std::string_view message) {
         ERSET(severity, print_action, stop_action);
-        EXPECT_EQ(N1RTY(1), type_terminal);
-        EXPECT_EQ(N1RCD(1), code);
+        EXPECT_EQ(error_at(1), std::pair(type_terminal, code));
         EXPECT_EQ(last_message(), message);
         EXPECT_EQ(printing_types(), 0);
-    }
-    // An error left behind in the application's level does not stand in the way of a setting.
+    };
+    const std::string severity =
+        "Invalid error severity level indicator.  IERSVR must be 0 to 5.  ";
+    refuse(-1, 1, 1, 1, severity + "IERSVR = -1");
+    refuse(6, 9, 9, 1, severity + "IERSVR = 6");
+    refuse(0, 3, 1, 2,
+           "Invalid value specified for printing action.  IPACT must be -1 to 2.  IPACT = 3");
+    refuse(0, 1, -2, 3,
+           "Invalid value specified for stopping action.  ISACT must be -1 to 2.  ISACT = -2");
+    // An error left in the application's level does not prevent a setting.
     ERSET(3, 1, 0);
     EXPECT_EQ(printing_types(), 0b0100100);
     ERSET(0, 2, 2);
@@ -317,7 +297,7 @@ TEST(ErrorStopDeathTest, TheStopTableEndsTheProcess) {
     const auto survives = testing::ExitedWithCode(0);
     EXPECT_EXIT(nested(type_fatal, false), ends, "^FATAL 7 from OUTER");
     EXPECT_EXIT(nested(type_fatal, true), survives, "^survived");
-    EXPECT_EXIT(nested(type_terminal, true), ends, "^TERMINAL 7 from INNER\n    told.\n$");
+    EXPECT_EXIT(nested(type_terminal, true), ends, "^TERMINAL 7 from INNER\n    why.\n$");
     EXPECT_EXIT(nested(type_fatal_everywhere, true), survives, "FATAL 7 from INNER\n.*\nsurvived");
     EXPECT_EXIT(nested(type_fatal_everywhere, false), ends, "FATAL 7 from OUTER");
     EXPECT_EXIT(nested(type_warning, false), survives, "WARNING 7 from OUTER\n.*\nsurvived");
@@ -331,7 +311,7 @@ TEST_F(ErrorStack, EachThreadHasItsOwnState) {
     push("MINE ");
     post(type_warning, 5, "mine");
     std::string printed;
-    on_a_new_thread([&] {
+    std::thread([&] { // its error state is fresh
         EXPECT_EQ(N1RTY(0), type_none);
         EXPECT_EQ(N1RTY(1), -1);
         EXPECT_EQ(last_message(), "");
@@ -340,7 +320,8 @@ TEST_F(ErrorStack, EachThreadHasItsOwnState) {
         ERSET(0, 1, 0);
         i32 width = 40;
         PGOPT(-1, width);
-    });
+    })
+        .join();
     EXPECT_EQ(printed, "WARNING 6 from THEIRS\n    theirs\n");
     EXPECT_EQ(N1RCD(0), 5);
     EXPECT_EQ(last_message(), "mine");
@@ -352,22 +333,16 @@ TEST_F(ErrorStack, EachThreadHasItsOwnState) {
 }
 
 TEST_F(ErrorStack, MachineConstantsAreTheTabledOnes) {
-    const struct {
-        i32 n;
-        f64 wide, narrow;
-    } rows[] = {{1, 2.2250738585072014E-308, 1.1754943508222875E-38},
-                {2, 1.7976931348623157E+308, 3.4028234663852886E+38},
-                {3, 1.1102230246251565E-16, 5.960464477539063E-08},
-                {4, 2.220446049250313E-16, 1.1920928955078125E-07},
-                {5, 0.3010299956639812, 0.3010300099849701},
-                {7, HUGE_VAL, HUGE_VAL},
-                {8, -HUGE_VAL, -HUGE_VAL}};
+    const f64 wide[] = {0x1p-1022, 0x1.fffffffffffffp1023, 0x1p-53, 0x1p-52, 0x1.34413509f79ffp-2};
+    const f32 narrow[] = {0x1p-126F, 0x1.fffffep127F, 0x1p-24F, 0x1p-23F, 0x1.344136p-2F};
     call_that_posts("BEFORE ", type_warning, 21);
-    for (const auto& [n, wide, narrow] : rows) {
-        EXPECT_EQ(DMACH(n), wide) << n;
-        EXPECT_EQ(static_cast<f64>(AMACH(n)), narrow) << n;
+    for (i32 n = 1; n <= 5; ++n) {
+        EXPECT_EQ(DMACH(n), wide[n - 1]) << n;
+        EXPECT_EQ(AMACH(n), narrow[n - 1]) << n;
     }
     EXPECT_TRUE(std::isnan(AMACH(6)) && std::isnan(DMACH(6)));
+    EXPECT_TRUE(AMACH(7) == HUGE_VALF && DMACH(7) == HUGE_VAL);
+    EXPECT_TRUE(AMACH(8) == -HUGE_VALF && DMACH(8) == -HUGE_VAL);
     EXPECT_EQ(IERCD(), 21) << "a constant must not hide the routine called before";
     for (const i32 n : {0, 9, -1, std::numeric_limits<i32>::min()}) {
         EXPECT_TRUE(std::isnan(AMACH(n)));
@@ -378,37 +353,33 @@ TEST_F(ErrorStack, MachineConstantsAreTheTabledOnes) {
     }
 }
 
+void expect_refused(i32 code, i32 option, i32 value) {
+    EXPECT_EQ(error_at(1), std::pair(type_terminal, code)) << option << ' ' << value;
+}
+
 TEST_F(ErrorStack, PageOptionsAreKeptAndBadOnesRefused) {
     const auto get = [](i32 option) {
         i32 value = -77;
         PGOPT(option, value);
         return value;
     };
-    EXPECT_EQ(get(1), 78);
-    EXPECT_EQ(get(2), 60);
-    i32 value = 132;
-    PGOPT(-1, value);
-    value = 8;
-    PGOPT(-2, value);
-    EXPECT_EQ(get(1), 132);
-    EXPECT_EQ(get(2), 8);
-    const struct {
-        i32 option, value, code;
-    } bad[] = {{0, 50, 1},  {3, 50, 1}, {-3, 50, 1}, {std::numeric_limits<i32>::min(), 50, 1},
-               {-1, 23, 2}, {-2, 7, 2}, {-2, -60, 2}};
-    for (const auto& row : bad) {
-        value = row.value;
-        PGOPT(row.option, value);
-        EXPECT_EQ(N1RTY(1), type_terminal) << row.option;
-        EXPECT_EQ(N1RCD(1), row.code) << row.option;
-        EXPECT_EQ(value, row.value);
+    const auto set = [](i32 width, i32 length) { PGOPT(-1, width), PGOPT(-2, length); };
+    EXPECT_EQ(std::pair(get(1), get(2)), std::pair(78, 60));
+    set(132, 8);
+    for (const auto& [option, given, code] : {std::array{0, 50, 1},
+                                              {3, 50, 1},
+                                              {-3, 50, 1},
+                                              {std::numeric_limits<i32>::min(), 50, 1},
+                                              {-1, 23, 2},
+                                              {-2, 7, 2},
+                                              {-2, -60, 2}}) {
+        i32 value = given;
+        PGOPT(option, value);
+        expect_refused(code, option, given);
+        EXPECT_EQ(value, given);
     }
-    EXPECT_EQ(get(1), 132);
-    EXPECT_EQ(get(2), 8);
-    value = 78;
-    PGOPT(-1, value);
-    value = 60;
-    PGOPT(-2, value);
+    EXPECT_EQ(std::pair(get(1), get(2)), std::pair(132, 8));
+    set(78, 60);
 }
 
 TEST_F(ErrorStack, TableOptionsHoldForOneTableOrForAll) {
@@ -421,25 +392,23 @@ TEST_F(ErrorStack, TableOptionsHoldForOneTableOrForAll) {
     set(1, 12, 0);
     set(1, 3, 1);
     set(4, 0, 1);
-    EXPECT_EQ(get(1, 0), 12);
-    EXPECT_EQ(get(1, 1), 3);
-    const table_settings first = settings_of_next_table();
-    EXPECT_EQ(first.significant_digits, 3);
-    EXPECT_EQ(first.blank_lines_after, 0);
+    EXPECT_EQ(std::pair(get(1, 0), get(1, 1)), std::pair(12, 3));
+    const table_settings first = settings_of_next_table(), second = settings_of_next_table();
+    EXPECT_EQ(std::pair(first.significant_digits, first.blank_lines_after), std::pair(3, 0));
     EXPECT_TRUE(first.row_numbers && first.break_columns_into_tables);
-    const table_settings second = settings_of_next_table();
-    EXPECT_EQ(second.significant_digits, 12);
-    EXPECT_EQ(second.blank_lines_after, 1);
-
-    const struct {
-        i32 option, setting, scope, code;
-    } bad[] = {{5, 1, 0, 1},   {-5, 1, 0, 1}, {-1, 7, 2, 2},  {-1, 7, -1, 2}, {-1, 0, 0, 3},
-               {-1, 18, 0, 3}, {-2, 2, 1, 3}, {-3, -1, 0, 3}, {-4, 10, 0, 3}};
-    for (const auto& row : bad) {
-        i32 setting = row.setting;
-        WROPT(row.option, setting, row.scope);
-        EXPECT_EQ(N1RTY(1), type_terminal) << row.option << ' ' << row.setting;
-        EXPECT_EQ(N1RCD(1), row.code) << row.option << ' ' << row.setting;
+    EXPECT_EQ(std::pair(second.significant_digits, second.blank_lines_after), std::pair(12, 1));
+    for (const auto& [option, given, scope, code] : {std::array{5, 1, 0, 1},
+                                                     {-5, 1, 0, 1},
+                                                     {-1, 7, 2, 2},
+                                                     {-1, 7, -1, 2},
+                                                     {-1, 0, 0, 3},
+                                                     {-1, 18, 0, 3},
+                                                     {-2, 2, 1, 3},
+                                                     {-3, -1, 0, 3},
+                                                     {-4, 10, 0, 3}}) {
+        i32 setting = given;
+        WROPT(option, setting, scope);
+        expect_refused(code, option, given);
     }
     EXPECT_EQ(get(1, 1), 12);
     set(1, 5, 1);

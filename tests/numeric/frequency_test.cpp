@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <string_view>
 #include <vector>
 
 using namespace qmx;
@@ -37,7 +38,7 @@ std::vector<f32> tally(const std::vector<f32>& x, const request& asked,
     return table;
 }
 
-// The rules word by word: every class is tried. 0 is an observation that is not counted.
+// The rules as stated, every class tried in turn; 0 for an observation that is not counted.
 i32 class_by_the_rule(f32 x, const request& asked, f32 smallest, f32 largest) {
     const i32 k = asked.k;
     const auto real = [](i32 i) { return static_cast<f32>(i); };
@@ -197,7 +198,7 @@ TEST(FrequencyTable, ReturnsTheMiddlesOfEqualIntervals) {
     std::vector<f32> table(4);
     const std::vector<f32> x = {2, 10, 3};
     OWFRQ(3, x.data(), 4, 0, 0, 0, 0, nullptr, table.data());
-    EXPECT_EQ(table, (std::vector<f32>{2, 0, 0, 1})) << "marks that nobody asks for";
+    EXPECT_EQ(table, (std::vector<f32>{2, 0, 0, 1})) << "without marks";
 }
 
 // 2^24 + 3 counted one by one in f32 would stop at 2^24.
@@ -208,46 +209,32 @@ TEST(FrequencyTable, CountsStayExactBeyondWhatF32Counts) {
 }
 
 TEST(FrequencyTable, RefusesBadArgumentsAndWritesNothing) {
-    struct {
-        const char* message;
-        i32 code;
-        std::vector<f32> x;
-        request asked;
-    } const rows[] = {
-        {"NOBS = 0.  There must be at least one observation.", 1, {}, {2, 2, 0, 0, 0, {1}}},
-        {"IOPT = 4.  IOPT must be greater than or equal to 0 and less than or equal to 3.",
-         2,
-         {1},
-         {4, 2}},
-        {"IOPT = -1.  IOPT must be greater", 2, {1}, {-1, 2}},
-        {"The lower bound must be less than the upper bound.", 3, {1}, {1, 3, 2, 2}},
-        {"The lower bound must be less than the upper bound.", 3, {1}, {1, 3, nan32, 2}},
-        {"DIV(2) = ", 4, {1}, {2, 4, 0, 0, 0, {1, 2, 2}}},
-        {"The elements of DIV must be monotonically increasing.",
-         4,
-         {1},
-         {2, 3, 0, 0, 0, {1, nan32}}},
-        {"The elements of DIV must be monotonically increasing.", 4, {1}, {2, 2, 0, 0, 0, {nan32}}},
-        {"DIV(1) = ", 4, {1}, {3, 2, 0, 0, 1, {3, 1}}},
-        {"K = 2.  Since IOPT = 1, there must be at least three intervals.", 5, {1}, {1, 2, 0, 1}},
-        {"K = 1.  Since IOPT = 2, there must be at least two intervals.",
-         6,
-         {1},
-         {2, 1, 0, 0, 0, {1}}},
-        {"K = 0.  There must be at least one interval.", 7, {1}, {0, 0}},
-        {"X contains missing values.  Missing values are not allowed.",
-         8,
-         {1, nan32},
-         {2, 2, 0, 0, 0, {1}}},
+    const auto refuse = [](i32 code, const std::vector<f32>& x, const request& asked,
+                           std::string_view message) {
+        const std::vector<f32> table = tally(x, asked);
+        EXPECT_EQ(N1RTY(1), type_terminal) << message;
+        EXPECT_EQ(N1RCD(1), code) << message;
+        EXPECT_EQ(IERCD(), 0) << message;
+        EXPECT_NE(last_message().find(message), std::string_view::npos) << last_message();
+        for (const f32 count : table) EXPECT_EQ(count, untouched) << message;
     };
-    for (const auto& given : rows) {
-        const std::vector<f32> table = tally(given.x, given.asked);
-        EXPECT_EQ(N1RTY(1), type_terminal) << given.message;
-        EXPECT_EQ(N1RCD(1), given.code) << given.message;
-        EXPECT_EQ(IERCD(), 0) << given.message;
-        EXPECT_NE(last_message().find(given.message), std::string_view::npos) << last_message();
-        for (const f32 count : table) EXPECT_EQ(count, untouched) << given.message;
-    }
+    refuse(1, {}, {2, 2, 0, 0, 0, {1}}, "NOBS = 0.  There must be at least one observation.");
+    refuse(2, {1}, {4, 2},
+           "IOPT = 4.  IOPT must be greater than or equal to 0 and less than or equal to 3.");
+    refuse(2, {1}, {-1, 2}, "IOPT = -1.  IOPT must be greater");
+    const char* limits = "The lower bound must be less than the upper bound.";
+    refuse(3, {1}, {1, 3, 2, 2}, limits);
+    refuse(3, {1}, {1, 3, nan32, 2}, limits);
+    const char* order = "The elements of DIV must be monotonically increasing.";
+    refuse(4, {1}, {2, 3, 0, 0, 0, {1, nan32}}, order);
+    refuse(4, {1}, {2, 2, 0, 0, 0, {nan32}}, order);
+    refuse(4, {1}, {2, 4, 0, 0, 0, {1, 2, 2}}, "DIV(2) = ");
+    refuse(4, {1}, {3, 2, 0, 0, 1, {3, 1}}, "DIV(1) = ");
+    refuse(5, {1}, {1, 2, 0, 1}, "K = 2.  Since IOPT = 1, there must be at least three intervals.");
+    refuse(6, {1}, {2, 1}, "K = 1.  Since IOPT = 2, there must be at least two intervals.");
+    refuse(7, {1}, {0, 0}, "K = 0.  There must be at least one interval.");
+    refuse(8, {1, nan32}, {2, 2, 0, 0, 0, {1}},
+           "X contains missing values.  Missing values are not allowed.");
     // Of cut points the last element is not looked at.
     EXPECT_EQ(tally({1, 5}, {2, 3, 0, 0, 0, {1, 2, -9}}), (std::vector<f32>{1, 0, 1}));
 }

@@ -3,6 +3,7 @@
 #include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/orthogonal_fit.hpp"
 #include "numeric/polynomial/polynomial_fit.hpp"
+#include "support/certified_set.hpp"
 #include "support/register_widths.hpp"
 
 #include <boost/multiprecision/cpp_bin_float.hpp>
@@ -10,11 +11,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <random>
-#include <sstream>
+#include <utility>
 #include <vector>
 
 using namespace qmx;
@@ -131,6 +130,10 @@ reals map(std::size_t n, auto rule) {
     return v;
 }
 
+reals column_of(const std::vector<reals>& rows, std::size_t k) {
+    return map(rows.size(), [&](f64 i) { return rows[static_cast<std::size_t>(i)].at(k); });
+}
+
 struct data_case {
     const char* name;
     f64 origin, width; // of the abscissas
@@ -195,35 +198,31 @@ TEST(PolynomialFit, FindsThePolynomialThatTheOrdinatesWereMadeFrom) {
     }
 }
 
-// Certified values from a data file of statistical reference data: "B<k>  estimate  deviation".
 TEST(PolynomialFit, ReachesTheCertifiedCoefficients) {
-    const char* folder = std::getenv("QMX_IC_DATA");
-    if (folder == nullptr) GTEST_SKIP() << "QMX_IC_DATA names no folder with certified data";
-    for (const char* set : {"Wampler1", "Wampler2", "Wampler4"}) {
-        std::ifstream file(std::string(folder) + "/certified/" + set + ".dat");
-        if (!file) GTEST_SKIP() << set << " is not there";
-        reals certified, x, y;
-        bool in_data = false;
-        for (std::string line; std::getline(file, line);) {
-            std::istringstream words(line);
-            std::string name;
-            f64 a = 0, b = 0;
-            if (in_data && words >> a >> b) {
-                y.push_back(a);
-                x.push_back(b);
-            } else if (!in_data && words >> name >> a &&
-                       name == "B" + std::to_string(certified.size())) {
-                certified.push_back(a);
-            }
-            in_data = in_data || (line.find("Data:") == 0 && line.find("Response") == line.npos);
-        }
-        ASSERT_EQ(certified.size(), 6U) << set;
-        ASSERT_EQ(x.size(), 21U) << set;
-        const fit_result got = fit(x, y, 5);
-        // Reading decimal data as f64 alone costs two digits.
-        for (std::size_t k = 0; k < 6; ++k)
-            EXPECT_TRUE(is_near(got.B[k], certified[k], 1e-13)) << set << " " << k;
+    if (!support::has_certified_sets()) GTEST_SKIP() << "QMX_IC_DATA is not set";
+    for (const char* name : {"Wampler1", "Wampler2", "Wampler4"}) {
+        const support::certified_set set = support::read_certified(name);
+        ASSERT_EQ(set.rows.size(), 21U) << name;
+        const fit_result got = fit(column_of(set.rows, 1), column_of(set.rows, 0), 5);
+        for (std::size_t k = 0; k < 6; ++k) // reading decimal data as f64 alone costs two digits
+            EXPECT_TRUE(is_near(got.B[k], set.after("B" + std::to_string(k)).at(0), 1e-13)) << name;
     }
+}
+
+// y = x + d (1, -2, 1) at -1, 0 and 1: the share that a line leaves is 3 d^2 / (1 + 3 d^2).
+TEST(PolynomialFit, IsPerfectFromTenMachineEpsilonsOn) {
+    for (const std::size_t times : {std::size_t{1}, std::size_t{300}})
+        for (const f64 epsilons : {9.5, 10.5}) {
+            const f64 d = std::sqrt(epsilons * std::numeric_limits<f64>::epsilon() / 3);
+            const reals x = map(3 * times, [](f64 i) { return std::fmod(i, 3.0) - 1; });
+            const reals y = map(x.size(), [&](f64 i) {
+                const f64 u = x[static_cast<std::size_t>(i)];
+                return u == 0 ? -2 * d : u + d;
+            });
+            const fit_result got = fit(x, y, 1);
+            EXPECT_EQ(got.code, epsilons < 10 ? 11 : 0) << times << " times, " << epsilons;
+            EXPECT_EQ(got.STAT[8] == 0.0, epsilons < 10);
+        }
 }
 
 TEST(PolynomialFit, DoesNotDependOnTheOrderOfManyObservations) {
@@ -248,21 +247,21 @@ TEST(PolynomialFit, DoesNotDependOnTheOrderOfManyObservations) {
 TEST(PolynomialFit, FollowsTheUnitsOfTheData) {
     std::mt19937_64 random(9);
     std::normal_distribution<f64> normal;
+    const auto times = [](reals v, int exponent) {
+        for (f64& value : v) value = std::ldexp(value, exponent);
+        return v;
+    };
     for (const std::size_t n : {std::size_t{40}, std::size_t{400}}) {
         const reals x = map(n, [](f64 i) { return i / 7; });
         const reals y = map(n, [&](f64) { return 2 + normal(random); });
         const fit_result plain = fit(x, y, 2);
         for (const int exponent : {-1000, -300, 300, 1000}) {
-            const f64 unit = std::ldexp(1.0, exponent);
-            const fit_result scaled =
-                fit(x, map(n, [&](f64 i) { return y[static_cast<std::size_t>(i)] * unit; }), 2);
-            for (std::size_t k = 0; k < 3; ++k) EXPECT_EQ(scaled.B[k], plain.B[k] * unit);
-            EXPECT_EQ(scaled.STAT[1], plain.STAT[1] * unit);
+            const fit_result scaled = fit(x, times(y, exponent), 2);
+            EXPECT_EQ(scaled.B, times(plain.B, exponent));
+            EXPECT_EQ(scaled.STAT[1], std::ldexp(plain.STAT[1], exponent));
             EXPECT_EQ(scaled.STAT[0], plain.STAT[0]);
         }
-        const f64 unit = std::ldexp(1.0, 200);
-        const fit_result scaled =
-            fit(map(n, [&](f64 i) { return x[static_cast<std::size_t>(i)] * unit; }), y, 2);
+        const fit_result scaled = fit(times(x, 200), y, 2);
         for (std::size_t k = 0; k < 3; ++k)
             EXPECT_EQ(scaled.B[k], std::ldexp(plain.B[k], -200 * static_cast<int>(k)));
     }
@@ -272,151 +271,66 @@ TEST(PolynomialFit, SkipsAndCountsPairsWithANan) {
     std::mt19937_64 random(10);
     std::normal_distribution<f64> normal;
     for (const std::size_t n : {std::size_t{30}, std::size_t{600}}) {
-        reals x = map(n, [](f64 i) { return i; });
-        reals y = map(n, [&](f64) { return normal(random); });
+        reals x = map(n, [](f64 i) { return i; }), y = map(n, [&](f64) { return normal(random); });
         const fit_result clean = fit(x, y, 3);
         x.insert(x.begin() + 11, 5.0);
         y.insert(y.begin() + 11, nan64);
         x.push_back(nan64);
         y.push_back(1.0);
-        const fit_result holed = fit(x, y, 3);
+        fit_result holed = fit(x, y, 3);
         EXPECT_EQ(holed.B, clean.B);
-        EXPECT_EQ(holed.STAT[9], 2.0);
-        EXPECT_EQ(holed.STAT[7], clean.STAT[7]);
-        EXPECT_EQ(holed.STAT[2], clean.STAT[2]);
+        EXPECT_EQ(std::exchange(holed.STAT[9], 0.0), 2.0);
+        EXPECT_EQ(holed.STAT, clean.STAT);
     }
 }
 
-struct error_case {
-    const char* name;
-    reals x, y;
-    i32 degree, type, code;
-    reals B; // empty: nothing is written
-    const char* message;
-};
-const error_case error_cases[] = {
-    {"no_pair",
-     {},
-     {},
-     1,
-     5,
-     1,
-     {},
-     "The number of observations must be at least 1 while NOBS = 0 is given."},
-    {"negative_degree",
-     {1, 2},
-     {1, 2},
-     -1,
-     5,
-     2,
-     {},
-     "NDEG = -1.  The degree of the polynomial to be fit must be greater than or equal to 0."},
-    {"one_pair",
-     {1},
-     {1},
-     0,
-     5,
-     1,
-     {},
-     "NOBS = 1.  The number of observations, NOBS, must be greater than 1."},
-    {"all_missing",
-     {nan64, 2},
-     {1, nan64},
-     1,
-     4,
-     3,
-     {},
-     "There are no valid data points.  Each (x,y) pair contains NaN (not a number)."},
-    {"constant_abscissas",
-     {3, 3, 3},
-     {1, 2, 3},
-     1,
-     4,
-     7,
-     {},
-     "The x values are constant.  At least two distinct x values are needed."},
-    {"one_valid_pair",
-     {3, nan64},
-     {1, 2},
-     1,
-     4,
-     7,
-     {},
-     "The x values are constant.  At least two distinct x values are needed."},
-    {"constant_ordinates",
-     {1, 2, 4},
-     {0.1, 0.1, 0.1},
-     2,
-     3,
-     4,
-     {0.1, 0, 0},
-     "The y values are constant.  A zero order polynomial is fit.  High order coefficients are set "
-     "to zero."},
-    {"constant_ordinates_degree_0",
-     {1, 2, 4},
-     {7, 7, 7},
-     0,
-     3,
-     4,
-     {7},
-     "The y values are constant.  A zero order polynomial is fit.  High order coefficients are set "
-     "to zero."},
-    {"line_by_a_line",
-     {1, 2, 3},
-     {1, 3, 5},
-     1,
-     6,
-     11,
-     {-1, 2},
-     "The degree 1 polynomial fit is a perfect fit within machine precision."},
-    {"line_by_a_quadratic",
-     {1, 2, 3},
-     {1, 3, 5},
-     2,
-     3,
-     6,
-     {-1, 2, 0},
-     "A perfect fit was obtained with a polynomial of lower degree (=1) than NDEG = 2 as "
-     "requested."},
-    {"two_abscissas",
-     {0, 0, 0, 1, 1},
-     {0, 1, 2, 3, 5},
-     3,
-     3,
-     5,
-     {1, 3, 0, 0},
-     "A degree 1 polynomial is fitted.  There are only 2 distinct abscissas, so a higher degree "
-     "polynomial fit cannot be computed."},
-    {"two_abscissas_perfect",
-     {0, 0, 1},
-     {1, 1, 2},
-     3,
-     3,
-     6,
-     {1, 1, 0, 0},
-     "A perfect fit was obtained with a polynomial of lower degree (=1) than NDEG = 3 as "
-     "requested."},
-};
 TEST(PolynomialFit, SaysWhatIsWrongAndFillsWhatItCan) {
-    for (const auto& c : error_cases) {
-        SCOPED_TRACE(c.name);
-        const fit_result got = fit(c.x, c.y, c.degree);
-        EXPECT_EQ(got.type, c.type);
-        EXPECT_EQ(got.code, c.code);
-        EXPECT_EQ(last_message(), c.message);
-        if (c.B.empty()) {
+    const reals nothing; // is written
+    const auto expect = [&](const reals& x, const reals& y, i32 degree, i32 type, i32 code,
+                            const reals& B, const std::string& message) {
+        SCOPED_TRACE(message);
+        const fit_result got = fit(x, y, degree);
+        EXPECT_EQ(got.type, type);
+        EXPECT_EQ(got.code, code);
+        EXPECT_EQ(last_message(), message);
+        if (B.empty()) {
             EXPECT_EQ(got.B[0], untouched);
             EXPECT_EQ(got.STAT, reals(10, untouched));
-            continue;
+            return;
         }
-        EXPECT_EQ(got.B, c.B);
-        const f64 degree = got.STAT[5];
-        EXPECT_EQ(got.STAT[7], static_cast<f64>(c.x.size()) - degree - 1);
-        EXPECT_EQ(std::isnan(got.STAT[0]), degree == 0);
-        EXPECT_EQ(std::isnan(got.STAT[2]), degree == 0);
-        for (auto k = static_cast<std::size_t>(degree) + 1; k < got.SSPOLY.size(); ++k)
+        EXPECT_EQ(got.B, B);
+        const f64 reached = got.STAT[5];
+        EXPECT_EQ(got.STAT[7], static_cast<f64>(x.size()) - reached - 1);
+        EXPECT_EQ(std::isnan(got.STAT[0]), reached == 0);
+        EXPECT_EQ(std::isnan(got.STAT[2]), reached == 0);
+        for (auto k = static_cast<std::size_t>(reached) + 1; k < got.SSPOLY.size(); ++k)
             EXPECT_EQ(got.SSPOLY[k], 0.0);
-    }
+    };
+    expect({}, {}, 1, 5, 1, nothing,
+           "The number of observations must be at least 1 while NOBS = 0 is given.");
+    expect(
+        {1, 2}, {1, 2}, -1, 5, 2, nothing,
+        "NDEG = -1.  The degree of the polynomial to be fit must be greater than or equal to 0.");
+    expect({1}, {1}, 0, 5, 1, nothing,
+           "NOBS = 1.  The number of observations, NOBS, must be greater than 1.");
+    expect({nan64, 2}, {1, nan64}, 1, 4, 3, nothing,
+           "There are no valid data points.  Each (x,y) pair contains NaN (not a number).");
+    const char* alike = "The x values are constant.  At least two distinct x values are needed.";
+    expect({3, 3, 3}, {1, 2, 3}, 1, 4, 7, nothing, alike);
+    expect({3, nan64}, {1, 2}, 1, 4, 7, nothing, alike);
+    const char* level = "The y values are constant.  A zero order polynomial is fit.  High order "
+                        "coefficients are set to zero.";
+    expect({1, 2, 4}, {0.1, 0.1, 0.1}, 2, 3, 4, {0.1, 0, 0}, level);
+    expect({1, 2, 4}, {7, 7, 7}, 0, 3, 4, {7}, level);
+    expect({1, 2, 3}, {1, 3, 5}, 1, 6, 11, {-1, 2},
+           "The degree 1 polynomial fit is a perfect fit within machine precision.");
+    const std::string lower = "A perfect fit was obtained with a polynomial of lower degree (=1) "
+                              "than NDEG = ";
+    expect({1, 2, 3}, {1, 3, 5}, 2, 3, 6, {-1, 2, 0}, lower + "2 as requested.");
+    expect({0, 0, 1}, {1, 1, 2}, 3, 3, 6, {1, 1, 0, 0}, lower + "3 as requested.");
+    expect({0, 0, 0, 1, 1}, {0, 1, 2, 3, 5}, 3, 3, 5, {1, 3, 0, 0},
+           "A degree 1 polynomial is fitted.  There are only 2 distinct abscissas, so a higher "
+           "degree polynomial fit cannot be computed.");
 }
 
 // The same warnings where the fit is made in f64.
@@ -487,12 +401,11 @@ TEST(PolynomialFit, TakesStridedViewsAndDoesWithoutSums) {
 }
 
 TEST(GuardedQuotient, YieldsNoHardwareException) {
-    struct quotient_case {
-        f64 a, b, quotient;
-    };
     constexpr f64 tiny = std::numeric_limits<f64>::min();
     constexpr f64 huge = std::numeric_limits<f64>::max();
-    const quotient_case cases[] = {
+    const struct {
+        f64 a, b, quotient;
+    } cases[] = {
         {6, 3, 2},           {nan64, 1, nan64},  {1, nan64, nan64},    {0, 0, nan64},
         {3, 0, inf64},       {-3, 0, -inf64},    {tiny, 2, 0},         {-tiny, 2, 0},
         {2 * tiny, 2, tiny}, {huge, 0.5, inf64}, {-huge, 0.5, -inf64}, {huge, -0.5, -inf64},

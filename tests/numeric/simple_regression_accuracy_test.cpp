@@ -1,13 +1,12 @@
 // The regression against a textbook one in fifty digits, and certified lines.
 #include "numeric/regression_call.hpp"
+#include "support/certified_set.hpp"
 
 #include <boost/math/distributions/fisher_f.hpp>
 #include <boost/math/distributions/students_t.hpp>
 #include <boost/multiprecision/cpp_bin_float.hpp>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <map>
 #include <string>
 
@@ -72,8 +71,7 @@ f64 root(const exact& value) {
     return static_cast<f64>(sqrt(value));
 }
 
-// Digits that two numbers share, measured against the larger of the truth and a
-// floor.
+// The error in units of the larger of the truth and a floor.
 void expect_digits(f64 found, const exact& truth, f64 digits, const std::string& what,
                    f64 floor = 0.0) {
     const f64 scale = std::max(std::abs(static_cast<f64>(truth)), floor);
@@ -82,23 +80,25 @@ void expect_digits(f64 found, const exact& truth, f64 digits, const std::string&
         << what << ": " << found << " instead of " << static_cast<f64>(truth);
 }
 
-void expect_textbook(const std::string& name, const std::vector<observation>& data, i32 intercept,
-                     f64 digits) {
-    SCOPED_TRACE(name + (intercept == 1 ? ", intercept" : ", no intercept"));
-    const regression found = regress(data, intercept);
-    const exact_line line = fit_exactly(data, intercept == 1);
-    const f64 dfe = static_cast<f64>(line.degrees());
+void expect_table(const regression& found, const exact_line& line, f64 digits) {
+    const f64 dfe = static_cast<f64>(line.degrees()), dft = dfe + 1;
     const exact s2 = line.mean_square(), s = sqrt(s2), total = line.ssr + line.sse;
-    const f64 dft = static_cast<f64>(line.n) - intercept;
-    EXPECT_EQ(found.type, 0);
-    EXPECT_EQ(found.missing, 0);
-
-    const exact F = line.ssr / s2;
-    const exact f_probability = upper_f(F, 1, dfe), adjusted = 100 * (1 - s2 / (total / dft));
-    const exact explained = 100 * line.ssr / total, variation = 100 * s / line.mean;
-    const exact table[15] = {1,         dfe,      dft, line.ssr,  line.sse,
-                             total,     line.ssr, s2,  F,         f_probability,
-                             explained, adjusted, s,   line.mean, variation};
+    const exact F = line.ssr / s2, explained = 100 * line.ssr / total;
+    const exact table[15] = {1,
+                             dfe,
+                             dft,
+                             line.ssr,
+                             line.sse,
+                             total,
+                             line.ssr,
+                             s2,
+                             F,
+                             upper_f(F, 1, dfe),
+                             explained,
+                             100 * (1 - s2 / (total / dft)),
+                             s,
+                             line.mean,
+                             100 * s / line.mean};
     for (std::size_t k = 0; k < 15; ++k)
         expect_digits(found.AOV[k], table[k], digits - (k == 9), "AOV " + std::to_string(k + 1),
                       k == 9    ? 1e-290
@@ -107,7 +107,7 @@ void expect_textbook(const std::string& name, const std::vector<observation>& da
 
     const exact estimates[2] = {line.b0, line.b1}, factors[2] = {line.c00, line.c11};
     const exact inflation[2] = {line.weight * line.c00, 1};
-    for (std::size_t row = intercept == 1 ? 0 : 1; row < 2; ++row) {
+    for (std::size_t row = line.rank == 2 ? 0 : 1; row < 2; ++row) {
         const std::string which = "COEF row " + std::to_string(row) + " column ";
         const exact error = sqrt(s2 * factors[row]), t = estimates[row] / error;
         // An estimate near 0 cannot be better than its standard error says.
@@ -119,61 +119,64 @@ void expect_textbook(const std::string& name, const std::vector<observation>& da
         expect_digits(found.COEF[row][4], inflation[row], digits, which + "5");
     }
     expect_digits(found.COVB[1][1], s2 * line.c11, digits, "COVB 2 2");
-    if (intercept == 1) {
-        expect_digits(found.COVB[0][0], s2 * line.c00, digits, "COVB 1 1");
-        expect_digits(found.COVB[0][1], s2 * line.c01, digits, "COVB 1 2");
-        EXPECT_EQ(found.COVB[0][1], found.COVB[1][0]);
-    }
+    if (line.rank < 2) return;
+    expect_digits(found.COVB[0][0], s2 * line.c00, digits, "COVB 1 1");
+    expect_digits(found.COVB[0][1], s2 * line.c01, digits, "COVB 1 2");
+    EXPECT_EQ(found.COVB[0][1], found.COVB[1][0]);
+}
 
-    struct group {
-        exact n = 0, weight = 0, sum = 0, squares = 0;
-    };
-    std::map<f64, group> groups;
-    for (const observation& o : data) {
-        group& g = groups[o.x];
-        const exact w = exact(o.frequency) * exact(o.weight), y = o.y;
-        g.n += o.frequency;
-        g.weight += w;
-        g.sum += w * y;
-        g.squares += w * y * y;
-    }
+void expect_lack_of_fit(const regression& found, const exact_line& line,
+                        const std::vector<observation>& data, f64 digits) {
+    std::map<f64, std::vector<observation>> groups;
+    for (const observation& o : data) groups[o.x].push_back(o);
     exact pure_degrees = 0, pure = 0;
-    for (const auto& [x, g] : groups) {
-        pure_degrees += g.n - 1;
-        pure += g.squares - g.sum * g.sum / g.weight;
+    for (const auto& [x, rows] : groups) {
+        exact n = 0, weight = 0, sum = 0, squares = 0;
+        for (const observation& o : rows) {
+            const exact w = exact(o.frequency) * exact(o.weight), y = o.y;
+            n += o.frequency;
+            weight += w;
+            sum += w * y;
+            squares += w * y * y;
+        }
+        pure_degrees += n - 1;
+        pure += squares - sum * sum / weight;
     }
     const exact lack_degrees = line.degrees() - pure_degrees, lack = line.sse - pure;
-    const exact first[6] = {dfe, lack_degrees, pure_degrees, line.sse, lack, pure};
+    const exact first[6] = {line.degrees(), lack_degrees, pure_degrees, line.sse, lack, pure};
     for (std::size_t k = 0; k < 6; ++k)
         expect_digits(found.TESTLF[k], first[k], digits, "TESTLF " + std::to_string(k + 1),
                       static_cast<f64>(line.sse));
     // Frequencies alone make replicates without scatter.
-    const bool scatters = pure > 1e-30 * line.sse;
-    if (scatters && lack_degrees > 0) {
-        const exact ratio = (lack / lack_degrees) / (pure / pure_degrees);
-        expect_digits(found.TESTLF[6], lack / lack_degrees, digits - 1, "TESTLF 7");
-        expect_digits(found.TESTLF[7], pure / pure_degrees, digits - 1, "TESTLF 8");
-        expect_digits(found.TESTLF[8], ratio, digits - 1, "TESTLF 9");
-        expect_digits(
-            found.TESTLF[9],
-            upper_f(ratio, static_cast<f64>(lack_degrees), static_cast<f64>(pure_degrees)),
-            digits - 2, "TESTLF 10");
-    } else {
+    if (!(pure > 1e-30 * line.sse && lack_degrees > 0)) {
         EXPECT_FALSE(std::isfinite(found.TESTLF[8]));
         EXPECT_EQ(std::isnan(found.TESTLF[8]), pure_degrees == 0 || lack_degrees == 0);
+        return;
     }
+    const exact lack_square = lack / lack_degrees, pure_square = pure / pure_degrees;
+    const exact ratio = lack_square / pure_square;
+    const f64 above =
+        upper_f(ratio, static_cast<f64>(lack_degrees), static_cast<f64>(pure_degrees));
+    expect_digits(found.TESTLF[6], lack_square, digits - 1, "TESTLF 7");
+    expect_digits(found.TESTLF[7], pure_square, digits - 1, "TESTLF 8");
+    expect_digits(found.TESTLF[8], ratio, digits - 1, "TESTLF 9");
+    expect_digits(found.TESTLF[9], above, digits - 2, "TESTLF 10");
+}
 
-    const boost::math::students_t_distribution<long double> student(dfe);
+void expect_cases(const regression& found, const exact_line& line,
+                  const std::vector<observation>& data, f64 digits) {
+    const boost::math::students_t_distribution<long double> student(
+        static_cast<long double>(line.degrees()));
     const exact mean_quantile = quantile(student, 0.975L), quantile_90 = quantile(student, 0.95L);
+    const exact s2 = line.mean_square();
     for (std::size_t i = 0; i < data.size(); ++i) {
         const observation& o = data[i];
         const exact f = line.b0 + line.b1 * o.x, e = o.y - f, w = o.weight;
         const exact v = line.c00 + 2 * line.c01 * o.x + line.c11 * o.x * o.x, h = w * v;
-        // The deleted statistics by their meaning: fit again without this
-        // observation.
+        // Columns 6 to 8 by their definition: fit again without this observation.
         std::vector<observation> others = data;
         others[i].frequency -= 1;
-        const exact_line rest = fit_exactly(others, intercept == 1);
+        const exact_line rest = fit_exactly(others, line.rank == 2);
         const exact f_rest = rest.b0 + rest.b1 * o.x, s_rest = sqrt(rest.mean_square());
         exact moved = 0;
         for (const observation& other : data) {
@@ -182,18 +185,39 @@ void expect_textbook(const std::string& name, const std::vector<observation>& da
         }
         const exact margin = mean_quantile * sqrt(s2 * v);
         const exact wide = quantile_90 * sqrt(s2 * (1 / (w * exact(o.future)) + v));
-        const exact standardised = e * sqrt(w) / sqrt(s2 * (1 - h));
-        const exact deleted = e * sqrt(w) / (s_rest * sqrt(1 - h)),
-                    distance = moved / (line.rank * s2);
-        const exact change = h > 0 ? exact((f - f_rest) * sqrt(w) / (s_rest * sqrt(h))) : exact(0);
-        const exact row[12] = {o.y,      f,      e,          h,          standardised, deleted,
-                               distance, change, f - margin, f + margin, f - wide,     f + wide};
+        const exact standardized = e * sqrt(w) / sqrt(s2 * (1 - h));
+        const exact studentized = e * sqrt(w) / (s_rest * sqrt(1 - h));
+        const exact dffits = h > 0 ? exact((f - f_rest) * sqrt(w) / (s_rest * sqrt(h))) : exact(0);
+        const exact row[12] = {o.y,
+                               f,
+                               e,
+                               h,
+                               standardized,
+                               studentized,
+                               moved / (line.rank * s2),
+                               dffits,
+                               f - margin,
+                               f + margin,
+                               f - wide,
+                               f + wide};
         const f64 unit = root(s2 / w);
         const f64 floor[12] = {0, unit, unit, 0, 1, 1, 1e-2, 1e-1, unit, unit, unit, unit};
         for (std::size_t k = 0; k < 12; ++k)
             expect_digits(found.CASE[i][k], row[k], digits - 1,
                           "CASE " + std::to_string(i) + " " + std::to_string(k + 1), floor[k]);
     }
+}
+
+void expect_textbook(const std::string& name, const std::vector<observation>& data, i32 intercept,
+                     f64 digits) {
+    SCOPED_TRACE(name + (intercept == 1 ? ", intercept" : ", no intercept"));
+    const regression found = regress(data, intercept);
+    const exact_line line = fit_exactly(data, intercept == 1);
+    EXPECT_EQ(found.type, 0);
+    EXPECT_EQ(found.missing, 0);
+    expect_table(found, line, digits);
+    expect_lack_of_fit(found, line, data, digits);
+    expect_cases(found, line, data, digits);
 }
 
 TEST(Line, AgreesWithTheTextbookInFiftyDigits) {
@@ -272,47 +296,26 @@ TEST(Line, OfAFrequencyIsThatOfAsManyRows) {
 // ---- Certified lines ----------------------------------------------------------------------------
 
 TEST(Line, MatchesTwelveDigitsOfCertifiedSets) {
-    const char* folder = std::getenv("QMX_IC_DATA");
-    if (folder == nullptr) GTEST_SKIP() << "QMX_IC_DATA names no folder of data";
-    struct {
-        const char* name;
-        i32 intercept;
-        std::array<f64, 9> certified; // b0, its error, b1, its error, s, R2, SSR, SSE, F
-    } const sets[] = {
-        {"Norris",
-         1,
-         {-0.262323073774029, 0.232818234301152, 1.00211681802045, 0.429796848199937E-03,
-          0.884796396144373, 0.999993745883712, 4255954.13232369, 26.6173985294224,
-          5436385.54079785}},
-        {"NoInt1",
-         0,
-         {0, 0, 2.07438016528926, 0.165289256198347E-01, 3.56753034006338, 0.999365492298663,
-          200457.727272727, 127.272727272727, 15750.2500000000}},
-        {"NoInt2",
-         0,
-         {0, 0, 0.727272727272727, 0.420827318078432E-01, 0.369274472937998, 0.993348115299335,
-          40.7272727272727, 0.272727272727273, 298.6666666666667}},
-    };
-    constexpr int lines_before = 60;
-    for (const auto& set : sets) {
-        std::ifstream file(std::string(folder) + "/certified/" + set.name + ".dat");
-        ASSERT_TRUE(file) << set.name;
-        std::string line;
-        for (int k = 0; k < lines_before; ++k) std::getline(file, line);
+    if (!support::has_certified_sets()) GTEST_SKIP() << "QMX_IC_DATA is not set";
+    for (const char* name : {"Norris", "NoInt1", "NoInt2"}) {
+        const support::certified_set set = support::read_certified(name);
         std::vector<observation> data;
-        for (f64 x = 0, y = 0; file >> y >> x;) data.push_back({x, y});
-        const regression found = regress(data, set.intercept);
-        const f64 values[9] = {found.COEF[0][0], found.COEF[0][1], found.COEF[1][0],
-                               found.COEF[1][1], found.AOV[12],    found.AOV[10] / 100,
-                               found.AOV[3],     found.AOV[4],     found.AOV[8]};
-        f64 fewest = 15;
-        for (std::size_t k = set.intercept == 1 ? 0 : 2; k < 9; ++k) {
-            const f64 truth = set.certified[k];
-            const f64 error = std::max(std::abs(values[k] - truth) / std::abs(truth), 1e-15);
-            fewest = std::min(fewest, -std::log10(error));
-            EXPECT_LE(error, 1e-12) << set.name << " " << k << ": " << values[k];
+        for (const auto& row : set.rows) data.push_back({row.at(1), row.at(0)});
+        ASSERT_GT(data.size(), 2U) << name;
+        const auto b0 = set.after("B0"), b1 = set.after("B1"), table = set.after("Regression ");
+        const regression found = regress(data, b0.empty() ? 0 : 1);
+        const auto expect = [&](f64 value, f64 certified, const char* what) {
+            expect_digits(value, certified, 12, name + std::string(" ") + what);
+        };
+        for (std::size_t k = 0; k < 2; ++k) {
+            if (!b0.empty()) expect(found.COEF[0][k], b0.at(k), "B0");
+            expect(found.COEF[1][k], b1.at(k), "B1");
         }
-        std::printf("%s: %zu rows, fewest matching digits %.1f\n", set.name, data.size(), fewest);
+        expect(found.AOV[12], set.after("Standard Deviation").at(0), "deviation");
+        expect(found.AOV[10] / 100, set.after("R-Squared").at(0), "R-squared");
+        expect(found.AOV[3], table.at(1), "regression sum");
+        expect(found.AOV[4], set.after("Residual ").at(1), "error sum");
+        expect(found.AOV[8], table.at(3), "F");
     }
 }
 

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string_view>
+
 using namespace regression_test;
 
 namespace {
@@ -44,11 +47,10 @@ TEST(FewRows, GiveTheLineWithoutInference) {
     EXPECT_EQ(two.type, 6);
     EXPECT_EQ(two.code, 4);
     EXPECT_EQ(two.seen, 0);
-    EXPECT_EQ(last_message(), "DFE = 0.  Statistical inference is not possible.  More "
-                              "observations are needed.");
-    EXPECT_EQ(two.AOV[0], 1);
-    EXPECT_EQ(two.AOV[1], 0);
-    EXPECT_EQ(two.AOV[2], 1);
+    EXPECT_EQ(last_message(),
+              "DFE = 0.  Statistical inference is not possible.  More observations are needed.");
+    const f64 degrees[] = {1, 0, 1};
+    EXPECT_TRUE(std::equal(degrees, degrees + 3, two.AOV.begin()));
     EXPECT_EQ(two.AOV[4], 0);
     EXPECT_EQ(two.AOV[10], 100);
     EXPECT_DOUBLE_EQ(two.COEF[1][0], -6.2 / 3.6);
@@ -70,24 +72,17 @@ TEST(FewRows, GiveTheLineWithoutInference) {
 }
 
 TEST(ConstantColumns, EstimateWhatCanBe) {
-    struct {
-        const char* name;
-        f64 x;
-    } const columns[] = {{"a place", 3.7}, {"zero", 0}, {"far", 5.8e6 + 1.0 / 3}, {"huge", -1e300}};
-    const f64 y[] = {4.1, 9.2, 7.7, 4.4};
     constexpr f64 mean = 6.35;
-    for (const auto& column : columns) {
-        std::vector<observation> data;
-        for (const f64 value : y) data.push_back({column.x, value});
-        const regression found = regress(data);
-        EXPECT_EQ(found.type, 0) << column.name;
-        EXPECT_EQ(found.COEF[1][0], 0) << column.name;
-        for (const std::size_t k : {1U, 2U, 3U, 4U}) EXPECT_TRUE(std::isnan(found.COEF[1][k]));
-        EXPECT_DOUBLE_EQ(found.COEF[0][0], mean) << column.name;
-        EXPECT_EQ(found.CASE[2][1], found.COEF[0][0]) << column.name;
+    for (const f64 x : {3.7, 0.0, 5.8e6 + 1.0 / 3, -1e300}) {
+        const regression found = regress({{x, 4.1}, {x, 9.2}, {x, 7.7}, {x, 4.4}});
+        EXPECT_EQ(found.type, 0) << x;
+        EXPECT_EQ(found.COEF[1][0], 0) << x;
+        for (const std::size_t k : {1U, 2U, 3U, 4U}) EXPECT_TRUE(std::isnan(found.COEF[1][k])) << x;
+        EXPECT_DOUBLE_EQ(found.COEF[0][0], mean) << x;
+        EXPECT_EQ(found.CASE[2][1], found.COEF[0][0]) << x;
         EXPECT_EQ(found.AOV[0], 0);
         EXPECT_EQ(found.AOV[1], 3);
-        EXPECT_EQ(found.AOV[10], 0) << column.name;
+        EXPECT_EQ(found.AOV[10], 0) << x;
         EXPECT_TRUE(std::isnan(found.AOV[8]));
         EXPECT_EQ(found.TESTLF[1], 0);
         EXPECT_DOUBLE_EQ(found.TESTLF[5], found.AOV[5]) << "all scatter is pure error";
@@ -117,12 +112,22 @@ TEST(ConstantColumns, EstimateWhatCanBe) {
     EXPECT_EQ(origin.AOV[4], 21);
 }
 
+// Without an intercept the row at 1 beside one at d has the leverage 1 / (1 + d^2).
+TEST(Leverage, OfOneWithinAHundredMachineEpsilonsLeavesNoResidualStatistics) {
+    for (const f64 epsilons : {95.0, 105.0}) {
+        const f64 d = std::sqrt(epsilons * std::numeric_limits<f64>::epsilon());
+        const auto row = regress({{1, 2}, {d, 3}, {d / 1e8, 1}}, 0).CASE[0];
+        EXPECT_NEAR(row[3], 1.0, 1e-13);
+        for (const std::size_t k : {4U, 5U, 6U, 7U})
+            EXPECT_EQ(std::isnan(row[k]), epsilons < 100) << epsilons << ", column " << k + 1;
+    }
+}
+
 TEST(InfiniteValues, MakeTheLineUndefinedAndNothingHangs) {
-    const f64 infinite = INFINITY;
+    const f64 far = INFINITY;
+    const observation rows[] = {{far, 1}, {1, -far}, {1, 1, far}, {1, 1, 1, far}};
     for (const i32 intercept : {0, 1})
-        for (const observation& bad :
-             {observation{infinite, 1}, observation{1, -infinite}, observation{1, 1, infinite},
-              observation{1, 1, 1, infinite}}) {
+        for (const observation& bad : rows) {
             const regression found = regress({{1, 2}, {2, 3}, bad, {3, 5}}, intercept);
             EXPECT_EQ(found.type, 0);
             EXPECT_TRUE(std::isnan(found.COEF[1][0]));
@@ -131,51 +136,48 @@ TEST(InfiniteValues, MakeTheLineUndefinedAndNothingHangs) {
         }
 }
 
-struct refusal {
-    const char* name;
-    i32 type, code;
-    // NOBS NCOL LDX INTCEP IRSP IND IFRQ IWT IPRED IPRINT LDCOEF LDCOVB LDCASE, and 1 where NRMISS
-    // is still written.
-    std::array<i32, 14> arguments;
-    f64 mean_confidence, prediction_confidence;
+// The arguments of a call that is accepted; a row of the test changes one of them.
+struct arguments {
+    i32 NOBS = 3, NCOL = 2, LDX = 3, INTCEP = 1, IRSP = 2, IND = 1, IFRQ = 0, IWT = 0, IPRED = 0,
+        IPRINT = 0, LDCOEF = 2, LDCOVB = 2, LDCASE = 3;
 };
 
 TEST(Arguments, AreCheckedBeforeAnythingIsWritten) {
-    const refusal rows[] = {
-        {"NOBS", 5, 1, {-1, 2, 3, 1, 2, 1, 0, 0, 0, 0, 2, 2, 3, 0}, 95, 95},
-        {"NCOL", 5, 2, {3, 0, 3, 1, 2, 1, 0, 0, 0, 0, 2, 2, 3, 0}, 95, 95},
-        {"LDX", 5, 3, {3, 2, 2, 1, 2, 1, 0, 0, 0, 0, 2, 2, 3, 0}, 95, 95},
-        {"INTCEP", 5, 4, {3, 2, 3, 2, 2, 1, 0, 0, 0, 0, 3, 3, 3, 0}, 95, 95},
-        {"IRSP", 5, 5, {3, 2, 3, 1, 0, 1, 0, 0, 0, 0, 2, 2, 3, 0}, 95, 95},
-        {"IND", 5, 6, {3, 2, 3, 1, 2, 3, 0, 0, 0, 0, 2, 2, 3, 0}, 95, 95},
-        {"IFRQ", 5, 7, {3, 2, 3, 1, 2, 1, -1, 0, 0, 0, 2, 2, 3, 0}, 95, 95},
-        {"IWT", 5, 8, {3, 2, 3, 1, 2, 1, 0, 3, 0, 0, 2, 2, 3, 0}, 95, 95},
-        {"IPRED", 5, 9, {3, 2, 3, 1, 2, 1, 0, 0, 3, 0, 2, 2, 3, 0}, 95, 95},
-        {"CONPCM", 5, 10, {3, 2, 3, 1, 2, 1, 0, 0, 0, 0, 2, 2, 3, 0}, 100, 95},
-        {"CONPCP", 5, 11, {3, 2, 3, 1, 2, 1, 0, 0, 0, 0, 2, 2, 3, 0}, 95, nan64},
-        {"IPRINT", 5, 12, {3, 2, 3, 1, 2, 1, 0, 0, 0, 4, 2, 2, 3, 0}, 95, 95},
-        {"LDCOEF", 5, 13, {3, 2, 3, 1, 2, 1, 0, 0, 0, 0, 1, 2, 3, 0}, 95, 95},
-        {"LDCOVB", 5, 14, {3, 2, 3, 1, 2, 1, 0, 0, 0, 0, 2, 1, 3, 0}, 95, 95},
-        {"LDCASE", 5, 15, {3, 2, 3, 1, 2, 1, 0, 0, 0, 0, 2, 2, 2, 0}, 95, 95},
-        {"frequency", 4, 1, {3, 2, 3, 1, 2, 1, 2, 0, 0, 0, 2, 2, 3, 1}, 95, 95},
-        {"weight", 4, 2, {3, 2, 3, 1, 2, 1, 0, 2, 0, 0, 2, 2, 3, 1}, 95, 95},
-    };
     const f64 X[6] = {1, 2, 3, 4, -5, 7};
-    for (const refusal& row : rows) {
-        const auto& a = row.arguments;
+    const auto refuse = [&](i32 type, i32 code, std::string_view message, const arguments& a,
+                            f64 of_mean = 95, f64 of_prediction = 95) {
         f64 AOV[15], COEF[15], COVB[9], TESTLF[10], CASE[36];
         std::fill_n(AOV, 15, -7.0);
         i32 missing = -7;
         ERSET(0, 0, 0);
-        DRONE(a[0], a[1], X, a[2], a[3], a[4], a[5], a[6], a[7], a[8], row.mean_confidence,
-              row.prediction_confidence, a[9], AOV, COEF, a[10], COVB, a[11], TESTLF, CASE, a[12],
+        DRONE(a.NOBS, a.NCOL, X, a.LDX, a.INTCEP, a.IRSP, a.IND, a.IFRQ, a.IWT, a.IPRED, of_mean,
+              of_prediction, a.IPRINT, AOV, COEF, a.LDCOEF, COVB, a.LDCOVB, TESTLF, CASE, a.LDCASE,
               missing);
-        EXPECT_EQ(N1RTY(1), row.type) << row.name;
-        EXPECT_EQ(N1RCD(1), row.code) << row.name;
+        EXPECT_EQ(N1RTY(1), type) << message;
+        EXPECT_EQ(N1RCD(1), code) << message;
+        EXPECT_TRUE(last_message().starts_with(message)) << last_message();
         EXPECT_EQ(last_message().find("%("), std::string_view::npos) << last_message();
-        EXPECT_EQ(AOV[3], -7.0) << row.name;
-        EXPECT_EQ(missing == -7, a[13] == 0) << row.name;
-    }
+        EXPECT_EQ(AOV[3], -7.0) << message;
+        EXPECT_EQ(missing == -7, type == type_terminal) << message;
+    };
+    refuse(5, 1, "NOBS = -1.", {.NOBS = -1});
+    refuse(5, 2, "NCOL = 0.", {.NCOL = 0});
+    refuse(5, 3, "LDX = 2 and NOBS = 3.", {.LDX = 2});
+    refuse(5, 4, "INTCEP = 2.", {.INTCEP = 2, .LDCOEF = 3, .LDCOVB = 3});
+    refuse(5, 5, "IRSP = 0 and NCOL = 2.", {.IRSP = 0});
+    refuse(5, 6, "IND = 3 and NCOL = 2.", {.IND = 3});
+    refuse(5, 7, "IFRQ = -1 and NCOL = 2.", {.IFRQ = -1});
+    refuse(5, 8, "IWT = 3 and NCOL = 2.", {.IWT = 3});
+    refuse(5, 9, "IPRED = 3 and NCOL = 2.", {.IPRED = 3});
+    refuse(5, 10, "CONPCM = 100.", {}, 100);
+    refuse(5, 11, "CONPCP = NaN.", {}, 95, nan64);
+    refuse(5, 12, "IPRINT = 4.", {.IPRINT = 4});
+    refuse(5, 13, "LDCOEF = 1.  LDCOEF must be greater than or equal to INTCEP + 1 = 2.",
+           {.LDCOEF = 1});
+    refuse(5, 14, "LDCOVB = 1.", {.LDCOVB = 1});
+    refuse(5, 15, "LDCASE = 2 and NOBS = 3.", {.LDCASE = 2});
+    refuse(4, 1, "The frequency in row 2 of X is -5.", {.IFRQ = 2});
+    refuse(4, 2, "The weight in row 2 of X is -5.", {.IWT = 2});
     const auto data = made_up(3, 9, 0, 1, 0, 0.1, false, false, false);
     const regression low = regress(data, 1, 20.0, 90.0);
     EXPECT_EQ(low.type, 6);

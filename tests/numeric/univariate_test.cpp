@@ -8,120 +8,94 @@ namespace {
 
 // ---- What is not defined ------------------------------------------------------------------------
 
+constexpr f32 any = 1234.5F; // stands for any finite number
+
 TEST(Univariate, StatesWhatIsNotDefined) {
-    const f32 n = nan32;
-    const f32 any = 1234.5F; // not looked at
-    const f32 tiny = 0x1p-63F;
-    const f32 small = 0x1p-42F;
-    const f32 slight = 0x1.6ap-32F;
-    struct {
-        const char* name;
-        std::vector<f32> x;
-        i32 code; // of the last condition, all of type 6
-        column expected;
-    } const rows[] = {
-        {"one value among missing ones", {n, 5, n}, 1, {5, n, n, n, n, 5, 5, 0, n, 1, n, n, n, n}},
-        {"nothing", {n, n}, 1, {0, n, n, n, n, n, n, n, n, 0, n, n, n, n}},
-        {"all equal", {-5, -5, -5}, 2, {-5, 0, 0, 0, 0, -5, -5, 0, 0, 3, -5, -5, 0, 0}},
-        {"zeros of both signs", {0, -0.0F}, 5, {0, 0, 0, 0, 0, 0, 0, 0, n, 2, 0, 0, 0, 0}},
-        {"mean zero", {-1, 1}, 5, {0, 2, any, 0, -2, -1, 1, 2, n, 2, any, any, any, any}},
-        {"an infinite value",
-         {1, infinite, 2},
-         5,
-         {infinite, n, n, n, n, 1, infinite, infinite, n, 3, n, n, n, n}},
-        {"both infinities",
-         {-infinite, infinite, 2},
-         5,
-         {n, n, n, n, n, -infinite, infinite, infinite, n, 3, n, n, n, n}},
-        {"only infinities",
-         {infinite, infinite},
-         5,
-         {infinite, n, n, n, n, infinite, infinite, n, n, 2, n, n, n, n}},
-        {"no square",
-         {0, tiny / 2},
-         12,
-         {tiny / 4, 0, 0, n, n, 0, tiny / 2, tiny / 2, 0, 2, any, any, 0, 0}},
-        {"a square but no cube",
-         {0, tiny},
-         13,
-         {tiny / 2, 0x1p-127F, any, n, n, 0, tiny, tiny, any, 2, any, any, any, any}},
-        {"a cube but no fourth power",
-         {0, small},
-         14,
-         {small / 2, any, any, 0, n, 0, small, small, any, 2, any, any, any, any}},
-        {"still no fourth power",
-         {0, slight},
-         14,
-         {slight / 2, any, any, 0, n, 0, slight, slight, any, 2, any, any, any, any}},
-        {"a fourth power",
-         {0, 2 * slight},
-         0,
-         {slight, any, any, 0, -2, 0, 2 * slight, 2 * slight, any, 2, any, any, any, any}},
-        {"beyond f32 only when squared",
-         {0, 1e30F},
-         0,
-         {5e29F, infinite, any, 0, -2, 0, 1e30F, 1e30F, any, 2, any, any, infinite, infinite}},
-    };
-    for (const auto& given : rows) {
-        const outcome got = statistics(given.x);
-        EXPECT_EQ(got.code, given.code) << given.name;
-        EXPECT_EQ(got.type, given.code == 0 ? 0 : type_warning_everywhere) << given.name;
-        EXPECT_EQ(got.missing, std::count_if(given.x.begin(), given.x.end(),
-                                             [](f32 v) { return std::isnan(v); }));
-        for (std::size_t i = 0; i < 14; ++i) {
-            const f32 want = given.expected[i];
-            if (want == any) {
-                EXPECT_TRUE(std::isfinite(got.stat[i])) << given.name << ", row " << i + 1;
-            } else {
-                EXPECT_TRUE(got.stat[i] == want || (std::isnan(want) && std::isnan(got.stat[i])))
-                    << given.name << ", row " << i + 1 << ": " << got.stat[i];
-            }
+    const f32 n = nan32, i = infinite, tiny = 0x1p-63F, small = 0x1p-42F, slight = 0x1.6ap-32F;
+    // code: of the last condition, all of type 6
+    const auto expect = [](const std::string& name, const std::vector<f32>& x, i32 code,
+                           const column& expected) {
+        const outcome got = statistics(x);
+        EXPECT_EQ(got.code, code) << name;
+        EXPECT_EQ(got.type, code == 0 ? 0 : type_warning_everywhere) << name;
+        EXPECT_EQ(got.missing, std::count_if(x.begin(), x.end(), [](f32 v) { return v != v; }));
+        for (std::size_t row = 0; row < 14; ++row) {
+            const f32 is = got.stat[row], want = expected[row];
+            EXPECT_TRUE(want == any ? std::isfinite(is) : is == want || (is != is && want != want))
+                << name << ", row " << row + 1 << ": " << is;
         }
-    }
+    };
+    expect("one value among missing ones", {n, 5, n}, 1,
+           {5, n, n, n, n, 5, 5, 0, n, 1, n, n, n, n});
+    expect("nothing", {n, n}, 1, {0, n, n, n, n, n, n, n, n, 0, n, n, n, n});
+    expect("all equal", {-5, -5, -5}, 2, {-5, 0, 0, 0, 0, -5, -5, 0, 0, 3, -5, -5, 0, 0});
+    expect("zeros of both signs", {0, -0.0F}, 5, {0, 0, 0, 0, 0, 0, 0, 0, n, 2, 0, 0, 0, 0});
+    expect("mean zero", {-1, 1}, 5, {0, 2, any, 0, -2, -1, 1, 2, n, 2, any, any, any, any});
+    expect("an infinite value", {1, i, 2}, 5, {i, n, n, n, n, 1, i, i, n, 3, n, n, n, n});
+    expect("both infinities", {-i, i, 2}, 5, {n, n, n, n, n, -i, i, i, n, 3, n, n, n, n});
+    expect("only infinities", {i, i}, 5, {i, n, n, n, n, i, i, n, n, 2, n, n, n, n});
+    expect("no square", {0, tiny / 2}, 12,
+           {tiny / 4, 0, 0, n, n, 0, tiny / 2, tiny / 2, 0, 2, any, any, 0, 0});
+    expect("a square but no cube", {0, tiny}, 13,
+           {tiny / 2, 0x1p-127F, any, n, n, 0, tiny, tiny, any, 2, any, any, any, any});
+    expect("a cube but no fourth power", {0, small}, 14,
+           {small / 2, any, any, 0, n, 0, small, small, any, 2, any, any, any, any});
+    expect("still no fourth power", {0, slight}, 14,
+           {slight / 2, any, any, 0, n, 0, slight, slight, any, 2, any, any, any, any});
+    expect("a fourth power", {0, 2 * slight}, 0,
+           {slight, any, any, 0, -2, 0, 2 * slight, 2 * slight, any, 2, any, any, any, any});
+    expect("beyond f32 only when squared", {0, 1e30F}, 0,
+           {5e29F, i, any, 0, -2, 0, 1e30F, 1e30F, any, 2, any, any, i, i});
+}
+
+// Means a hair beside the midpoint of two neighbours in f32: what is far below the last bit decides.
+TEST(Univariate, MeanRoundsByAllThatLiesBelowItsLastBit) {
+    const f32 u = 0x1p-23F; // ulp of 1
+    EXPECT_EQ(statistics({1, 1, 1, 1, 1 + u, 1 + u, 2 + 2 * u, 0x1p-70F}).row(1), 1 + u);
+    EXPECT_EQ(statistics({1, 1, 1, 1, 1 + u, 1 + u, 2 + 2 * u, 0}).row(1), 1) << "to even";
+    for (const std::vector<f32>& x : {std::vector<f32>{1, 1, 1 + u, 1 + 2 * u, -0x1p-100F},
+                                      {1, 1, 1, 1, 1 + u, 1 + u, 2 + 2 * u, -0x1p-70F},
+                                      {3, 1 + 2 * u, 0x1p-149F, u * 0x1p-30F, -u * 0x1p-30F, 0}})
+        EXPECT_EQ(statistics(x).row(1), static_cast<f32>(support::statistics_of(x).row[0]));
 }
 
 TEST(Univariate, RefusesBadArgumentsAndWritesNothing) {
-    struct {
-        const char* message;
-        i32 code, ido, nrow, nvar, ifrq, iwt;
-        f32 conprm, conprv;
-        i32 iprint, ldstat;
-    } const rows[] = {
-        {"IDO = 4.  IDO must be either 0, 1, 2, or 3.", 2, 4, 3, 1, 0, 0, 95, 95, 0, 15},
-        {" IPRINT = -1.  IPRINT must be either 0, 1, or 2.", 3, 0, 3, 1, 0, 0, 95, 95, -1, 15},
-        {"NVAR = 0.  The number of variables must be positive.", 1, 0, 3, 0, 0, 0, 95, 95, 0, 15},
-        {"LDSTAT = 14.  The leading dimension of STAT must be at least 15.", 6, 0, 3, 1, 0, 0, 95,
-         95, 0, 14},
-        {"NROW = 0 and IDO = 1.  If NROW is nonpositive, IDO must be equal to 2 or 3.", 7, 1, 0, 1,
-         0, 0, 95, 95, 0, 15},
-        {"The confidence level for the mean, CONPRM, must be less than 100.0.", 8, 0, 3, 1, 0, 0,
-         100, 95, 0, 15},
-        {"The confidence level for the mean, CONPRM, must be less than 100.0.", 8, 0, 3, 1, 0, 0,
-         nan32, 95, 0, 15},
-        {"The confidence level for the variance, CONPRV, must be less than 100.0.", 9, 0, 3, 1, 0,
-         0, 95, 101, 0, 15},
-        {"IFRQ = 3.  IFRQ must be greater than or equal to 0 and less than or equal to 2.", 4, 0, 3,
-         1, 3, 0, 95, 95, 0, 15},
-        {"IWT = -1.  IWT must be greater than or equal to 0 and less than or equal to 2.", 5, 0, 3,
-         1, 0, -1, 95, 95, 0, 15},
-        {"IFRQ = IWT = 2.  Frequencies and weights must be in different columns.", 5, 0, 3, 1, 2, 2,
-         95, 95, 0, 15},
+    struct arguments {
+        i32 IDO = 0, NROW = 3, NVAR = 1, IFRQ = 0, IWT = 0;
+        f32 CONPRM = 95, CONPRV = 95;
+        i32 IPRINT = 0, LDSTAT = 15;
     };
-    const std::vector<f32> x(9, 1.0F);
-    for (const auto& given : rows) {
+    const auto refuse = [](i32 code, std::string_view message, const arguments& a) {
+        const std::vector<f32> x(9, 1.0F);
         column stat;
         stat.fill(untouched);
         const column before = stat;
         i32 missing = 99;
         ERSET(0, 0, 0);
-        UVSTA(given.ido, given.nrow, given.nvar, x.data(), 3, given.ifrq, given.iwt, given.conprm,
-              given.conprv, given.iprint, stat.data(), given.ldstat, &missing);
-        EXPECT_EQ(N1RTY(1), type_terminal) << given.message;
-        EXPECT_EQ(N1RCD(1), given.code) << given.message;
-        EXPECT_NE(last_message().find(given.message), std::string_view::npos) << last_message();
-        EXPECT_TRUE(same_bits(stat, before)) << given.message;
-        EXPECT_EQ(missing, 99) << given.message;
-    }
+        UVSTA(a.IDO, a.NROW, a.NVAR, x.data(), 3, a.IFRQ, a.IWT, a.CONPRM, a.CONPRV, a.IPRINT,
+              stat.data(), a.LDSTAT, &missing);
+        EXPECT_EQ(N1RTY(1), type_terminal) << message;
+        EXPECT_EQ(N1RCD(1), code) << message;
+        EXPECT_NE(last_message().find(message), std::string_view::npos) << last_message();
+        EXPECT_TRUE(same_bits(stat, before)) << message;
+        EXPECT_EQ(missing, 99) << message;
+    };
+    refuse(1, "NVAR = 0.  The number of variables must be positive.", {.NVAR = 0});
+    refuse(2, "IDO = 4.  IDO must be either 0, 1, 2, or 3.", {.IDO = 4});
+    refuse(3, " IPRINT = -1.  IPRINT must be either 0, 1, or 2.", {.IPRINT = -1});
+    const std::string upto = " must be greater than or equal to 0 and less than or equal to 2.";
+    refuse(4, "IFRQ = 3.  IFRQ" + upto, {.IFRQ = 3});
+    refuse(5, "IWT = -1.  IWT" + upto, {.IWT = -1});
+    refuse(5, "IFRQ = IWT = 2.  Frequencies and weights must be in different columns.",
+           {.IFRQ = 2, .IWT = 2});
+    refuse(6, "LDSTAT = 14.  The leading dimension of STAT must be at least 15.", {.LDSTAT = 14});
+    refuse(7, "NROW = 0 and IDO = 1.  If NROW is nonpositive, IDO must be equal to 2 or 3.",
+           {.IDO = 1, .NROW = 0});
+    const char* level = "The confidence level for the mean, CONPRM, must be less than 100.0.";
+    refuse(8, level, {.CONPRM = 100});
+    refuse(8, level, {.CONPRM = nan32});
+    refuse(9, "The confidence level for the variance, CONPRV, must be less than 100.0.",
+           {.CONPRV = 101});
 }
 
 // ---- Frequencies, weights, several variables, several calls -------------------------------------
@@ -137,8 +111,8 @@ struct matrix {
         default: return std::exp(normal(random, 0.0F, 1.0F));
         }
     });
-    f32 operator()(i32 row, i32 number) const {
-        return elements[static_cast<std::size_t>((number - 1) * rows + row)];
+    std::vector<f32> column(i32 number) const {
+        return {elements.begin() + (number - 1) * rows, elements.begin() + number * rows};
     }
 };
 
@@ -164,44 +138,18 @@ table in_parts(const matrix& data, i32 ifrq, i32 iwt,
 TEST(Univariate, FrequenciesStandForRepeatedRowsAndWeightsForWeightedSums) {
     const matrix data;
     const table with_both = in_parts(data, 1, 3, {{0, matrix::rows}});
+    const std::vector<f32> times = data.column(1), weights = data.column(3);
     for (const i32 variable : {2, 4}) {
+        wide weight = 0;
+        const auto exact = support::statistics_of(data.column(variable), times, weights, weight);
         const column& got = with_both.stat[variable / 2 - 1];
-        wide count = 0, weight = 0, sum = 0, second = 0, third = 0, fourth = 0;
-        f32 lowest = infinite, highest = -infinite;
-        const auto for_rows = [&](auto act) {
-            for (i32 i = 0; i < matrix::rows; ++i)
-                if (data(i, 1) * data(i, 3) > 0 && !std::isnan(data(i, variable)))
-                    act(wide(data(i, 1)), wide(data(i, 3)), data(i, variable));
-        };
-        for_rows([&](const wide& f, const wide& w, f32 x) {
-            count += f;
-            weight += f * w;
-            sum += f * w * x;
-            lowest = std::min(lowest, x);
-            highest = std::max(highest, x);
-        });
-        const wide mean = sum / weight;
-        for_rows([&](const wide& f, const wide& w, f32 x) {
-            const wide d = x - mean;
-            second += f * w * d * d;
-            third += f * w * d * d * d;
-            fourth += f * w * d * d * d * d;
-        });
-        expect_accurate(got,
-                        support::statistics_of(count, mean, second, third, fourth, lowest, highest),
-                        "weighted variable " + std::to_string(variable));
+        expect_accurate(got, exact, "weighted variable " + std::to_string(variable));
         EXPECT_EQ(got[14], static_cast<f32>(weight));
     }
-    i32 missing = 0;
-    for (i32 i = 0; i < matrix::rows; ++i) missing += std::isnan(data(i, 2)) ? 1 : 0;
-    EXPECT_EQ(with_both.missing, missing);
-
-    std::vector<f32> x, times, repeated;
-    for (i32 i = 0; i < matrix::rows; ++i) {
-        x.push_back(data(i, 2));
-        times.push_back(data(i, 1));
-        repeated.insert(repeated.end(), static_cast<std::size_t>(data(i, 1)), data(i, 2));
-    }
+    std::vector<f32> x = data.column(2), repeated;
+    EXPECT_EQ(with_both.missing, std::count_if(x.begin(), x.end(), [](f32 v) { return v != v; }));
+    for (std::size_t i = 0; i < x.size(); ++i)
+        repeated.insert(repeated.end(), static_cast<std::size_t>(times[i]), x[i]);
     x.insert(x.end(), times.begin(), times.end());
     outcome frequencies;
     frequencies.stat.fill(untouched);
@@ -291,46 +239,33 @@ TEST(Univariate, RowsWithNegativeOrNoWeightDoNotCount) {
 }
 
 TEST(Univariate, LimitsWithoutTheirQuantileAreNotNumbers) {
-    const f32 any = 1234.5F; // a number
-    struct {
-        const char* name;
-        f32 frequency, conprm, conprv;
-        i32 code;
-        const char* message;
-        f32 of_mean, of_variance;
-    } const rows[] = {
-        // Student's t asks for one degree of freedom, chi-squared for half of one.
-        {"seven tenths of a degree", 0.85F, 95, 95, 8,
-         "An error occured in determining the t statistic.  The confidence limits are set to NaN "
-         "(not a ",
-         nan32, any},
-        {"a quarter of a degree", 0.625F, 95, 95, 11,
-         "An error occured in determining the chi-squared statistic.  ", nan32, nan32},
-        {"a quarter, variance only", 0.625F, 0, 95, 11,
-         "An error occured in determining the chi-squared statistic.  ", 0, nan32},
-        {"a quarter, mean only", 0.625F, 95, 0, 8,
-         "An error occured in determining the t statistic.  ", nan32, 0},
-    };
-    for (const auto& given : rows) {
-        const f32 x[] = {1, 3, given.frequency, given.frequency};
+    const auto expect = [](f32 frequency, f32 conprm, f32 conprv, i32 code, const char* message,
+                           f32 of_mean, f32 of_variance) {
+        const f32 x[] = {1, 3, frequency, frequency};
         outcome got;
         ERSET(0, 0, 0);
-        UVSTA(0, 2, 1, x, 2, 2, 0, given.conprm, given.conprv, 0, got.stat.data(), 15, nullptr);
-        EXPECT_EQ(N1RTY(1), type_warning_everywhere) << given.name;
-        EXPECT_EQ(N1RCD(1), given.code) << given.name;
-        EXPECT_TRUE(last_message().starts_with(given.message)) << last_message();
-        EXPECT_EQ(got.row(1), 2.0F) << given.name;
+        UVSTA(0, 2, 1, x, 2, 2, 0, conprm, conprv, 0, got.stat.data(), 15, nullptr);
+        EXPECT_EQ(N1RTY(1), type_warning_everywhere) << frequency;
+        EXPECT_EQ(N1RCD(1), code) << frequency;
+        EXPECT_TRUE(last_message().starts_with(message)) << last_message();
+        EXPECT_EQ(got.row(1), 2.0F) << frequency;
         for (const int row : {11, 12, 13, 14}) {
-            const f32 want = row < 13 ? given.of_mean : given.of_variance;
-            const bool as_told = want == any        ? std::isfinite(got.row(row))
-                                 : std::isnan(want) ? std::isnan(got.row(row))
-                                                    : got.row(row) == want;
-            EXPECT_TRUE(as_told) << given.name << ", row " << row << ": " << got.row(row);
+            const f32 is = got.row(row), want = row < 13 ? of_mean : of_variance;
+            EXPECT_TRUE(want == any ? std::isfinite(is) : is == want || (is != is && want != want))
+                << frequency << ", row " << row << ": " << is;
         }
-    }
+    };
+    const char* student = "An error occured in determining the t statistic.  The confidence limits "
+                          "are set to NaN (not a number).";
+    const char* chi = "An error occured in determining the chi-squared statistic.  ";
+    // Student's t needs one degree of freedom, chi-squared half of one.
+    expect(0.85F, 95, 95, 8, student, nan32, any);
+    expect(0.625F, 95, 95, 11, chi, nan32, nan32);
+    expect(0.625F, 0, 95, 11, chi, 0, nan32);
+    expect(0.625F, 95, 0, 8, student, nan32, 0);
 }
 
-// More spread was taken away than there had been.
+// More spread is removed than there was.
 TEST(Univariate, ANegativeVarianceIsNotANumber) {
     const std::vector<f32> x = {4.0F, 5.0F, 6.0F, 1.0F, 9.0F};
     column stat;

@@ -51,27 +51,41 @@ inline exact_statistics statistics_of(const wide& n, const wide& mean, const wid
     return exact;
 }
 
-inline exact_statistics statistics_of(const std::vector<float>& x, double percent = 95.0) {
+// Of values with frequencies and weights; the sum of frequency times weight goes to weight. Values that
+// are NaN, and those of frequency or weight 0, do not count.
+inline exact_statistics statistics_of(const std::vector<float>& x, const std::vector<float>& times,
+                                      const std::vector<float>& weights, wide& weight,
+                                      double percent = 95.0) {
     wide n = 0, sum = 0, second = 0, third = 0, fourth = 0;
     float lowest = std::numeric_limits<float>::infinity();
     float highest = -lowest;
-    for (const float value : x) {
-        if (std::isnan(value)) continue;
-        n += 1;
-        sum += value;
+    const auto for_counting = [&](auto act) {
+        for (std::size_t i = 0; i < x.size(); ++i)
+            if (!std::isnan(x[i]) && times[i] * weights[i] > 0)
+                act(x[i], wide(times[i]), wide(times[i]) * wide(weights[i]));
+    };
+    for_counting([&](float value, const wide& f, const wide& w) {
+        n += f;
+        weight += w;
+        sum += w * value;
         lowest = std::min(lowest, value);
         highest = std::max(highest, value);
-    }
-    const wide mean = sum / n;
-    for (const float value : x) {
-        if (std::isnan(value)) continue;
+    });
+    const wide mean = sum / weight;
+    for_counting([&](float value, const wide&, const wide& w) {
         const wide deviation = value - mean;
         const wide square = deviation * deviation;
-        second += square;
-        third += square * deviation;
-        fourth += square * square;
-    }
+        second += w * square;
+        third += w * square * deviation;
+        fourth += w * square * square;
+    });
     return statistics_of(n, mean, second, third, fourth, lowest, highest, percent);
+}
+
+inline exact_statistics statistics_of(const std::vector<float>& x, double percent = 95.0) {
+    wide weight = 0;
+    const std::vector<float> ones(x.size(), 1.0F);
+    return statistics_of(x, ones, ones, weight, percent);
 }
 
 // Error in units in the last place of f32 at the exact value, or at least if that is greater.

@@ -1,6 +1,6 @@
 #include "numeric/arithmetic/guarded.hpp"
 
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 
 #include <cmath>
 

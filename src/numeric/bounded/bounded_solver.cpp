@@ -1,7 +1,7 @@
 #include "numeric/bounded/bounded_solver.hpp"
 
 #include "numeric/bounded/trust_region.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>

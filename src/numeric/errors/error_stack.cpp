@@ -53,8 +53,8 @@ struct error_state {
 
 constinit thread_local error_state state;
 
-// An error may be caught and cleared by any routine on its way up. What is left of it when it
-// reaches the application is news; hence the report is due at the level the application called.
+// Any routine may clear an error on its way up. What nobody cleared is reported at the level that
+// the application called.
 bool is_reported_at(i32 level) {
     return level == base_level + 1;
 }
@@ -74,8 +74,8 @@ void print_current() {
     std::exit(EXIT_FAILURE);
 }
 
-// The stack itself is misused: a defect of the library, not of its data. No table can silence it,
-// and a process that ends says why.
+// Misuse of the stack is a defect of the library, not of its data: whatever the tables say, the
+// reason is printed and the process ends.
 [[noreturn]] void stop_for_misuse(i32 code, std::string_view message) {
     post(type_terminal, code, message);
     print_current();

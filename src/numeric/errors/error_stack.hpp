@@ -1,4 +1,6 @@
-// The error stack of the numerical routines.
+// Chamber errors: the error stack of the numerical routines, its messages, and the page settings
+// that printed errors follow. Every numerical routine opens with numeric_frame.hpp; the toolkit
+// reads the stack to turn an outcome into an event. Nothing here knows events or computes anything.
 //
 // A numerical routine returns no status. It pushes its name on entry, may post an error (a type and
 // a code) at its own level, and pops its name on exit; a caller inspects the level just popped.

@@ -98,7 +98,7 @@ bool message_values::append_to(message_text& text, char letter, i32 index) const
         if (!has(stored_texts_, index)) return false;
         text.append(texts_[index - 1].view());
         return true;
-    default: return false; // complex numbers, short texts and their like: no routine here has one
+    default: return false; // letters for types that no routine here stores
     }
 }
 

@@ -1,6 +1,5 @@
-// Texts of the error stack: the values a message asks for, the message built from them, and the
-// form in which it is printed. Everything is of fixed size, since an error may well be about
-// memory.
+// Texts of the error stack: the values for a message's placeholders, the message built from them,
+// and its printed form. Everything is of fixed size, since the error may be that memory ran out.
 #pragma once
 
 #include "base/bounded_text.hpp"
@@ -18,8 +17,8 @@ constexpr std::string_view text_of(const char* characters, i32 length) {
     return {characters, length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
-// Values for the placeholders %(I1) to %(I9), and the same for R (f32), D (f64) and L (text). An
-// index outside 1 to 9 cannot be written in a placeholder, so that its value is dropped.
+// Values for the placeholders %(I1) to %(I9), and the same for R (f32), D (f64) and L (text). A
+// value with an index outside 1 to 9 is dropped, as no placeholder can name it.
 class message_values {
 public:
     void store(i32 index, i32 value);

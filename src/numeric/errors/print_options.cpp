@@ -31,7 +31,7 @@ struct print_state {
 
 constinit thread_local print_state state;
 
-// Where an option stands in its table, from 0; its sign asks to get or to set it.
+// Index of an option in its table, from 0. The sign of the option selects getting or setting.
 constexpr i32 position_of(i32 option) {
     return (option < 0 ? -option : option) - 1;
 }

@@ -1,4 +1,6 @@
-// Page and table settings of printed output. Both are kept per thread.
+// Page and table settings of printed output, kept per thread. They stand beside the error stack
+// because the two need each other: printed errors are broken at the page width, bad settings are
+// posted.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -19,7 +21,7 @@ void PGOPT(const i32& IOPT, i32& IPAGE);
 //   IOPT   0 puts all options back to their defaults, whatever the other arguments;
 //          1 to 4 returns the option in ISET, -1 to -4 sets it from ISET
 //   ISCOPE 0 global: the setting that holds until it is changed; 1 local: the setting of the next
-//          table alone (asked for where none is made, it is the global one)
+//          table alone (read while none is set, it is the global one)
 //
 //   option                                           settings  default
 //   1      significant digits of reals               1 to 17   7
@@ -39,10 +41,10 @@ struct table_settings {
     i32 blank_lines_after;
 };
 
-// The settings for the table about to be printed; with it, local settings have had their turn.
+// Returns the settings for the table about to be printed and clears the local ones.
 table_settings settings_of_next_table();
 
-// The page width, for those who print.
+// The page width in characters.
 i32 page_width();
 
 } // namespace qmx::numeric

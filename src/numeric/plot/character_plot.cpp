@@ -40,11 +40,12 @@ struct plot_axis {
     }
 };
 
-// The one with the least step of 1, 2, 2.5 or 5 times a power of ten that covers the values by so
-// many intervals or fewer.
+// The axis with the smallest step of 1, 2, 2.5 or 5 times a power of ten that covers the values
+// with at most the given number of intervals.
 plot_axis axis_over(const value_bounds& bounds, i32 most_intervals) {
     constexpr f64 round_numbers[] = {1.0, 2.0, 2.5, 5.0};
-    // Equal values stand in the middle; those that hardly differ get labels that do.
+    // Equal values are drawn in the middle; nearly equal ones get an axis wide enough for its
+    // labels to differ.
     const f64 size = std::max(std::abs(bounds.lowest), std::abs(bounds.highest));
     const bool are_equal = bounds.lowest == bounds.highest;
     const f64 least_width = are_equal ? (size > 0.0 ? size : 1.0) : size * 1.0e-6;

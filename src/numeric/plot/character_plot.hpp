@@ -1,4 +1,6 @@
-// A scatter plot drawn with characters.
+// Chamber plot: a scatter plot drawn with characters, line by line, for the log files of a
+// debugging session. Called by the toolkit's probability plots. It stands apart from statistics
+// because it formats text and computes nothing that a result depends on.
 //
 // Around the points goes a frame whose sides carry ticks at round numbers: one every ten characters
 // across, as far as the page width of PGOPT has room (1 to 12 intervals), and one every four lines

@@ -1,4 +1,4 @@
-// Columns of numbers that may be held narrower than they are read.
+// Columns of numbers held in f32 or wider, read as one type; and the extremes of a column.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -20,7 +20,7 @@ public:
     // One of the two is null.
     const Real* wide() const { return wide_; }
     const f32* narrow() const { return narrow_; }
-    // Hands the elements to act as they are held.
+    // Calls act with a pointer to the elements in the type they are stored in.
     template <class Act> auto visit(Act act) const {
         return narrow_ != nullptr ? act(narrow_) : act(wide_);
     }

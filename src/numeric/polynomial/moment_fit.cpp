@@ -9,20 +9,22 @@ namespace qmx::numeric {
 
 namespace {
 
-// Norms that the moments yield by cancellation are trusted down to this share of them.
+// Norms come out of the moments by cancellation. They are trusted down to this share of the
+// moments.
 constexpr f64 least_share = 1.0 / 512;
 constexpr f64 least_ratio = 1.0 / 64;
 
 constexpr i32 most_degrees = highest_moment_degree + 1; // from 0
 constexpr i32 most_moments = 2 * highest_moment_degree + 1;
 
-// A little above a bound, for what rounding adds to the terms.
+// A little above a bound, as rounding may enlarge the terms.
 fixed_point_scale scale_for(f64 bound) {
     return fixed_point_scale::for_terms_up_to(1.001 * bound);
 }
 
 double_double value_of(const wide_integer& sum, const fixed_point_scale& scale) {
-    // The carry makes both parts exact in f64, and the result one that does not tell the blocks apart.
+    // The carry makes both parts exact in f64 and the result independent of the division into
+    // blocks.
     const double_double units = exact_sum(static_cast<f64>(sum.high + (sum.low >> 32)) * 0x1p32,
                                           static_cast<f64>(sum.low & 0xffffffff));
     return {units.high * scale.unit(), units.low * scale.unit()};
@@ -30,7 +32,7 @@ double_double value_of(const wide_integer& sum, const fixed_point_scale& scale) 
 
 // ---- Observations block by block ---------------------------------------------------------------
 
-// Observations that are held in f32 are widened block by block, within the nearest memory.
+// Observations stored in f32 are widened block by block, within the first-level cache.
 constexpr i64 row_block = 512;
 static_assert(row_block <= fixed_point_block);
 
@@ -114,7 +116,7 @@ QMX_MELTING void sum_moments(const scaled_rows& rows, const moment_scales& given
 // ---- Second sweep: residuals -------------------------------------------------------------------
 
 struct residual_scales {
-    fixed_point_scale product, square, rest; // rest: what square cuts off
+    fixed_point_scale product, square, rest; // rest: the bits of a square below its unit
 
     explicit residual_scales(f64 bound)
         : product(scale_for(2.0 * bound)), square(scale_for(bound * bound)),
@@ -185,7 +187,7 @@ QMX_MELTING void sum_residuals(const scaled_rows& rows, const chebyshev_sum& giv
     }
 }
 
-// ---- The sweeps by degree ----------------------------------------------------------------------
+// ---- The sweeps for each degree -----------------------------------------------------------------
 
 struct moment_sweep {
     template <i32 degree = highest_moment_degree>
@@ -222,12 +224,12 @@ std::size_t at(i32 index) {
     return static_cast<std::size_t>(index);
 }
 
-// Norms and recurrence out of the moments. Row k holds the sums of p(k) C(l), l from k to
-// 2 degree - k. False where cancellation takes too much of a norm.
+// Norms and recurrence from the moments. Row k holds the sums of p(k) C(l), l from k to 2 degree -
+// k. False where a norm loses too many digits by cancellation.
 bool find_recurrence(i32 degree, const pair_row& moments, orthogonal_term* terms) {
     pair_row now = moments;
     pair_row before{};
-    double_double step; // from sum k to sum k + 1 of a row, in units of the former
+    double_double step; // quotient of sums k + 1 and k of a row
     for (i32 k = 0; k <= degree; ++k) {
         orthogonal_term& term = terms[k];
         term.norm = now[at(k)];
@@ -249,7 +251,7 @@ bool find_recurrence(i32 degree, const pair_row& moments, orthogonal_term* terms
     return true;
 }
 
-// p(k) as sums of C(l): monic, and nothing beyond l = k.
+// Coefficients of p(k) in C(l), l = 0 to k; monic.
 using expansions = std::array<std::array<double_double, most_degrees>, most_degrees>;
 
 expansions expand_polynomials(i32 degree, const orthogonal_term* terms) {
@@ -266,7 +268,7 @@ expansions expand_polynomials(i32 degree, const orthogonal_term* terms) {
     return p;
 }
 
-// From sums of C(l) with something to the share that each p(k) has in it.
+// From sums of products with C(l) to the projection on each p(k).
 void project(i32 degree, const expansions& p, const orthogonal_term* terms, const pair_row& with,
              pair_row& share) {
     for (i32 k = 0; k <= degree; ++k) {
@@ -276,7 +278,8 @@ void project(i32 degree, const expansions& p, const orthogonal_term* terms, cons
     }
 }
 
-// The sum of C(l), rounded, that stands for shares of p(k); the shares become those of the sum.
+// Expands shares of p(k) into rounded coefficients of C(l), and sets the shares to those of the
+// rounded expansion.
 chebyshev_sum rounded_sum(i32 degree, const expansions& p, pair_row& share) {
     chebyshev_sum fitted{};
     for (i32 l = degree; l >= 0; --l) {
@@ -288,7 +291,7 @@ chebyshev_sum rounded_sum(i32 degree, const expansions& p, pair_row& share) {
     return fitted;
 }
 
-// Bound of the residuals: by magnitude, or by the sum of their squares as the first sweep knows it.
+// Bound of the residuals: by their magnitude, or by the sum of their squares after the first sweep.
 f64 bound_of_residuals(i32 degree, const scaled_rows& rows, f64 square, const pair_row& share,
                        const chebyshev_sum& fitted, const orthogonal_term* terms) {
     f64 magnitude = rows.y_reach;

@@ -13,10 +13,10 @@ namespace qmx::numeric {
 
 namespace {
 
-// Up to so many observations pairs of f64 cost nothing that anybody would notice.
+// Up to so many observations double-double costs no noticeable time.
 constexpr i32 few_observations = 256;
 
-// ---- A look at the observations ----------------------------------------------------------------
+// ---- Extremes and counts of the observations ----------------------------------------------------
 
 struct survey {
     i32 missing = 0;
@@ -26,7 +26,7 @@ struct survey {
 struct look {
     template <class X, class Y>
     QMX_MELTING static void run(const X* x, const Y* y, i32 n, survey& found) {
-        // Independent lanes: the comparisons of one pair need not wait for those of the last.
+        // Independent lanes, so that comparisons of consecutive pairs do not wait for each other.
         constexpr std::size_t lanes = 16;
         constexpr X x_beyond = std::numeric_limits<X>::infinity();
         constexpr Y y_beyond = std::numeric_limits<Y>::infinity();
@@ -72,8 +72,8 @@ survey look_at(const column_read_as<f64>& x, const column_read_as<f64>& y, i32 n
     return found;
 }
 
-// Number of distinct abscissas, but at most limit, which must not be above
-// highest_moment_degree + 1. Any order; a glance at the first few is usually enough.
+// Number of distinct abscissas, in any order, counted up to limit, which is at most
+// highest_moment_degree + 1. Usually the first few rows suffice.
 i32 distinct_up_to(i32 limit, const column_read_as<f64>& x, i32 n) {
     std::array<f64, highest_moment_degree + 1> seen;
     const auto first = seen.begin();
@@ -160,16 +160,16 @@ void post_degree_reached(const orthogonal_fit& fit, i32 NDEG) {
     }
 }
 
-// ---- The two ways to fit -----------------------------------------------------------------------
+// ---- The two arithmetics -----------------------------------------------------------------------
 
-// In f64; false where that does not serve.
+// In f64; false where its accuracy does not suffice.
 bool fit_plainly(const scaled_rows& rows, i32 NDEG, orthogonal_fit& fit, orthogonal_term* terms) {
     fit.is_refined = false;
     return NDEG <= highest_moment_degree &&
            fit_by_moments(rows, distinct_up_to(NDEG + 1, rows.x, rows.count) - 1, fit, terms);
 }
 
-// In pairs of f64, over the observations in ascending order; false when memory ran out.
+// In double-double, over the observations in ascending order; false when memory ran out.
 bool fit_refined(scaled_rows rows, i32 NDEG, orthogonal_fit& fit, orthogonal_term* terms) {
     const i32 n = rows.count;
     const work_array<f64> x(n);

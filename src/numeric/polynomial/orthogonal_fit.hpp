@@ -6,11 +6,11 @@
 // one, or until the fit is perfect within machine precision: until (1 - 10 eps) times the total sum
 // of squares about the mean is not above the sum explained.
 //
-// Accuracy: fits of few observations, and those whose abscissas call for it, are computed in pairs
-// of f64 and come out correct to the last digits of f64, however close together the abscissas lie.
-// All others are computed in f64 with sums that do not round: norms and sums of squares are good to
-// a few units in the last place, a coefficient to some 1e-13 of its standard error. Such a fit does
-// not depend on the order of the observations, so that only a fit in pairs sorts them.
+// Accuracy: fits of few observations, and of abscissas that f64 cannot resolve, are computed in
+// double-double and are correct to the last digits of f64, however close together the abscissas
+// lie. All others are computed in f64 with exact sums: norms and sums of squares are good to a few
+// ulps, a coefficient to some 1e-13 of its standard error. Such a fit does not depend on the order
+// of the observations; only the double-double fit sorts them.
 //
 // Method: G. E. Forsythe, "Generation and use of orthogonal polynomials for data-fitting with a
 // digital computer", 1957.
@@ -28,14 +28,14 @@ struct orthogonal_fit : fit_outcome {
     i32 missing = 0;       // with one
     value_extent x_extent; // of the observations
     bool is_refined = false;
-    f64 center = 0.0; // of the abscissas' scale
+    f64 center = 0.0; // of the scaled abscissa, with multiplier
     f64 multiplier = 0.0;
-    // Coefficients are in units of 2^y_exponent, sums of squares in units of its square: that keeps
-    // large and small ordinates within range.
+    // Coefficients are in units of 2^y_exponent, sums of squares in units of its square, so that
+    // neither large nor small ordinates leave the range of f64.
     i32 y_exponent = 0;
 };
 
-// The largest degree that can be reached with so many observations, at least 0.
+// The largest degree that so many observations permit, at least 0.
 inline i32 reachable_degree(i32 observations, i32 degree) {
     return degree < observations ? degree : observations > 0 ? observations - 1 : 0;
 }
@@ -44,10 +44,16 @@ inline i32 reachable_degree(i32 observations, i32 degree) {
 //
 //   TERMS   [reachable_degree + 1], filled up to the degree reached
 //
-// Returns false when memory ran out. Errors (type, code): 5, 1 fewer than two pairs, nothing is
-// filled; 4, 3 no pair without a NaN and 4, 7 constant abscissas, only the counts are filled; 3, 4
-// constant ordinates, the degree is 0; 3, 5 too few distinct abscissas, the degree is one less than
-// they are; 3, 6 a perfect fit below NDEG; 6, 11 a perfect fit at NDEG.
+// Returns false when memory ran out. Errors:
+//
+//   type  code  meaning
+//   5     1     fewer than two pairs; nothing is filled
+//   4     3     no pair without a NaN; only the counts are filled
+//   4     7     constant abscissas; only the counts are filled
+//   3     4     constant ordinates; the degree is 0
+//   3     5     too few distinct abscissas; the degree is one less than their number
+//   3     6     a perfect fit below NDEG
+//   6     11    a perfect fit at NDEG
 bool DR2ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<f64>& Y,
             const i32& NDEG, precision wanted, orthogonal_fit& fit, orthogonal_term* TERMS);
 

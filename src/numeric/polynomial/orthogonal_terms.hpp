@@ -1,4 +1,4 @@
-// A polynomial fit while it is built, term by term, and the two arithmetics to build it in.
+// The terms of a polynomial fit, and its two arithmetics: f64 with exact sums, and double-double.
 //
 // The polynomials are monic in the scaled abscissa t and follow from a three-term recurrence:
 //     p(0) = 1,   p(k+1) = (t - term[k].shift) p(k) - term[k].ratio p(k-1).
@@ -10,7 +10,7 @@
 
 namespace qmx::numeric {
 
-// What belongs to p(k).
+// The term of p(k).
 struct orthogonal_term {
     double_double shift;       // of the step to p(k+1)
     double_double ratio;       // of the squared norms of p(k) and p(k-1); 0 for k = 0
@@ -20,7 +20,8 @@ struct orthogonal_term {
 };
 
 // Observations and their scales: t = multiplier * (x - center) lies in [-2, 2]. The ordinates are
-// multiplied by a power of two that brings them below 1, and counted from an origin amid them.
+// multiplied by a power of two that brings them below 1, less an origin in the middle of their
+// range.
 struct scaled_rows {
     column_read_as<f64> x;
     column_read_as<f64> y;
@@ -32,15 +33,15 @@ struct scaled_rows {
     f64 y_reach = 0.0; // greatest distance of a scaled ordinate from the origin
 };
 
-// How far a fit came.
+// The degree that a fit reached, and its sums of squares.
 struct fit_outcome {
     i32 degree = 0;
     bool is_perfect = false;
     double_double total; // sum of squares about the mean
-    double_double error; // what the fit leaves of it
+    double_double error; // residual sum of squares
 };
 
-// The sum explained reaches the total within machine precision.
+// The explained sum of squares reaches the total within 10 machine epsilons.
 inline bool is_perfect_fit(const double_double& total, const double_double& explained) {
     constexpr f64 share = 1.0 - 10.0 * std::numeric_limits<f64>::epsilon();
     return !(share * total.high > explained.high);
@@ -54,19 +55,19 @@ inline constexpr i32 highest_moment_degree = 12;
 // distinct abscissas) in two sweeps over the observations, whose order has no influence: every sum
 // is exact once its terms are rounded to 2^-51 of their greatest magnitude.
 //
-// The first sweep takes the moments of the Chebyshev polynomials, out of which the recurrence and a
-// first set of coefficients follow; the second corrects these by the residuals. Needs finite
-// observations. Returns false where the abscissas lie so that f64 would lose digits: their bulk
-// closely together, seen over the whole range.
+// The first sweep sums the moments of the Chebyshev polynomials, which give the recurrence and a
+// first set of coefficients; the second corrects these by the residuals. Needs finite observations.
+// Returns false where f64 would lose digits: where most abscissas lie close together, relative to
+// their range.
 //
 // Method for the recurrence: J. C. Wheeler, "Modified moments and Gaussian quadratures", 1974.
 bool fit_by_moments(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
                     orthogonal_term* terms);
 
-// ---- In pairs of f64 ---------------------------------------------------------------------------
+// ---- In double-double ---------------------------------------------------------------------------
 
 // Raises the degree up to the given one, which must be less than the number of distinct abscissas,
-// or until the fit is perfect. The abscissas are scaled without being rounded to f64. Sums are taken
+// or until the fit is perfect. The scaled abscissas are not rounded to f64. Sums are taken
 // in the order of the rows. Returns false when memory ran out.
 bool fit_in_pairs(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
                   orthogonal_term* terms);

@@ -1,4 +1,4 @@
-// A view's elements next to each other, for routines that take plain pointers.
+// A view's elements as a contiguous array, for routines that take plain pointers.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -8,8 +8,8 @@
 
 namespace qmx::numeric {
 
-// The view's own memory where it is contiguous, a copy where it is not; what is written to a copy
-// reaches the view with store_back. Tests as false when memory ran out.
+// The view's own memory where it is contiguous, else a copy; store_back writes a copy back to the
+// view. Tests as false when memory ran out.
 template <class T> class packed_array {
 public:
     explicit packed_array(const array_view<T>& view)

@@ -9,8 +9,8 @@ struct tracked_row {
     double_double t, before, now, residual; // before: p(k-1), now: p(k)
 };
 
-// Sums over the observations for p(k). The residual is what the terms below k leave of an ordinate,
-// so that a loss of orthogonality does not reach the coefficients.
+// Sums over the observations for p(k), with r the residual of the fit by the terms below k: a loss
+// of orthogonality then does not reach the coefficients.
 struct products {
     double_double norm;          // of p(k)^2
     double_double first_moment;  // of t p(k)^2
@@ -28,7 +28,7 @@ void place(const scaled_rows& rows, tracked_row* all) {
     }
 }
 
-// Takes the rows from one term to the next.
+// Advances the rows from one term to the next.
 void advance(const orthogonal_term& term, tracked_row* all, i32 count) {
     for (i32 i = 0; i < count; ++i) {
         tracked_row& each = all[i];

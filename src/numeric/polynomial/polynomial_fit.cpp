@@ -2,7 +2,7 @@
 
 #include "base/work_array.hpp"
 #include "numeric/arithmetic/guarded.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/polynomial/packed_array.hpp"
 #include "numeric/polynomial/power_basis.hpp"
@@ -13,8 +13,9 @@ namespace qmx::numeric {
 
 namespace {
 
-// A fit in f64 is good to some 15 digits, of which the expansion into powers takes what its
-// amplification says. From here on the fit is refined, as far as that stays quick.
+// A fit in f64 is good to some 15 digits, of which the expansion into powers loses as many as its
+// amplification has. Beyond this amplification the fit is repeated in double-double, up to a number
+// of observations that keeps it quick.
 constexpr f64 tolerable_amplification = 1e4;
 constexpr i32 quickly_refined = 8192; // observations
 
@@ -24,7 +25,7 @@ void clear_error() {
     post(type_none, 0, " ");
 }
 
-// What an error of the orthogonal fit means to the caller.
+// Replaces an error of the orthogonal fit by the caller's own.
 next_step translate_error(i32 NDEG, i32 degree) {
     const i32 type = N1RTY(1);
     const i32 code = N1RCD(1);

@@ -1,4 +1,6 @@
-// Least squares fit of a polynomial in powers of x, with its statistics.
+// Chamber polynomial: least squares fits of polynomials by orthogonal polynomials, in f64 where
+// that is exact enough, else in double-double, expanded into powers of x. Called by the toolkit's
+// curve routines only.
 //
 //     y(i) = B(1) + B(2) x(i) + ... + B(NDEG + 1) x(i)^NDEG + e(i)
 //
@@ -27,8 +29,8 @@
 //   3     6     a perfect fit below NDEG                             filled
 //   6     11    a perfect fit at NDEG; its error sum is 0.0          filled
 //
-// Method and accuracy: see orthogonal_fit.hpp. The expansion into powers is carried out in pairs of
-// f64; where it widens the errors of a fit of moderate size, the fit itself is refined.
+// Method and accuracy: see orthogonal_fit.hpp. The expansion into powers is made in double-double;
+// where it would amplify the errors of a fit in f64 too much, the fit is repeated in double-double.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -42,8 +44,8 @@ inline constexpr i32 fit_statistics = 10; // elements of STAT
 inline constexpr i32 curve_storage_code = 3;
 
 // The data may be held in f32 as well; the fit is that of the same numbers in f64. x_extent, if not
-// null, receives the extremes of the abscissas of pairs without a NaN; where there was nothing to fit
-// it stays as it was.
+// null, receives the extremes of the abscissas of pairs without a NaN; where there was nothing to
+// fit it stays as it was.
 void DRCURV(const i32& NOBS, const column_read_as<f64>& XDATA, const column_read_as<f64>& YDATA,
             const i32& NDEG, f64* B, f64* SSPOLY, f64* STAT, value_extent* x_extent = nullptr);
 

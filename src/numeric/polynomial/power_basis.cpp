@@ -22,13 +22,13 @@ void analyse_variance(const orthogonal_fit& fit, const orthogonal_term* terms, f
     fill_variance_table(sources, table);
 }
 
-// A polynomial's coefficients while it is expanded: of p(k), p(k-1) and the sum so far.
+// Coefficients of one power of x in p(k), in p(k-1) and in the sum so far.
 struct expansion {
     double_double now, before, sum;
     f64 magnitude = 0.0; // of the terms of the sum
 };
 
-// p(k+1) out of p(k) and p(k-1), each of them a polynomial in x.
+// p(k+1) from p(k) and p(k-1), as polynomials in x.
 void step(i32 k, const orthogonal_term& term, const orthogonal_fit& fit, expansion* power) {
     const double_double slope{fit.multiplier};
     const double_double shift = exact_product(fit.multiplier, fit.center) + term.shift;

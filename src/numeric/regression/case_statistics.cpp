@@ -1,8 +1,8 @@
 #include "numeric/regression/case_statistics.hpp"
 
 #include "numeric/arithmetic/guarded.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/errors/machine.hpp"
 #include "numeric/regression/coefficient_table.hpp"
 
 #include <algorithm>
@@ -16,10 +16,10 @@ constexpr f64 nan = std::numeric_limits<f64>::quiet_NaN();
 
 struct influence {
     f64 leverage = nan;
-    f64 standardised = nan;
-    f64 deleted = nan;
-    f64 distance = nan;
-    f64 change = nan;
+    f64 standardized = nan;
+    f64 studentized = nan; // externally
+    f64 cooks_distance = nan;
+    f64 dffits = nan;
 };
 
 influence influence_of(const line_fit& fit, f64 deviation, f64 weight, f64 factor, f64 residual) {
@@ -29,14 +29,15 @@ influence influence_of(const line_fit& fit, f64 deviation, f64 weight, f64 facto
     const f64 h = found.leverage, others = 1.0 - h;
     if (!(others > 100.0 * DMACH(4))) return found;
     const f64 r = guarded_quotient(residual * std::sqrt(weight), deviation * std::sqrt(others));
-    found.standardised = r;
-    found.distance = guarded_quotient(r * r * h, fit.rank() * others);
-    if (d > 1.0) found.deleted = r * std::sqrt(guarded_quotient(d - 1.0, std::max(d - r * r, 0.0)));
-    found.change = found.deleted * std::sqrt(h / others);
+    found.standardized = r;
+    found.cooks_distance = guarded_quotient(r * r * h, fit.rank() * others);
+    if (d > 1.0)
+        found.studentized = r * std::sqrt(guarded_quotient(d - 1.0, std::max(d - r * r, 0.0)));
+    found.dffits = found.studentized * std::sqrt(h / others);
     return found;
 }
 
-// From the lower tail, which is the exact one of the two for a confidence near 100.
+// By the lower tail, whose probability does not round for a confidence near 100.
 f64 quantile_for(f64 confidence_percent, f64 degrees) {
     const bool has_quantile = degrees >= 1.0 && std::isfinite(degrees);
     return has_quantile ? -DTIN((100.0 - confidence_percent) / 200.0, degrees) : nan;
@@ -73,10 +74,10 @@ void fill_case_statistics(const line_fit& fit, const model_columns& columns,
                                            std::ldexp(predicted, unit),
                                            std::ldexp(residual, unit),
                                            own.leverage,
-                                           own.standardised,
-                                           own.deleted,
-                                           own.distance,
-                                           own.change,
+                                           own.standardized,
+                                           own.studentized,
+                                           own.cooks_distance,
+                                           own.dffits,
                                            std::ldexp(predicted - mean_margin, unit),
                                            std::ldexp(predicted + mean_margin, unit),
                                            std::ldexp(predicted - prediction_margin, unit),

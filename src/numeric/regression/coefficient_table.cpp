@@ -26,8 +26,8 @@ void write_row(const coefficient& b, f64 error_degrees, f64* COEF, i64 row, i64 
     COEF[row + 4 * leading] = b.inflation;
 }
 
-// The table is made in the units of the fit, with the mean in units of the standard deviation's;
-// what carries a unit is then put into the caller's.
+// Fills the table in the units of the fit, the mean in those of the standard deviation, and
+// converts the entries that have a unit into the caller's.
 void write_variances(const line_fit& fit, f64* AOV) {
     const i32 deviation_unit = fit.units.y + fit.units.weight / 2;
     fill_variance_table({fit.regression_degrees(), fit.error_degrees(), fit.regression_sum,
@@ -53,11 +53,10 @@ void DRSTAT(const line_fit& fit, f64* AOV, f64* COEF, i32 LDCOEF, f64* COVB, i32
     const bool infers_slope = fit.slope_estimated;
     const i64 slope_row = fit.has_intercept;
 
-    // About its center the constant hardly depends on the slope; at x = 0 it does.
     const f64 slope_factor = infers_slope ? 1.0 / (fit.r22 * fit.r22) : nan;
     write_row({std::ldexp(fit.slope.high, slope_unit),
                std::ldexp(deviation * std::sqrt(slope_factor), slope_unit),
-               // No other variable, the constant apart, shares the slope's information.
+               // Variance inflation factor: the model has no other regressor.
                slope_factor * (fit.r22 * fit.r22)},
               fit.error_degrees(), COEF, slope_row, LDCOEF);
     COVB[slope_row + slope_row * LDCOVB] = std::ldexp(mean_square * slope_factor, 2 * slope_unit);

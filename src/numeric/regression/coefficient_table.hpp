@@ -5,7 +5,8 @@
 
 namespace qmx::numeric {
 
-// Fills AOV, COEF and COVB as told in simple_regression.hpp, from the triangular factor of the fit.
+// Fills AOV, COEF and COVB, described in simple_regression.hpp, from the triangular factor of the
+// fit.
 void DRSTAT(const line_fit& fit, f64* AOV, f64* COEF, i32 LDCOEF, f64* COVB, i32 LDCOVB);
 
 // Mean square of the error in the units of the fit; NaN without error degrees of freedom.

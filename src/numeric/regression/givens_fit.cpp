@@ -11,14 +11,14 @@ namespace {
 
 constexpr f64 nan = std::numeric_limits<f64>::quiet_NaN();
 
-// A row whose true elements are those held times the root of scale. The columns of the model come
-// first, then the response.
+// A row whose elements are those stored times the square root of scale: first the columns of the
+// model, then the response.
 struct scaled_row {
     f64 scale = 0.0;
     f64 element[3] = {};
 };
 
-// Turns the element of row at the given column to 0. A row of scale 0 is left alone.
+// Rotates the element of row in the given column to 0. A row of scale 0 is left unchanged.
 void rotate_away(scaled_row& pivot, scaled_row& row, i32 column, i32 width) {
     constexpr i32 next_to_each_other = 1;
     const i32 behind = width - column - 1;
@@ -32,7 +32,7 @@ void rotate_away(scaled_row& pivot, scaled_row& row, i32 column, i32 width) {
 struct triangle {
     i32 columns;          // of the model
     scaled_row pivots[2]; // one for each of them
-    double_double rest;   // squares of the response that no column reaches
+    double_double rest;   // residual sum of squares
 
     f64 element(i32 row, i32 column) const {
         return std::sqrt(pivots[row].scale) * pivots[row].element[column];
@@ -67,12 +67,12 @@ void take_factor(const triangle& factor, f64 tolerance, line_fit& fit) {
         fit.r12 = factor.element(0, 1);
     }
     fit.constant_estimated = fit.has_intercept && fit.r11 != 0.0;
-    // With an intercept the column of x itself is that about the center plus a multiple of ones.
+    // The norm is that of x itself: r12 + r11 * x_center undoes the centering.
     const f64 norm = std::hypot(fit.r22, fit.r12 + fit.r11 * fit.x_center);
     fit.slope_estimated = std::abs(fit.r22) > tolerance * norm;
 }
 
-// Adds the solution of the reduced system to the line. Returns the sum of squares that remains.
+// Adds the solution of the reduced system to the line. Returns the residual sum of squares.
 f64 add_solution(const triangle& factor, line_fit& fit) {
     const i32 response = factor.columns;
     const scaled_row& last = factor.pivots[factor.columns - 1];
@@ -92,8 +92,8 @@ f64 add_solution(const triangle& factor, line_fit& fit) {
     return rest.high;
 }
 
-// The weighted mean, to the last digit. It never leaves the range of the values, so that equal
-// values have exactly their value as the mean.
+// The weighted mean in double-double, clamped to the range of the values, so that the mean of equal
+// values is exactly that value.
 f64 mean_of(const f64* values, const f64* weights, i64 count) {
     double_double sum, weight;
     f64 lowest = std::numeric_limits<f64>::infinity(), highest = -lowest;
@@ -138,13 +138,14 @@ void DR2IVN(regression_rows& rows, bool has_intercept, f64 tolerance, line_fit& 
     const triangle first = reduce(rows, fit, [&](i64 k) { return rows.y[k] - fit.y_center; });
     take_factor(first, tolerance, fit);
     add_solution(first, fit);
-    // Once more, on what the first line leaves over: this corrects the line by what rounding took
-    // from it, and the sum of squares does not suffer from the size of the responses.
+    // Iterative refinement: the reduction is repeated on the residuals. The correction restores
+    // what rounding lost, and the error sum of squares no longer depends on the size of the
+    // responses.
     find_residuals(fit, rows);
     const triangle second = reduce(rows, fit, [&](i64 k) { return rows.residual[k]; });
     const f64 rest = add_solution(second, fit);
     find_residuals(fit, rows);
-    // A line through as many points as it has coefficients leaves nothing, whatever rounding says.
+    // Without degrees of freedom the residuals are rounding errors only.
     fit.error_sum = fit.error_degrees() > 0.0 ? rest : 0.0;
     const f64 explained = fit.slope_estimated ? fit.r22 * fit.slope.high : 0.0;
     fit.regression_sum = explained * explained;

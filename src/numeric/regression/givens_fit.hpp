@@ -22,7 +22,7 @@ struct line_fit {
     f64 observations = 0.0; // sum of the frequencies
     f64 response_mean = 0.0;
     f64 error_sum = 0.0;      // weighted squares of the residuals,
-    f64 regression_sum = 0.0; // of what x explains
+    f64 regression_sum = 0.0; // sum of squares explained by x
 
     i32 rank() const { return constant_estimated + slope_estimated; }
     f64 error_degrees() const { return observations - rank(); }
@@ -35,7 +35,7 @@ struct line_fit {
 // (W. M. Gentleman, 1973; with the scaling of C. L. Lawson and others, 1979).
 void DR2IVN(regression_rows& rows, bool has_intercept, f64 tolerance, line_fit& fit);
 
-// The line at x, and y less the line at x, formed to twice the precision and rounded once.
+// The line at x, and the residual y less the line at x, in double-double and rounded once.
 f64 value_at(const line_fit& fit, f64 x);
 f64 residual_at(const line_fit& fit, f64 x, f64 y);
 

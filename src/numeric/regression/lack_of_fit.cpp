@@ -15,7 +15,7 @@ void DUPSSQ(i64 N, const f64* sorted_x, const i32* permutation, const f64* resid
     pooled = {};
     for (i64 first = 0, last = 0; first < N; first = last) {
         while (last < N && sorted_x[last] == sorted_x[first]) ++last;
-        // Deviations from the group's first residual: that of a row without replicates is exactly 0.
+        // Relative to the first residual, so that a row without replicates deviates by exactly 0.
         const f64 start = residual[permutation[first] - 1];
         f64 total = 0.0, sum = 0.0;
         for (i64 k = first; k < last; ++k) {
@@ -44,7 +44,7 @@ void fill_lack_of_fit(const line_fit& fit, const regression_rows& rows, f64* sor
     DUPSSQ(count, sorted, permutation, rows.residual, rows.weight, rows.frequency, pooled);
 
     const f64 lack_degrees = fit.error_degrees() - pooled.pure_degrees;
-    // Where every line meets the group means nothing is lacking, whatever rounding says.
+    // With as many groups as coefficients the sum is a rounding error only.
     const f64 lack_sum =
         lack_degrees > 0.0 || std::isnan(pooled.group_sum) ? pooled.group_sum : 0.0;
     const i32 unit = 2 * fit.units.y + fit.units.weight;

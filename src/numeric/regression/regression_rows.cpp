@@ -66,7 +66,7 @@ row_defect collect_rows(const model_columns& columns, regression_rows& rows, i32
         const i64 k = rows.count++;
         rows.x[k] = std::ldexp(row.x, -rows.units.x);
         rows.y[k] = std::ldexp(row.y, -rows.units.y);
-        // Each factor apart, as their product may be too large or too small.
+        // Each factor is scaled alone, as the product may overflow or underflow.
         const i32 frequency_unit = frequency.value();
         rows.weight[k] = std::ldexp(row.frequency, -frequency_unit) *
                          std::ldexp(row.weight, frequency_unit - rows.units.weight);

@@ -1,11 +1,11 @@
-// The rows of a data matrix that a regression uses, and the units they are computed in.
+// The rows of a data matrix that take part in a regression, scaled by powers of two.
 #pragma once
 
 #include "base/base_types.hpp"
 
 namespace qmx::numeric {
 
-// Columns of the model in a column-major matrix, numbered from 1; 0 for one that is not there.
+// Columns of the model in a column-major matrix, numbered from 1; 0 for none.
 struct model_columns {
     const f64* matrix;
     i64 leading_dimension;
@@ -32,12 +32,12 @@ struct model_row {
 
 model_row row_of(const model_columns& columns, i64 row);
 
-// Powers of two that the columns are divided by. Weights carry that of the frequencies too, so that
-// frequency times weight is at most 4.
+// Exponents of the powers of two that the columns are divided by. That of the weights includes the
+// frequencies', so that frequency times weight is at most 4.
 struct row_units {
     i32 x = 0;
     i32 y = 0;
-    i32 weight = 0; // even: the root of a weight then has a unit of its own
+    i32 weight = 0; // even, so that the root of a weight is scaled by a power of two as well
 };
 
 // The rows that take part, in their order and in these units. All columns have room for each row of

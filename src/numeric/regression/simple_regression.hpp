@@ -1,5 +1,9 @@
-// Simple linear regression of one response y on one independent variable x, by weighted least
-// squares:  y = b0 + b1 x + error, the variance of the error being sigma^2 / w.
+// Chamber regression: simple linear regression with its analysis of variance, coefficient table,
+// test of lack of fit and case statistics. Called by the toolkit's regression wrappers; the curve
+// fits use its variance table.
+//
+// Model: y = b0 + b1 x + error, the variance of the error being sigma^2 / w, by weighted least
+// squares.
 //
 //   NOBS    rows of X; 0 or more
 //   NCOL    columns of X
@@ -8,27 +12,27 @@
 //   IRSP    column, from 1, of the response; IND of the independent variable
 //   IFRQ    column of frequencies (a row with frequency f stands for f equal rows), 0: all are 1
 //   IWT     column of weights, 0: all are 1
-//   IPRED   column with the number m of future responses whose mean the limits of a prediction are
-//           for, 0: one response
-//   CONPCM  confidence level in percent, at least 0 and below 100, of the limits of the mean;
-//   CONPCP  of the limits of a prediction
-//   IPRINT  0 to 3; results go to the arrays only, whatever it is
+//   IPRED   column with the number m of future responses: prediction limits are for their mean;
+//           0: one response
+//   CONPCM  confidence level in percent, at least 0 and below 100, of the confidence limits;
+//   CONPCP  of the prediction limits
+//   IPRINT  0 to 3; nothing is printed, results go to the arrays only
 //   AOV     [15] analysis of variance, in the order of variance_table.hpp
 //   COEF    [LDCOEF by 5] one row for each of b0 (with INTCEP 1) and b1, LDCOEF >= INTCEP + 1:
 //           1 estimate b, 2 standard error s sqrt(C_jj), 3 t = column 1 / column 2, 4 two-sided
-//           p-value of t, 5 variance inflation 1 / (1 - R_j^2) with R_j the multiple correlation of
-//           column j of the model with the others; that of x is about the mean where there is an
-//           intercept. C is the inverse of the weighted cross products
+//           p-value of t, 5 variance inflation factor 1 / (1 - R_j^2), R_j the multiple correlation
+//           of column j with the others (about the mean for x with an intercept). C is the
+//           inverse of the matrix of weighted cross products
 //   COVB    [LDCOVB by INTCEP + 1] covariances s^2 C of the estimates
 //   TESTLF  [10] lack of fit against the pure error of replicates, see lack_of_fit.hpp
 //   CASE    [LDCASE by 12] one row for each row of X, LDCASE >= NOBS, see case_statistics.hpp
-//   NRMISS  rows with a NaN in a column of the model (not IPRED); they are left out of the fit
+//   NRMISS  rows with a NaN in a column of the model (not IPRED), which are left out of the fit
 //
-// A row with frequency or weight 0 takes no part in the fit and counts nowhere. An independent
-// variable that does not vary (a pivot within 100 machine epsilons of the column's norm, or a
-// column of zeros without an intercept) leaves the slope unestimated: it is 0, its inference NaN,
-// and it takes no degree of freedom. Whatever is not defined is NaN; quotients are guarded ones.
-// An infinite value makes everything NaN but counts.
+// A row with frequency or weight 0 takes no part in the fit and is not counted. If the independent
+// variable does not vary (a pivot of at most 100 machine epsilons times the column's norm, or a
+// column of zeros without an intercept), the slope is not estimated: it is 0, its inference NaN,
+// and it takes no degree of freedom. What is not defined is NaN; divisions are guarded
+// (arithmetic/guarded.hpp). An infinite value makes all results NaN except counts.
 //
 // Errors of type 5 leave all outputs unwritten, by code: 1 NOBS, 2 NCOL, 3 LDX, 4 INTCEP, 5 IRSP,
 // 6 IND, 7 IFRQ, 8 IWT, 9 IPRED, 10 CONPCM, 11 CONPCP, 12 IPRINT, 13 LDCOEF, 14 LDCOVB, 15 LDCASE,
@@ -36,11 +40,11 @@
 // row has a missing value. Of type 6, all is computed: 4 no degree of freedom is left for the
 // error, 10 and 11 a confidence level below 50.
 //
-// Accuracy: the estimates are good to the last digits of f64 whatever the offset of x and y, sums
+// Accuracy: the estimates are good to the last digits of f64 whatever the offsets of x and y, sums
 // of squares and standard errors to 13 digits: the reduction is about the means and is repeated on
-// the residuals, these being formed to twice the precision (iterative refinement of a least squares
+// the residuals, which are formed in double-double (iterative refinement of a least squares
 // solution: A. Bjorck, 1967). Columns are first scaled by powers of two, so that neither squares
-// overflow nor rotations meet anything but ordinary numbers.
+// nor rotations overflow or underflow.
 #pragma once
 
 #include "base/base_types.hpp"

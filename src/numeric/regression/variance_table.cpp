@@ -31,7 +31,7 @@ f64 probability_above_f(f64 F, f64 numerator_degrees, f64 denominator_degrees) {
     const f64 a = 0.5 * numerator_degrees, b = 0.5 * denominator_degrees;
     const f64 weighted = guarded_quotient(numerator_degrees, denominator_degrees) * F;
     if (weighted == 0.0 || std::isinf(weighted)) return weighted == 0.0 ? 1.0 : 0.0;
-    // A small probability is read as such, a large one from its complement.
+    // The smaller of the two tails is computed, for full relative accuracy.
     return F > 1.0 ? DBETAI(1.0 / (1.0 + weighted), b, a)
                    : 1.0 - DBETAI(weighted / (1.0 + weighted), a, b);
 }

@@ -5,8 +5,8 @@
 
 namespace qmx::numeric {
 
-// What the table is made of: degrees of freedom and sums of squares of regression and error (their
-// sums are the totals: about the mean with an intercept, else about 0), and the mean response.
+// Input of the table: degrees of freedom and sums of squares of regression and error (their sums
+// are the totals, about the mean with an intercept, else about 0), and the mean response.
 struct variance_sources {
     f64 regression_degrees, error_degrees;
     f64 regression_sum, error_sum;
@@ -17,9 +17,9 @@ inline constexpr i32 variance_entries = 15;
 
 // Fills AOV: degrees of freedom of 1 regression, 2 error, 3 total; sums of squares of 4 regression,
 // 5 error, 6 total; mean squares of 7 regression, 8 error; 9 F = entry 7 / entry 8, 10 its p-value;
-// 11 R-squared and 12 adjusted R-squared, 1 - entry 8 / (entry 6 / entry 3), in percent; 13 standard
-// deviation of the error, root of entry 8; 14 mean; 15 coefficient of variation, 100 entry 13 /
-// entry 14. Without error degrees of freedom 8 to 10, 12, 13 and 15 are NaN.
+// 11 R-squared and 12 adjusted R-squared, 1 - entry 8 / (entry 6 / entry 3), in percent; 13
+// standard deviation of the error, root of entry 8; 14 mean; 15 coefficient of variation, 100 entry
+// 13 / entry 14. Without error degrees of freedom 8 to 10, 12, 13 and 15 are NaN.
 void fill_variance_table(const variance_sources& sources, f64* AOV);
 
 // Probability that an F statistic of these degrees of freedom exceeds F; NaN where it has none.

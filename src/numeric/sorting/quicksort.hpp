@@ -1,5 +1,5 @@
-// The one sorting method of the numerical routines: quicksort with a varying split fraction (R. C.
-// Singleton, "An efficient algorithm for sorting with minimal storage", 1969).
+// Quicksort with a varying split fraction (R. C. Singleton, "An efficient algorithm for sorting
+// with minimal storage", 1969).
 #pragma once
 
 #include "base/base_types.hpp"
@@ -39,8 +39,8 @@ template <class Key, class Permutation> struct sequence {
         }
     }
 
-    // Straight insertion. It ends at the range's own start and needs no key below it to stop at,
-    // so that keys which compare with nothing (NaN) cannot lead it astray.
+    // Insertion sort. It stops at the start of the range and needs no sentinel, so a NaN, which
+    // compares false with every key, cannot take it out of the range.
     void insert_each(i64 first, i64 last) const {
         for (i64 next = first + 1; next <= last; ++next) {
             const Key moving = key(next);
@@ -69,14 +69,13 @@ struct range {
 } // namespace quicksort_detail
 
 // Sorts n keys ascending, in place, and applies each exchange to the permutation as well (a pointer
-// to n entries, or no_permutation). Not stable; the order in which equal keys end is that of the
-// steps below, which is why they are kept exactly: sums taken in sorted order depend on it.
+// to n entries, or no_permutation). Not stable: the final order of equal keys follows from the
+// exact sequence of steps, and sums taken in sorted order depend on it. Do not change the steps.
 //
-// The pivot's place is computed in f32. Pending ranges never exceed 31, as the longer part waits
-// and the shorter, at most half of the whole, goes first. Time grows as n log n, also for keys that
-// are sorted, descending, all equal, of two values or rising and falling; keys arranged against the
-// very sequence of the pivots make it grow as n * n: 50,000 of them take a sixth of a second,
-// 1,000,000 a minute.
+// The pivot's position is computed in f32. At most 31 ranges are pending, as the shorter part, at
+// most half, is sorted first. Time grows as n log n, also for keys that are sorted, descending, all
+// equal, of two values, or rising and then falling. An adversarial order makes it quadratic: 50,000
+// such keys take a sixth of a second, 1,000,000 a minute.
 template <class Key, class Permutation> void quicksort(Key* keys, Permutation permutation, i32 n) {
     using namespace quicksort_detail;
     const sequence<Key, Permutation> all{keys, permutation};
@@ -85,12 +84,12 @@ template <class Key, class Permutation> void quicksort(Key* keys, Permutation pe
     f32 fraction = 0.375F;
     range now{1, n};
     for (;;) {
-        // The range that begins at 1 is parted down to single keys, whatever its length.
+        // The range that begins at 1 is partitioned down to single keys, whatever its length.
         while (now.last - now.first >= short_range || (now.first == 1 && now.last > 1)) {
             fraction += fraction > 0.5898437F ? -0.21875F : 0.0390625F;
             const f32 place =
                 static_cast<f32>(now.first) + static_cast<f32>(now.last - now.first) * fraction;
-            // Beyond 2^24 positions f32 may round the place out of a short range.
+            // Beyond position 2^24 rounding in f32 may leave a short range.
             const i64 middle = std::clamp(static_cast<i64>(place), now.first, now.last);
             all.order_three(now.first, middle, now.last);
             const Key pivot = all.key(middle);

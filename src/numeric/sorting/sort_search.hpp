@@ -1,4 +1,6 @@
-// Sorting with a permutation, and binary search.
+// Chamber sorting: the one sorting method of the library, with and without a permutation, and
+// binary search. Called by the toolkit's wrappers, by the curve fits and by the lack-of-fit test.
+// Equal keys end in a defined order, which results depend on (quicksort.hpp).
 //
 //   SVIGP, SVRGP, DSVRGP   IB(i) = IA(IPERM(i)), IB ascending
 //   DSVRGN                 the same without the permutation
@@ -9,15 +11,12 @@
 //   IB     [N] keys, ascending
 //   IPERM  [N] in and out: every exchange of keys is applied to it, so fill it with 1 to N first
 //   IX     N elements at a stride of INCX elements, ascending
-//   INDEX  position, from 1, of an element equal to KEY (of several, the one the probes meet
-//          first); -p if there is none and p is where KEY would have to be inserted
+//   INDEX  position, from 1, of an element equal to KEY (of several, the first that is probed);
+//          -p if there is none and p is where KEY would have to be inserted
 //
 // Terminal errors (type 5), everything is left unwritten: code 1, N too small; code 2 of ISRCH,
-// INCX below 1. A NaN among the keys compares with nothing: the permutation then still is one, the
-// order is not defined.
-//
-// The order of equal keys, and what sorting costs at worst, is told in quicksort.hpp. No routine
-// allocates.
+// INCX below 1. With a NaN among the keys the order is not defined; IPERM still is a permutation.
+// No routine allocates.
 #pragma once
 
 #include "base/base_types.hpp"

@@ -10,11 +10,11 @@ namespace qmx::numeric {
 namespace {
 
 constexpr i32 buckets = 2048;
-constexpr i32 most_spread_classes = 256; // whose counts are kept in several sets
+constexpr i32 most_spread_classes = 256; // up to so many, counts are kept in several sets
 constexpr std::size_t sets = 4;
 constexpr i64 block = 512;
 
-// Never falls as x rises, as subtraction, multiplication and conversion never do.
+// Monotone, as rounded subtraction, multiplication and conversion are.
 struct bucket_function {
     f32 first;
     f32 scale;
@@ -29,7 +29,7 @@ struct bucket_function {
     }
     i32 operator()(f32 x) const {
         const f32 place = (x - first) * scale;
-        const f32 above = place > 0.0F ? place : 0.0F; // also if it is not a number
+        const f32 above = place > 0.0F ? place : 0.0F; // 0 for a NaN too
         return static_cast<i32>(std::min(above, static_cast<f32>(buckets - 1)));
     }
 };
@@ -46,8 +46,8 @@ public:
             most_in_bucket_ = std::max(most_in_bucket_, below - before);
         }
         below_[buckets] = n;
-        // A value in a bucket without cut points is compared with the next one above, or with this
-        // one in place of the last.
+        // A value in a bucket without cut points is compared with the next cut point above; past
+        // the last one infinity stands in.
         for (i32 b = 0; b < buckets; ++b) {
             const i32 next = below_[index(b)];
             next_[index(b)] = next < n ? cut_points[next] : std::numeric_limits<f32>::infinity();
@@ -78,7 +78,7 @@ private:
     std::array<f32, buckets> next_;
 };
 
-// Hands the number of cut points below each observation to act, with its position.
+// Calls act(position, number of cut points below) for each observation.
 template <class Act>
 void for_each_class(const cut_point_search& search, i64 n, const f32* x, Act act) {
     std::array<i32, block> bucket;
@@ -99,14 +99,14 @@ void for_each_class(const cut_point_search& search, i64 n, const f32* x, Act act
 // ---- Few classes -------------------------------------------------------------------------------
 
 constexpr i32 few_cut_points = 24;
-constexpr i64 few_observations = 64; // that fill no registers
+constexpr i64 few_observations = 64; // too few for vector code
 
-// How many observations lie above each cut point: one comparison each, but of many observations at
-// once. (Written as a comparison that raises no exception, which compilers turn into vector code.)
+// How many observations lie above each cut point, by vector comparisons. (isless raises no
+// exception, which lets compilers vectorize it.)
 struct count_above {
     QMX_MELTING static void run(const f32* x, i64 n, const f32* cut_points, i32 number,
                                 i64* above) {
-        constexpr i64 near_block = 4096; // stays in the nearest memory for all cut points
+        constexpr i64 near_block = 4096; // stays in the first-level cache for all cut points
         for (i64 start = 0; start < n; start += near_block) {
             const i64 length = std::min(near_block, n - start);
             for (i32 j = 0; j < number; ++j)
@@ -114,7 +114,7 @@ struct count_above {
         }
     }
 
-    // In lanes, each of which counts on its own.
+    // Each lane keeps its own count.
     QMX_MELTING static i64 number_above(f32 cut, const f32* x, i64 n) {
         constexpr i64 lanes = 32;
         i32 count[lanes] = {};
@@ -162,7 +162,7 @@ void tally_by_cut_points(i64 n, const f32* x, i32 k, const f32* cut_points,
         for_each_class(search, n, x, [&](i64, i32 below) { counts.add(below + 1); });
         return;
     }
-    // Neighbours are often of one class and would wait for each other's count.
+    // Consecutive observations often fall in one class; separate counts avoid waiting.
     std::array<std::array<std::uint32_t, most_spread_classes>, sets> spread{};
     for_each_class(search, n, x, [&](i64 i, i32 below) {
         ++spread[static_cast<std::size_t>(i) % sets][static_cast<std::size_t>(below)];

@@ -7,8 +7,8 @@
 
 namespace qmx::numeric {
 
-// Exact counts of K classes, which live as integers in the memory of the f32 table that is to hold
-// them in the end.
+// Exact integer counts of K classes, kept in the memory of the f32 table that receives them at the
+// end.
 class class_counts {
 public:
     class_counts(f32* table, i32 k) : table_(table), k_(k) {
@@ -19,7 +19,7 @@ public:
         f32* place = table_ + (number - 1);
         write(place, read(place) + more);
     }
-    // From here on the table holds reals.
+    // Converts the counts to f32 in place.
     void finish() const {
         for (i32 i = 0; i < k_; ++i) table_[i] = static_cast<f32>(read(table_ + i));
     }
@@ -36,13 +36,12 @@ private:
     i32 k_;
 };
 
-// Counts n observations, none of them NaN, into k classes parted by k-1 strictly ascending cut
+// Counts n observations, none of them NaN, into k classes separated by k-1 strictly ascending cut
 // points: class 1 + (number of cut points below the observation).
 //
-// A bucket function that never falls as x rises, b(x) = (x - first) * scale cut to whole numbers,
-// leaves only the cut points of x's own bucket to be compared with x itself: those of lower buckets
-// are below x, those of higher ones above it. So the rounding of b cannot move a value into another
-// class.
+// A monotone bucket function, b(x) = (x - first) * scale truncated, leaves only the cut points of
+// x's own bucket to compare with x: those of lower buckets are below x, those of higher buckets
+// above it. Rounding in b therefore cannot move a value into another class.
 void tally_by_cut_points(i64 n, const f32* x, i32 k, const f32* cut_points,
                          const class_counts& counts);
 

@@ -1,7 +1,7 @@
 #include "numeric/statistics/cross_correlation.hpp"
 
 #include "base/work_array.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/statistics/exact_mean.hpp"
 
@@ -101,14 +101,14 @@ series_mean mean_of_series(const f32* x, i32 n, const value_range& range, bool i
     return {mean.head, static_cast<f32>(mean.to_odd)};
 }
 
-// Deviations from the mean, with zeros behind them for the lags that are summed together.
+// Deviations from the mean, padded with zeros for the lags that are summed together.
 void deviations(const f32* x, i32 n, f64 mean, f64* deviation) {
     for (i64 t = 0; t < n; ++t) deviation[t] = f64{x[t]} - mean;
     std::fill_n(deviation + n, lag_padding, 0.0);
 }
 
-// The covariance with b at lags 0 to most, each a sum in ascending t; consecutive lags are carried
-// side by side, so that a value of a is loaded once for all of them.
+// Covariances of a with b at lags 0 to most, each summed in ascending t; consecutive lags are
+// summed together, so that a value of a is loaded once for all of them.
 void covariances(const f64* a, const f64* b, i64 n, i64 most, f64* covariance) {
     const f64 count = static_cast<f64>(n);
     for (i64 first = 0; first <= most; first += lag_padding) {
@@ -195,7 +195,7 @@ void C2F(const f32* X, const f32* Y, const i32& NOBS, const i32& MAXLAG, const i
     XVAR = rounded_x;
     YVAR = rounded_y;
 
-    // Negative lags first, backwards: those of X behind Y.
+    // Negative lags are covariances of Y with later X, stored in reverse.
     const i64 most = MAXLAG, positions = 2 * most + 1;
     f64* cross = WK + most;
     covariances(YDEV, XDEV, NOBS, most, WK);

@@ -3,15 +3,15 @@
 //   CCV(k) = (1 / NOBS) sum over t of (x(t) - mean of x) (y(t + k) - mean of y)
 //   CC(k)  = CCV(k) / (standard deviation of X * standard deviation of Y),  k = -MAXLAG to MAXLAG
 //
-// The sum is taken over the pairs that exist and divided by NOBS at every lag, so are the variances.
-// Tables have 2 MAXLAG + 1 positions, lag 0 at position MAXLAG + 1; a positive lag compares a value
-// of X with a later one of Y.
+// The sum is taken over the pairs that exist and divided by NOBS at every lag, so are the
+// variances. Tables have 2 MAXLAG + 1 positions, lag 0 at position MAXLAG + 1; a positive lag
+// compares a value of X with a later one of Y.
 //
 //   X, Y    [NOBS] series; NOBS >= 2, 1 <= MAXLAG < NOBS
 //   ISEOPT  standard errors: 0 none (SECC may be null), 1 Bartlett's formula, 2 the same for series
 //           that are not correlated with each other
 //   IMEAN   0 the means are given in XMEAN and YMEAN, 1 they are computed and returned there
-//   IPRINT  0 to 3; results go to the arguments only, whatever it is
+//   IPRINT  0 to 3; nothing is printed, results go to the arguments only
 //   XVAR, YVAR       variances
 //   CCV, CC, SECC    [2 MAXLAG + 1]
 //
@@ -22,9 +22,9 @@
 //                            + r(k)^2 (r(v)^2 + rx(v)^2 / 2 + ry(v)^2 / 2)
 //                            - 2 r(k) (rx(v) r(v + k) + r(-v) ry(v + k))
 //
-// of which option 2 keeps rx(v) ry(v). v goes from -MAXLAG to MAXLAG, and correlations beyond that
-// count as 0. Sample correlations can make the sum negative; the standard error is then NaN. A
-// negative sum that is nothing but rounding gives 0.
+// of which option 2 keeps rx(v) ry(v). v goes from -MAXLAG to MAXLAG; correlations at larger lags
+// are taken as 0. Sample correlations can make the sum negative; the standard error is then NaN, or
+// 0 where the sum is negative by rounding only.
 //
 // Errors of type 5, everything is then unwritten: 1 sizes or ISEOPT, 2 memory, 3 IMEAN, 4 IPRINT,
 // 7, 8 a NaN, 9, 10 a constant series, 11, 12 a variance below the smallest normal number. With an

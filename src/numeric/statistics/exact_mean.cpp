@@ -9,7 +9,8 @@
 namespace qmx::numeric {
 namespace {
 
-// Adds the values in units of the scale; fits becomes false if some value is no whole number of them.
+// Adds the values in units of the scale; fits becomes false if some value is not a whole number of
+// units.
 struct unit_sweep {
     QMX_MELTING static void run(const f32* x, i64 n, const fixed_point_scale& scale,
                                 wide_integer& sum, bool& fits) {
@@ -31,7 +32,8 @@ struct unit_sweep {
     }
 };
 
-// One sum for each exponent; four sets, since neighbours of one exponent would wait for each other.
+// One sum for each exponent, in four sets: consecutive values often share an exponent, and
+// additions to one sum would wait for each other.
 struct exponent_sums {
     static constexpr std::size_t sets = 4;
     std::array<std::array<i64, 256>, sets> sum{};
@@ -55,13 +57,13 @@ long_number sum_by_exponent(const f32* x, i64 n) {
 
     long_number total;
     for (const auto& set : sums.sum)
-        for (std::size_t exponent = 0; exponent < 255; ++exponent) // 255: what is not a number
+        for (std::size_t exponent = 0; exponent < 255; ++exponent) // 255: infinities and NaN
             if (set[exponent] != 0)
                 total.add(set[exponent], exponent == 0 ? 0 : static_cast<i32>(exponent) - 1);
     return total;
 }
 
-// Independent lanes: the comparisons of one value need not wait for those of the last.
+// Independent lanes, so that comparisons of consecutive values do not wait for each other.
 struct range_sweep {
     static constexpr std::size_t lanes = 16;
     std::array<f32, lanes> lowest, highest;

@@ -1,4 +1,4 @@
-// The mean of f32 values without rounding on the way.
+// The mean of f32 values by an exact sum.
 #pragma once
 
 #include "base/base_types.hpp"

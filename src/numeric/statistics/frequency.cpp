@@ -1,6 +1,6 @@
 #include "numeric/statistics/frequency.hpp"
 
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/statistics/class_search.hpp"
 #include "numeric/statistics/exact_mean.hpp"
@@ -87,8 +87,8 @@ bool refuse_arguments(i32 n, const f32* x, i32 k, i32 option, f32 low, f32 high,
 
 // ---- Equal intervals ----------------------------------------------------------------------------
 
-// Number of the first of the intervals from least to most that reaches up to an observation, most + 1
-// if none does. reaches(i) must stay true once it is; the guess is close, whatever it is.
+// Number of the first interval from least to most that reaches up to an observation, most + 1 if
+// none does. reaches(i) must be monotone; a poor guess costs time only.
 template <class Reaches> i32 first_that_reaches(f32 guess, i32 least, i32 most, Reaches reaches) {
     i32 i = guess >= static_cast<f32>(most) ? most : std::max(least, truncated(guess));
     while (i > least && reaches(i - 1)) --i;
@@ -152,7 +152,7 @@ void tally_by_marks(i32 n, const f32* x, i32 k, f32 half_width, const f32* marks
                     const class_counts& counts) {
     for (i64 j = 0; j < n; ++j) {
         const f32 value = x[j];
-        // x - DIV(i) falls with i: the first that is not above the half width decides.
+        // x - DIV(i) falls as i rises: the first i where it is at most CLHW decides.
         const f32* mark = std::partition_point(
             marks, marks + k, [&](f32 each) { return !(value - each <= half_width); });
         if (mark != marks + k && std::abs(value - *mark) <= half_width)

@@ -1,4 +1,4 @@
-// One-way frequency table.
+// One-way frequency tables.
 //
 // IOPT  classes                                     class of x
 //   0   K equal intervals of width w from the       first i with x - min <= i*w, up to a tolerance of
@@ -10,13 +10,13 @@
 //   3   K class marks DIV, strictly ascending, of   first i with |x - DIV(i)| <= CLHW; an observation
 //       half width CLHW                             in no class is not counted
 //
-// Every comparison is made in f32 and as written, so that a value on a limit finds its class by the
-// rule; but it is made with the one or two classes in question only. With IOPT 1 a value whose
-// distance from XLO rounds to more than (K-2)*w belongs to class K-1. Counts are exact integers,
-// rounded to f32 at the end. Infinite values are ordinary ones.
+// Every comparison is made in f32 as written, so that a value on a limit finds its class by the
+// rule; only the one or two classes in question are compared. With IOPT 1 a value whose distance
+// from XLO rounds to more than (K-2)*w belongs to class K-1. Counts are exact integers, rounded to
+// f32 at the end. Infinite values are counted like any other.
 //
 // Errors, all of type 5, leave TABLE and DIV unwritten: 1 NOBS, 2 IOPT, 3 limits, 4 DIV does not
-// ascend (a NaN in it does not), 5 to 7 K, 8 a NaN in X.
+// ascend or holds a NaN, 5 to 7 K, 8 a NaN in X.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -24,8 +24,8 @@
 namespace qmx::numeric {
 
 // Tallies NOBS observations X into K classes and returns the counts in TABLE [K], as reals. With
-// IOPT 0 and 1 DIV [K], which may then be null, returns the class marks: the middles of the classes,
-// an open class taken as wide as the others. With IOPT 2 it holds K-1 elements, with 3 K.
+// IOPT 0 and 1 DIV [K], which may then be null, returns the class marks: the middles of the
+// classes, an open class taken as wide as the others. With IOPT 2 it holds K-1 elements, with 3 K.
 void OWFRQ(const i32& NOBS, const f32* X, const i32& K, const i32& IOPT, const f32& XLO,
            const f32& XHI, const f32& CLHW, f32* DIV, f32* TABLE);
 

@@ -8,8 +8,9 @@
 
 namespace qmx::numeric {
 
-// A number of units 2^-149 in digits of base 2^32, least first, with room for the sum of 2^31 of the
-// largest values. The three digits in front of the units take the fraction of a quotient.
+// A fixed-point number in units of 2^-149 with digits of base 2^32, least significant first. It
+// holds the sum of 2^31 of the largest values; three digits below the units take the fraction of a
+// quotient.
 class long_number {
 public:
     static constexpr i32 least_exponent = -149; // every f32 is a whole number of these units
@@ -54,7 +55,8 @@ private:
 
     static std::size_t at(i32 index) { return static_cast<std::size_t>(index); }
 
-    // |part| < 2^63. Each digit receives less than 2^32 in magnitude at a time, a few hundred times.
+    // |part| < 2^63. Each digit receives less than 2^32 in magnitude at a time, a few hundred
+    // times.
     void add_split(i32 index, i64 part) {
         digit_[at(index)] += part & 0xffffffff;
         digit_[at(index + 1)] += part >> 32;
@@ -67,7 +69,7 @@ private:
         carry();
         return true;
     }
-    // Leaves the sign, 0 or -1, to the top digit and returns it.
+    // Carries and returns the sign, 0 or -1, which the top digit keeps.
     i64 carry() {
         i64 over = 0;
         for (i64& digit : digit_) {
@@ -79,7 +81,7 @@ private:
         return over;
     }
 
-    // 53 bits down from the given one, which counts from 0 at the least; what lies below 0 is 0.
+    // The 53 bits from the given one downwards; bit 0 is the least, bits below it are 0.
     u64 bits_from(i32 top) const {
         const i32 low = top - 52;
         u64 bits = 0;

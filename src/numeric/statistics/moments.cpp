@@ -51,7 +51,7 @@ private:
 
 struct power_sums {
     f64 second, third, fourth;
-    bool certain; // accurate enough, by the bound on the rounding of the terms
+    bool certain; // accurate enough, by the rounding bound of the terms
 };
 
 template <bool refined> struct power_totals {
@@ -93,7 +93,8 @@ template <bool refined> power_sums power_sums_about(f64 pivot, f64 furthest, con
     const auto& [second, third, fourth] = totals;
     power_sums sums{second.value(), third.value(), fourth.value(), true};
     if constexpr (!refined) {
-        // The second moment decides over limits of the mean that come close to 0: it is kept closer.
+        // The second moment needs more: confidence limits near 0 are differences of mean and
+        // margin.
         constexpr f64 enough = 0x1p-28;
         constexpr f64 enough_for_second = 0x1p-36;
         const f64 cube = sums.second * std::sqrt(sums.second / static_cast<f64>(n));
@@ -119,7 +120,7 @@ struct compensated_sum {
     f64 value() const { return std::isfinite(sum) ? sum + lost : sum; }
 };
 
-// The powers about a pivot that misses the mean by shift, made powers about the mean.
+// Turns powers about a pivot into powers about the mean = pivot + shift.
 void shift_to_mean(central_moments& moments, f64 shift) {
     const f64 n = moments.weight;
     const f64 square = shift * shift;

@@ -22,7 +22,7 @@ struct data_matrix {
     bool is_plain() const { return frequency == 0 && weight == 0; }
     const f32* column(i32 number) const { return first + i64{number - 1} * leading; }
     const f32* special(i32 number) const { return number > 0 ? column(number) : nullptr; }
-    // Column of a variable, which are counted past the special columns.
+    // Column of a variable; variables are numbered without the special columns.
     const f32* variable(i32 number) const {
         const i32 low = std::min(frequency, weight);
         const i32 high = std::max(frequency, weight);
@@ -88,31 +88,54 @@ bool refuse_columns(i32 variables, i32 frequency, i32 weight) {
     return true;
 }
 
+bool refuse_layout(i32 ido, i32 rows, i32 leading) {
+    if (leading < rows_of_stat) {
+        E1STI(1, leading);
+        post(type_terminal, 6,
+             "LDSTAT = %(I1).  The leading dimension of STAT must be at least 15.");
+        return true;
+    }
+    if (rows <= 0 && ido < 2) {
+        E1STI(1, rows);
+        E1STI(2, ido);
+        post(type_terminal, 7,
+             "NROW = %(I1) and IDO = %(I2).  If NROW is nonpositive, IDO must be equal to 2 or 3.");
+        return true;
+    }
+    return false;
+}
+
+bool refuse_levels(f32 of_mean, f32 of_variance) {
+    return refuse_level(of_mean, 8,
+                        "CONPRM = %(R1).  The confidence level for the mean, CONPRM, must be less "
+                        "than 100.0.") ||
+           refuse_level(of_variance, 9,
+                        "CONPRV = %(R1).  The confidence level for the variance, CONPRV, must be "
+                        "less than 100.0.");
+}
+
+// Updates the moments of a variable by the rows of this call and returns those of the rows alone.
+central_moments take_in(const data_matrix& data, i32 variable, bool are_removed,
+                        central_moments& running) {
+    const f32* x = data.variable(variable);
+    const central_moments block = data.is_plain()
+                                      ? moments_of(x, data.rows)
+                                      : weighted_moments_of(x, data.special(data.frequency),
+                                                            data.special(data.weight), data.rows);
+    if (are_removed)
+        remove(running, block);
+    else
+        merge(running, block);
+    return block;
+}
+
 } // namespace
 
 void U2STA(const i32& IDO, const i32& NROW, const i32& NVAR, const f32* X, const i32& LDX,
            const i32& IFRQ, const i32& IWT, const f32& CONPRM, const f32& CONPRV, f32* STAT,
            const i32& LDSTAT, i32* NRMISS, central_moments* WK) {
     const numeric_frame frame("U2STA ");
-    if (LDSTAT < rows_of_stat) {
-        E1STI(1, LDSTAT);
-        post(type_terminal, 6,
-             "LDSTAT = %(I1).  The leading dimension of STAT must be at least 15.");
-        return;
-    }
-    if (NROW <= 0 && IDO < 2) {
-        E1STI(1, NROW);
-        E1STI(2, IDO);
-        post(type_terminal, 7,
-             "NROW = %(I1) and IDO = %(I2).  If NROW is nonpositive, IDO must be equal to 2 or 3.");
-        return;
-    }
-    if (refuse_level(CONPRM, 8,
-                     "CONPRM = %(R1).  The confidence level for the mean, CONPRM, must be less "
-                     "than 100.0.") ||
-        refuse_level(CONPRV, 9,
-                     "CONPRV = %(R1).  The confidence level for the variance, CONPRV, must be less "
-                     "than 100.0.") ||
+    if (refuse_layout(IDO, NROW, LDSTAT) || refuse_levels(CONPRM, CONPRV) ||
         refuse_columns(NVAR, IFRQ, IWT))
         return;
 
@@ -125,16 +148,8 @@ void U2STA(const i32& IDO, const i32& NROW, const i32& NVAR, const f32* X, const
     i64 counting = 0; // rows of the last block
     for (i32 j = 1; j <= NVAR; ++j) {
         central_moments& running = WK[j - 1];
-        const f32* x = data.variable(j);
         running = first ? central_moments{} : load_running(weighted, STAT + i64{j - 1} * LDSTAT);
-        const central_moments block =
-            data.is_plain()
-                ? moments_of(x, data.rows)
-                : weighted_moments_of(x, data.special(IFRQ), data.special(IWT), data.rows);
-        if (taken_away)
-            remove(running, block);
-        else
-            merge(running, block);
+        const central_moments block = take_in(data, j, taken_away, running);
         if (running.count < 0.0) {
             post(type_terminal, 10, "The number of nonmissing observations is less than zero.");
             return;
@@ -144,7 +159,7 @@ void U2STA(const i32& IDO, const i32& NROW, const i32& NVAR, const f32* X, const
 
     row_tally tally;
     if (data.is_plain() && NVAR == 1)
-        tally.missing = data.rows - counting; // without another look at the rows
+        tally.missing = data.rows - counting; // known without reading the rows again
     else
         tally = look_at_rows(data, NVAR);
     if (NRMISS != nullptr) {

@@ -1,7 +1,9 @@
-// Univariate statistics.
+// Chamber statistics: univariate statistics (here), frequency tables (frequency.hpp) and
+// cross-correlations (cross_correlation.hpp) of f32 data, on exact means and moments. Called by the
+// toolkit's wrappers only.
 //
-// Rows of STAT, one column for each variable, with n the count of row 10 and m_k the weighted sum of
-// the k-th powers of the deviations from the mean:
+// Rows of STAT, one column for each variable, with n the count of row 10 and m_k the weighted sum
+// of the k-th powers of the deviations from the mean:
 //
 //    1 mean                                     9 coefficient of variation, row 3 / row 1
 //    2 variance m_2 / (n - 1)                  10 number of observations n, frequencies counted
@@ -20,7 +22,7 @@
 // the larger of 1 and their magnitude; limits of the mean, which are differences: of the larger of
 // their magnitude and 1e-4 of the mean's), and none depends on the order of the values. Each
 // row is formed in f64 and rounded once. With frequencies, weights or several calls the moments
-// carry f64 rounding. docs/accuracy.md tells what is measured.
+// carry f64 rounding. docs/accuracy.md lists measured errors.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -38,7 +40,7 @@ namespace qmx::numeric {
 //         either does not count; a negative one is skipped with a warning
 // CONPRM  percent level of the limits of the mean, CONPRV of those of the variance; below 100; at
 //         0.0 or less the limits are 0.0
-// IPRINT  0 to 2; results go to STAT only, whatever it is
+// IPRINT  0 to 2; nothing is printed, results go to STAT only
 // STAT    [LDSTAT by NVAR], LDSTAT >= 15; not written after an error of type 5
 // NRMISS  rows with a NaN in any of the columns, over all calls of an analysis; may be null
 //

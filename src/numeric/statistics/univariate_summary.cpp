@@ -87,9 +87,9 @@ spread spread_of(const central_moments& moments, f32 range, i32 variable) {
     return result;
 }
 
-// Many small samples have few numbers of observations between them, and quantiles cost far more than
-// the moments of such a sample: those found last are remembered, one for each of so many degrees of
-// freedom in a row. Quantiles with an error are found, and their error posted, anew.
+// A cache of quantiles by degrees of freedom. Many small samples share few sample sizes, and a
+// quantile costs far more than the moments of such a sample. A quantile with an error is never
+// cached: it is computed, and its error posted, each time.
 struct quantile_memory {
     static constexpr std::uint32_t places = 64;
     static constexpr f64 most_freedom = 2147483647.0;
@@ -159,13 +159,13 @@ void set_spread_undefined(f32* stat) {
     std::fill_n(stat + row_mean_limits, 4, not_a_number);
 }
 
-// A sum of frequencies or weights in two f32 numbers: the first is its rounded value.
+// Splits a sum of frequencies or weights into its f32 value and the rounding error.
 void split(f64 value, f32& first, f32& second) {
     first = narrowed(value);
     second = std::isfinite(first) ? narrowed(value - f64{first}) : 0.0F;
 }
 
-// An f64 keeps its bits in two elements, which are never read as numbers.
+// Store the bits of an f64 in two f32 elements, which are never read as numbers.
 void pack(f64 value, f32* two) {
     std::memcpy(two, &value, sizeof value);
 }

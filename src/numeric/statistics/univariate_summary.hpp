@@ -1,4 +1,4 @@
-// The fifteen statistics out of the moments, and how moments are kept in their place between calls.
+// The fifteen statistics from the moments, and the moments packed into STAT between calls.
 #pragma once
 
 #include "numeric/statistics/moments.hpp"
@@ -10,12 +10,12 @@ struct confidence_levels {
     f32 variance;
 };
 
-// Fills rows 1 to 14 of a variable's column, with weights also row 15, and posts what is not
-// defined for the variable of this number.
+// Fills rows 1 to 14 of a variable's column, with weights also row 15, and posts which statistics
+// are not defined; the messages name the variable by the given number.
 void summarize(const central_moments& moments, bool weighted, const confidence_levels& levels,
                i32 variable, f32* stat);
 
-// Keep running moments in a column of statistics, and take them out again.
+// Store running moments in a column of statistics, and read them back.
 void store_running(const central_moments& moments, bool weighted, f32* stat);
 central_moments load_running(bool weighted, const f32* stat);
 

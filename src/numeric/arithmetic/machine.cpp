@@ -1,4 +1,4 @@
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 
 #include "numeric/errors/numeric_frame.hpp"
 
@@ -20,8 +20,8 @@ constexpr Real constants[] = {
     -std::numeric_limits<Real>::infinity(),
 };
 
-// The name is pushed only to post an error: asking for a constant leaves no trace on the stack, so
-// that N1RTY(1) still speaks of the routine called before.
+// The name is pushed only to post an error, so that N1RTY(1) still reports the routine called
+// before.
 template <class Real> Real machine_constant(std::string_view name, i32 n) {
     if (n >= 1 && n <= 8) return constants<Real>[n - 1];
     const numeric_frame frame(name);
