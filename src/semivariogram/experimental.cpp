@@ -2,6 +2,7 @@
 
 #include "events/event.hpp"
 #include "semivariogram/class_report.hpp"
+#include "semivariogram/parameters.hpp"
 #include "semivariogram/search/pair_search.hpp"
 
 #include <ctime>

@@ -4,7 +4,7 @@
 #include "base/array_view.hpp"
 #include "base/limits.hpp"
 #include "qmx_ic.h"
-#include "semivariogram/parameters.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 namespace qmx {
 

@@ -4,6 +4,7 @@
 #include "semivariogram/experimental.hpp"
 #include "semivariogram/kernel/pair_kernel.hpp"
 #include "semivariogram/literal_loop.hpp"
+#include "semivariogram/parameters.hpp"
 #include "semivariogram/search/pair_search.hpp"
 #include "semivariogram/search/window_search.hpp"
 

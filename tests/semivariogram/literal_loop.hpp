@@ -4,7 +4,7 @@
 #pragma once
 
 #include "qmx_ic.h"
-#include "semivariogram/parameters.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 #include <cmath>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "semivariogram/search/neighbour_runs.hpp"
 
-#include "semivariogram/parameters.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 #include <algorithm>
 #include <bit>

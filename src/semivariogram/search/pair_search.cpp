@@ -2,8 +2,8 @@
 
 #include "semivariogram/kernel/lag_classes.hpp"
 #include "semivariogram/kernel/pair_kernel.hpp"
-#include "semivariogram/search/pair_rules.hpp"
 #include "semivariogram/search/neighbour_runs.hpp"
+#include "semivariogram/search/pair_rules.hpp"
 #include "semivariogram/search/row_search.hpp"
 #include "semivariogram/search/window_search.hpp"
 

@@ -8,7 +8,7 @@
 #pragma once
 
 #include "base/array_view.hpp"
-#include "semivariogram/parameters.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 namespace qmx {
 
