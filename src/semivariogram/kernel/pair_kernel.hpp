@@ -59,7 +59,7 @@ struct class_sums {
     struct of_class {
         i64 count;
         f64 distance;
-        f64 measure;
+        f64 squares; // of the differences
     };
     of_class of[columns];
 };
@@ -67,15 +67,15 @@ struct class_sums {
 // What a class has besides the usual sums; 0 mostly.
 enum class_needs : std::uint8_t {
     nothing = 1,         // leave it out
-    next_measure = 2,    // measures from the next power of two
-    ordered_distance = 4 // distances like measures
+    next_squares = 2,    // squares from the next power of two
+    ordered_distance = 4 // distances like squares
 };
 // Sums that start from an even and from an odd last bit: see ordered_growth.hpp.
 template <class Sums> struct two_starts { Sums even, odd; };
 // Sums of rows apart from each other.
 template <class Sums> struct separate_sums {
-    two_starts<Sums> measure;
-    two_starts<Sums> next_measure;
+    two_starts<Sums> squares;
+    two_starts<Sums> next_squares;
     two_starts<Sums> ordered_distance;
 };
 using lanes_of_sums = f64[most_lanes];

@@ -82,7 +82,7 @@ struct pair_queue {
     unsigned found[steps];
     alignas(64) f32 key[steps][width];
     alignas(64) f32 distance[steps][width];
-    alignas(64) f32 measure[steps][width];
+    alignas(64) f32 square[steps][width];
 };
 
 // Adds the pairs of the step with this number. Neighbours in their lanes have neighbours at about
@@ -100,12 +100,12 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
         if ((needs & class_needs::nothing) != 0) continue;
         lane_sums::of_class& to = sums.of[k];
         const wide_reals distance = widen(mine, queue.distance[step]);
-        const wide_reals measure = widen(mine, queue.measure[step]);
+        const wide_reals square = widen(mine, queue.square[step]);
         add_halves(to.distance, distance);
-        add_to<Twice>(to.measure, measure);
+        add_to<Twice>(to.squares, square);
         to.count += number_of(bits_of(mine));
         if (needs == 0) continue;
-        if ((needs & class_needs::next_measure) != 0) add_to<Twice>(to.next_measure, measure);
+        if ((needs & class_needs::next_squares) != 0) add_to<Twice>(to.next_squares, square);
         if ((needs & class_needs::ordered_distance) != 0)
             add_to<Twice>(to.ordered_distance, distance);
     }
@@ -176,7 +176,7 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
         queue.found[step] = bits_of(found);
         store(queue.key[step], choose(found, key, all(key_of_nothing)));
         store(queue.distance[step], h);
-        store(queue.measure[step], difference * difference);
+        store(queue.square[step], difference * difference);
         if (++queue.entered >= queue.steps)
             add_step<Twice>(queue, queue.entered - queue.steps, sums);
     }
@@ -236,8 +236,8 @@ struct pair_block {
     i64 count = 0;
     alignas(64) f32 dx[most + width];
     alignas(64) f32 dy[most + width];
-    alignas(64) f32 square[most + width]; // of the distance
-    alignas(64) f32 measure[most + width];
+    alignas(64) f32 squared_distance[most + width];
+    alignas(64) f32 square[most + width];
 };
 
 template <bool Twice> inline void add_term(f64& sum, f64 term) {
@@ -245,14 +245,14 @@ template <bool Twice> inline void add_term(f64& sum, f64 term) {
     if constexpr (Twice) sum += term;
 }
 
-template <bool Twice> inline void add_pair(class_sums& sums, i64 k, f64 distance, f64 measure) {
+template <bool Twice> inline void add_pair(class_sums& sums, i64 k, f64 distance, f64 square) {
     class_sums::of_class& to = sums.of[k];
     to.count += Twice ? 2 : 1;
     add_term<Twice>(to.distance, distance);
-    add_term<Twice>(to.measure, measure);
+    add_term<Twice>(to.squares, square);
 }
 
-template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, f64 measure) {
+template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, f64 square) {
     const auto add = [](two_starts<f64>& to, f64 term) {
         add_term<Twice>(to.even, term);
         add_term<Twice>(to.odd, term);
@@ -262,9 +262,9 @@ template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, 
     row_sums::of_class& to = sums.of[k];
     ++to.count;
     to.distance += distance;
-    add(to.measure, measure);
+    add(to.squares, square);
     if (needs == 0) return;
-    if ((needs & class_needs::next_measure) != 0) add(to.next_measure, measure);
+    if ((needs & class_needs::next_squares) != 0) add(to.next_squares, square);
     if ((needs & class_needs::ordered_distance) != 0) add(to.ordered_distance, distance);
 }
 
@@ -272,13 +272,13 @@ template <bool Twice, class Sums>
 void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
                pair_block& block, Sums& sums) {
     alignas(64) f32 distances[width], keys[width];
-    alignas(64) f64 wide_distances[width], wide_measures[width];
+    alignas(64) f64 wide_distances[width], wide_squares[width];
     const reals half_width = all(rules.certainty.half_width);
     const flags everywhere = flags_of((1U << width) - 1);
     for (i64 at = 0; at < block.count; at += width) {
         const i64 held = block.count - at < width ? block.count - at : width;
         unsigned found = (1U << held) - 1;
-        const reals h = root(load(block.square + at));
+        const reals h = root(load(block.squared_distance + at));
         reals key;
         const unsigned certain = bits_of(rule.classify(h, half_width, key));
         store(distances, h);
@@ -293,10 +293,10 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
             found =
                 bits_of(rule.accepts(flags_of(found), load(block.dx + at), load(block.dy + at), h));
         store_wide(wide_distances, widen(everywhere, distances));
-        store_wide(wide_measures, widen(everywhere, block.measure + at));
+        store_wide(wide_squares, widen(everywhere, block.square + at));
         for (; found != 0; found &= found - 1) {
             const i64 t = lowest_bit(found);
-            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_measures[t]);
+            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_squares[t]);
         }
     }
     block.count = 0;
@@ -317,8 +317,8 @@ void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candi
         unsigned found = bits_of(at_most(hs, all(rows.limit[0])));
         if (count - at < width) found &= (1U << (count - at)) - 1;
         const reals difference = vi - load(candidates.value + at);
-        store_packed(block.square + block.count, found, hs);
-        store_packed(block.measure + block.count, found, difference * difference);
+        store_packed(block.squared_distance + block.count, found, hs);
+        store_packed(block.square + block.count, found, difference * difference);
         if (rule.is_directed) {
             store_packed(block.dx + block.count, found, dx);
             store_packed(block.dy + block.count, found, dy);

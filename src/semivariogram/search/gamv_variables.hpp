@@ -18,7 +18,7 @@ struct t_gamvset {
     f32 dtol;           // half-angle in dip, degrees; 0 or less means 45
     f32 bandwd;         // vertical bandwidth, unit of the coordinates
     i32 isill;          // 1: the semivariances are divided by the variance of the data
-    i32 ivtype;         // measure; 1, the semivariogram, is the one that is computed
+    i32 ivtype;         // kind of variogram; only 1, the semivariogram, is computed
     i32 ivtail, ivhead; // tail and head variable, both 1
 };
 

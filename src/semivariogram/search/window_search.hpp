@@ -10,8 +10,8 @@
 #pragma once
 
 #include "base/work_array.hpp"
-#include "semivariogram/kernel/ordered_growth.hpp"
 #include "semivariogram/search/row_sweep.hpp"
+#include "semivariogram/search/sum_joiner.hpp"
 
 namespace qmx {
 
@@ -34,43 +34,37 @@ public:
     bool search(neighbour_runs& neighbours);
     i64 located() const { return located_; } // rows with a finite position
 
+    // What the joiner asks of the window's rows.
+    bool sweep();
+    i64 pairs(i32 k) const { return pairs_[k]; }
+    f64 distance(i32 k) const { return distance_[k]; }
+    ordered_growth::row_growth growth(row_sum kind, i32 k, i64 row) const {
+        return ordered_growth::unpacked(table(kind, k)[row]);
+    }
+    bool redo(i64 row, pair_kernel::class_sums& sums);
+
 private:
     using packed_growth = std::uint64_t;
     struct located_row {
         std::uint64_t cells;
         i32 row;
     };
-    // Rows of the window that each sum has taken in.
-    struct progress {
-        i64 measure, distance;
-    };
 
     i64 groups_beside(const neighbour_runs& neighbours, i64 first, i64 end) const;
     bool reserve();
-    packed_growth* table(pair_kernel::class_needs which, i32 k) const;
-    void choose_sums();
-    bool sweep(neighbour_runs& neighbours);
-    void sweep_row(const neighbour_runs& neighbours, i32 row, const candidate_place& own);
-    void take_in_counts();
-    bool take_in_rows(neighbour_runs& neighbours, bool& all);
-    bool redo(neighbour_runs& neighbours, i64 row, pair_kernel::class_sums& sums);
-    bool redo_rest(neighbour_runs& neighbours);
-    bool is_wanted(i32 k) const;
+    packed_growth* table(row_sum kind, i32 k) const;
+    void sweep_row(i32 row, const candidate_place& own);
 
-    const pair_kernel::search_rules& rules_;
+    const i32 last_class_;
     const i64 capacity_; // rows
     pair_kernel::class_sums& sums_;
     row_sweep& rows_;
-    const i32 last_class_;
-    i64 first_ = 0, count_ = 0, located_ = 0; // of the window's rows
-    i64 from_ = 0;                            // of them, the first that is still wanted
+    sum_joiner joiner_;
+    neighbour_runs* neighbours_ = nullptr;    // of the window being searched
+    i64 first_ = 0, count_ = 0, located_ = 0; // of its rows
     i64 groups_ = 0, groups_beside_ = 0;
-    f64 power_[pair_kernel::columns] = {}; // that measures were summed from
-    f64 next_power_[pair_kernel::columns] = {};
-    f64 distance_power_[pair_kernel::columns] = {};
-    f64 distance_[pair_kernel::columns] = {}; // sums that did not round, each pair once
+    f64 distance_[pair_kernel::columns] = {}; // sums of the window, each pair once
     i64 pairs_[pair_kernel::columns] = {};
-    progress taken_in_[pair_kernel::columns] = {};
     work_array<pair_kernel::row_sums> row_ = work_array<pair_kernel::row_sums>(0);
     work_array<located_row> located_rows_ = work_array<located_row>(0);
     work_array<i32> order_ = work_array<i32>(0);

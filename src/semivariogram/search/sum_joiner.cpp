@@ -1,0 +1,69 @@
+#include "semivariogram/search/sum_joiner.hpp"
+
+#include <algorithm>
+
+namespace qmx {
+
+using namespace pair_kernel;
+using namespace ordered_growth;
+
+sum_joiner::sum_joiner(const search_rules& rules, class_sums& sums)
+    : rules_(rules), sums_(sums), last_class_(rules.classes->last) {
+    for (i32 k = coincident_class; k <= last_class_; ++k)
+        greatest_exact_[k] = exact_distance_sum(*rules.classes, k);
+}
+
+bool sum_joiner::is_wanted(i32 k, row_sum kind) const {
+    if (!is_wanted(k)) return false;
+    if (kind == row_sum::squares) return true;
+    return (needs_[k] & (kind == row_sum::distances ? ordered_distance : next_squares)) != 0;
+}
+
+void sum_joiner::begin_class(i32 k, const expected_sums& expected) {
+    std::uint8_t needs = 0;
+    if (!(expected.distance < greatest_exact_[k])) needs |= ordered_distance;
+    if (expected.squares > next_power(sums_.of[k].squares)) needs |= next_squares;
+    needs_[k] = needs;
+    taken_in_[k] = {0, 0};
+}
+
+void sum_joiner::begin_sweep(bool again) {
+    for (i32 k = coincident_class; k <= last_class_; ++k) {
+        if (!is_wanted(k)) continue;
+        if (again && taken_in_[k].distance < rows_) needs_[k] |= ordered_distance;
+        const f64 squares = sums_.of[k].squares;
+        power_[static_cast<i32>(row_sum::squares)][k] = power_of(squares);
+        power_[static_cast<i32>(row_sum::next_squares)][k] = next_power(squares);
+        power_[static_cast<i32>(row_sum::distances)][k] = power_of(sums_.of[k].distance);
+    }
+}
+
+// Counts, and distances whose sum does not round.
+void sum_joiner::add_count(i32 k, i64 pairs, f64 distance) {
+    if (pairs == 0) {
+        needs_[k] |= nothing;
+        taken_in_[k] = {rows_, rows_};
+        return;
+    }
+    class_sums::of_class& sums = sums_.of[k];
+    const i64 counted = rules_.twice ? 2 * pairs : pairs;
+    sums.count += counted;
+    if ((needs_[k] & ordered_distance) != 0) return;
+    const f64 most =
+        sums.distance + static_cast<f64>(counted) * static_cast<f64>(rules_.classes->upper[k]);
+    if (most < greatest_exact_[k]) {
+        sums.distance += rules_.twice ? 2 * distance : distance;
+        taken_in_[k].distance = rows_;
+    }
+}
+
+// The last row before the given one at which a sum has stopped, or -1.
+i64 sum_joiner::last_stop_before(i64 row) const {
+    i64 last = -1;
+    for (i32 k = coincident_class; k <= last_class_; ++k)
+        for (const i64 stop : {taken_in_[k].squares, taken_in_[k].distance})
+            if (stop < row) last = std::max(last, stop);
+    return last;
+}
+
+} // namespace qmx
