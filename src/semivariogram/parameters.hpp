@@ -1,4 +1,4 @@
-// Checks the parameter record of an experimental semivariogram and sets up what the pair search works on.
+// Checks the parameter record of an experimental semivariogram and narrows the data for the pair search.
 #pragma once
 
 #include "base/array_view.hpp"

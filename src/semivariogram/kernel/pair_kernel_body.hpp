@@ -1,5 +1,5 @@
-// The loops of the pair kernel, written once. Each translation unit that includes this file compiles
-// them for the instructions that its compiler flags allow. Everything here is local to that unit.
+// The loops of the pair kernel, written once and compiled for several instruction sets, by the flags of
+// the unit that includes this file. All of it is local to that unit.
 #pragma once
 
 #include "semivariogram/kernel/lanes.hpp"
@@ -18,7 +18,7 @@ inline i64 class_of(f32 key) {
     return bits & 255;
 }
 
-// What the loops need of the rules, in every lane.
+// The rules in every lane.
 struct rule_lanes {
     explicit rule_lanes(const search_rules& rules)
         : inverse_lag(all(rules.inverse_lag)), xlag(all(rules.classes->xlag)),
@@ -27,17 +27,17 @@ struct rule_lanes {
           csatol(all(rules.csatol)), bandwh(all(rules.bandwh)), bandwd(all(rules.bandwd)),
           is_banded(rules.has_bands), is_directed(rules.has_cone || rules.has_bands) {}
 
-    // The key of the class that holds a distance, and whether it certainly does.
+    // The nearest class of a distance, as a key, and whether that class is certain.
     inline flags classify(const reals& h, const reals& half_width, reals& key) const {
         key = h * inverse_lag + shift;
         const reals offset = magnitude(h - xlag * (key - shift));
         return both(at_most(offset, half_width), below(epsilon, h));
     }
 
-    // Of the found pairs, those that the direction accepts.
+    // The found pairs that the direction accepts.
     inline flags accepts(const flags& found, const reals& dx, const reals& dy,
                          const reals& h) const {
-        // Most pairs are far from the border of the cone: no need for a quotient.
+        // Only pairs near the border of the cone need the quotient.
         const reals along = magnitude(uvxazm * dx + uvyazm * dy);
         const reals border = csatol * h;
         flags inside = below(border * above_one, along);
@@ -60,7 +60,7 @@ struct rule_lanes {
     bool is_banded, is_directed;
 };
 
-// ---- Rows side by side -------------------------------------------------------------------------
+// ---- A row in each lane ------------------------------------------------------------------------
 
 template <bool Twice> inline void add_to(f64* sums, const wide_reals& term) {
     wide_reals sum = load_wide(sums) + term;
@@ -73,8 +73,8 @@ template <bool Twice> inline void add_to(two_starts<lanes_of_sums>& sums, const 
     add_to<Twice>(sums.odd, term);
 }
 
-// Pairs that are classified but not yet added. What is added has its class known for some time, so
-// that a branch on it does not wait for a root.
+// Pairs that are classified but not yet added. Adding them a few steps later keeps a branch on the class
+// from waiting for a square root.
 struct pair_queue {
     static constexpr std::uint64_t steps = 8;
 
@@ -85,8 +85,8 @@ struct pair_queue {
     alignas(64) f32 square[steps][width];
 };
 
-// Adds the pairs of the step with this number. Neighbours in their lanes have neighbours at about
-// their distance: of one or two classes.
+// Adds the pairs of one step, class by class. Rows in neighbouring lanes are neighbours, so that a step
+// mostly holds one class or two.
 template <bool Twice>
 inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& sums) {
     const std::uint64_t step = number % queue.steps;
@@ -111,7 +111,7 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
     }
 }
 
-// Settles the classes of open lanes; returns the lanes that are found.
+// Finds the classes of lanes where they are not certain; returns the lanes that have one.
 [[gnu::noinline]] unsigned settle_lanes(const search_rules& rules, row_lanes& rows, unsigned open,
                                         const f32* distances, f32* keys) {
     unsigned found = 0;
@@ -211,7 +211,7 @@ void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candid
 
 // ---- One row -----------------------------------------------------------------------------------
 
-// Settles the pairs of a row in their order; returns which of them are found.
+// Finds the classes of a row's pairs in order; returns the pairs that have one.
 [[gnu::noinline]] unsigned settle_in_order(const search_rules& rules, row_lanes& rows,
                                            unsigned found, unsigned certain, const f32* distances,
                                            f32* keys) {
@@ -229,7 +229,7 @@ void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candid
     return found;
 }
 
-// Pairs in range of a row, side by side. What stands past `count` has no meaning.
+// Pairs in range of one row, contiguous. Elements from `count` on have no meaning.
 struct pair_block {
     static constexpr i64 most = 256;
 

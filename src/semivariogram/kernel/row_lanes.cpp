@@ -7,7 +7,7 @@ void begin_row(const search_rules& rules, row_lanes& rows, i64 lane, f32 x, f32 
     rows.y[lane] = y;
     rows.value[lane] = value;
     rows.limit[lane] = rules.classes->dismxs;
-    // As the pair of the point with itself leaves it.
+    // The state after the pair of the point with itself.
     rows.half_width[lane] = rules.certainty.half_width;
     rows.last_distance[lane] = 0;
     rows.last_key[lane] = key_of_nothing + first_distance_class;
@@ -27,7 +27,7 @@ i32 settle_class(const search_rules& rules, row_lanes& rows, i64 lane, f32 h) {
     if (h <= epsilon_distance) {
         rows.last_distance[lane] = h;
         if (last.lastlag != first_distance_class) rows.half_width[lane] = -1;
-        // Nothing but coincident pairs will be found any more.
+        // Only coincident pairs can still be found.
         if (last.lastlag >= rules.certainty.dead_from) rows.limit[lane] = rules.coincident_square;
         return coincident_class;
     }

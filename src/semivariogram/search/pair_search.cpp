@@ -15,9 +15,9 @@ namespace qmx {
 
 namespace {
 
-constexpr i64 most_plain_rows = 32; // that share their candidates
+constexpr i64 most_plain_rows = 32; // in a group that shares its candidates
 
-// Whether bands are narrower than a pair may be long.
+// Whether the bandwidths can exclude a pair.
 bool has_bands(const t_gamvset& set, const lag_classes& classes) {
     const f32 wide = 1.001F * std::sqrt(classes.dismxs);
     return !(set.bandwh > wide && set.bandwd > wide);
@@ -30,7 +30,7 @@ bool all_count_twice(const gamv_variables& variables) {
 }
 
 // Rows `first` to `end` - 1 in ascending order, in groups that share their candidates; `end` becomes
-// the end of the last group. A point without a finite position finds nothing, not even itself.
+// the end of the last group. A point whose position is not finite pairs with nothing, itself included.
 template <class SearchGroup>
 bool search_groups(neighbour_runs& neighbours, i64 first, i64& end, i64 most,
                    const SearchGroup& search_group) {

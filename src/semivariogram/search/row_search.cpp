@@ -48,12 +48,14 @@ struct rows_in_lanes {
         for (const f64 distance : lanes.of[k].distance) sum += distance;
         return sum;
     }
-    row_growth growth(row_sum kind, i32 k, i64 row) const {
+    auto growth(row_sum kind, i32 k) const {
         const lane_sums::of_class& of = lanes.of[k];
         const auto& sums = kind == row_sum::squares        ? of.squares
                            : kind == row_sum::next_squares ? of.next_squares
                                                            : of.ordered_distance;
-        return growth_of(sums.even[row], sums.odd[row], joiner.power(k, kind));
+        return [&sums, power = joiner.power(k, kind)](i64 row) {
+            return growth_of(sums.even[row], sums.odd[row], power);
+        };
     }
     bool redo(i64 row, class_sums& sums) {
         search_one(sweeper, candidates, first, first + row, sums);

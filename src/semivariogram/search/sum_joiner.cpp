@@ -13,12 +13,6 @@ sum_joiner::sum_joiner(const search_rules& rules, class_sums& sums)
         greatest_exact_[k] = exact_distance_sum(*rules.classes, k);
 }
 
-bool sum_joiner::is_wanted(i32 k, row_sum kind) const {
-    if (!is_wanted(k)) return false;
-    if (kind == row_sum::squares) return true;
-    return (needs_[k] & (kind == row_sum::distances ? ordered_distance : next_squares)) != 0;
-}
-
 void sum_joiner::begin_class(i32 k, const expected_sums& expected) {
     std::uint8_t needs = 0;
     if (!(expected.distance < greatest_exact_[k])) needs |= ordered_distance;
@@ -35,25 +29,6 @@ void sum_joiner::begin_sweep(bool again) {
         power_[static_cast<i32>(row_sum::squares)][k] = power_of(squares);
         power_[static_cast<i32>(row_sum::next_squares)][k] = next_power(squares);
         power_[static_cast<i32>(row_sum::distances)][k] = power_of(sums_.of[k].distance);
-    }
-}
-
-// Counts, and distances whose sum does not round.
-void sum_joiner::add_count(i32 k, i64 pairs, f64 distance) {
-    if (pairs == 0) {
-        needs_[k] |= nothing;
-        taken_in_[k] = {rows_, rows_};
-        return;
-    }
-    class_sums::of_class& sums = sums_.of[k];
-    const i64 counted = rules_.twice ? 2 * pairs : pairs;
-    sums.count += counted;
-    if ((needs_[k] & ordered_distance) != 0) return;
-    const f64 most =
-        sums.distance + static_cast<f64>(counted) * static_cast<f64>(rules_.classes->upper[k]);
-    if (most < greatest_exact_[k]) {
-        sums.distance += rules_.twice ? 2 * distance : distance;
-        taken_in_[k].distance = rows_;
     }
 }
 

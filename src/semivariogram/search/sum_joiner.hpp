@@ -23,8 +23,8 @@ concept separate_rows = requires(Rows& rows, i64 row, i32 k, row_sum kind,
     // Of all rows, each pair once; asked for after the first sweep.
     { rows.pairs(k) } -> std::same_as<i64>;
     { rows.distance(k) } -> std::same_as<f64>;
-    // What the row adds, in units of the last place.
-    { rows.growth(kind, k, row) } -> std::same_as<ordered_growth::row_growth>;
+    // Tells what each row adds, in units of the last place.
+    { rows.growth(kind, k)(row) } -> std::same_as<ordered_growth::row_growth>;
     // Adds the pairs of one row to the sums, one after the other.
     { rows.redo(row, sums) } -> std::same_as<bool>;
 };
@@ -45,7 +45,13 @@ public:
     // For a sweep: classes that it may leave out, the needs of the others, the powers of two that
     // their sums start from, and the first row that any of them still waits for.
     bool is_wanted(i32 k) const { return (needs_[k] & pair_kernel::nothing) == 0; }
-    bool is_wanted(i32 k, row_sum kind) const;
+    bool is_wanted(i32 k, row_sum kind) const {
+        if (!is_wanted(k)) return false;
+        if (kind == row_sum::squares) return true;
+        const auto need =
+            kind == row_sum::distances ? pair_kernel::ordered_distance : pair_kernel::next_squares;
+        return (needs_[k] & need) != 0;
+    }
     const std::uint8_t (&needs() const)[pair_kernel::columns] { return needs_; }
     f64 power(i32 k, row_sum kind) const { return power_[static_cast<i32>(kind)][k]; }
     i64 from() const { return from_; }
@@ -63,7 +69,6 @@ private:
     template <class Rows> bool redo_stopped(Rows& rows);
     template <class Rows> bool redo_rest(Rows& rows);
     template <class Rows> bool redo(Rows& rows, i64 row);
-    void add_count(i32 k, i64 pairs, f64 distance);
     i64 last_stop_before(i64 row) const;
 
     const pair_kernel::search_rules& rules_;
@@ -96,9 +101,24 @@ template <separate_rows Rows> bool sum_joiner::join(Rows& rows) {
     return redo_rest(rows);
 }
 
+// Adds counts, and distances whose sum does not round.
 template <class Rows> void sum_joiner::add_counts(const Rows& rows) {
-    for (i32 k = coincident_class; k <= last_class_; ++k)
-        add_count(k, rows.pairs(k), rows.distance(k));
+    const i64 times = rules_.twice ? 2 : 1;
+    for (i32 k = coincident_class; k <= last_class_; ++k) {
+        const i64 counted = times * rows.pairs(k);
+        if (counted == 0) {
+            needs_[k] |= pair_kernel::nothing;
+            taken_in_[k] = {rows_, rows_};
+            continue;
+        }
+        pair_kernel::class_sums::of_class& sums = sums_.of[k];
+        sums.count += counted;
+        if (is_wanted(k, row_sum::distances)) continue;
+        const f64 most = static_cast<f64>(counted) * static_cast<f64>(rules_.classes->upper[k]);
+        if (!(sums.distance + most < greatest_exact_[k])) continue;
+        sums.distance += static_cast<f64>(times) * rows.distance(k);
+        taken_in_[k].distance = rows_;
+    }
 }
 
 // Adds rows to each sum for as long as it stays below the next power of two. Returns whether all rows
@@ -112,8 +132,7 @@ template <class Rows> bool sum_joiner::add_known(const Rows& rows) {
         const auto add = [&](row_sum kind, f64& sum, i64& row) {
             if (row == rows_ || !is_wanted(k, kind)) return;
             if (ordered_growth::power_of(sum) != power(k, kind)) return;
-            row = ordered_growth::add_rows(sum, row, rows_,
-                                           [&](i64 at) { return rows.growth(kind, k, at); });
+            row = ordered_growth::add_rows(sum, row, rows_, rows.growth(kind, k));
         };
         add(row_sum::squares, sums.squares, done.squares);
         add(row_sum::next_squares, sums.squares, done.squares);

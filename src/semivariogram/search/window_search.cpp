@@ -9,9 +9,9 @@ using namespace ordered_growth;
 
 namespace {
 
-constexpr i64 bytes_for_a_point = 8; // for the growth that is kept
+constexpr i64 bytes_for_a_point = 8; // that keep what rows add
 constexpr i64 least_rows = 64;       // of a window
-constexpr i64 rows_before = 4;       // for each row of a window, so that sums grow by a fraction
+constexpr i64 rows_before = 4;       // a window, for each of its rows: sums then grow by a fraction
 
 bool windows_are_everywhere = false;
 
@@ -43,7 +43,7 @@ i64 window_search::groups_beside(const neighbour_runs& neighbours, i64 first, i6
 
 bool window_search::is_scattered(const neighbour_runs& neighbours, i64 first, i64 end) const {
     if (windows_are_everywhere) return first > 0;
-    // Before the first window sums grow too fast.
+    // The sums of the first rows grow too fast for a window.
     if (first < rows_before * least_rows || neighbours.are_few_left(first)) return false;
     const i64 sample = std::min(end - first, least_rows);
     return rows_.most_rows() * groups_beside(neighbours, first, first + sample) > 3 * sample;
@@ -68,7 +68,7 @@ bool window_search::plan(const neighbour_runs& neighbours, i64 first, i64 end) {
     first_ = first;
     count_ = end - first;
     groups_beside_ = groups_beside(neighbours, first, end);
-    // Two cells of a row of cells go together.
+    // Two neighbouring cells of a grid row are one.
     located_ = 0;
     for (i64 row = first; row < end; ++row) {
         const std::uint64_t cell = neighbours.cell_of(row);
@@ -99,7 +99,7 @@ bool window_search::search(neighbour_runs& neighbours) {
     neighbours_ = &neighbours;
     std::fill_n(pairs_, columns, 0);
     std::fill_n(distance_, columns, 0.0);
-    // The window's rows add to the sums as those before it did, or half as much again.
+    // A row is expected to add at most 1.5 times what the rows before the window added on average.
     const f64 factor = 1.0 + 1.5 * static_cast<f64>(count_) / static_cast<f64>(first_);
     joiner_.begin(count_, [&](i32 k) {
         const class_sums::of_class& sums = sums_.of[k];

@@ -1,10 +1,9 @@
-// Sums of pairs for rows whose neighbours do not stand beside them in the data: several rollers that
-// write in turn, columns of cells, shuffled points.
+// Sums of pairs for points whose neighbours do not follow them in the data: several rollers that write
+// in turn, gridded data by columns, shuffled points. Called by the pair search.
 //
-// A window of consecutive rows is put into groups by place, and each group shares its candidates. What
-// a row adds to a class is kept, as growth from an even and from an odd sum (ordered_growth.hpp), until
-// all groups are through; then the rows are joined in their order. A window is short enough, beside the
-// rows before it, for the sums to pass a power of two rarely.
+// A window of consecutive rows is grouped by place, and each group shares its candidates. What a row
+// adds to a class is kept until all groups are done; then the rows are joined in their order. A window
+// is short beside the rows before it, so that a sum seldom passes a power of two within it.
 //
 // Memory: about 8 bytes a point.
 #pragma once
@@ -20,17 +19,17 @@ public:
     // Adds to sums. `count` is the number of all points.
     window_search(row_sweep& rows, i64 count, pair_kernel::class_sums& sums);
 
-    // How many rows make a window that begins at this one.
+    // The number of rows of a window that begins at this one.
     i64 rows_from(i64 first) const;
-    // Whether so few of these rows, going by the first, have their neighbours beside them that a window
-    // may pay.
+    // Whether neighbours follow each other so seldom that a window may pay; estimated from the first
+    // rows.
     bool is_scattered(const neighbour_runs& neighbours, i64 first, i64 end) const;
-    // Puts the rows into groups. False when memory ran out.
+    // Groups the rows by place. False when memory ran out.
     bool plan(const neighbour_runs& neighbours, i64 first, i64 end);
-    // Whether the planned groups are twice as large as those of rows beside each other.
+    // Whether the groups are at least twice as large as those of consecutive rows.
     bool pays() const;
-    // Searches the window that was planned. The pair of a point with itself is left out. False when
-    // memory ran out.
+    // Searches the planned window. The pair of a point with itself is left out. False when memory ran
+    // out.
     bool search(neighbour_runs& neighbours);
     i64 located() const { return located_; } // rows with a finite position
 
@@ -38,8 +37,8 @@ public:
     bool sweep();
     i64 pairs(i32 k) const { return pairs_[k]; }
     f64 distance(i32 k) const { return distance_[k]; }
-    ordered_growth::row_growth growth(row_sum kind, i32 k, i64 row) const {
-        return ordered_growth::unpacked(table(kind, k)[row]);
+    auto growth(row_sum kind, i32 k) const {
+        return [rows = table(kind, k)](i64 row) { return ordered_growth::unpacked(rows[row]); };
     }
     bool redo(i64 row, pair_kernel::class_sums& sums);
 
@@ -72,7 +71,7 @@ private:
     work_array<packed_growth> growth_ = work_array<packed_growth>(0);
 };
 
-// For tests: windows wherever there can be one, whether they pay or not.
+// For tests: windows even where they do not pay.
 void use_windows_everywhere(bool everywhere);
 
 } // namespace qmx
