@@ -65,7 +65,7 @@ private:
     void begin_class(i32 k, const expected_sums& expected);
     void begin_sweep(bool again);
     template <class Rows> void add_counts(const Rows& rows);
-    template <class Rows> bool add_known(const Rows& rows);
+    template <class Rows> bool add_known(Rows& rows);
     template <class Rows> bool redo_stopped(Rows& rows);
     template <class Rows> bool redo_rest(Rows& rows);
     template <class Rows> bool redo(Rows& rows, i64 row);
@@ -123,7 +123,7 @@ template <class Rows> void sum_joiner::add_counts(const Rows& rows) {
 
 // Adds rows to each sum for as long as it stays below the next power of two. Returns whether all rows
 // are in; a class that has them is wanted no more.
-template <class Rows> bool sum_joiner::add_known(const Rows& rows) {
+template <class Rows> bool sum_joiner::add_known(Rows& rows) {
     from_ = rows_;
     for (i32 k = coincident_class; k <= last_class_; ++k) {
         if (!is_wanted(k)) continue;
