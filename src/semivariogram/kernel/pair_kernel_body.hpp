@@ -111,6 +111,13 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
     }
 }
 
+// Adds the pairs that are left in the queue.
+template <bool Twice> inline void add_rest(const pair_queue& queue, lane_sums& sums) {
+    for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
+         step < queue.entered; ++step)
+        add_step<Twice>(queue, step, sums);
+}
+
 // Finds the classes of lanes where they are not certain; returns the lanes that have one.
 [[gnu::noinline]] unsigned settle_lanes(const search_rules& rules, row_lanes& rows, unsigned open,
                                         const f32* distances, f32* keys) {
@@ -180,9 +187,7 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
         if (++queue.entered >= queue.steps)
             add_step<Twice>(queue, queue.entered - queue.steps, sums);
     }
-    for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
-         step < queue.entered; ++step)
-        add_step<Twice>(queue, step, sums);
+    add_rest<Twice>(queue, sums);
     store(rows.last_distance, last_distance);
     store(rows.last_key, last_key);
 }
