@@ -43,9 +43,7 @@ SRC = {
     "semivariogram": ANALYSIS
     | {"semivariogram/search", "semivariogram/kernel", "numeric/bounded/bounded_fit.hpp",
        "numeric/errors/error_stack.hpp"},
-    "semivariogram/search": {
-        HEADER, "base", "semivariogram/kernel", "semivariogram/parameters.hpp"
-    },
+    "semivariogram/search": {"base", "semivariogram/kernel"},
     "semivariogram/kernel": {"base"},
     "exports": None,  # the roof: may include all, and nothing includes it
 }

@@ -13,15 +13,15 @@ namespace {
 using line = bounded_text<256>;
 
 line class_line(i64 k, const array_view<f64>& result) {
-    const auto cell = [&](result_column column) { return result(result_index(column, k)); };
+    const auto entry = [&](result_column column) { return result(result_index(column, k)); };
     line text;
     text.append_field(static_cast<i32>(k), 3);
     text.append(" ");
-    text.append_field(cell(result_column::distance), 12, 3);
+    text.append_field(entry(result_column::distance), 12, 3);
     text.append(" ");
-    text.append_field(cell(result_column::semivariance), 12, 5);
+    text.append_field(entry(result_column::semivariance), 12, 5);
     text.append(" ");
-    text.append_field(cell(result_column::pair_count), 12, 0);
+    text.append_field(entry(result_column::pair_count), 12, 0);
     return text;
 }
 

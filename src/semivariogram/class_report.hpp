@@ -1,6 +1,6 @@
 // The report of an experimental semivariogram: a table of its lag classes in a file.
 //
-// A debugging facility, like the run log of the coverage: gslib_gamv never turns it on.
+// A debugging aid, like the run log of the coverage; off in production.
 #pragma once
 
 #include "base/array_view.hpp"

@@ -2,6 +2,7 @@
 
 #include "events/event.hpp"
 #include "semivariogram/class_report.hpp"
+#include "semivariogram/parameters.hpp"
 #include "semivariogram/search/pair_search.hpp"
 
 #include <ctime>
@@ -12,7 +13,7 @@ namespace {
 
 constexpr routine_text self("gslib_gamv");
 
-// For debugging sessions: no road sets it.
+// Debug switch; off in production.
 constexpr bool writes_report = false;
 
 f64 cpu_seconds() {
@@ -26,7 +27,7 @@ struct lag_tables {
     work_array<f64> np, dis, gam;
 };
 
-// The count divides as a 32-bit real: above 2^24 pairs it is rounded first.
+// The divisor is the count in 32 bits, rounded above 2^24 pairs.
 void make_means(const gamv_variables& variables, const lag_tables& tables) {
     const t_gamvset& set = variables.set;
     const bool standardised = set.isill == 1 && set.ivtail == set.ivhead &&

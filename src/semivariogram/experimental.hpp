@@ -4,7 +4,7 @@
 #include "base/array_view.hpp"
 #include "base/limits.hpp"
 #include "qmx_ic.h"
-#include "semivariogram/parameters.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 namespace qmx {
 
@@ -27,8 +27,8 @@ inline i64 result_index(result_column column, i64 lag_class) {
 //   i_classes      becomes nlag + 2
 //   result         [7 * most_lag_classes], column by column; columns 4 to 7 are 0
 //
-// Pair arithmetic is f32, sums and means f64; the numbers are those of a plain loop over all pairs,
-// to the last bit and on every processor, and depend on the order of the data where points coincide.
+// Pair arithmetic is f32, sums and means f64. The result is that of a plain loop over all pairs, bit for
+// bit and on every processor; it depends on the order of the data where points coincide.
 // Failures: those of readparm, and memory.
 void gslib_gamv(const t_gamvset& set, const i32& number_of_data,
                 const array_view<const t_icdata>& data, i32& i_classes,

@@ -21,7 +21,7 @@ constexpr i32 polynomial_degree = 2;
 constexpr std::size_t table_length = most_lag_classes;
 static_assert(model_curve_points == most_lag_classes); // both stand in s_xtab in turn
 
-// What the residual routines read, and the fit itself. Set on every call before it is read.
+// Read by the residual routines and by the fit; each call sets it first.
 f32 s_xtab[table_length]; // the distances, then the abscissas of the curve
 f32 s_ytab[table_length]; // the semivariances
 f32 s_ycurve[table_length];
@@ -63,7 +63,7 @@ void call_bounded_fit(numeric::residual_routine<f32> residuals, i32 count,
     s_xlb[0] = 1.0F;
     s_xlb[1] = 0.02F;
     s_xub[0] = s_xub[1] = greatest_of(semivariances);
-    s_x[0] = 30.0F; // overwritten: without a guess the fit starts from its bounds
+    s_x[0] = 30.0F; // overwritten: the fit has no first guess and starts from its bounds
     s_x[1] = 0.2F;
     for (i32 i = 0; i < count; ++i) {
         s_xtab[i] = distances(i + 1);
@@ -82,7 +82,7 @@ bool fit_ran_out_of_memory() {
            numeric::N1RCD(1) == numeric::bounded_fit_storage_code;
 }
 
-// The curve goes to s_ycurve. Whether polycurvfit failed is left to the event state.
+// Writes the curve to s_ycurve. A failure of polycurvfit shows in the event state.
 i32 fit_polynomial(const routine_text& self, const array_view<const f32>& distances,
                    const array_view<const f32>& semivariances) {
     const work_array<f64> x(distances.extent), y(semivariances.extent);
@@ -105,7 +105,7 @@ i32 fail(const routine_text& self, std::string_view description) {
     return pass_up(self); // the name stands twice in the path
 }
 
-// Both axes of the curve on the unit interval.
+// Maps the values onto the unit interval.
 void scale_to_unit(f32* values) {
     const array_view<const f32> all(values, model_curve_points);
     const f32 least = least_of(all), greatest = greatest_of(all);
@@ -126,7 +126,7 @@ i32 modelfit_all(const i32& idx_model, const i32& i_npoints, const array_view<co
     case exponential_model:
         call_bounded_fit(exponential_residuals, i_npoints, s_xdata, s_ydata);
         if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
-        // A range of 0 is no model: distances are divided by it.
+        // The model divides by the range.
         if (numeric::IERCD() != 0 || s_x[0] == 0.0F)
             return fail(self, "error calling imsl BCNLS with the exponential function");
         break;
@@ -183,7 +183,7 @@ i32 semivariogram_modlefit(const i32& idx_model, const i32& i_npoints,
     i64 knee = 1;
     while (knee < model_curve_points - 1) {
         const f32 slope = (s_yn[knee] - s_yn[knee - 1]) / (s_xn[knee] - s_xn[knee - 1]);
-        if (slope < flat) break; // never a slope that is not a number
+        if (slope < flat) break; // false for a NaN
         ++knee;
     }
     const f32 sill = s_ycurve_out(knee), nugget = s_ycurve_out(1);

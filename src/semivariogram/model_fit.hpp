@@ -1,5 +1,4 @@
-// A model fitted to the experimental semivariogram, and the reading of range, sill and nugget off
-// its curve.
+// Fits a model to the experimental semivariogram and reads range, sill and nugget off its curve.
 #pragma once
 
 #include "base/array_view.hpp"

@@ -9,7 +9,7 @@ namespace {
 constexpr routine_text parent("gslib_gamv");
 constexpr routine_text self("readparm");
 
-// The event names the parent; the path then starts anew with this routine.
+// The event names the caller; the path then restarts with this routine.
 i32 refuse(std::string_view message) {
     fail_here(parent, message);
     restart_path(self);

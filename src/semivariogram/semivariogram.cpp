@@ -33,7 +33,7 @@ t_gamvset full_settings(const t_gamvset_user& user) {
     return set;
 }
 
-// The result table and what the model fit works with; of one call at a time, as all of the library.
+// The result table and what the model fit works with. The library serves one call at a time.
 f64 result_table[result_columns * most_lag_classes];
 f32 narrow_distances[most_lag_classes];
 f32 narrow_semivariances[most_lag_classes];

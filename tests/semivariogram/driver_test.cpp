@@ -56,50 +56,37 @@ struct call {
 };
 
 struct refusal {
-    const char* name;
     t_gamvset_user set;
     const char* message;
-    const char* path;
+    bool is_own; // not one of readparm's
 };
 
-const char* const own = "qmx_icdata_semivgm_drv";
-const char* const below = "readparm/qmx_icdata_semivgm_drv";
+const char* const standard = "t_gamvset_user%i_standsills has to be either 1 or 2";
+const char* const lags = "i_nlag + 2 exceeds the maximum 100 lag classes";
 
-const refusal refusals[] = {
-    {"standard_0",
-     {10, 1, 0, 90, 10, 0},
-     "t_gamvset_user%i_standsills has to be either 1 or 2",
-     own},
-    {"standard_3",
-     {99, 1, 0, 90, 10, 3},
-     "t_gamvset_user%i_standsills has to be either 1 or 2",
-     own},
-    {"lags_99", {99, -1, 0, 90, 10, 1}, "i_nlag + 2 exceeds the maximum 100 lag classes", own},
-    {"lags_most",
-     {2147483647, 1, 0, 90, 10, 1},
-     "i_nlag + 2 exceeds the maximum 100 lag classes",
-     own},
-    {"lags_0", {0, -1, 0, 90, -1, 1}, "nlag is too small: check parameters", below},
-    {"lags_minus_5", {-5, 1, 0, 90, 10, 2}, "nlag is too small: check parameters", below},
-    {"lag_distance", {10, -0.1F, 0, 90, -1, 2}, "xlag is too small: check parameter file", below},
-    {"bandwidth", {10, 1, 0, 90, -1, 2}, "horizontal bandwidth is too small", below}};
-
-class Refusal : public testing::TestWithParam<refusal> {};
-
-TEST_P(Refusal, NamesTheFirstOffenceAndComputesNothing) {
-    call c;
-    c.set = GetParam().set;
-    EXPECT_EQ(c.run(), 3);
-    EXPECT_EQ(current_event.c_description.trimmed(), GetParam().message);
-    EXPECT_EQ(current_event.c_subfunc.trimmed(), GetParam().path);
-    EXPECT_EQ(current_event.i_errcode, 101);
-    EXPECT_EQ(current_event.i_errtype, 2);
-    EXPECT_FALSE(c.has_experimental());
-    EXPECT_FALSE(c.has_model());
+TEST(Semivariogram, NamesTheFirstOffenceAndComputesNothing) {
+    const refusal refusals[] = {
+        {{10, 1, 0, 90, 10, 0}, standard, true},
+        {{99, 1, 0, 90, 10, 3}, standard, true},
+        {{99, -1, 0, 90, 10, 1}, lags, true},
+        {{2147483647, 1, 0, 90, 10, 1}, lags, true},
+        {{0, -1, 0, 90, -1, 1}, "nlag is too small: check parameters", false},
+        {{-5, 1, 0, 90, 10, 2}, "nlag is too small: check parameters", false},
+        {{10, -0.1F, 0, 90, -1, 2}, "xlag is too small: check parameter file", false},
+        {{10, 1, 0, 90, -1, 2}, "horizontal bandwidth is too small", false}};
+    for (const refusal& row : refusals) {
+        SCOPED_TRACE(row.message);
+        call c;
+        c.set = row.set;
+        EXPECT_EQ(c.run(), 3);
+        EXPECT_EQ(current_event.c_description.trimmed(), row.message);
+        const std::string below = row.is_own ? "" : "readparm/";
+        EXPECT_EQ(current_event.c_subfunc.trimmed(), below + "qmx_icdata_semivgm_drv");
+        EXPECT_EQ(current_event.i_errcode, 101);
+        EXPECT_EQ(current_event.i_errtype, 2);
+        EXPECT_FALSE(c.has_experimental() || c.has_model());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Settings, Refusal, testing::ValuesIn(refusals),
-                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Semivariogram, FillsAllOutputsAndNoMoreThanTheLagClasses) {
     call c;

@@ -1,9 +1,9 @@
-// The experimental semivariogram: the same numbers as the plain loop, to the
-// last bit.
+// The experimental semivariogram: the numbers of the plain loop, bit for bit.
 #include "events/event.hpp"
 #include "semivariogram/experimental.hpp"
 #include "semivariogram/kernel/pair_kernel.hpp"
 #include "semivariogram/literal_loop.hpp"
+#include "semivariogram/parameters.hpp"
 #include "semivariogram/search/pair_search.hpp"
 #include "semivariogram/search/window_search.hpp"
 
@@ -98,7 +98,7 @@ private:
             case 5: x = 1.0 * below(6), y = 0.5 * below(4); break;
             case 6: x = 0.25 * i, y = 0; break;
             case 7: x = y = 0; break;
-            case 8: // up one lane and down the next
+            case 8: // up one path and down the next
                 x = 0.3 * (i / 40 % 2 == 0 ? i % 40 : 39 - i % 40), y = 0.5 * (i / 40);
                 break;
             default: x = uniform(0, 5) + (below(40) == 0 ? 4.0e6 : 0), y = uniform(0, 3); break;
@@ -215,7 +215,7 @@ struct large_lot {
     bool pass_by_pass;
     bool shuffled;
     t_gamvset set;
-    i32 along = 0;   // points one behind the other in lanes, up one and down the next; 0: none
+    i32 along = 0;   // points of a path, up one and down the next; 0: none
     i32 rollers = 1; // that write in turn
 };
 
@@ -235,9 +235,9 @@ const large_lot large_lots[] = {
     {"cells_of_each_pass", 2800, 24, 4, true, false, settings(20, 0.6F)},
     {"local_of_a_long_strip", 4000, 4, 1, false, false, settings(10, 0.3F)},
     {"local_shuffled", 4000, 4, 1, false, true, settings(10, 0.3F)},
-    {"lanes", 4000, 1, 1, false, false, settings(20, 0.5F), 200},
-    {"lanes_directed", 4000, 1, 1, false, false, directed(settings(20, 0.5F), 80, 45), 200},
-    {"passes_of_lanes", 4000, 1, 4, false, false, settings(20, 0.5F), 200},
+    {"paths", 4000, 1, 1, false, false, settings(20, 0.5F), 200},
+    {"paths_directed", 4000, 1, 1, false, false, directed(settings(20, 0.5F), 80, 45), 200},
+    {"passes_of_paths", 4000, 1, 4, false, false, settings(20, 0.5F), 200},
     {"rollers", 6000, 1, 1, false, false, settings(10, 0.5F), 1000, 2},
     {"rollers_directed", 6000, 1, 1, false, false, directed(settings(10, 0.5F), 80, 45), 1000, 3},
     {"long_strip_shuffled", 6000, 4, 1, false, true, settings(20, 0.1F)},
@@ -255,10 +255,10 @@ TEST_P(LargeLot, GivesTheNumbersOfThePlainLoop) {
         f64 x = row.across == 0 ? 3.0 : 0.3 * (cell / row.across);
         f64 y = row.across == 0 ? 4.0 : 0.3 * (cell % row.across);
         if (row.along > 0) {
-            const i32 lane = cell / row.along;
+            const i32 path = cell / row.along;
             const i32 place = cell % row.along;
-            x = 0.3 * (lane % 2 == 0 ? place : row.along - 1 - place);
-            y = 0.5 * lane;
+            x = 0.3 * (path % 2 == 0 ? place : row.along - 1 - place);
+            y = 0.5 * path;
         }
         data.push_back({x, y, 60 + static_cast<f64>(generator()) / 1.0e8, 1, 0});
     }

@@ -1,10 +1,9 @@
-// The experimental semivariogram as a plain loop over all pairs, one step after
-// the other: the truth that the search of the library is compared with. Nothing
-// in here is shared with the library but the parameter record.
+// The experimental semivariogram as a plain loop over all pairs: the truth for the pair search. It shares
+// nothing with the library but the parameter record.
 #pragma once
 
 #include "qmx_ic.h"
-#include "semivariogram/parameters.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 #include <cmath>
 #include <cstdint>
@@ -14,8 +13,7 @@
 namespace literal {
 
 struct sums {
-    std::vector<double> np, dis,
-        gam; // element k is lag class k; element 0 is not used
+    std::vector<double> np, dis, gam; // element k is lag class k; element 0 is not used
     double sill = -999.0;
 };
 

@@ -20,13 +20,13 @@ f32 centre_of(const lag_classes& classes, i32 k) {
     return classes.xlag * static_cast<f32>(k - 2);
 }
 
-// Whole lags from lastdist to h; what is no 32-bit integer counts as the least one.
+// Whole lags from lastdist to h; the least integer if 32 bits do not hold them.
 i32 whole_lags(f32 h, f32 lastdist, f32 xlag) {
     return truncated(std::floor((h - lastdist) / xlag));
 }
 
-// Whether the search for h starts at k or below after any regular pair. The start grows with h and
-// falls with lastdist, so that the least distance of each class decides.
+// Whether the search for h starts at class k or below after every regular pair. The start grows with h
+// and falls with lastdist: the least distance of each class decides.
 bool starts_in_time(const lag_classes& classes, f32 h, i32 k) {
     for (i32 before = first_distance_class; before <= classes.last; ++before) {
         const f32 least = before == first_distance_class ? 0.0F : classes.lower[before];
@@ -68,12 +68,12 @@ f32 greatest_coincident_square() {
 
 class_certainty certainty_of(const lag_classes& classes, f32 xltol) {
     constexpr class_certainty none = {false, 0, 0};
-    // Far from overflow and underflow, and classes that share borders.
+    // Not near overflow or underflow, and neighbouring classes share a border.
     if (!(classes.xlag > 1.0e-12F && classes.xlag < 1.0e12F)) return none;
     if (xltol != classes.xlag * 0.5F) return none;
 
-    // Class k is certain for distances from `low` to `high`, and |h - centre| grows with the
-    // distance from the centre: the nearest distances outside bound the half width.
+    // Class k is certain for distances from `low` to `high`. The nearest distances outside bound the
+    // half width.
     f32 bound = classes.xlag;
     for (i32 k = first_distance_class; k <= classes.last; ++k) {
         f32 high = classes.upper[k];
@@ -85,12 +85,12 @@ class_certainty certainty_of(const lag_classes& classes, f32 xltol) {
         const f32 low = std::max(classes.lower[k], next_above(classes.upper[k - 1]));
         bound = std::min(bound, centre - next_below(low));
     }
-    // Nor may the greatest distance seem to lie in a class past the last.
+    // The greatest distance must not seem to lie in a class past the last.
     bound = std::min(bound, centre_of(classes, classes.last + 1) - std::sqrt(classes.dismxs));
     const f32 half_width = next_below(bound);
     if (!(half_width > 0.25F * classes.xlag)) return none;
 
-    // After a coincident pair class k is found only if the start at its least distance allows it.
+    // After a coincident pair class k is found only if the search for its least distance starts in time.
     i32 dead_from = first_distance_class + 1;
     for (; dead_from <= classes.last; ++dead_from) {
         bool dead = true;

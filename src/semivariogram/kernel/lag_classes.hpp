@@ -26,33 +26,32 @@ struct lag_classes {
 // nlag + 2 is at most most_lag_classes. A tolerance of 0 or less becomes half the lag distance.
 lag_classes make_lag_classes(i32 nlag, f32 xlag, f32 xltol);
 
-// The running values of one row of pairs: class and distance of the pair found last. A new row
-// starts with class 2; the distance then comes from the pair of the point with itself.
+// The last pair of a row that was found in a class: its class and distance. A row starts with class 2
+// and the distance 0 of the point to itself.
 struct last_found {
     f32 lastdist;
     i32 lastlag;
 };
 
-// The class that the search finds for the distance h > epsilon_distance, or 0. It starts at the
-// class of the last found pair, moved by the whole lags in between, and takes the first class that
-// holds h. After coincident points it may start too high and find nothing: that is part of the
-// method.
+// The class of a distance h > epsilon_distance, or 0. The search starts at the class of the last pair,
+// plus the whole lags in between, and takes the first class that holds h. After coincident points it may
+// start too high and find nothing: that is part of the method.
 i32 find_lag_class(const lag_classes& classes, f32 h, const last_found& last);
 
-// What lets most pairs be classified without the pairs before them.
+// Which distances have a class that does not depend on the pairs before.
 //
-// The state of a row is regular while lastlag is the class of lastdist (class 2 at distance 0
-// included). If then |h - xlag * (k - 2)| <= half_width in f32, the search finds k whatever the last
-// found pair was. Only distances within a few units in the last place of a border are left open.
+// The state of a row is regular while lastlag is the class of lastdist (class 2 for distance 0). Then a
+// distance with |h - xlag * (k - 2)| <= half_width in f32 is found in class k, whatever the last pair
+// was. Only distances within a few units in the last place of a border depend on it.
 //
-// A coincident pair leaves distance 0 with a class above 2. From class dead_from on nothing more is
-// found in that row but coincident pairs.
+// A coincident pair leaves distance 0 with a class above 2. If that is dead_from or more, only coincident
+// pairs are found in the rest of the row.
 struct class_certainty {
-    bool usable; // false where the limits are too odd for this; then every pair is searched for
+    bool usable; // false: the class of every pair is searched for
     f32 half_width;
     i32 dead_from;
 };
-// The greatest square of a distance that counts as coincidence.
+// The greatest squared distance that counts as coincidence.
 f32 greatest_coincident_square();
 
 class_certainty certainty_of(const lag_classes& classes, f32 xltol);

@@ -1,7 +1,8 @@
-// Numbers side by side, as wide as the compiler's target allows: sixteen, eight or four f32, and as
-// many f64. Each operation is the IEEE one in every lane. Everything is local to the unit that
-// includes this; what is compiled for newer processors calls nothing but intrinsics, which leave no
-// function behind that the linker could take for others.
+// Registers of sixteen, eight or four f32 and as many f64, whichever the compiler's target has. Each
+// operation is the IEEE one in every lane. This file is compiled three times with different flags, so
+// that all of it is local to its unit, and code for newer processors calls intrinsics only: the linker
+// must find no function here that it could use for an older processor. selection/lanes.hpp names its
+// operations alike, and shares no code: two f64, the same on every processor.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -41,7 +42,7 @@ inline reals backwards(reals a) {
     const __m512i order = _mm512_setr_epi32(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
     return _mm512_maskz_permutexvar_ps(0xFFFF, order, a);
 }
-// Operations with a mask of all lanes: GCC 12 warns of the header's own variable in the others.
+// With a mask of all lanes: without one GCC 12 warns about a variable in the compiler's own header.
 inline reals root(reals a) {
     return _mm512_maskz_sqrt_ps(0xFFFF, a);
 }
@@ -75,12 +76,12 @@ inline unsigned bits_of(flags a) {
 inline flags flags_of(unsigned bits) {
     return static_cast<flags>(bits);
 }
-// The lanes whose bits are set, side by side. A whole vector is written; what follows them has no
+// Stores the lanes whose bits are set, contiguously. A whole register is written; the rest has no
 // meaning.
 inline void store_packed(f32* to, unsigned bits, reals lanes) {
     _mm512_storeu_ps(to, _mm512_maskz_compress_ps(static_cast<__mmask16>(bits), lanes));
 }
-// In f64, with zeros where not flagged.
+// To f64, with 0 in lanes that are not flagged.
 inline wide_reals widen(flags a, const f32* from) {
     return {_mm512_maskz_cvtps_pd(static_cast<__mmask8>(a), _mm256_loadu_ps(from)),
             _mm512_maskz_cvtps_pd(static_cast<__mmask8>(a >> 8), _mm256_loadu_ps(from + 8))};
@@ -95,7 +96,7 @@ inline void store_wide(f64* to, const wide_reals& a) {
 inline wide_reals operator+(const wide_reals& a, const wide_reals& b) {
     return {a.low + b.low, a.high + b.high};
 }
-// Adds the lower and the upper lanes to the same sums.
+// Adds lower and upper lanes to the same sums.
 inline void add_halves(f64* sums, const wide_reals& a) {
     _mm512_storeu_pd(sums, _mm512_loadu_pd(sums) + (a.low + a.high));
 }
@@ -156,7 +157,7 @@ inline flags flags_of(unsigned bits) {
     const __m256i mine = _mm256_and_si256(_mm256_set1_epi32(static_cast<int>(bits)), bit_of_lane);
     return _mm256_castsi256_ps(_mm256_cmpeq_epi32(mine, bit_of_lane));
 }
-// For each set of lanes their numbers, packed in three bits each.
+// The lane numbers of each set of lanes, three bits each.
 struct lane_orders {
     std::uint32_t of[256];
 };
@@ -197,7 +198,7 @@ inline void add_halves(f64* sums, const wide_reals& a) {
 
 #else
 
-// Vectors of the compiler, which it turns into what the processor has.
+// The compiler's vectors, for any processor.
 constexpr i64 width = 4;
 using reals = f32 __attribute__((vector_size(16)));
 using flags = std::int32_t __attribute__((vector_size(16))); // all ones or all zeros in each lane
@@ -285,7 +286,7 @@ inline void add_halves(f64* sums, const wide_reals& a) {
 
 #endif
 
-// The number of the lowest bit set, of which there is one; and how many are set.
+// The position of the lowest bit set (there is one), and the number of bits set.
 inline i64 lowest_bit(unsigned bits) {
     return __builtin_ctz(bits);
 }
@@ -293,7 +294,7 @@ inline i64 number_of(unsigned bits) {
     return __builtin_popcount(bits);
 }
 
-// The lanes from `first` to before `end`; either may lie outside.
+// The lanes from `first` to `end` - 1; either may lie outside.
 inline flags lanes_between(i64 first, i64 end) {
     alignas(64) constexpr f32 numbers[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
     const reals lane = load(numbers);

@@ -1,7 +1,6 @@
-// The inner loops of the pair search: distances, classes and sums of many pairs side by side. They
-// exist in several versions that differ in the instructions they use and in nothing else: each pair
-// sees the additions, products, quotients and roots of the plain loop, and each class sees them in
-// its order.
+// The inner loops of the pair search: distances, classes and sums of several pairs at once, one in each
+// lane of a register. Called by the search. The versions differ in their instructions, never in results:
+// each pair goes through the operations of the plain loop, and each class adds its pairs in that order.
 #pragma once
 
 #include "semivariogram/kernel/lag_classes.hpp"
@@ -12,8 +11,8 @@ namespace qmx::pair_kernel {
 
 inline constexpr i64 most_lanes = 16; // of any version
 inline constexpr i64 columns = most_lag_classes + 1;
-// A class as the f32 that its number is added to: small integers are exact there, and rounding to
-// them is one addition.
+// A class k is carried as the f32 key_of_nothing + k. Near this constant f32 holds integers only, so that
+// one addition rounds to the nearest class.
 inline constexpr f32 key_of_nothing = 12582912.0F; // 1.5 * 2^23
 
 struct points {
@@ -22,36 +21,35 @@ struct points {
     const f32* value;
 };
 
-// What decides about pairs, for all rows of one search.
+// The rules of one search.
 struct search_rules {
     const lag_classes* classes;
     class_certainty certainty;
-    f32 inverse_lag;       // about 1 / xlag; only a guess of the class rests on it
-    f32 coincident_square; // the greatest that counts as coincidence
+    f32 inverse_lag;       // about 1 / xlag, for a first guess of the class
+    f32 coincident_square; // greatest squared distance that counts as coincidence
     bool twice;            // each pair counts twice
-    // Pairs may lie outside the cone about the search direction, or outside its bands.
+    // Whether the azimuth tolerance, or the bandwidths, can exclude a pair.
     bool has_cone, has_bands;
     f32 uvxazm, uvyazm, uvzdec;
     f32 csatol, bandwh, bandwd;
 };
 
-// Rows that are searched side by side, each in a lane of its own, and how far each has come.
+// Rows that are searched at once, each in its own lane, and the state of each.
 struct row_lanes {
     alignas(64) f32 x[most_lanes];
     alignas(64) f32 y[most_lanes];
     alignas(64) f32 value[most_lanes];
-    alignas(64) f32 limit[most_lanes]; // square of the greatest distance looked for; -1: no row
-    // A distance is certainly in class k if it is above epsilon and no further than this from
-    // xlag * (k - 2). Negative after a coincident pair that makes the next class depend on it.
+    alignas(64) f32 limit[most_lanes]; // greatest squared distance looked for; -1: no row
+    // Of class_certainty; negative after a coincident pair that leaves the row's state irregular.
     alignas(64) f32 half_width[most_lanes];
-    alignas(64) f32 last_distance[most_lanes]; // of the pair found last
+    alignas(64) f32 last_distance[most_lanes]; // of the last pair found
     alignas(64) f32 last_key[most_lanes];      // its class, plus key_of_nothing
 };
 
 void begin_row(const search_rules& rules, row_lanes& rows, i64 lane, f32 x, f32 y, f32 value);
 void leave_empty(row_lanes& rows, i64 lane);
 
-// The class of the next pair of a row, its distance being h, or 0: for those that are not certain.
+// The class of the next pair of a row, at distance h, or 0. For pairs whose class is not certain.
 i32 settle_class(const search_rules& rules, row_lanes& rows, i64 lane, f32 h);
 
 // Sums of classes. Element k is class k.
@@ -59,37 +57,37 @@ struct class_sums {
     struct of_class {
         i64 count;
         f64 distance;
-        f64 measure;
+        f64 squares; // of the differences
     };
     of_class of[columns];
 };
 
-// What a class has besides the usual sums; 0 mostly.
+// What a class needs besides the usual sums; mostly 0.
 enum class_needs : std::uint8_t {
-    nothing = 1,         // leave it out
-    next_measure = 2,    // measures from the next power of two
-    ordered_distance = 4 // distances like measures
+    nothing = 1,         // no sums at all
+    next_squares = 2,    // squares from the next power of two on
+    ordered_distance = 4 // distances like squares
 };
-// Sums that start from an even and from an odd last bit: see ordered_growth.hpp.
+// Two sums, started from an even and from an odd last bit (ordered_growth.hpp).
 template <class Sums> struct two_starts { Sums even, odd; };
-// Sums of rows apart from each other.
+// Sums of one row, or of the row in each lane.
 template <class Sums> struct separate_sums {
-    two_starts<Sums> measure;
-    two_starts<Sums> next_measure;
+    two_starts<Sums> squares;
+    two_starts<Sums> next_squares;
     two_starts<Sums> ordered_distance;
 };
 using lanes_of_sums = f64[most_lanes];
 
-// Of each lane.
+// A row in each lane.
 struct lane_sums {
     struct of_class : separate_sums<lanes_of_sums> {
-        f64 distance[most_lanes / 2]; // from 0, each pair once, two lanes in one
+        f64 distance[most_lanes / 2]; // from 0, each pair once, two lanes to a sum
         alignas(64) i64 count;        // pairs of all lanes, each once
     };
     alignas(64) of_class of[columns];
     std::uint8_t needs[columns]; // of class_needs
 };
-// Of one row.
+// One row alone.
 struct row_sums {
     struct alignas(64) of_class : separate_sums<f64> {
         f64 distance; // from 0, each pair once
@@ -101,10 +99,10 @@ struct row_sums {
 
 struct version {
     const char* name;
-    i64 lanes; // rows side by side
-    // Pairs the row in lane t with candidates first + t, first + t + 1, ... up to `count`, those
-    // before candidate 0 left out. Adds to the sums. With `backwards` it is first + lanes - 1 - t.
-    // As many elements as there are lanes may be read before and after the candidates.
+    i64 lanes; // rows at once
+    // Pairs the row in lane t with candidates first + t to count - 1, those before candidate 0 left
+    // out; with `backwards` from first + lanes - 1 - t on. Adds to the sums. Up to `lanes` elements
+    // before and after the candidates are read.
     void (*sweep_rows)(const search_rules& rules, row_lanes& rows, const points& candidates,
                        i64 first, i64 count, bool backwards, lane_sums& sums);
     // Pairs the row in lane 0 with candidates first to count - 1, one addition after the other.
@@ -119,7 +117,7 @@ extern const version version_plain;
 extern const version version_avx2;
 extern const version version_avx512;
 
-// The versions that this processor can run, the plainest first.
+// The versions that this processor can run, in ascending width.
 struct version_list {
     const version* entries[4];
     i32 count;

@@ -1,4 +1,4 @@
-// The pair kernel for processors with AVX2, where the compiler is told to make use of it.
+// The pair kernel for processors with AVX2; empty if the compiler flags lack it.
 #include "semivariogram/kernel/pair_kernel.hpp"
 
 #if defined(__AVX2__) && defined(__BMI2__)

@@ -1,4 +1,4 @@
-// The pair kernel for processors with AVX-512, where the compiler is told to make use of it.
+// The pair kernel for processors with AVX-512; empty if the compiler flags lack it.
 #include "semivariogram/kernel/pair_kernel.hpp"
 
 #if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512VL__) && defined(__AVX512DQ__)

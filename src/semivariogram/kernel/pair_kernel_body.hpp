@@ -1,5 +1,5 @@
-// The loops of the pair kernel, written once. Each translation unit that includes this file compiles
-// them for the instructions that its compiler flags allow. Everything here is local to that unit.
+// The loops of the pair kernel, written once and compiled for several instruction sets, by the flags of
+// the unit that includes this file. All of it is local to that unit.
 #pragma once
 
 #include "semivariogram/kernel/lanes.hpp"
@@ -18,7 +18,7 @@ inline i64 class_of(f32 key) {
     return bits & 255;
 }
 
-// What the loops need of the rules, in every lane.
+// The rules in every lane.
 struct rule_lanes {
     explicit rule_lanes(const search_rules& rules)
         : inverse_lag(all(rules.inverse_lag)), xlag(all(rules.classes->xlag)),
@@ -27,17 +27,17 @@ struct rule_lanes {
           csatol(all(rules.csatol)), bandwh(all(rules.bandwh)), bandwd(all(rules.bandwd)),
           is_banded(rules.has_bands), is_directed(rules.has_cone || rules.has_bands) {}
 
-    // The key of the class that holds a distance, and whether it certainly does.
+    // The nearest class of a distance, as a key, and whether that class is certain.
     inline flags classify(const reals& h, const reals& half_width, reals& key) const {
         key = h * inverse_lag + shift;
         const reals offset = magnitude(h - xlag * (key - shift));
         return both(at_most(offset, half_width), below(epsilon, h));
     }
 
-    // Of the found pairs, those that the direction accepts.
+    // The found pairs that the direction accepts.
     inline flags accepts(const flags& found, const reals& dx, const reals& dy,
                          const reals& h) const {
-        // Most pairs are far from the border of the cone: no need for a quotient.
+        // Only pairs near the border of the cone need the quotient.
         const reals along = magnitude(uvxazm * dx + uvyazm * dy);
         const reals border = csatol * h;
         flags inside = below(border * above_one, along);
@@ -60,7 +60,7 @@ struct rule_lanes {
     bool is_banded, is_directed;
 };
 
-// ---- Rows side by side -------------------------------------------------------------------------
+// ---- A row in each lane ------------------------------------------------------------------------
 
 template <bool Twice> inline void add_to(f64* sums, const wide_reals& term) {
     wide_reals sum = load_wide(sums) + term;
@@ -73,8 +73,8 @@ template <bool Twice> inline void add_to(two_starts<lanes_of_sums>& sums, const 
     add_to<Twice>(sums.odd, term);
 }
 
-// Pairs that are classified but not yet added. What is added has its class known for some time, so
-// that a branch on it does not wait for a root.
+// Pairs that are classified but not yet added. Adding them a few steps later keeps a branch on the class
+// from waiting for a square root.
 struct pair_queue {
     static constexpr std::uint64_t steps = 8;
 
@@ -82,11 +82,11 @@ struct pair_queue {
     unsigned found[steps];
     alignas(64) f32 key[steps][width];
     alignas(64) f32 distance[steps][width];
-    alignas(64) f32 measure[steps][width];
+    alignas(64) f32 square[steps][width];
 };
 
-// Adds the pairs of the step with this number. Neighbours in their lanes have neighbours at about
-// their distance: of one or two classes.
+// Adds the pairs of one step, class by class. Rows in neighbouring lanes are neighbours, so that a step
+// mostly holds one class or two.
 template <bool Twice>
 inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& sums) {
     const std::uint64_t step = number % queue.steps;
@@ -100,18 +100,25 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
         if ((needs & class_needs::nothing) != 0) continue;
         lane_sums::of_class& to = sums.of[k];
         const wide_reals distance = widen(mine, queue.distance[step]);
-        const wide_reals measure = widen(mine, queue.measure[step]);
+        const wide_reals square = widen(mine, queue.square[step]);
         add_halves(to.distance, distance);
-        add_to<Twice>(to.measure, measure);
+        add_to<Twice>(to.squares, square);
         to.count += number_of(bits_of(mine));
         if (needs == 0) continue;
-        if ((needs & class_needs::next_measure) != 0) add_to<Twice>(to.next_measure, measure);
+        if ((needs & class_needs::next_squares) != 0) add_to<Twice>(to.next_squares, square);
         if ((needs & class_needs::ordered_distance) != 0)
             add_to<Twice>(to.ordered_distance, distance);
     }
 }
 
-// Settles the classes of open lanes; returns the lanes that are found.
+// Adds the pairs that are left in the queue.
+template <bool Twice> inline void add_rest(const pair_queue& queue, lane_sums& sums) {
+    for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
+         step < queue.entered; ++step)
+        add_step<Twice>(queue, step, sums);
+}
+
+// Finds the classes of lanes where they are not certain; returns the lanes that have one.
 [[gnu::noinline]] unsigned settle_lanes(const search_rules& rules, row_lanes& rows, unsigned open,
                                         const f32* distances, f32* keys) {
     unsigned found = 0;
@@ -176,13 +183,11 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
         queue.found[step] = bits_of(found);
         store(queue.key[step], choose(found, key, all(key_of_nothing)));
         store(queue.distance[step], h);
-        store(queue.measure[step], difference * difference);
+        store(queue.square[step], difference * difference);
         if (++queue.entered >= queue.steps)
             add_step<Twice>(queue, queue.entered - queue.steps, sums);
     }
-    for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
-         step < queue.entered; ++step)
-        add_step<Twice>(queue, step, sums);
+    add_rest<Twice>(queue, sums);
     store(rows.last_distance, last_distance);
     store(rows.last_key, last_key);
 }
@@ -211,7 +216,7 @@ void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candid
 
 // ---- One row -----------------------------------------------------------------------------------
 
-// Settles the pairs of a row in their order; returns which of them are found.
+// Finds the classes of a row's pairs in order; returns the pairs that have one.
 [[gnu::noinline]] unsigned settle_in_order(const search_rules& rules, row_lanes& rows,
                                            unsigned found, unsigned certain, const f32* distances,
                                            f32* keys) {
@@ -229,15 +234,15 @@ void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candid
     return found;
 }
 
-// Pairs in range of a row, side by side. What stands past `count` has no meaning.
+// Pairs in range of one row, contiguous. Elements from `count` on have no meaning.
 struct pair_block {
     static constexpr i64 most = 256;
 
     i64 count = 0;
     alignas(64) f32 dx[most + width];
     alignas(64) f32 dy[most + width];
-    alignas(64) f32 square[most + width]; // of the distance
-    alignas(64) f32 measure[most + width];
+    alignas(64) f32 squared_distance[most + width];
+    alignas(64) f32 square[most + width];
 };
 
 template <bool Twice> inline void add_term(f64& sum, f64 term) {
@@ -245,14 +250,14 @@ template <bool Twice> inline void add_term(f64& sum, f64 term) {
     if constexpr (Twice) sum += term;
 }
 
-template <bool Twice> inline void add_pair(class_sums& sums, i64 k, f64 distance, f64 measure) {
+template <bool Twice> inline void add_pair(class_sums& sums, i64 k, f64 distance, f64 square) {
     class_sums::of_class& to = sums.of[k];
     to.count += Twice ? 2 : 1;
     add_term<Twice>(to.distance, distance);
-    add_term<Twice>(to.measure, measure);
+    add_term<Twice>(to.squares, square);
 }
 
-template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, f64 measure) {
+template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, f64 square) {
     const auto add = [](two_starts<f64>& to, f64 term) {
         add_term<Twice>(to.even, term);
         add_term<Twice>(to.odd, term);
@@ -262,9 +267,9 @@ template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, 
     row_sums::of_class& to = sums.of[k];
     ++to.count;
     to.distance += distance;
-    add(to.measure, measure);
+    add(to.squares, square);
     if (needs == 0) return;
-    if ((needs & class_needs::next_measure) != 0) add(to.next_measure, measure);
+    if ((needs & class_needs::next_squares) != 0) add(to.next_squares, square);
     if ((needs & class_needs::ordered_distance) != 0) add(to.ordered_distance, distance);
 }
 
@@ -272,13 +277,13 @@ template <bool Twice, class Sums>
 void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
                pair_block& block, Sums& sums) {
     alignas(64) f32 distances[width], keys[width];
-    alignas(64) f64 wide_distances[width], wide_measures[width];
+    alignas(64) f64 wide_distances[width], wide_squares[width];
     const reals half_width = all(rules.certainty.half_width);
     const flags everywhere = flags_of((1U << width) - 1);
     for (i64 at = 0; at < block.count; at += width) {
         const i64 held = block.count - at < width ? block.count - at : width;
         unsigned found = (1U << held) - 1;
-        const reals h = root(load(block.square + at));
+        const reals h = root(load(block.squared_distance + at));
         reals key;
         const unsigned certain = bits_of(rule.classify(h, half_width, key));
         store(distances, h);
@@ -293,10 +298,10 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
             found =
                 bits_of(rule.accepts(flags_of(found), load(block.dx + at), load(block.dy + at), h));
         store_wide(wide_distances, widen(everywhere, distances));
-        store_wide(wide_measures, widen(everywhere, block.measure + at));
+        store_wide(wide_squares, widen(everywhere, block.square + at));
         for (; found != 0; found &= found - 1) {
             const i64 t = lowest_bit(found);
-            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_measures[t]);
+            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_squares[t]);
         }
     }
     block.count = 0;
@@ -317,8 +322,8 @@ void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candi
         unsigned found = bits_of(at_most(hs, all(rows.limit[0])));
         if (count - at < width) found &= (1U << (count - at)) - 1;
         const reals difference = vi - load(candidates.value + at);
-        store_packed(block.square + block.count, found, hs);
-        store_packed(block.measure + block.count, found, difference * difference);
+        store_packed(block.squared_distance + block.count, found, hs);
+        store_packed(block.square + block.count, found, difference * difference);
         if (rule.is_directed) {
             store_packed(block.dx + block.count, found, dx);
             store_packed(block.dy + block.count, found, dy);

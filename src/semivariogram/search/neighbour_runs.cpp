@@ -1,6 +1,6 @@
 #include "semivariogram/search/neighbour_runs.hpp"
 
-#include "semivariogram/parameters.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 #include <algorithm>
 #include <bit>
@@ -15,12 +15,12 @@ constexpr f64 cells_in_reach = 2.0;      // cell side: the reach divided by it
 constexpr f64 most_cells_across = 1.0e9; // so that a cell's number fits in 32 bits
 constexpr f64 widest_gap = 0.25;         // between neighbours of a group, times the reach
 constexpr f64 widest_group = 0.75;       // times the reach
-constexpr f64 widest_crowd = 1.5;        // of points in any order, times the reach
-constexpr i64 bridged_gap = 12;          // ruled-out points between candidates, taken along
-constexpr i64 shortest_bridged = 4;      // mean length of runs, below which they count as scattered
+constexpr f64 widest_crowd = 1.5;        // of listed points, times the reach
+constexpr i64 bridged_gap = 12;          // points out of range between candidates, kept with them
+constexpr i64 shortest_bridged = 4;      // mean length of runs; shorter ones count as scattered
 constexpr i64 shortest_in_place = 1024;  // points in a row that are not copied
-constexpr i64 swept_for_a_mark = 20;     // pairs tested in the time that one run's mark takes
-constexpr i64 longest_unmarked = 16;     // groups, until the neighbours are looked at again
+constexpr i64 swept_for_a_mark = 20;     // pairs tested in the time that marking one run takes
+constexpr i64 longest_unmarked = 16;     // groups between two neighbour searches
 
 bool is_finite(f32 x, f32 y) {
     return std::isfinite(x) && std::isfinite(y);
@@ -38,7 +38,7 @@ template <class T> bool grow(work_array<T>& array, i64 needed, i64 kept) {
 
 } // namespace
 
-// Columns and rows of cells grow with the coordinate, rounding included, so that a point between two
+// Column and row are monotone functions of the coordinate, rounding included: a point between two
 // others lies in a cell between theirs.
 std::uint32_t neighbour_runs::column_of(f64 x) const {
     const f64 column = (x - left_) / side_;
@@ -103,8 +103,8 @@ bool neighbour_runs::build(const f32* x, const f32* y, const f32* value, i64 cou
         top = any ? std::max<f64>(top, y[i]) : y[i];
         any = true;
     }
-    // dx * dx <= dismxs in f32 leaves dx a few units in the last place more than the root, and
-    // underflow, be it to zero, a little more than that.
+    // With dx * dx <= dismxs in f32, dx may exceed the root by a few units in the last place, and by a
+    // little more where the square underflows.
     constexpr f64 underflow = std::numeric_limits<f32>::min();
     reach_ = std::sqrt(static_cast<f64>(dismxs) + underflow) * (1.0 + 1.0e-6);
     const f64 extent = std::max(right - left_, top - bottom_);
@@ -154,7 +154,7 @@ void neighbour_runs::mark(i64 run) {
     last_word_ = std::max(last_word_, word >> 6);
 }
 
-// Writes the numbers of the marked runs in ascending order, and unmarks them.
+// Lists the marked runs in ascending order and clears their marks.
 bool neighbour_runs::list_marked() {
     numbers_ = 0;
     for (i64 high = first_word_; high <= last_word_; ++high) {
@@ -175,8 +175,8 @@ bool neighbour_runs::mark_neighbours(const box& points) {
     last_word_ = -1;
     looked_at_ = unmarked_ = 0;
     for (std::uint64_t row = row_of(points.bottom - reach_); row <= last_row; ++row) {
-        // Rows of cells that lie apart leave less than the whole reach across. A thousandth of a cell
-        // makes up for the rounding of cell borders.
+        // A row of cells at some distance from the points is reached by a shorter chord of the circle. A
+        // thousandth of a cell covers the rounding of cell borders.
         const f64 below = bottom_ + static_cast<f64>(row) * side_;
         const f64 gap =
             std::max(below - points.top, points.bottom - (below + side_)) - 0.001 * side_;
@@ -192,21 +192,20 @@ bool neighbour_runs::mark_neighbours(const box& points) {
     return list_marked();
 }
 
-// Makes segments of the listed runs. Long stretches, with short gaps that are taken along, stay where
-// they are; what is scattered is copied one after the other, since all the points read it.
+// Makes segments of the listed runs. Long stretches with short gaps are used in place. Scattered runs are
+// copied, since every point of the group reads them.
 bool neighbour_runs::make_segments(i64 points) {
     const i64 first_candidate = first(number_[0]);
     const i64 span = end(number_[numbers_ - 1]) - first_candidate;
     i64 candidates = 0;
     for (i64 k = 0; k < numbers_; ++k) candidates += end(number_[k]) - first(number_[k]);
     segments_ = 0;
-    // Copying pays when what it spares, for every point, is more than what it costs.
+    // Copying pays if the tests it saves cost more than the copies.
     const bool scattered = candidates < shortest_bridged * numbers_;
     const i64 spared = (span - candidates) * points;
     if (spared <= candidates * (scattered ? 10 : 1)) return add_in_place(first_candidate, span);
-    // Gaps between scattered points are not worth taking along.
     const i64 gap = scattered ? 0 : bridged_gap;
-    // Whoever reads the copies may read beyond their ends.
+    // The kernel may read beyond the ends of the copies.
     const i64 room = candidates + numbers_ * gap + 2 * gamv_variables::padding;
     if (3 * room > copy_.size()) {
         copy_ = work_array<f32>(std::max(3 * room, 2 * copy_.size()), 0.0F);
@@ -216,7 +215,7 @@ bool neighbour_runs::make_segments(i64 points) {
     f32* const y = x + copy_.size() / 3;
     f32* const value = y + copy_.size() / 3;
     i64 copied = 0;
-    bool continues = false; // the last segment is one of copies
+    bool continues = false; // the last segment holds copies
     for (i64 k = 0; k < numbers_;) {
         const i64 from = first(number_[k]);
         i64 to = end(number_[k]);
@@ -248,7 +247,8 @@ bool neighbour_runs::make_segments(i64 points) {
     return true;
 }
 
-// Points `from` to `to` - 1 stand in the segment, from the offset on.
+// Notes the places of wanted points among points `from` to `to` - 1, which the segment holds from the
+// offset on.
 void neighbour_runs::take_places(i64 segment, i64 from, i64 to, i64 offset) {
     for (; places_ < wanted_places_ && wanted_[places_] < to; ++places_)
         place_[places_] = {segment, offset + wanted_[places_] - from};
@@ -261,8 +261,8 @@ bool neighbour_runs::add_in_place(i64 from, i64 length) {
     return true;
 }
 
-// Whether testing all the points that are left takes less than telling which are near: so it is with
-// scattered points, of which a good part is in reach. Groups that follow each other are alike in that.
+// Whether testing all points that are left is quicker than a neighbour search, as for scattered points of
+// which a good part is in range. Estimated from the last search, which is repeated now and then.
 bool neighbour_runs::sweeping_pays(i64 first_point, i64 count) {
     const i64 tests = (count_ - first_point) * count;
     return tests <= swept_for_a_mark * looked_at_ && ++unmarked_ < longest_unmarked;

@@ -1,12 +1,11 @@
-// Which points can be in range of which: square cells over the plane, and runs of points.
+// Neighbour search: which points can be in range of a group of points. Called by the pair search.
 //
-// A run is a longest sequence of consecutive points in one cell. Rollers write lane by lane, so runs
-// are long and few; in shuffled data they degenerate to single points. Points that lie close together
-// share one list of candidates, in ascending order: everything from their first run on that the cells
-// cannot rule out.
-// The list may hold pairs out of range, never lacks one in range; nobody relies on it for more.
+// A grid of square cells covers the points. A run is a sequence of consecutive points in one cell, as
+// long as it can be: rollers write one path after the other, so that runs are long and few; in shuffled
+// data each point is a run. Points close together share one list of candidates, in ascending order and
+// from their own run on: a superset of the points in range.
 //
-// Memory: 16 bytes a run, and what the candidates of a group of points take.
+// Memory: 16 bytes a run, and the candidates of one group of points.
 #pragma once
 
 #include "base/work_array.hpp"
@@ -16,7 +15,7 @@
 
 namespace qmx {
 
-// Consecutive candidates that stand one after the other in memory.
+// Candidates that are contiguous in memory.
 struct candidate_segment {
     const f32* x;
     const f32* y;
@@ -31,30 +30,30 @@ struct candidate_place {
 
 class neighbour_runs {
 public:
-    // Positions that are not finite belong to no cell. The arrays have padding on both sides that may
-    // be read. Two points whose f32 distance squared is at most dismxs (finite) find each other. False
+    // Two points are in range if their squared f32 distance is at most dismxs, which is finite. A
+    // position that is not finite lies in no cell. The arrays have readable padding on both sides. False
     // when memory ran out.
     bool build(const f32* x, const f32* y, const f32* value, i64 count, f32 dismxs);
 
-    // Of points that lie close together from the given one on, at most so many: one past the last,
-    // or the point itself if it has no finite position.
+    // The end of the group of at most `most` consecutive points that lie close together; the point
+    // itself if its position is not finite.
     i64 end_of_group(i64 first_point, i64 most) const;
 
     // A number for each cell, row by row; `nowhere` for points without a finite position.
     static constexpr std::uint64_t nowhere = ~std::uint64_t{0};
     std::uint64_t cell_of(i64 point) const;
-    // Whether so few points are left that a search for those in reach pays for no point, going by the
-    // searches so far.
+    // Whether testing all points that are left is quicker than a neighbour search, estimated from the
+    // last one.
     bool are_few_left(i64 first_point) const;
-    // Of listed points, how many from the first on lie close together: at most so many.
+    // How many of the listed points, from the first on and at most `most`, lie close together.
     i64 close_together(const i32* points, i64 count, i64 most) const;
 
-    // The candidates of consecutive located points: the points themselves stand in the first segment,
-    // from `offset` on. False when memory ran out. The list stands until the next call.
+    // The candidates of consecutive points with finite positions. The points themselves stand in the
+    // first segment, from `offset` on. The list is valid until the next call. False when memory ran out.
     bool gather(i64 first_point, i64 end_point);
     i64 offset() const { return offset_; }
-    // The candidates of any located points, in ascending order and at most most_places of them, and
-    // where the points themselves stand among them.
+    // The candidates of listed points, in ascending order and at most most_places of them, and where
+    // the points themselves stand among them.
     static constexpr i64 most_places = 64;
     bool gather_for(const i32* points, i64 count);
     const candidate_place& place(i64 index) const { return place_[index]; }
@@ -64,7 +63,7 @@ public:
 private:
     i64 first(i64 run) const { return start_[run]; }
     i64 end(i64 run) const { return start_[run + 1]; }
-    struct entry { // a run in its cell, whose number stands in halves: 12 bytes instead of 16
+    struct entry { // a run and its cell, split into row and column: 12 bytes instead of 16
         std::uint32_t row, column;
         i32 run;
 
@@ -99,20 +98,21 @@ private:
     i64 runs_ = 0, located_ = 0;
     work_array<i32> start_ = work_array<i32>(0);
     work_array<entry> by_cell_ = work_array<entry>(0);
-    // One bit a run, and one bit a word of those: the runs of the neighbouring cells, put in order.
+    // A bit for each run in the neighbouring cells, and a bit for each word of these: they put the runs
+    // in order.
     work_array<std::uint64_t> marked_ = work_array<std::uint64_t>(0);
     work_array<std::uint64_t> words_ = work_array<std::uint64_t>(0);
     i64 first_word_ = 0, last_word_ = -1;         // of words_ with a bit set
     work_array<i32> number_ = work_array<i32>(0); // of the marked runs
     i64 numbers_ = 0;
     i64 looked_at_ = 0;                         // runs, when neighbours were last marked
-    i64 unmarked_ = 0;                          // groups since then
+    i64 unmarked_ = 0;                          // groups since then that took all points
     work_array<f32> copy_ = work_array<f32>(0); // x, y and value of the candidates copied
     work_array<candidate_segment> segment_ = work_array<candidate_segment>(0);
     i64 segments_ = 0;
-    i64 offset_ = 0; // of the first point that candidates were gathered for
-    i64 run_ = 0;    // that it stands in
-    // Points whose places are asked for, and those found.
+    i64 offset_ = 0; // of the first point of the group
+    i64 run_ = 0;    // of the first point of the group
+    // Points whose places are wanted, and the places found so far.
     const i32* wanted_ = nullptr;
     i64 wanted_places_ = 0, places_ = 0;
     candidate_place place_[most_places] = {};

@@ -1,12 +1,36 @@
-// The rules of one pair, as the plain loop applies them: direction, trimming and measure.
+// The rules of one pair, as the plain loop applies them: direction and trimming.
 #pragma once
 
 #include "semivariogram/kernel/lag_classes.hpp"
-#include "semivariogram/search/pair_search.hpp"
+#include "semivariogram/search/gamv_variables.hpp"
 
 #include <cmath>
 
 namespace qmx {
+
+// The search direction as a unit vector, and the least cosines of the angle between pair and direction.
+struct search_direction {
+    f32 uvxazm, uvyazm; // in the plane
+    f32 csatol;
+    f32 uvzdec, uvhdec; // vertical and horizontal part
+    f32 csdtol;
+};
+
+inline search_direction direction_of(const t_gamvset& set) {
+    constexpr f32 pi = 3.1415927F;
+    constexpr f32 cosine_of_45 = 0.70710677F;
+    const auto radians = [](f32 degrees) { return (degrees * pi) / 180.0F; };
+    const f32 azmuth = radians(90.0F - set.azm);
+    const f32 declin = radians(90.0F - set.dip);
+    search_direction direction;
+    direction.uvxazm = std::cos(azmuth);
+    direction.uvyazm = std::sin(azmuth);
+    direction.csatol = set.atol <= 0 ? cosine_of_45 : std::cos(radians(set.atol));
+    direction.uvzdec = std::cos(declin);
+    direction.uvhdec = std::sin(declin);
+    direction.csdtol = set.dtol <= 0 ? cosine_of_45 : std::cos(radians(set.dtol));
+    return direction;
+}
 
 // Whether the direction accepts the pair, given dx, dy, their distance h and the class.
 inline bool direction_accepts(const search_direction& direction, const t_gamvset& set, f32 dx,
@@ -30,7 +54,7 @@ inline bool is_trimmed(const t_gamvset& set, f32 value) {
     return value < set.tmin || value > set.tmax;
 }
 
-// Values that an omnidirectional search counts a second time: not the upper limit itself, and no NaN.
+// An omnidirectional search counts a pair twice, unless a value is NaN or equals the upper limit.
 inline bool counts_twice(const t_gamvset& set, f32 value) {
     return value >= set.tmin && value < set.tmax;
 }

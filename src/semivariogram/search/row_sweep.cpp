@@ -6,53 +6,11 @@ namespace qmx {
 
 using namespace pair_kernel;
 
-namespace pair_kernel {
-
-void begin_row(const search_rules& rules, row_lanes& rows, i64 lane, f32 x, f32 y, f32 value) {
-    rows.x[lane] = x;
-    rows.y[lane] = y;
-    rows.value[lane] = value;
-    rows.limit[lane] = rules.classes->dismxs;
-    // As the pair of the point with itself leaves it.
-    rows.half_width[lane] = rules.certainty.half_width;
-    rows.last_distance[lane] = 0;
-    rows.last_key[lane] = key_of_nothing + first_distance_class;
-}
-
-void leave_empty(row_lanes& rows, i64 lane) {
-    rows.x[lane] = rows.y[lane] = rows.value[lane] = 0;
-    rows.limit[lane] = -1;
-    rows.half_width[lane] = 0;
-    rows.last_distance[lane] = 0;
-    rows.last_key[lane] = key_of_nothing;
-}
-
-i32 settle_class(const search_rules& rules, row_lanes& rows, i64 lane, f32 h) {
-    const last_found last = {rows.last_distance[lane],
-                             static_cast<i32>(rows.last_key[lane] - key_of_nothing)};
-    if (h <= epsilon_distance) {
-        rows.last_distance[lane] = h;
-        if (last.lastlag != first_distance_class) rows.half_width[lane] = -1;
-        // Nothing but coincident pairs will be found any more.
-        if (last.lastlag >= rules.certainty.dead_from) rows.limit[lane] = rules.coincident_square;
-        return coincident_class;
-    }
-    const i32 k = find_lag_class(*rules.classes, h, last);
-    if (k == 0) return 0;
-    rows.last_distance[lane] = h;
-    rows.last_key[lane] = key_of_nothing + static_cast<f32>(k);
-    rows.half_width[lane] = rules.certainty.half_width;
-    return k;
-}
-
-} // namespace pair_kernel
-
 namespace {
 
-// Candidates are swept in the direction in which they run along with the rows, found out for so many
-// at once.
+// Candidates are swept forwards or backwards, whichever goes the way of the rows; so many at a time.
 constexpr i64 stretch = 24;
-static_assert(stretch > most_lanes); // the rows themselves run forwards
+static_assert(stretch > most_lanes); // the rows themselves go forwards
 
 } // namespace
 
@@ -84,20 +42,20 @@ void row_sweep::sweep_one(const neighbour_runs& candidates, i64 row, const candi
     sweep_alone(kernel_.sweep_row_apart, candidates, row, own, sums);
 }
 
-// All lanes with candidates `from` to `to` - 1.
+// Pairs all lanes with candidates `from` to `to` - 1.
 void row_sweep::sweep_part(const candidate_segment& others, i64 from, i64 to, bool backwards,
                            lane_sums& sums) {
     kernel_.sweep_rows(rules_, rows_, {others.x + from, others.y + from, others.value + from},
                        1 - kernel_.lanes, to - from, backwards, sums);
 }
 
-// Candidates of one segment from the given one on, along with the rows. With `behind_rows` the rows
-// themselves stand right before it, and each lane begins behind its own.
+// Sweeps the candidates of one segment from the given one on. With `behind_rows` the rows themselves stand
+// right before it, and each lane begins behind its own.
 void row_sweep::sweep_stretches(const candidate_segment& others, i64 from, bool behind_rows,
-                                way rows, lane_sums& sums) {
-    // Rollers go up one lane and down the next.
+                                heading rows, lane_sums& sums) {
+    // Rollers go up one path and down the next.
     const auto goes_backwards = [&](i64 first) {
-        constexpr i64 step = 4; // over passes of one place
+        constexpr i64 step = 4; // beyond several passes over one place
         i64 balance = 0;
         for (i64 j = first; j + step < std::min(first + stretch, others.count); j += 2 * step) {
             const f32 along = (others.x[j + step] - others.x[j]) * rows.x +
@@ -126,7 +84,7 @@ void row_sweep::sweep(const neighbour_runs& candidates, i64 first, i64 end, lane
         else
             leave_empty(rows_, lane);
     }
-    const way rows = {all_.x[end - 1] - all_.x[first], all_.y[end - 1] - all_.y[first]};
+    const heading rows = {all_.x[end - 1] - all_.x[first], all_.y[end - 1] - all_.y[first]};
     sweep_stretches(candidates.segment(0), candidates.offset() + 1, true, rows, sums);
     for (i64 s = 1; s < candidates.segments(); ++s)
         sweep_stretches(candidates.segment(s), 0, false, rows, sums);

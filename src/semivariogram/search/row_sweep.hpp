@@ -1,4 +1,4 @@
-// Rows of the pair search against their candidates: several rows side by side, or one alone.
+// Pairs rows with their candidates: several consecutive rows at once, a lane each, or one row alone.
 #pragma once
 
 #include "semivariogram/kernel/pair_kernel.hpp"
@@ -14,24 +14,24 @@ public:
     const pair_kernel::search_rules& rules() const { return rules_; }
     i64 most_rows() const { return kernel_.lanes; } // at once
 
-    // Consecutive rows `first` to `end` - 1, with the candidates gathered for them, the first row in
-    // lane 0. The pair of a point with itself is left out.
+    // Pairs rows `first` to `end` - 1 with the candidates gathered for them, the first row in lane 0.
+    // The pair of a point with itself is left out.
     void sweep(const neighbour_runs& candidates, i64 first, i64 end, pair_kernel::lane_sums& sums);
-    // One row, whose own point is the candidate at this place. One addition after the other.
+    // Pairs one row, whose own point is the candidate at this place, one addition after the other.
     void sweep_one(const neighbour_runs& candidates, i64 row, const candidate_place& own,
                    pair_kernel::class_sums& sums);
     void sweep_one(const neighbour_runs& candidates, i64 row, const candidate_place& own,
                    pair_kernel::row_sums& sums);
 
 private:
-    struct way { // that the rows take
+    struct heading { // from the first row to the last
         f32 x, y;
     };
     template <class Sweep, class Sums>
     void sweep_alone(Sweep sweep_row, const neighbour_runs& candidates, i64 row,
                      const candidate_place& own, Sums& sums);
     void begin_lane(i64 lane, i64 row);
-    void sweep_stretches(const candidate_segment& others, i64 from, bool behind_rows, way rows,
+    void sweep_stretches(const candidate_segment& others, i64 from, bool behind_rows, heading rows,
                          pair_kernel::lane_sums& sums);
     void sweep_part(const candidate_segment& others, i64 from, i64 to, bool backwards,
                     pair_kernel::lane_sums& sums);

@@ -1,17 +1,16 @@
-// Sums of pairs for rows whose neighbours do not stand beside them in the data: several rollers that
-// write in turn, columns of cells, shuffled points.
+// Sums of pairs for points whose neighbours do not follow them in the data: several rollers that write
+// in turn, gridded data by columns, shuffled points. Called by the pair search.
 //
-// A window of consecutive rows is put into groups by place, and each group shares its candidates. What
-// a row adds to a class is kept, as growth from an even and from an odd sum (ordered_growth.hpp), until
-// all groups are through; then the rows are joined in their order. A window is short enough, beside the
-// rows before it, for the sums to pass a power of two rarely.
+// A window of consecutive rows is grouped by place, and each group shares its candidates. What a row
+// adds to a class is kept until all groups are done; then the rows are joined in their order. A window
+// is short beside the rows before it, so that a sum seldom passes a power of two within it.
 //
 // Memory: about 8 bytes a point.
 #pragma once
 
 #include "base/work_array.hpp"
-#include "semivariogram/kernel/ordered_growth.hpp"
 #include "semivariogram/search/row_sweep.hpp"
+#include "semivariogram/search/sum_joiner.hpp"
 
 namespace qmx {
 
@@ -20,19 +19,28 @@ public:
     // Adds to sums. `count` is the number of all points.
     window_search(row_sweep& rows, i64 count, pair_kernel::class_sums& sums);
 
-    // How many rows make a window that begins at this one.
+    // The number of rows of a window that begins at this one.
     i64 rows_from(i64 first) const;
-    // Whether so few of these rows, going by the first, have their neighbours beside them that a window
-    // may pay.
+    // Whether neighbours follow each other so seldom that a window may pay; estimated from the first
+    // rows.
     bool is_scattered(const neighbour_runs& neighbours, i64 first, i64 end) const;
-    // Puts the rows into groups. False when memory ran out.
+    // Groups the rows by place. False when memory ran out.
     bool plan(const neighbour_runs& neighbours, i64 first, i64 end);
-    // Whether the planned groups are twice as large as those of rows beside each other.
+    // Whether the groups are at least twice as large as those of consecutive rows.
     bool pays() const;
-    // Searches the window that was planned. The pair of a point with itself is left out. False when
-    // memory ran out.
+    // Searches the planned window. The pair of a point with itself is left out. False when memory ran
+    // out.
     bool search(neighbour_runs& neighbours);
     i64 located() const { return located_; } // rows with a finite position
+
+    // What the joiner asks of the window's rows.
+    bool sweep();
+    i64 pairs(i32 k) const { return pairs_[k]; }
+    f64 distance(i32 k) const { return distance_[k]; }
+    auto growth(row_sum kind, i32 k) const {
+        return [rows = table(kind, k)](i64 row) { return ordered_growth::unpacked(rows[row]); };
+    }
+    bool redo(i64 row, pair_kernel::class_sums& sums);
 
 private:
     using packed_growth = std::uint64_t;
@@ -40,37 +48,22 @@ private:
         std::uint64_t cells;
         i32 row;
     };
-    // Rows of the window that each sum has taken in.
-    struct progress {
-        i64 measure, distance;
-    };
 
     i64 groups_beside(const neighbour_runs& neighbours, i64 first, i64 end) const;
     bool reserve();
-    packed_growth* table(pair_kernel::class_needs which, i32 k) const;
-    void choose_sums();
-    bool sweep(neighbour_runs& neighbours);
-    void sweep_row(const neighbour_runs& neighbours, i32 row, const candidate_place& own);
-    void take_in_counts();
-    bool take_in_rows(neighbour_runs& neighbours, bool& all);
-    bool redo(neighbour_runs& neighbours, i64 row, pair_kernel::class_sums& sums);
-    bool redo_rest(neighbour_runs& neighbours);
-    bool is_wanted(i32 k) const;
+    packed_growth* table(row_sum kind, i32 k) const;
+    void sweep_row(i32 row, const candidate_place& own);
 
-    const pair_kernel::search_rules& rules_;
+    const i32 last_class_;
     const i64 capacity_; // rows
     pair_kernel::class_sums& sums_;
     row_sweep& rows_;
-    const i32 last_class_;
-    i64 first_ = 0, count_ = 0, located_ = 0; // of the window's rows
-    i64 from_ = 0;                            // of them, the first that is still wanted
+    sum_joiner joiner_;
+    neighbour_runs* neighbours_ = nullptr;    // of the window being searched
+    i64 first_ = 0, count_ = 0, located_ = 0; // of its rows
     i64 groups_ = 0, groups_beside_ = 0;
-    f64 power_[pair_kernel::columns] = {}; // that measures were summed from
-    f64 next_power_[pair_kernel::columns] = {};
-    f64 distance_power_[pair_kernel::columns] = {};
-    f64 distance_[pair_kernel::columns] = {}; // sums that did not round, each pair once
+    f64 distance_[pair_kernel::columns] = {}; // sums of the window, each pair once
     i64 pairs_[pair_kernel::columns] = {};
-    progress taken_in_[pair_kernel::columns] = {};
     work_array<pair_kernel::row_sums> row_ = work_array<pair_kernel::row_sums>(0);
     work_array<located_row> located_rows_ = work_array<located_row>(0);
     work_array<i32> order_ = work_array<i32>(0);
@@ -78,7 +71,7 @@ private:
     work_array<packed_growth> growth_ = work_array<packed_growth>(0);
 };
 
-// For tests: windows wherever there can be one, whether they pay or not.
+// For tests: windows even where they do not pay.
 void use_windows_everywhere(bool everywhere);
 
 } // namespace qmx
