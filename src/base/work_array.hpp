@@ -16,6 +16,7 @@ template <class T> class work_array {
     static_assert(std::is_trivially_copyable_v<T>);
 
 public:
+    work_array() = default;
     explicit work_array(i64 count) : extent_(count > 0 ? count : 0) {
         constexpr i64 most = std::numeric_limits<i64>::max() / static_cast<i64>(sizeof(T));
         if (extent_ > 0 && extent_ <= most)
@@ -35,7 +36,7 @@ public:
 
 private:
     std::unique_ptr<T[]> elements_;
-    i64 extent_;
+    i64 extent_ = 0;
 };
 
 } // namespace qmx

@@ -82,10 +82,10 @@ struct edge_cut {
 };
 
 struct outline_cuts {
-    work_array<edge_cut> cuts{0};          // of all edges, each from its lowest row to its highest
-    work_array<extent> reach{0};           // of each row: where its edges run
-    work_array<std::uint16_t> leaving{0};  // begin of the edge from a vertex, in the vertex's row
-    work_array<std::uint16_t> arriving{0}; // begin of the edge to a vertex, in the vertex's row
+    work_array<edge_cut> cuts;          // of all edges, each from its lowest row to its highest
+    work_array<extent> reach;           // of each row: where its edges run
+    work_array<std::uint16_t> leaving;  // begin of the edge from a vertex, in the vertex's row
+    work_array<std::uint16_t> arriving; // begin of the edge to a vertex, in the vertex's row
 };
 
 // Calls visit(position of the edge, row of its start, row of its end, row, cut) for each cut.

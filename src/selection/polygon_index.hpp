@@ -32,14 +32,14 @@ namespace qmx {
 // them; those of a group that the outline cuts are asked one by one.
 struct polygon_index {
     raster_axis rows;
-    work_array<raster_axis> columns{0};  // of each row
-    i32 most_columns = 1;                // cells from one row to the next
-    work_array<directed_edge> listed{0}; // the edges of the outline, then the bit of each vertex
-    work_array<std::uint8_t> cells{0};   // row by row, then one cell of points that are nowhere
+    work_array<raster_axis> columns;  // of each row
+    i32 most_columns = 1;             // cells from one row to the next
+    work_array<directed_edge> listed; // the edges of the outline, then the bit of each vertex
+    work_array<std::uint8_t> cells;   // row by row, then one cell of points that are nowhere
     // Per cell, the last column of the like cells that begin there: one look tells of all.
-    work_array<std::uint16_t> run_end{0};
-    work_array<i32> first{0};   // cell c lists members[first[c]] to members[first[c+1]-1]
-    work_array<i32> members{0}; // positions in listed
+    work_array<std::uint16_t> run_end;
+    work_array<i32> first;   // cell c lists members[first[c]] to members[first[c+1]-1]
+    work_array<i32> members; // positions in listed
 };
 
 // Whether an index for so many vertices and points costs less than it saves.

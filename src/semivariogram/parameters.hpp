@@ -36,8 +36,8 @@ struct gamv_variables {
     f32* x = nullptr;
     f32* y = nullptr;
     f32* vr = nullptr;
-    work_array<f32> storage = work_array<f32>(0); // of all three
-    f64 sills = -999.0; // population variance of the values; negative without data
+    work_array<f32> storage; // of all three
+    f64 sills = -999.0;      // population variance of the values; negative without data
 };
 
 // Checks the record, narrows the data and computes the variance, from the values before narrowing

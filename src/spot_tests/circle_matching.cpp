@@ -45,11 +45,11 @@ struct folded_grid {
     f64 strips_per_length;
     // The outermost strips. As variables: constants would be drawn into branches.
     f64 lowest_strip = -1073741824.0, highest_strip = 1073741824.0;
-    u32 mask;                   // number of buckets, a power of two, less 1
-    u32 stride;                 // buckets from one row to the next
-    work_array<u8> occupied{0}; // per bucket, 1 if it has members: small enough for the cache
-    work_array<i64> first{0};   // members of bucket b: first[b] to first[b + 1]
-    work_array<circle> members{0};
+    u32 mask;                // number of buckets, a power of two, less 1
+    u32 stride;              // buckets from one row to the next
+    work_array<u8> occupied; // per bucket, 1 if it has members: small enough for the cache
+    work_array<i64> first;   // members of bucket b: first[b] to first[b + 1]
+    work_array<circle> members;
 
     i32 strip_of(f64 coordinate) const { // a NaN is in the lowest
         const f64 strip = coordinate * strips_per_length;

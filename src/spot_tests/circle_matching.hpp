@@ -18,8 +18,8 @@ struct circle_matching {
 struct match_table {
     i64 first = 0;
     i64 last = 0;
-    work_array<i64> start{0};     // where the positions of test first + k begin
-    work_array<i32> positions{0}; // of points, from 0, ascending within each test
+    work_array<i64> start;     // where the positions of test first + k begin
+    work_array<i32> positions; // of points, from 0, ascending within each test
 
     // test from 0, one that the table holds
     array_view<const i32> of(i64 test) const {

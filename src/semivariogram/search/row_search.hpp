@@ -45,7 +45,7 @@ private:
     f64 next_power_[pair_kernel::columns] = {};     // that measures were also summed from
     f64 greatest_exact_[pair_kernel::columns] = {}; // sum of distances, in each class
     progress taken_in_[pair_kernel::columns] = {};
-    work_array<pair_kernel::lane_sums> lanes_ = work_array<pair_kernel::lane_sums>(0);
+    work_array<pair_kernel::lane_sums> lanes_;
 };
 
 } // namespace qmx
