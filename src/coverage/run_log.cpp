@@ -17,7 +17,7 @@ using log_text = bounded_text<1024>;
 constexpr i64 points_shown = 10;
 
 void write(const run_log& log, const log_text& line) {
-    files::write_line(log.unit, line.view());
+    write_line(log.unit, line.view());
 }
 
 void append_values(log_text&) {}
@@ -80,13 +80,13 @@ void open_run_log(run_log& log) {
     bounded_text<64> name;
     name.append(coverage_routine.trimmed());
     name.append(".txt");
-    const i32 unit = files::io_tmp_file(name.view());
+    const i32 unit = io_tmp_file(name.view());
     if (has_failed()) return;
     log = {true, unit};
 }
 
 void log_line(const run_log& log, std::string_view text) {
-    if (log.is_on) files::write_line(log.unit, text);
+    if (log.is_on) write_line(log.unit, text);
 }
 
 void log_line(const run_log& log, std::string_view text, i64 value) {
@@ -157,10 +157,10 @@ void log_results(const coverage_state& state) {
 void log_exit(const coverage_state& state, bool success) {
     const run_log& log = state.log;
     if (!log.is_on) return;
-    files::close_unit(geometry_message_unit);
+    close_unit(geometry_message_unit);
     log_line(log, success ? "  *** Exit with success" : "  *** Exit with error");
     if (!success) print_event(log.unit);
-    files::close_unit(log.unit);
+    close_unit(log.unit);
 }
 
 } // namespace qmx

@@ -8,7 +8,7 @@
 
 #include <string_view>
 
-namespace qmx::files {
+namespace qmx {
 
 inline constexpr i32 first_unit = 11;
 inline constexpr i32 last_unit = 99;
@@ -38,4 +38,4 @@ void write_line(i32 unit, std::string_view text, std::string_view more = {});
 
 void close_unit(i32 unit);
 
-} // namespace qmx::files
+} // namespace qmx

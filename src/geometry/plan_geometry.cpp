@@ -50,8 +50,8 @@ void POLYGON_SIGNED_AREA_2D(const i32& n, const f64* v, f64& area) {
 i32 I4_MODP(const i32& i, const i32& j) {
     if (j == 0) {
         if (geometry_messages) {
-            files::write_line(geometry_message_unit, "I4_MODP - Fatal error!");
-            files::write_line(geometry_message_unit, "  I4_MODP ( I, J ) called with J = ", "0");
+            write_line(geometry_message_unit, "I4_MODP - Fatal error!");
+            write_line(geometry_message_unit, "  I4_MODP ( I, J ) called with J = ", "0");
         }
         return i;
     }

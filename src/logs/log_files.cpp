@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
-namespace qmx::files {
+namespace qmx {
 
 namespace {
 
@@ -200,4 +200,4 @@ void QMPrintHeader(i32 unit, i32 style, std::string_view title) {
     write_line(unit, "");
 }
 
-} // namespace qmx::files
+} // namespace qmx

@@ -15,7 +15,7 @@
 
 #include <string_view>
 
-namespace qmx::files {
+namespace qmx {
 
 // Opens prefix + "0" + name + ".txt" (each trimmed). The file is a new one unless icumseason or
 // itimeidx is given with another value than 1: then it is continued, and must exist. A header is
@@ -41,4 +41,4 @@ i32 print_datetime(i32 unit);
 // other style is drawn as 1.
 void QMPrintHeader(i32 unit, i32 style, std::string_view title);
 
-} // namespace qmx::files
+} // namespace qmx

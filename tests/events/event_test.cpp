@@ -102,20 +102,18 @@ protected:
         std::filesystem::temp_directory_path() /
         ("qmx_report_" +
          std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".txt");
-    i32 unit = files::find_free_unit();
+    i32 unit = find_free_unit();
 
-    void connect() {
-        ASSERT_EQ(files::connect_unit(unit, path.string(), files::open_status::unknown), 0);
-    }
+    void connect() { ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0); }
     std::vector<std::string> lines() {
-        files::close_unit(unit);
+        close_unit(unit);
         std::ifstream file(path);
         std::vector<std::string> read;
         for (std::string line; std::getline(file, line);) read.push_back(line);
         return read;
     }
     void TearDown() override {
-        files::close_unit(unit);
+        close_unit(unit);
         std::filesystem::remove(path);
     }
 };

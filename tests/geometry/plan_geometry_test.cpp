@@ -239,8 +239,8 @@ TEST(Modulo, IsNeverNegative) {
 TEST(Modulo, ReportsADivisorOfZeroOnlyWhileMessagesAreOn) {
     const std::filesystem::path path =
         std::filesystem::path(testing::TempDir()) / "qmx_modulo_messages.txt";
-    const i32 unit = files::find_free_unit();
-    ASSERT_EQ(files::connect_unit(unit, path.string(), files::open_status::unknown), 0);
+    const i32 unit = find_free_unit();
+    ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0);
     const i32 unit_before = geometry_message_unit;
     geometry_message_unit = unit;
     I4_MODP(5, 0);
@@ -249,7 +249,7 @@ TEST(Modulo, ReportsADivisorOfZeroOnlyWhileMessagesAreOn) {
     I4_MODP(5, 1);
     geometry_messages = false;
     geometry_message_unit = unit_before;
-    files::close_unit(unit);
+    close_unit(unit);
     std::ifstream written(path);
     const std::string text((std::istreambuf_iterator<char>(written)), {});
     EXPECT_EQ(text, "I4_MODP - Fatal error!\n  I4_MODP ( I, J ) called with J = 0\n");

@@ -13,7 +13,6 @@
 #include <vector>
 
 using namespace qmx;
-using namespace qmx::files;
 namespace fs = std::filesystem;
 
 namespace {

@@ -30,12 +30,12 @@ struct report {
 report report_on(const std::vector<f32>& data) {
     const support::scratch_folder folder;
     const std::string path = (folder.path() / "report.txt").string();
-    const i32 unit = files::find_free_unit();
-    EXPECT_EQ(files::connect_unit(unit, path, files::open_status::unknown), 0);
+    const i32 unit = find_free_unit();
+    EXPECT_EQ(connect_unit(unit, path, open_status::unknown), 0);
     report result;
     clear_event();
     result.status = norm_prob(view_of(data.data(), std::ssize(data)), unit);
-    files::close_unit(unit);
+    close_unit(unit);
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) result.lines.push_back(line);
     return result;
