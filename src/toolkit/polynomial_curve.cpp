@@ -1,8 +1,8 @@
 #include "toolkit/polynomial_curve.hpp"
 
 #include "events/event.hpp"
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/polynomial_fit.hpp"
+#include "toolkit/outcome.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -28,11 +28,6 @@ i32 fail_keeping_path(std::string_view description, i32 code) {
 i32 chosen_degree(i64 points) {
     if (points == 0) return 0;
     return points <= 10 ? static_cast<i32>(std::max<i64>(points - 2, 1)) : 8;
-}
-
-bool fit_ran_out_of_memory() {
-    return numeric::N1RTY(1) == numeric::type_terminal &&
-           numeric::N1RCD(1) == numeric::curve_storage_code;
 }
 
 // Without any point the range is the empty one.
@@ -76,14 +71,10 @@ i32 fit_any(const array_view<const Real>& x, const array_view<const Real>& y, co
 
     numeric::DRCURV(x, y, view_of(fitted.coefficient, i64{fitted.degree} + 1), {},
                     view_of(fitted.statistics, fit_statistics), x_extent);
-    if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
+    if (ran_out_of_memory(numeric::curve_storage_code)) return fail_out_of_memory(self);
     fitted.is_written = true;
     if (fitted.statistics[9] > 0.0) return fail_keeping_path("x or y data contains NaN", code_fit);
-    if (numeric::IERCD() != 0) {
-        fail_here(self, "error calling imsl drcurv");
-        return pass_up(self);
-    }
-    return status_success;
+    return outcome_of(self, "error calling imsl drcurv");
 }
 
 template <class Real>

@@ -4,7 +4,7 @@
 #include "events/event.hpp"
 #include "numeric/bounded/bounded_fit.hpp"
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/errors/error_stack.hpp"
+#include "toolkit/outcome.hpp"
 
 #include <algorithm>
 #include <array>
@@ -104,10 +104,9 @@ i32 relia_adj(const f64& reliability, const f64& m1, const f64& m2, const f64& c
     const f64 s1 = c1 * m1, s2 = c2 * m2;
     numeric::ERSET(0, 0, 0);
     const f64 z = numeric::DNORIN(reliability / 100.0);
-    if (numeric::IERCD() != 0) {
-        fail_here(self, "error calling imsl ANORIN - check in file 0relia_adj.txt");
-        return pass_up(self);
-    }
+    if (outcome_of(self, "error calling imsl ANORIN - check in file 0relia_adj.txt") !=
+        status_success)
+        return status_failure;
     const f64 A = s1 * s1 + 1.0;
     const f64 w = z * std::sqrt(s2 * s2 + A) / (std::sqrt(A) + std::sqrt(s2 * s2 + 1.0));
     const auto at_least_0 = [](f64 value) { return value < 0.0 ? 0.0 : value; }; // NaN stays
@@ -135,15 +134,13 @@ void camjacob(const i32& M, const i32&, const f64* X, f64* FJAC, const i32& LDFJ
 i32 maturfit(const array_view<const f64>& d_x, const array_view<const f64>& d_y, f64& a, f64& b,
              f64& c) {
     static constexpr routine_text self("maturfit");
-    const auto fail_to_fit = [] {
-        fail_here(self, "error in fitting maturity data - check and throw out outliers");
-        return pass_up(self);
-    };
+    static constexpr std::string_view no_fit =
+        "error in fitting maturity data - check and throw out outliers";
     maturity = d_x;
     property = d_y;
     numeric::ERSET(0, 0, 0);
     data_bounds data;
-    if (d_x.extent != d_y.extent || !find_bounds(data)) return fail_to_fit();
+    if (d_x.extent != d_y.extent || !find_bounds(data)) return fail_in_call(self, no_fit);
     const work_array<f64> residuals(d_x.extent);
     if (!residuals) return fail_out_of_memory(self);
 
@@ -151,17 +148,16 @@ i32 maturfit(const array_view<const f64>& d_x, const array_view<const f64>& d_y,
     curve_parameters lower = {data.largest_property / far, data.least_maturity / far, 0.01};
     curve_parameters upper = {data.largest_property * far, data.largest_maturity * far, 20.0};
     curve_parameters start{}, solution{};
-    if (!find_start(lower, upper, data.largest_property, residuals, start)) return fail_to_fit();
+    if (!find_start(lower, upper, data.largest_property, residuals, start))
+        return fail_in_call(self, no_fit);
     const array_view<const f64> no_limits;
     numeric::DBCLSJ(camfunc, camjacob, static_cast<i32>(d_x.extent), {}, no_limits, no_limits, {},
                     view_of<const f64>(lower.data(), parameter_count),
                     view_of<const f64>(upper.data(), parameter_count),
                     view_of(solution.data(), parameter_count), nullptr, &parameter_count, nullptr,
                     start.data());
-    if (numeric::N1RTY(1) == numeric::type_terminal &&
-        numeric::N1RCD(1) == numeric::bounded_fit_storage_code)
-        return fail_out_of_memory(self);
-    if (numeric::IERCD() != 0) return fail_to_fit();
+    if (outcome_of(self, no_fit, numeric::bounded_fit_storage_code) != status_success)
+        return status_failure;
     a = solution[0];
     b = solution[1];
     c = solution[2];
