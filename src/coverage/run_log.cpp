@@ -5,7 +5,6 @@
 #include "coverage/first_match.hpp"
 #include "events/event.hpp"
 #include "events/unit_table.hpp"
-#include "geometry/plan_geometry.hpp"
 #include "logs/log_files.hpp"
 
 namespace qmx {
@@ -36,7 +35,7 @@ template <class... Values> void write_values(const run_log& log, const Values&..
     write(log, line);
 }
 
-// A number in 5 columns, then each value in 13 columns with 3 decimals and a blank behind.
+// A number in 5 columns, then each value in 13 columns with 3 decimals, each followed by a blank.
 void write_row(const run_log& log, i64 number, std::initializer_list<f64> values) {
     log_text line;
     line.append_field(static_cast<i32>(number), 5);
@@ -68,7 +67,7 @@ void log_area(const run_log& log, i64 number, const t_areaflt& area) {
     log_line(log, " i_numvertices.=", i64{area.i_numvertices});
     log_line(log, " No.  Easting  Northing");
     log_line(log, " ---------------------------");
-    // The echo comes before the checks: the count may be beyond what the record holds.
+    // Inputs are logged before they are checked: the count may exceed the array.
     constexpr i32 most = static_cast<i32>(std::extent_v<decltype(t_areaflt::d_vert_x)>);
     for (i32 k = 0; k < std::min(area.i_numvertices, most); ++k)
         write_row(log, k + 1, {area.d_vert_x[k], area.d_vert_y[k]});
@@ -157,7 +156,6 @@ void log_results(const coverage_state& state) {
 void log_exit(const coverage_state& state, bool success) {
     const run_log& log = state.log;
     if (!log.is_on) return;
-    close_unit(geometry_message_unit);
     log_line(log, success ? "  *** Exit with success" : "  *** Exit with error");
     if (!success) print_event(log.unit);
     close_unit(log.unit);

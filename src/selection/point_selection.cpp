@@ -157,7 +157,6 @@ bool is_within_polygon(const point_columns& vertices, f64 px, f64 py) {
 i32 icd_points_in_circle(const f64* center, const f64& radius, const point_columns& points,
                          i32& count, const array_view<i32>& indices) {
     static constexpr routine_text self("icd_points_in_circle");
-    geometry_messages = false;
     count = 0;
     const circle around{center[0], center[1], radius * radius};
     return select_points(self, points, count, indices,
@@ -169,7 +168,6 @@ i32 icd_points_in_circle(const f64* center, const f64& radius, const point_colum
 i32 icd_points_in_polygon(const point_columns& vertices, const point_columns& points, i32& count,
                           const array_view<i32>& indices) {
     static constexpr routine_text self("icd_points_in_polygon");
-    geometry_messages = false;
     count = 0;
     if (is_worth_an_index(vertices.count, points.count)) {
         polygon_index index;

@@ -19,7 +19,7 @@ struct point_columns {
 //
 // Return 1. Return 3 with the routine's name added to the path if a failure stood when the walk
 // began (it then ends at its first point), and with an event of its own if memory for the index of
-// a polygon could not be allocated; the circle allocates nothing. Both turn geometry_messages off.
+// a polygon could not be allocated; the circle allocates nothing.
 //
 // Cost: of the circle one pass at the speed of memory; of the polygon, for ordinary outlines, a few
 // edges a point near the outline, however many vertices there are, and far from it next to nothing

@@ -2,7 +2,6 @@
 
 #include "base/work_array.hpp"
 #include "events/event.hpp"
-#include "geometry/plan_geometry.hpp"
 #include "measure_statistics/statistics.hpp"
 #include "spot_tests/circle_matching.hpp"
 #include "toolkit/regression.hpp"
@@ -103,7 +102,6 @@ i32 qmx_point_stats_drv(const i32& i_numicdata, const i32& i_numtests,
                         const array_view<const t_icdata>& t_tests, const f64& d_radius,
                         const array_view<t_statsout>& t_stats, f32* x_regress, i32* i_numvalid,
                         const array_view<i32>& i_validlist, const array_view<f64>& d_predict) {
-    geometry_messages = false;
     reset(t_stats, x_regress, d_predict);
 
     const circle_matching matching{{t_icd.base, i_numicdata, t_icd.stride},

@@ -245,9 +245,7 @@ TEST_F(PointSelection, ReportsPositionsFromZeroAscending) {
     positions points;
     for (const auto& [x, y] : {std::pair{0., 0.}, {5., 5.}, {1., 0.}, {0., 0.}, {not_a_number, 0.}})
         points.add(x, y);
-    geometry_messages = true;
     const selection circle = in_circle(0, 0, 2, points);
-    EXPECT_FALSE(geometry_messages);
     EXPECT_EQ(circle.status, 1);
     EXPECT_EQ(circle.count, 3);
     EXPECT_EQ(circle.indices, (std::vector<i32>{0, 2, 3, untouched, untouched}));
@@ -255,9 +253,7 @@ TEST_F(PointSelection, ReportsPositionsFromZeroAscending) {
     positions square;
     for (const auto& [x, y] : {std::pair{-1., -1.}, {2., -1.}, {2., 2.}, {-1., 2.}})
         square.add(x, y);
-    geometry_messages = true;
     const selection polygon = in_polygon(square, points);
-    EXPECT_FALSE(geometry_messages);
     EXPECT_EQ(polygon.status, 1);
     EXPECT_EQ(polygon.count, 3);
     EXPECT_EQ(polygon.indices, circle.indices);

@@ -1,6 +1,6 @@
+#include "measure_statistics/icdata_stats.hpp"
 #include "base/limits.hpp"
 #include "exports/export_frame.hpp"
-#include "measure_statistics/icdata_stats.hpp"
 
 using namespace qmx;
 
