@@ -1,4 +1,4 @@
-// Working storage that frees itself and says when memory ran out.
+// Working storage that frees itself and tests as false when memory ran out.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -10,8 +10,8 @@
 
 namespace qmx {
 
-// Tests as false when memory ran out, and only then: an empty array is a sound one. Elements are
-// uninitialised unless a value to fill them with is given.
+// Tests as false only when memory ran out: an empty array is valid. Elements are uninitialised
+// unless a value to fill them with is given.
 template <class T> class work_array {
     static_assert(std::is_trivially_copyable_v<T>);
 

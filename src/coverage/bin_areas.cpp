@@ -10,8 +10,9 @@ namespace qmx {
 
 namespace {
 
-// Points per bin. Successive points are counted in different rows of counters, so that increments of
-// the same bin do not wait for each other. Entry 0 of each row counts the points outside all bins.
+// Points per bin. Successive points are counted in different rows of counters, so that increments
+// of the same bin do not wait for each other. Entry 0 of each row counts the points outside all
+// bins.
 constexpr i64 rows = 4;
 
 void count_points(const coverage_state& state, const first_match_table& first_match,

@@ -1,6 +1,6 @@
-// Compacted area of an alignment by pass bins. The driver of IC_coverage: first_match assigns points to
-// bins, alignment_area measures the rings, bin_areas puts both together; run_log writes the log of a
-// debugging session.
+// Compacted area of an alignment by pass bins. The driver of IC_coverage: first_match assigns
+// points to bins, alignment_area measures the rings, bin_areas puts both together; run_log writes
+// the log of a debugging session.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -8,8 +8,8 @@
 
 namespace qmx {
 
-// Checks the areas, sets every result to -99.0 and computes the results. Returns 1, or 3 with an event
-// whose path begins with this routine.
+// Checks the areas, sets every result to -99.0 and computes the results. Returns 1, or 3 with an
+// event whose path begins with this routine.
 i32 icd_coverage_cal(const f32* x_meshsize, const i32& i_num_point, const i32& i_num_bins,
                      const i32& i_num_areas, const array_view<const t_passbin>& bins,
                      const array_view<const t_icdata>& points,

@@ -36,8 +36,8 @@ first_match_table::first_match_table(const array_view<const t_passbin>& bins)
     is_complete_ = true;
 }
 
-// Assigns each interval to the first bin that covers it. An assigned interval links to the next free
-// one, so that later bins skip what is assigned (disjoint sets: Tarjan 1975).
+// Assigns each interval to the first bin that covers it. An assigned interval links to the next
+// free one, so that later bins skip what is assigned (disjoint sets: Tarjan 1975).
 bool first_match_table::paint(const array_view<const t_passbin>& bins) {
     constexpr i32 no_bin = 0;
     std::fill_n(firsts_.data(), intervals_, no_bin);

@@ -10,9 +10,9 @@ namespace qmx {
 inline constexpr i32 open_upper_end = -1; // as the upper end of a bin means
 inline constexpr i32 highest_pass = 10000;
 
-// The ends of the bins cut the pass counts into intervals with one first match each. The table holds
-// the starts of the intervals, ascending, and the bin of each; counts up to highest_direct have an
-// entry of their own.
+// The ends of the bins cut the pass counts into intervals with one first match each. The table
+// holds the starts of the intervals, ascending, and the bin of each; counts up to highest_direct
+// have an entry of their own.
 class first_match_table {
 public:
     explicit first_match_table(const array_view<const t_passbin>& bins);

@@ -1,5 +1,5 @@
-// The run log of a coverage call: inputs, intermediate results and results, line by line. For debugging
-// sessions: no export turns it on, and while it is off every routine here does nothing.
+// The run log of a coverage call: inputs, intermediate results and results, line by line. For
+// debugging sessions: no export turns it on, and while it is off every routine here does nothing.
 #pragma once
 
 #include "base/base_types.hpp"

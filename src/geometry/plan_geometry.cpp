@@ -55,7 +55,8 @@ i32 I4_MODP(const i32& i, const i32& j) {
         }
         return i;
     }
-    // In 64 bits neither the least i by -1 nor the magnitude of the least j overflows.
+    // In 64 bits neither the smallest i divided by -1 nor the magnitude of the smallest j
+    // overflows.
     const i64 divisor = j < 0 ? -static_cast<i64>(j) : static_cast<i64>(j);
     const i64 remainder = static_cast<i64>(i) % divisor;
     return static_cast<i32>(remainder < 0 ? remainder + divisor : remainder);

@@ -47,7 +47,7 @@ constexpr std::string_view explanation[] = {
     "                  i.e. more variance than expected. ",
 };
 
-// Of the lower half of the order statistics, i from 1 to (n + 1) / 2; the upper half mirrors it.
+// For the lower half of the order statistics, i from 1 to (n + 1) / 2; the upper half mirrors it.
 f64 lower_uniform_median(i64 i, i64 n) {
     if (2 * i == n + 1) return 0.5;
     if (i == 1) return -std::expm1(-std::numbers::ln2 / static_cast<f64>(n)); // 1 - 0.5^(1/n)

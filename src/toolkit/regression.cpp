@@ -13,7 +13,7 @@ i32 outcome_of_regression(const routine_text& self) {
     return outcome_of(self, "error calling imsl drcurv", numeric::simple_regression_storage_code);
 }
 
-// Copies the part that both have.
+// Copies the rows and columns that both have.
 template <class From, class To>
 void copy_matrix(const matrix_view<From>& from, const matrix_view<To>& to) {
     const i64 rows = std::min(from.rows, to.rows), columns = std::min(from.columns, to.columns);
@@ -53,7 +53,7 @@ i32 linr_regrs_simp(const matrix_view<const f64>& d_x, const i32& INTCEP, const 
     const auto contiguous_x = column_major(x.data(), d_x.rows, d_x.columns);
     const auto contiguous_case = column_major(cases.data(), d_x.rows, case_table_columns);
     copy_matrix(d_x, contiguous_x);
-    copy_matrix(d_case, contiguous_case); // what is not computed keeps its values
+    copy_matrix(d_case, contiguous_case); // elements that are not computed keep their values
     f64 COVB[4], TESTLF[10];
 
     numeric::ERSET(0, 0, 0);

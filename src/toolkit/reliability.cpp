@@ -17,7 +17,7 @@ namespace {
 constexpr i32 parameter_count = 3;
 using curve_parameters = std::array<f64, parameter_count>; // a, b, c
 
-// The data of the last fit: the solver hands its routines nothing but parameters.
+// The data of the last fit: the solver passes only the parameters to its routines.
 array_view<const f64> maturity, property;
 
 // At maturity 0 the power is infinite and the curve 0.
@@ -25,7 +25,7 @@ struct curve_point {
     f64 ratio, power, decay; // b / x, (b / x)^c, exp(-power)
     curve_point(f64 b, f64 c, f64 x)
         : ratio(b / x), power(std::pow(ratio, c)), decay(std::exp(-power)) {}
-    // power * decay * more: once the decay has underflown, so have its products.
+    // power * decay * more; 0 where decay has underflowed, even if power is infinite.
     f64 damped(f64 more) const { return decay > 0.0 ? power * decay * more : 0.0; }
 };
 
@@ -45,7 +45,7 @@ f64 sum_of_squares(const curve_parameters& p, const work_array<f64>& residuals) 
     return sum;
 }
 
-// b and c from the line of ln(-ln(y / a)) over ln x; false where there is none that falls.
+// b and c from the regression line of ln(-ln(y / a)) over ln x; false unless it falls.
 bool fit_line(f64 a, f64& b, f64& c) {
     f64 count = 0.0, mean_x = 0.0, mean_y = 0.0, squares = 0.0, products = 0.0;
     for (i64 i = 1; i <= maturity.extent; ++i) {
@@ -79,7 +79,7 @@ bool find_start(const curve_parameters& lower, const curve_parameters& upper, f6
     return least < std::numeric_limits<f64>::infinity();
 }
 
-// Whether there are three pairs that can carry the three parameters.
+// Returns false unless three pairs determine the three parameters.
 bool find_bounds(data_bounds& bounds) {
     std::array<f64, parameter_count> distinct{};
     std::size_t found = 0;

@@ -45,9 +45,9 @@ i32 imsl_owfrq(const i32& n, const array_view<const f32>& x, const i32& k,
     static constexpr routine_text self("imsl_owfrq");
     const numeric::contiguous_elements data(x);
     const work_array<f32> divisions(k, std::numeric_limits<f32>::quiet_NaN());
-    const work_array<f32> table(k, 0.0F); // a refused tally counts nothing
+    const work_array<f32> table(k, 0.0F); // stays 0 where the tally is refused
     if (!data || !divisions || !table) return fail_out_of_memory(self);
-    // Limits that the view lacks stay NaN, so that the tally refuses them.
+    // Missing limits stay NaN, which the tally refuses.
     for (i64 i = 1; i <= std::min<i64>(k, DIV.extent); ++i) divisions[i - 1] = DIV(i);
 
     numeric::ERSET(0, 0, 0);
