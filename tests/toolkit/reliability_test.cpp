@@ -97,6 +97,20 @@ TEST(MaturityFit, RecoversExactCurves) {
     }
 }
 
+// Data that ask for a steepness beyond its bounds end on them.
+TEST(MaturityFit, KeepsTheSteepnessWithinItsBounds) {
+    const auto steepness = [](const std::vector<f64>& x, const std::vector<f64>& y) {
+        f64 a = -1, b = -1, c = -1;
+        clear_event();
+        EXPECT_EQ(maturfit(view(x), view(y), a, b, c), status_success);
+        return c;
+    };
+    const std::vector<f64> four = {1, 3, 7, 28};
+    EXPECT_EQ(steepness(four, values_of({30, 1000, 0.0095}, four)), 0.01);
+    EXPECT_NEAR(steepness(four, values_of({30, 1000, 0.011}, four)), 0.011, 1e-6);
+    EXPECT_EQ(steepness({1, 2, 3, 4, 5, 6}, {0, 1, 30, 30, 30, 30}), 20);
+}
+
 TEST(MaturityFit, RecoversCurvesFromNoisyData) {
     const curve expected = {42.5, 3.2, 0.8};
     std::mt19937 engine(7);
