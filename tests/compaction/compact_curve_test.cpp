@@ -135,8 +135,8 @@ TEST(CompactionCurve, EqualsTheCurveOfSortedPointsToTheLastDigit) {
     }
 }
 
-// A sample of evenly spread points estimates the magnitude of the values and the last pass: right or
-// wrong, the result is the same.
+// A sample of evenly spread points estimates the magnitude of the values and the last pass: right
+// or wrong, the result is the same.
 TEST(CompactionCurve, DoesNotDependOnItsEstimates) {
     std::mt19937 random(9);
     auto points = points_of({{1, 9000}, {2, 8000}, {3, 7000}, {4, 120}, {5, 99}}, 3);
@@ -221,8 +221,8 @@ TEST(CompactionCurve, SkipsNanInAPassButFailsForAPassOfThem) {
     EXPECT_EQ(failed.passes, 4);
 }
 
-// The values of a pass are summed in any order: neither the results nor the statistics kept for the next
-// call may depend on it.
+// The values of a pass are summed in any order: neither the results nor the statistics kept for the
+// next call may depend on it.
 TEST(CompactionCurve, DoesNotDependOnTheOrderOfThePoints) {
     std::mt19937 random(4);
     auto points = points_of({{1, 400}, {2, 5000}, {3, 999}, {4, 20000}});
