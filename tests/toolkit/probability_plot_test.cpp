@@ -127,11 +127,4 @@ TEST(NormalProbabilityPlot, FailsWhereNothingCanBeDrawn) {
     }
 }
 
-TEST(NormalProbabilityPlot, AUnitThatIsNotConnectedGetsNothing) {
-    clear_event();
-    const std::vector<f32> data = {1, 2};
-    EXPECT_EQ(norm_prob(view_of(data.data(), 2), 98), status_success);
-    EXPECT_FALSE(has_failed());
-}
-
 } // namespace
