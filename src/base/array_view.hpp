@@ -1,4 +1,5 @@
-// An array that belongs to somebody else: what inner routines receive in place of a plain pointer.
+// A view of an array that the caller owns, with any stride. Inner routines take views instead of
+// pointers.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -17,7 +18,7 @@ template <class T> struct array_view {
     constexpr array_view() = default;
     constexpr array_view(T* first, i64 count, std::ptrdiff_t bytes = sizeof(T))
         : base(first), extent(count > 0 ? count : 0), stride(bytes) {}
-    // A view for reading of what may also be written.
+    // A read-only view of a writable array.
     template <class U>
     requires std::is_same_v<const U, T>
     constexpr array_view(const array_view<U>& other)

@@ -1,4 +1,4 @@
-// The widths that the whole library computes in, and the two values every routine returns.
+// The number widths of the whole library, and the two values that every routine returns.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +18,8 @@ inline constexpr i32 status_failure = 3;
 
 inline constexpr i32 flag_yes = 1;
 
-// Truncates toward zero. What a 32-bit integer cannot hold (a NaN, an infinity, anything beyond its
-// range) becomes its smallest value, so that the outcome is the same on every processor.
+// Truncates toward zero. A value that a 32-bit integer cannot hold (a NaN, an infinity, anything
+// out of range) becomes the smallest integer, so that the result is the same on every processor.
 template <class Real> constexpr i32 truncated(Real value) {
     constexpr Real limit = 2147483648.0;
     const bool fits = value > -limit && value < limit;

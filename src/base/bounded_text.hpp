@@ -1,5 +1,5 @@
-// Text under construction in a buffer of fixed size: it allocates nothing, since what it tells may
-// be that memory ran out. What does not fit is cut off.
+// A text builder with a fixed buffer, for messages and log lines. It never allocates, since the
+// message may be that memory ran out; text that does not fit is cut off.
 #pragma once
 
 #include "base/base_types.hpp"

@@ -1,4 +1,5 @@
-// Text of fixed length: padded with blanks, not terminated, cut where it is longer.
+// Text of fixed length, padded with blanks, without terminator; longer text is cut. As in the
+// host's event record.
 #pragma once
 
 #include <algorithm>

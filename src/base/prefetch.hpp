@@ -1,4 +1,5 @@
-// Prefetches; affects speed only. Processors prefetch by themselves, but only to the end of a page.
+// Prefetches; affects speed only. The processor prefetches by itself, but only up to the end of a
+// page.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -7,7 +8,7 @@
 
 namespace qmx {
 
-// No access: an address past the end of an array is no fault.
+// Not an access: an address past the end of an array is harmless.
 inline void prefetch(const void* place) {
 #if defined(__GNUC__)
     __builtin_prefetch(place);
@@ -16,7 +17,7 @@ inline void prefetch(const void* place) {
 #endif
 }
 
-// The memory `bytes` behind `place`, for loops that read records in order.
+// Prefetches what lies `bytes` after `place`, for loops that read records in order.
 inline void prefetch_ahead(const void* place, std::uintptr_t bytes) {
     prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(place) + bytes));
 }

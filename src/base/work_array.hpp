@@ -1,4 +1,4 @@
-// Working storage that frees itself and says when memory ran out.
+// Working storage that frees itself and tests as false when memory ran out.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -10,12 +10,13 @@
 
 namespace qmx {
 
-// Tests as false when memory ran out, and only then: an empty array is a sound one. Elements are
-// uninitialised unless a value to fill them with is given.
+// Tests as false only when memory ran out: an empty array is valid. Elements are uninitialised
+// unless a value to fill them with is given.
 template <class T> class work_array {
     static_assert(std::is_trivially_copyable_v<T>);
 
 public:
+    work_array() = default;
     explicit work_array(i64 count) : extent_(count > 0 ? count : 0) {
         constexpr i64 most = std::numeric_limits<i64>::max() / static_cast<i64>(sizeof(T));
         if (extent_ > 0 && extent_ <= most)
@@ -35,7 +36,7 @@ public:
 
 private:
     std::unique_ptr<T[]> elements_;
-    i64 extent_;
+    i64 extent_ = 0;
 };
 
 } // namespace qmx

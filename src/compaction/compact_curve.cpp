@@ -20,12 +20,12 @@ constexpr i32 least_points_of_a_pass = 100;
 constexpr i32 degree_of_curve = 2;
 constexpr i32 curve_steps = 100;
 
-// What a few points, evenly spread over all, let expect of the others. Nothing but time depends on it.
-struct expectation {
-    f32 magnitude = 0.0F; // greatest
-    i32 last_pass = 0;    // before a pass that is missing
+// Estimates from a sample of evenly spread points. They affect speed only.
+struct estimate {
+    f32 magnitude = 0.0F; // the greatest finite one
+    i32 last_pass = 0;    // before the first that is missing
 
-    explicit expectation(const array_view<const t_icdata>& points) {
+    explicit estimate(const array_view<const t_icdata>& points) {
         constexpr i64 looks = 1024;
         constexpr std::uint32_t most_passes = 256;
         bool is_present[most_passes] = {};
@@ -40,18 +40,18 @@ struct expectation {
     }
 };
 
-// The points pass by pass, as one sweep over them finds it. Passes that no walk can reach, since those
-// before them would need more points than there are, are not told apart.
+// Counts and sums of each pass, from one sweep over the points. A usable pass k needs 100 points in
+// each of the passes before it: passes beyond n/100 are never used and share the counts of none.
 struct pass_census {
     i32 smallest = std::numeric_limits<i32>::max();
     i32 largest = std::numeric_limits<i32>::min();
     i64 reachable;
     group_sums sums; // of passes 1, 2, ..., from index 0
 
-    pass_census(i32 passes, i64 points, const expectation& expected)
+    pass_census(i32 passes, i64 points, const estimate& expected)
         : reachable(passes), sums(passes, points, expected.magnitude) {}
 
-    // Also writes the values of one pass to kept, where there must be room for all points.
+    // Also writes the values of one pass to kept, which has room for all points.
     void take(const array_view<const t_icdata>& points, i32 kept_pass, f32* kept) {
         i32 low = smallest;
         i32 high = largest;
@@ -115,7 +115,7 @@ i32 qmx_icdata_cmpcurv_B_drv(const i32& i_maxpassno, const i32& i_mindata, const
 
     const i64 points = std::max(i_numdata, 0);
     const array_view<const t_icdata> data(t_data.base, points, t_data.stride);
-    const expectation expected(data);
+    const estimate expected(data);
     pass_census census(
         static_cast<i32>(std::min<i64>(i_maxpassno, points / least_points_of_a_pass)), points,
         expected);
@@ -137,7 +137,7 @@ i32 qmx_icdata_cmpcurv_B_drv(const i32& i_maxpassno, const i32& i_mindata, const
         x[k - 1] = k;
         y[k - 1] = d_passmean(k);
     }
-    // Of all statistics of the passes, those of the last one outlive the call.
+    // The statistics of the last pass are the ones kept for the next call.
     if (passes != expected.last_pass) gather(data, passes, values.data());
     const auto of_last = view_of<const f32>(values.data(), census.sums.values(passes - 1));
     if (keep_statistics(of_last) != status_success) return pass_up(self);

@@ -25,7 +25,7 @@ void reverse_pairs(const work_array<f64>& pairs) {
     }
 }
 
-// The area of one outline, taken counter-clockwise.
+// The area of one ring, with its vertices in counter-clockwise order.
 f64 area_of(const run_log& log, i32 vertices, const work_array<f64>& pairs) {
     f64 area = 0;
     log_line(log, "  original order of vertices, can be CW or CCW.");
@@ -48,7 +48,6 @@ f64 area_of(const run_log& log, i32 vertices, const work_array<f64>& pairs) {
 } // namespace
 
 void compute_alignment_areas(coverage_state& state) {
-    state.step = routine_text("compute_alignment_areas");
     state.alignment_area = 0;
     log_line(state.log, "  Compute alighnment area");
     for (i64 i = 1; i <= state.areas.extent; ++i) {
@@ -72,7 +71,6 @@ void compute_alignment_areas(coverage_state& state) {
         log_line(state.log, "accumulated area(m^2):", state.alignment_area);
         if (area < 0) {
             fail_here(coverage_routine, "current area is negative");
-            restart_path(state.step);
             return;
         }
     }

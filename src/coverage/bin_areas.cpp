@@ -10,8 +10,9 @@ namespace qmx {
 
 namespace {
 
-// Points per bin, counted in several rows by turns, so that points of one bin in a row do not wait
-// for each other. Entry 0 of each row takes the points that no bin holds.
+// Points per bin. Successive points are counted in different rows of counters, so that increments
+// of the same bin do not wait for each other. Entry 0 of each row counts the points outside all
+// bins.
 constexpr i64 rows = 4;
 
 void count_points(const coverage_state& state, const first_match_table& first_match,
@@ -33,7 +34,7 @@ struct totals {
     f64 coverage = 0;
 };
 
-// Compares what was found with what was expected. A mismatch changes no result.
+// Logs the totals and any mismatch with the input. Changes no result.
 void log_totals(const coverage_state& state, const work_array<i32>& counts, f64 mesh_area,
                 const totals& total) {
     const run_log& log = state.log;
@@ -59,7 +60,6 @@ void log_totals(const coverage_state& state, const work_array<i32>& counts, f64 
 } // namespace
 
 void compute_areas_for_bins(coverage_state& state) {
-    state.step = routine_text("compute_areas_for_bins");
     log_line(state.log, "  Compute areas for passes in bins");
     const f64 mesh_area = f64{state.x_meshsize[0]} * f64{state.x_meshsize[1]};
 

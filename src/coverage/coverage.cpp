@@ -4,7 +4,6 @@
 #include "coverage/bin_areas.hpp"
 #include "coverage/coverage_state.hpp"
 #include "events/event.hpp"
-#include "geometry/plan_geometry.hpp"
 
 namespace qmx {
 
@@ -14,7 +13,7 @@ constexpr i32 flag_no = 2;
 constexpr i32 most_vertices = static_cast<i32>(std::extent_v<decltype(t_areaflt::d_vert_x)>);
 constexpr f32 no_result = -99.0F;
 
-// The first offence ends the checks. The texts name the area by the letter i.
+// Stops at the first invalid area. The messages name it only by the letter i.
 void check_areas(const coverage_state& state) {
     for (i64 i = 1; i <= state.areas.extent; ++i) {
         const t_areaflt& area = state.areas(i);
@@ -32,7 +31,6 @@ void check_areas(const coverage_state& state) {
 }
 
 void calculate(coverage_state& state) {
-    state.step = routine_text("initialize_and_check_inputs");
     log_inputs(state);
     check_areas(state);
     if (has_failed()) return;
@@ -46,7 +44,6 @@ void calculate(coverage_state& state) {
 }
 
 i32 run(coverage_state& state) {
-    geometry_messages = false;
     calculate(state);
     if (!has_failed()) {
         log_exit(state, true);

@@ -1,4 +1,4 @@
-// The working state that the coverage routines share during one call.
+// Inputs, outputs and the running total that the coverage routines share during one call.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -18,7 +18,6 @@ struct coverage_state {
     array_view<const t_areaflt> areas;
     array_view<t_binresult> results;
     f64 alignment_area = 0; // included less excluded areas
-    routine_text step = {}; // the stage of the work, for the path of a failure
     run_log log = {};
 };
 

@@ -25,37 +25,37 @@ first_match_table::first_match_table(const array_view<const t_passbin>& bins)
         starts_[count++] = upper_end(bins(i)) + 1;
     }
     std::sort(starts_.begin(), starts_.begin() + count);
-    stretches_ = std::unique(starts_.begin(), starts_.begin() + count) - starts_.begin();
+    intervals_ = std::unique(starts_.begin(), starts_.begin() + count) - starts_.begin();
     if (!paint(bins)) return;
-    for (i64 s = 0; s < stretches_; ++s) {
+    for (i64 s = 0; s < intervals_; ++s) {
         const i64 begin = std::clamp(starts_[s], i64{0}, i64{highest_direct} + 1);
-        const i64 next = s + 1 < stretches_ ? starts_[s + 1] : i64{highest_direct} + 1;
+        const i64 next = s + 1 < intervals_ ? starts_[s + 1] : i64{highest_direct} + 1;
         const i64 end = std::clamp(next, i64{0}, i64{highest_direct} + 1);
         std::fill(direct_.begin() + begin, direct_.begin() + end, firsts_[s]);
     }
     is_complete_ = true;
 }
 
-// Gives each stretch to the first bin that reaches it. A taken stretch points on towards the next
-// free one, so that later bins jump over what is taken (disjoint sets: Tarjan 1975).
+// Assigns each interval to the first bin that covers it. An assigned interval links to the next
+// free one, so that later bins skip what is assigned (disjoint sets: Tarjan 1975).
 bool first_match_table::paint(const array_view<const t_passbin>& bins) {
     constexpr i32 no_bin = 0;
-    std::fill_n(firsts_.data(), stretches_, no_bin);
-    const work_array<i64> next_free(stretches_ + 1);
+    std::fill_n(firsts_.data(), intervals_, no_bin);
+    const work_array<i64> next_free(intervals_ + 1);
     if (!next_free) return false;
     std::iota(next_free.begin(), next_free.end(), i64{0});
-    const auto first_free = [&](i64 stretch) {
-        i64 root = stretch;
+    const auto first_free = [&](i64 interval) {
+        i64 root = interval;
         while (next_free[root] != root) root = next_free[root];
-        while (next_free[stretch] != root) {
-            const i64 above = next_free[stretch];
-            next_free[stretch] = root;
-            stretch = above;
+        while (next_free[interval] != root) {
+            const i64 above = next_free[interval];
+            next_free[interval] = root;
+            interval = above;
         }
         return root;
     };
     const i64* const first = starts_.begin();
-    const i64* const last = first + stretches_;
+    const i64* const last = first + intervals_;
     for (i64 i = 1; i <= bins.extent; ++i) {
         const i64 upper = upper_end(bins(i));
         const i64 begin = std::lower_bound(first, last, i64{bins(i).i_pass_lower}) - first;
@@ -70,7 +70,7 @@ bool first_match_table::paint(const array_view<const t_passbin>& bins) {
 
 i32 first_match_table::search(i32 passes) const {
     const i64* const first = starts_.begin();
-    const i64* const above = std::upper_bound(first, first + stretches_, i64{passes});
+    const i64* const above = std::upper_bound(first, first + intervals_, i64{passes});
     return firsts_[above - first - 1];
 }
 

@@ -1,4 +1,4 @@
-// Which bin takes a pass count: the first one that holds it, found by one look.
+// The first bin that holds a pass count, by table lookup.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -7,12 +7,12 @@
 
 namespace qmx {
 
-inline constexpr i32 open_upper_end = -1; // of a bin; stands for
+inline constexpr i32 open_upper_end = -1; // as the upper end of a bin means
 inline constexpr i32 highest_pass = 10000;
 
-// The pass counts fall into stretches within which the first match is one and the same. The table
-// holds the stretches' starts, ascending, and each one's bin; the everyday counts are unrolled to
-// one entry each.
+// The ends of the bins cut the pass counts into intervals with one first match each. The table
+// holds the starts of the intervals, ascending, and the bin of each; counts up to highest_direct
+// have an entry of their own.
 class first_match_table {
 public:
     explicit first_match_table(const array_view<const t_passbin>& bins);
@@ -31,7 +31,7 @@ private:
     i32 search(i32 passes) const;
 
     bool is_complete_ = false;
-    i64 stretches_ = 0;
+    i64 intervals_ = 0;
     work_array<i64> starts_;
     work_array<i32> firsts_;
     work_array<i32> direct_;

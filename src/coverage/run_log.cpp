@@ -5,7 +5,6 @@
 #include "coverage/first_match.hpp"
 #include "events/event.hpp"
 #include "events/unit_table.hpp"
-#include "geometry/plan_geometry.hpp"
 #include "logs/log_files.hpp"
 
 namespace qmx {
@@ -17,7 +16,7 @@ using log_text = bounded_text<1024>;
 constexpr i64 points_shown = 10;
 
 void write(const run_log& log, const log_text& line) {
-    files::write_line(log.unit, line.view());
+    write_line(log.unit, line.view());
 }
 
 void append_values(log_text&) {}
@@ -36,7 +35,7 @@ template <class... Values> void write_values(const run_log& log, const Values&..
     write(log, line);
 }
 
-// A number in 5 columns, then each value in 13 columns with 3 decimals and a blank behind.
+// A number in 5 columns, then each value in 13 columns with 3 decimals, each followed by a blank.
 void write_row(const run_log& log, i64 number, std::initializer_list<f64> values) {
     log_text line;
     line.append_field(static_cast<i32>(number), 5);
@@ -68,7 +67,7 @@ void log_area(const run_log& log, i64 number, const t_areaflt& area) {
     log_line(log, " i_numvertices.=", i64{area.i_numvertices});
     log_line(log, " No.  Easting  Northing");
     log_line(log, " ---------------------------");
-    // The echo comes before the checks: the count may be beyond what the record holds.
+    // Inputs are logged before they are checked: the count may exceed the array.
     constexpr i32 most = static_cast<i32>(std::extent_v<decltype(t_areaflt::d_vert_x)>);
     for (i32 k = 0; k < std::min(area.i_numvertices, most); ++k)
         write_row(log, k + 1, {area.d_vert_x[k], area.d_vert_y[k]});
@@ -80,13 +79,13 @@ void open_run_log(run_log& log) {
     bounded_text<64> name;
     name.append(coverage_routine.trimmed());
     name.append(".txt");
-    const i32 unit = files::io_tmp_file(name.view());
+    const i32 unit = io_tmp_file(name.view());
     if (has_failed()) return;
     log = {true, unit};
 }
 
 void log_line(const run_log& log, std::string_view text) {
-    if (log.is_on) files::write_line(log.unit, text);
+    if (log.is_on) write_line(log.unit, text);
 }
 
 void log_line(const run_log& log, std::string_view text, i64 value) {
@@ -157,10 +156,9 @@ void log_results(const coverage_state& state) {
 void log_exit(const coverage_state& state, bool success) {
     const run_log& log = state.log;
     if (!log.is_on) return;
-    files::close_unit(geometry_message_unit);
     log_line(log, success ? "  *** Exit with success" : "  *** Exit with error");
     if (!success) print_event(log.unit);
-    files::close_unit(log.unit);
+    close_unit(log.unit);
 }
 
 } // namespace qmx

@@ -1,7 +1,5 @@
-// The run log of a coverage call: inputs, intermediate results and results, line by line.
-//
-// A debugging facility: the exported routine never turns it on, and every routine here does nothing
-// while it is off.
+// The run log of a coverage call: inputs, intermediate results and results, line by line. For
+// debugging sessions: no export turns it on, and while it is off every routine here does nothing.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -24,14 +22,14 @@ void log_inputs(const coverage_state& state);
 void log_results(const coverage_state& state);
 void log_exit(const coverage_state& state, bool success); // and closes the log
 
-// One line: texts, each with its value behind it.
+// One line: texts, each followed by its value.
 void log_line(const run_log& log, std::string_view text);
 void log_line(const run_log& log, std::string_view text, i64 value);
 void log_line(const run_log& log, std::string_view text, f64 value);
 void log_line(const run_log& log, std::string_view text, i64 value, std::string_view more,
               i64 other);
 
-// Vertices as interleaved pairs, one line each with their number.
+// Vertices, given as interleaved pairs: one numbered line each.
 void log_vertices(const run_log& log, const f64* pairs, i64 count);
 
 // A bin's or point's number and its count.

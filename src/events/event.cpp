@@ -6,9 +6,6 @@ namespace {
 
 constexpr std::string_view out_of_memory = "memory could not be allocated";
 
-// The name of the routine that last wrote a host's record; for a debugger's eyes.
-padded_text<128> current_routine;
-
 std::string_view text_of(const char* characters, i32 length) {
     return without_trailing_blanks({characters, static_cast<std::size_t>(length > 0 ? length : 0)});
 }
@@ -44,7 +41,6 @@ bool store_event_if(const i32& done, const char* description, const char* routin
 }
 
 i32 set_event(const event_state& state, t_event& event) {
-    current_routine.assign("set_event");
     i32 event_class = 0;
     switch (state.i_status) {
     case 1:

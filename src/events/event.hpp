@@ -1,9 +1,9 @@
-// The one failure path of the library.
+// The failure path of the library. Every room above reports through it.
 //
 // A routine that detects a failure stores a description, its name, a code and a severity in the
-// event state and returns 3. Each caller asks has_failed, adds its name to the routine path and
-// returns 3 in turn; the export copies the state into the host's record. No exceptions, no
-// unwinding; a routine may forgive a failure with clear_event and go on.
+// event state and returns 3. Each caller checks has_failed, adds its name to the routine path and
+// returns 3 in turn; the export copies the state into the host's record. There are no exceptions. A
+// caller may ignore a failure with clear_event and go on.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -36,13 +36,12 @@ void clear_event();
 // True for severities 2 and 3 only.
 bool has_failed();
 
-// Overwrites whatever event was there. Trailing blanks of both texts do not count; each is cut or
-// padded to 256 characters.
+// Overwrites the event. Trailing blanks of both texts are dropped; each is cut or padded to 256
+// characters.
 void store_event(const char* description, const char* routine, const i32& code, const i32& severity,
                  i32 description_length, i32 routine_length);
 
-// As store_event, unless the lowest bit of done is set: then nothing is stored. Returns whether it
-// stored.
+// Calls store_event unless the lowest bit of done is set. Returns whether it did.
 bool store_event_if(const i32& done, const char* description, const char* routine, const i32& code,
                     const i32& severity, i32 description_length, i32 routine_length);
 
@@ -53,22 +52,22 @@ i32 set_event(const event_state& state, t_event& event);
 // Writes the event in seven lines to an output unit; without effect unless the unit is connected.
 void print_event(const i32& unit);
 
-// Leaves only the overflow mask set in the floating-point control word, where the processor has
-// one; elsewhere does nothing.
+// Clears all exception masks of the x87 control word but that of overflow; does nothing on other
+// processors.
 void set_fp_mask();
 
-// ---- What a routine says in one line -----------------------------------------------------------
+// ---- One line for each kind of failure ---------------------------------------------------------
 
-// A failure of the routine's own: stores it and returns 3.
+// Stores a failure of the routine itself and returns 3.
 i32 fail_here(const routine_text& self, std::string_view description, i32 code = code_check);
 
-// A failure from below: adds "/" and the routine's name to the path and returns 3.
+// For a failure of a routine below: adds "/" and the caller's name to the path and returns 3.
 i32 pass_up(const routine_text& self);
 
-// Replaces the path by one name: the exception to the rule that names are added.
+// Replaces the path by one name, instead of adding it.
 void restart_path(const routine_text& self);
 
-// The routine ran out of memory; returns 3. Asked by routines that forgive other failures.
+// Stores that memory ran out and returns 3. Callers that ignore other failures check for this one.
 i32 fail_out_of_memory(const routine_text& self);
 bool has_run_out_of_memory();
 

@@ -21,17 +21,17 @@ std::string_view words_of(i32 severity) {
 } // namespace
 
 void print_event(const i32& unit) {
-    if (!files::unit_exists(unit) || !files::unit_is_connected(unit)) return;
+    if (!unit_exists(unit) || !unit_is_connected(unit)) return;
     char code[12]; // as text without allocating: memory may be what has run out
     const auto end = std::to_chars(code, code + sizeof code, current_event.i_errcode).ptr;
 
-    files::write_line(unit, "***** Error Message ******");
-    files::write_line(unit, "sub/func name : ", current_event.c_subfunc.trimmed());
-    files::write_line(unit, "description   : ");
-    files::write_line(unit, "  ", current_event.c_description.trimmed());
-    files::write_line(unit, "error code   : ", {code, static_cast<std::size_t>(end - code)});
-    files::write_line(unit, "error type: ");
-    files::write_line(unit, words_of(current_event.i_errtype));
+    write_line(unit, "***** Error Message ******");
+    write_line(unit, "sub/func name : ", current_event.c_subfunc.trimmed());
+    write_line(unit, "description   : ");
+    write_line(unit, "  ", current_event.c_description.trimmed());
+    write_line(unit, "error code   : ", {code, static_cast<std::size_t>(end - code)});
+    write_line(unit, "error type: ");
+    write_line(unit, words_of(current_event.i_errtype));
 }
 
 void set_fp_mask() {

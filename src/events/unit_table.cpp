@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 
-namespace qmx::files {
+namespace qmx {
 
 namespace {
 
@@ -72,4 +72,4 @@ void close_unit(i32 unit) {
     connections[unit] = nullptr;
 }
 
-} // namespace qmx::files
+} // namespace qmx

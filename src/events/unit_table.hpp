@@ -1,14 +1,14 @@
 // Output units: the numbers 11 to 99, each free or connected to one file.
 //
-// The table knows no events: it lies below the event report, which asks it whether a unit is
-// connected. It allocates nothing of its own.
+// For the event report, the logs and the text reports, which check whether a unit is connected and
+// write lines to it. It stores no events and allocates nothing.
 #pragma once
 
 #include "base/base_types.hpp"
 
 #include <string_view>
 
-namespace qmx::files {
+namespace qmx {
 
 inline constexpr i32 first_unit = 11;
 inline constexpr i32 last_unit = 99;
@@ -27,15 +27,15 @@ bool unit_is_connected(i32 unit); // false for a unit that does not exist
 // The lowest unit that is not connected, or no_unit.
 i32 find_free_unit();
 
-// Connects a free unit to the file of that path (trailing blanks do not count). Returns 0, or the
+// Connects a free unit to the file of that path (trailing blanks are dropped). Returns 0, or the
 // system's error number; the unit is then still free.
 i32 connect_unit(i32 unit, std::string_view path, open_status status,
                  open_position position = open_position::start,
                  open_form form = open_form::formatted);
 
-// One line of two parts. Without effect on a unit that is not connected.
+// Writes one line of two parts, or nothing to a unit that is not connected.
 void write_line(i32 unit, std::string_view text, std::string_view more = {});
 
 void close_unit(i32 unit);
 
-} // namespace qmx::files
+} // namespace qmx

@@ -1,15 +1,16 @@
-// The steps that every export shares, written once.
+// The first and last steps of every export. The exports are the roof: they clear the event and the
+// outputs, call one driver, and report to the host; nothing includes them.
 #pragma once
 
 #include "events/event.hpp"
 
 namespace qmx {
 
-// A report of a failed export is written to this unit; as it is never connected, exports are silent
-// and the host learns of a failure through the return code and the event record.
+// Failed exports print their event to this unit, which is never connected: the host learns of a
+// failure from the return value and the event record alone.
 inline constexpr i32 unconnected_unit = 0;
 
-// Puts the outcome of a failed export into the host's record (an export without one passes null).
+// Copies the failure into the host's record; null for an export without one.
 inline i32 report_failure(t_event* event) {
     current_event.i_status = status_failure;
     print_event(unconnected_unit);
@@ -17,8 +18,8 @@ inline i32 report_failure(t_event* event) {
     return status_failure;
 }
 
-// The last steps of an export. What it returns follows from the event state alone; after success
-// the host's record is left as it was.
+// Ends an export. The event state alone decides the return value; on success the host's record is
+// left as it was.
 inline i32 finish_export(const routine_text& self, t_event* event) {
     if (has_failed()) {
         pass_up(self);

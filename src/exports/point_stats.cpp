@@ -5,8 +5,8 @@ using namespace qmx;
 
 namespace {
 
-// The fields of a spot test's record that the analysis leaves alone where it finds nothing. The
-// percent levels and their values stay.
+// The fields that the driver leaves alone for a spot test without IC data. The percent levels and
+// their values stay.
 void reset(t_statsout& record) {
     constexpr i32 no = 2;
     record.i_flag_target = no;

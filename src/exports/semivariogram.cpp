@@ -12,7 +12,7 @@ extern "C" int32_t IC_semivariogram(int32_t i_ndata, const t_icdata* t_data,
     static constexpr routine_text self("IC_semivariogram");
     static constexpr i32 exponential_model = 1;
     clear_event();
-    // In 32 bits the sum wraps, so that nothing is cleared for a number of lags beyond reason.
+    // Nothing is cleared where i_nlag + 2 would overflow.
     constexpr i32 most = std::numeric_limits<i32>::max();
     const i32 classes = t_gamvset->i_nlag > most - 2 ? 0 : t_gamvset->i_nlag + 2;
     const array_view<f64> distances = view_of(x_lagdist, classes);

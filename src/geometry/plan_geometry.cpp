@@ -50,12 +50,13 @@ void POLYGON_SIGNED_AREA_2D(const i32& n, const f64* v, f64& area) {
 i32 I4_MODP(const i32& i, const i32& j) {
     if (j == 0) {
         if (geometry_messages) {
-            files::write_line(geometry_message_unit, "I4_MODP - Fatal error!");
-            files::write_line(geometry_message_unit, "  I4_MODP ( I, J ) called with J = ", "0");
+            write_line(geometry_message_unit, "I4_MODP - Fatal error!");
+            write_line(geometry_message_unit, "  I4_MODP ( I, J ) called with J = ", "0");
         }
         return i;
     }
-    // In 64 bits neither the least i by -1 nor the magnitude of the least j overflows.
+    // In 64 bits neither the smallest i divided by -1 nor the magnitude of the smallest j
+    // overflows.
     const i64 divisor = j < 0 ? -static_cast<i64>(j) : static_cast<i64>(j);
     const i64 remainder = static_cast<i64>(i) % divisor;
     return static_cast<i32>(remainder < 0 ? remainder + divisor : remainder);

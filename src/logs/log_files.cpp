@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
-namespace qmx::files {
+namespace qmx {
 
 namespace {
 
@@ -23,7 +23,7 @@ std::string_view temporary_directory() {
     return directory != nullptr ? without_trailing_blanks(directory) : std::string_view();
 }
 
-// Joins its parts as they stand and keeps the first 128 characters.
+// Joins the parts and keeps the first 128 characters.
 void compose(path_text& path, std::initializer_list<std::string_view> parts) {
     bounded_text<sizeof path.characters> joined;
     for (const std::string_view part : parts) joined.append(part);
@@ -51,7 +51,7 @@ void fail_to_open(std::string_view routine, i32 code, std::string_view what, con
     fail_direct(routine, description.view(), code);
 }
 
-// What the five unit routines share once the path is composed.
+// Opens a new file at the composed path, for all routines that return a unit.
 i32 open_new(const routine_text& self, const path_text& path, open_form form) {
     const i32 unit = find_free_unit();
     if (unit == no_unit) {
@@ -200,4 +200,4 @@ void QMPrintHeader(i32 unit, i32 style, std::string_view title) {
     write_line(unit, "");
 }
 
-} // namespace qmx::files
+} // namespace qmx

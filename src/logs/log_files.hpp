@@ -1,12 +1,12 @@
-// Opens output files on free units, for logs that a debugging session turns on.
+// Opens log files on free output units, for debugging sessions of coverage and semivariogram. Off
+// in production.
 //
-// No standard run comes here. A path longer than 128 characters is cut there. The directory of
-// temporary files is the value of the environment variable "TMP", read afresh on each call, blank if
-// it is not set; a backslash parts it from the name on every system, so that on Linux it is a
-// character of the file's name.
+// A path longer than 128 characters is cut. The directory of temporary files is the value of the
+// environment variable "TMP" at the time of the call, blank if it is not set. A backslash separates
+// it from the name on every system; on Linux it is a character of the file name.
 //
-// The routines that return a unit return 3, which is below every unit, on failure. A failure writes
-// the event's texts directly, severity 2, without a path of callers:
+// The routines that return a unit return 3, which is no unit, on failure. A failure sets the texts
+// of the event directly, with severity 2 and no path of callers:
 //   code 101  "error in finding a free file unit "
 //   code 102  "error opening a new file - ", path, ", iostat = ", the system's error number
 #pragma once
@@ -15,11 +15,11 @@
 
 #include <string_view>
 
-namespace qmx::files {
+namespace qmx {
 
-// Opens prefix + "0" + name + ".txt" (each trimmed). The file is a new one unless icumseason or
-// itimeidx is given with another value than 1: then it is continued, and must exist. A header is
-// written unless header is given and differs from 1. Null means not given. Further failures:
+// Opens prefix + "0" + name + ".txt" (each trimmed). If icumseason or itimeidx is given and not 1,
+// the file must exist and is continued; else it is new. A header is written unless header is given
+// and not 1. Null means not given. Further failures:
 //   code 101  "error: icumseason should be present when itimeidx is used"
 //   code 102  "error opening a new file", path, "iostat=", number
 //   code 103  "error opening an old file", path, "iostat=", number
@@ -37,8 +37,8 @@ i32 get_iounit_geo();                      // io_tmp_file("get_iounit_geo.txt")
 // Local date and time in two lines. Returns 1.
 i32 print_datetime(i32 unit);
 
-// A banner: the title between two bars of asterisks (style 1), equal signs (2) or hyphens (3). Any
-// other style is drawn as 1.
+// A banner: the title between two bars of asterisks (style 1 and any other), equal signs (2) or
+// hyphens (3).
 void QMPrintHeader(i32 unit, i32 style, std::string_view title);
 
-} // namespace qmx::files
+} // namespace qmx

@@ -14,7 +14,6 @@ i32 qmx_icdata_stats_drv(const i32& i_flag_pass, const i32& i_flag_below, const 
     std::fill_n(t_out.x_bin, std::size(t_out.x_bin), 0.0F);
     std::fill_n(t_out.x_freq, std::size(t_out.x_freq), 0.0F);
 
-    // The values are read where they stand in the records: nothing is copied.
     const array_view<const f64> values = column_of(t_data.base, t_data.extent, &t_icdata::d_val);
     qmx_stats(i_flag_pass, i_flag_below, i_numdata, values, t_out);
     if (has_failed()) return pass_up(self);

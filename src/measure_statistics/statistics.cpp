@@ -16,8 +16,8 @@ constexpr routine_text self("qmx_stats");
 constexpr std::string_view too_many_classes =
     "High pass counts causing histogram intervals exceeding the maximum 200";
 
-// Outlives the call on purpose: where the statistics refuse (a single value), the host is handed
-// what the previous call had found.
+// Kept between calls: a single value has no statistics, and hosts are then given those of the
+// previous call.
 f32 statistics_vector[statistics_rows];
 
 struct value_range {
@@ -25,36 +25,35 @@ struct value_range {
     f32 largest;
 };
 
-// Narrows the values to f32 and finds their range, passing over NaN. Without any number the range
-// is the empty one, from the largest f32 down to the smallest.
+// Narrows the values to f32 and finds their range, ignoring NaN. Without any number the range is
+// empty: from the largest f32 down to the smallest.
 value_range narrow(const array_view<const f64>& values, f32* x) {
     constexpr f32 infinity = std::numeric_limits<f32>::infinity();
-    // Independent lanes: the comparisons of one value need not wait for those of the last.
-    constexpr i64 lanes = 4;
-    f32 low[lanes] = {infinity, infinity, infinity, infinity};
-    f32 high[lanes] = {-infinity, -infinity, -infinity, -infinity};
-    const auto take = [&](i64 lane, i64 i) {
+    constexpr i64 chains = 4; // of independent comparisons
+    f32 low[chains] = {infinity, infinity, infinity, infinity};
+    f32 high[chains] = {-infinity, -infinity, -infinity, -infinity};
+    const auto take = [&](i64 chain, i64 i) {
         const f64& held = values(i + 1);
         prefetch_ahead(&held, 4096);
         const f32 value = static_cast<f32>(held);
         x[i] = value;
-        low[lane] = value < low[lane] ? value : low[lane];
-        high[lane] = value > high[lane] ? value : high[lane];
+        low[chain] = value < low[chain] ? value : low[chain];
+        high[chain] = value > high[chain] ? value : high[chain];
     };
     i64 i = 0;
-    for (; i + lanes <= values.extent; i += lanes)
-        for (i64 lane = 0; lane < lanes; ++lane) take(lane, i + lane);
+    for (; i + chains <= values.extent; i += chains)
+        for (i64 chain = 0; chain < chains; ++chain) take(chain, i + chain);
     for (; i < values.extent; ++i) take(0, i);
-    const f32 smallest = *std::min_element(low, low + lanes);
-    const f32 largest = *std::max_element(high, high + lanes);
+    const f32 smallest = *std::min_element(low, low + chains);
+    const f32 largest = *std::max_element(high, high + chains);
     const bool holds_a_number = smallest <= largest;
     constexpr f32 huge = std::numeric_limits<f32>::max();
     return holds_a_number ? value_range{smallest, largest} : value_range{huge, -huge};
 }
 
-// One limit and one percentage for each of the K classes; K is one more than the classes counted.
+// The upper limit and the percentage of each of the K = classes + 1 entries.
 struct histogram {
-    i32 classes = 0; // may be 0 or negative for pass counts below 0
+    i32 classes = 0; // 0 or negative for pass counts below 0
     i32 limits = 0;  // K
     f32 limit[histogram_entries + 1] = {};
     f32 percent[histogram_entries + 1] = {};
@@ -63,12 +62,12 @@ struct histogram {
 void set_limits(histogram& bins, i32 classes, f32 start, f32 step) {
     bins.classes = classes;
     bins.limits = classes + 1;
-    f32 limit = start; // accumulated, not start + i * step: the rounding belongs to the result
+    f32 limit = start; // accumulated: start + i * step rounds otherwise
     for (i32 k = 0; k < bins.limits; ++k, limit += step) bins.limit[k] = limit;
 }
 
-// Copies the histogram into the record. The record's arrays hold 200 entries: for 201 limits the
-// last cumulative percentage goes to the field behind them, x_target, as hosts know it.
+// Copies the histogram into the record, whose arrays hold 200 entries. With 201 entries the last
+// cumulative percentage goes to the field behind the array, x_target, which hosts know.
 void copy_histogram(const histogram& bins, t_statsout& t_out) {
     const i32 kept = std::clamp(bins.limits, 0, histogram_entries);
     std::copy_n(bins.limit, kept, t_out.x_bin);
@@ -82,7 +81,7 @@ void copy_histogram(const histogram& bins, t_statsout& t_out) {
         t_out.x_target = cumulative + bins.percent[histogram_entries];
 }
 
-// Reads one ordinate at one abscissa; the end ordinates hold outside the table.
+// The interpolated ordinate at one abscissa; outside the table that of the nearest end.
 f32 read_back(const array_view<const f32>& ordinates, const array_view<const f32>& abscissas,
               f32 abscissa) {
     static constexpr i32 i_outside = 2;
@@ -114,7 +113,7 @@ i32 qmx_stats(const i32& i_flag_pass, const i32& i_flag_below, const i32& i_numd
 
     histogram bins;
     if (pass_counts) {
-        // Beyond 32 bits the count of classes would wrap; it is too high all the same.
+        // Beyond 32 bits the number of classes would overflow; it is too high in any case.
         const bool beyond_integers = range.largest >= 2147483648.0F;
         const i32 classes = beyond_integers ? 0 : truncated(range.largest) + 1;
         if (beyond_integers || classes > histogram_entries)
@@ -135,7 +134,7 @@ i32 qmx_stats(const i32& i_flag_pass, const i32& i_flag_below, const i32& i_numd
     imsl_owfrq(i_numdata, x.view(), bins.limits, view_of<const f32>(bins.limit, bins.limits),
                view_of(bins.percent, bins.limits));
     if (has_run_out_of_memory()) return pass_up(self);
-    if (has_failed()) clear_event(); // limits that do not ascend leave a histogram of zeros
+    if (has_failed()) clear_event(); // the histogram is then all zeros
     copy_histogram(bins, t_out);
     t_out.i_numbins = pass_counts ? bins.classes : bins.limits;
 

@@ -1,5 +1,5 @@
-// Numbers side by side, for loops over coordinates. Each operation is the IEEE one in every lane, so
-// that one lane gives the same as several.
+// Vector registers for loops over coordinates. A lane is one element of a register; each operation
+// is the IEEE one in every lane, so that the result does not depend on the number of lanes.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -10,7 +10,7 @@ namespace qmx::lanes {
 
 #if defined(__GNUC__)
 
-// As many as every processor of the commoner families holds in a register.
+// What the registers of every common processor hold.
 inline constexpr i32 width = 2;
 using reals = f64 __attribute__((vector_size(width * sizeof(f64))));
 using flags = i64 __attribute__((vector_size(width * sizeof(i64)))); // all ones or all zeros
@@ -58,7 +58,7 @@ inline reals load(const f64* from) {
     std::memcpy(&a, from, sizeof a);
     return a;
 }
-// The lesser and the greater of numbers; b where either is a NaN.
+// The lesser and the greater of two numbers; b where either is a NaN.
 inline reals lesser(reals a, reals b) {
     return a < b ? a : b;
 }

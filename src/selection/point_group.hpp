@@ -1,5 +1,5 @@
-// Groups of points that follow each other in the list. Points follow the track of a roller, and most
-// groups lie wholly on one side of an outline.
+// Bounding boxes of groups of successive points. Points follow the track of a roller, so that most
+// groups lie wholly inside or wholly outside a polygon and need one decision.
 #pragma once
 
 #include "selection/lanes.hpp"
@@ -8,15 +8,15 @@ namespace qmx {
 
 inline constexpr i32 group_size = 64;
 
-// The box about a group of points.
+// The bounding box of a group of points.
 struct box {
     f64 x_low, x_high, y_low, y_high;
-    bool is_finite; // all points are, and not huge
+    bool is_finite; // false if a coordinate is not finite, or huge
 };
 
-inline box box_about(const f64* x, const f64* y) {
+inline box bounding_box(const f64* x, const f64* y) {
     using namespace lanes;
-    constexpr i32 chains = 2; // so that one need not wait for the other
+    constexpr i32 chains = 2; // of independent comparisons
     static_assert(group_size % (chains * width) == 0);
     reals x_low[chains], x_high[chains], y_low[chains], y_high[chains], sum[chains];
     for (i32 c = 0; c < chains; ++c) {
@@ -33,7 +33,8 @@ inline box box_about(const f64* x, const f64* y) {
             y_high[c] = greater(py, y_high[c]);
             sum[c] += px + py;
         }
-    // A number that is not finite leaves none in its sum. Huge ones may, and are asked one by one.
+    // The sum is finite only if all coordinates are. Huge ones may overflow it; then each point is
+    // tested alone.
     const reals total = sum[0] + sum[1];
     const bool is_finite = all_of(total - total == reals{});
     return {least_of(lesser(x_low[0], x_low[1])), greatest_of(greater(x_high[0], x_high[1])),

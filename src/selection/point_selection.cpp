@@ -17,7 +17,7 @@ using flag = std::uint8_t; // 1 for a selected point, else 0
 constexpr i32 block_size = most_points_at_once;
 static_assert(block_size % group_size == 0);
 
-// Whether any, and whether all, of a group's flags are set.
+// Whether any, and whether all, flags of a group are set.
 struct group_answer {
     bool any, all;
 };
@@ -33,8 +33,8 @@ group_answer answer_of(const flag* flags) {
     return {any != 0, all == 0x0101010101010101};
 }
 
-// Appends the positions of the set flags, of which the first is at `start`, and returns the number of
-// positions. Points follow the lanes of a roller, and whole groups lie on one side of the outline.
+// Appends the positions of the set flags; the first flag has position `start`. Returns the new
+// number of positions. Whole groups are often all inside or all outside.
 i32 append_selected(const flag* flags, i32 size, i32 start, i32 found, i32* selected) {
     i32 from = 0;
     for (; from + group_size <= size; from += group_size) {
@@ -57,11 +57,11 @@ i32 append_selected(const flag* flags, i32 size, i32 start, i32 found, i32* sele
     return found;
 }
 
-// Walks the points in blocks: select(x, y, count, start, selected) writes the positions of a block's
-// selected points, of which the first point is at `start`, and returns their number.
+// Goes through the points in blocks: select(x, y, size, start, selected) writes the positions of
+// the selected points of a block, whose first point has position `start`, and returns their number.
 //
-// A walk asks for a failure after each point. The tests raise none, so that only an event that
-// stood before the walk can be found, and it ends the walk at its first point.
+// A failure is checked after each point. The predicates raise none, so only an event that stood
+// before the call is found; it ends the loop after the first point.
 template <class Select>
 i32 select_points(const routine_text& self, const point_columns& points, i32& count,
                   const array_view<i32>& indices, Select select) {
@@ -81,7 +81,7 @@ i32 select_points(const routine_text& self, const point_columns& points, i32& co
     return failed && last > 0 ? pass_up(self) : status_success;
 }
 
-// The same for what marks the points of a block by flags.
+// The same with mark(x, y, size, flags), which flags the points of a block.
 template <class Mark>
 i32 select_marked_points(const routine_text& self, const point_columns& points, i32& count,
                          const array_view<i32>& indices, Mark mark) {
@@ -97,8 +97,8 @@ struct circle {
     f64 x, y, r_squared;
 };
 
-// Whether any, and whether all, of a group's points are in the circle. Where all are too far to the
-// right or left, the ordinates are not even read: the predicate's sum is no less than either square.
+// Whether any, and whether all, points of a group are in the circle. Where all are too far to the
+// east or west, the ordinates are not read: the sum of the squares is no less than either of them.
 group_answer answer_of(const circle& around, const f64* x, const f64* y) {
     using namespace lanes;
     const auto square = [](reals a) { return a * a; };
@@ -116,10 +116,10 @@ group_answer answer_of(const circle& around, const f64* x, const f64* y) {
     return {any_of(any), all_of(all)};
 }
 
-// Selects a block's points in the circle.
+// Selects the points of a block that are in the circle.
 i32 select_in_circle(const circle& around, const f64* x, const f64* y, i32 size, i32 start,
                      i32* selected) {
-    // Points in no order make groups that are neither here nor there; no more are asked then.
+    // Points in no order: groups straddle the boundary, so after two each point is tested alone.
     i32 patience = 2;
     i32 found = 0;
     for (i32 from = 0; from < size;) {
@@ -157,7 +157,6 @@ bool is_within_polygon(const point_columns& vertices, f64 px, f64 py) {
 i32 icd_points_in_circle(const f64* center, const f64& radius, const point_columns& points,
                          i32& count, const array_view<i32>& indices) {
     static constexpr routine_text self("icd_points_in_circle");
-    geometry_messages = false;
     count = 0;
     const circle around{center[0], center[1], radius * radius};
     return select_points(self, points, count, indices,
@@ -169,7 +168,6 @@ i32 icd_points_in_circle(const f64* center, const f64& radius, const point_colum
 i32 icd_points_in_polygon(const point_columns& vertices, const point_columns& points, i32& count,
                           const array_view<i32>& indices) {
     static constexpr routine_text self("icd_points_in_polygon");
-    geometry_messages = false;
     count = 0;
     if (is_worth_an_index(vertices.count, points.count)) {
         polygon_index index;

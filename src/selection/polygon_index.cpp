@@ -11,19 +11,19 @@ namespace qmx {
 
 namespace {
 
-// What a cell knows.
-constexpr std::uint8_t cell_inside = 1; // whether its points are inside, before its list is heard
-constexpr std::uint8_t cell_lists = 2;  // whether it lists anything
+// The bits of a cell.
+constexpr std::uint8_t cell_inside = 1; // the parity before the listed edges are applied
+constexpr std::uint8_t cell_lists = 2;  // whether it lists any edge
 
-constexpr i64 most_vertices = i64{1} << 26; // keeps positions and offsets well within 32 bits
+constexpr i64 most_vertices = i64{1} << 26; // keeps positions and offsets within 32 bits
 constexpr i64 most_cells = i64{1} << 20;
 constexpr i64 columns_limit = 1024;
-constexpr i64 fewest_columns = 32; // where the rows leave most of the extent empty
+constexpr i64 fewest_columns = 32; // where the edges of a row span little of the width
 
 // Up to this magnitude no difference or product of coordinates overflows.
 constexpr f64 largest_coordinate = 0x1p500;
 
-// ---- Outline -----------------------------------------------------------------------------------
+// ---- Polygon -----------------------------------------------------------------------------------
 
 i64 next_vertex(i64 vertex, i64 count) {
     return vertex + 1 < count ? vertex + 1 : 0;
@@ -38,14 +38,15 @@ bool has_ordinates(const directed_edge& edge) {
     return !std::isnan(edge.y) && !std::isnan(edge.end_y);
 }
 
-// Crosses to the right of every point, so that it counts for just the points above the vertex.
-directed_edge bit_of_vertex(f64 y) {
+// Crosses to the right of every point, so that it inverts the answer of the points above the
+// vertex.
+directed_edge pseudo_edge_of(f64 y) {
     return {infinity, y, infinity, 0.0, 1.0};
 }
 
 struct extent {
     f64 low = infinity, high = -infinity;
-    bool is_ordinary = true; // nothing but finite numbers of ordinary size
+    bool is_ordinary = true; // all values are finite and of ordinary size
 };
 
 extent extent_of(const f64* values, i64 count) {
@@ -60,7 +61,7 @@ extent extent_of(const f64* values, i64 count) {
     return range;
 }
 
-// How often the outline runs up and down over its whole height.
+// The summed height of all edges, in heights of the polygon.
 f64 runs_over(const f64* values, i64 count, const extent& range) {
     const f64 length = range.high - range.low;
     if (!(length > 0.0)) return 0.0;
@@ -74,18 +75,18 @@ f64 runs_over(const f64* values, i64 count, const extent& range) {
 
 // ---- Building ----------------------------------------------------------------------------------
 
-// An edge in one of its rows. The columns begin to end - 1 must look at it; to the left of them it
-// is known to cross to the right of each point, to their right it is not.
+// An edge within one row. The cells of columns begin to end - 1 list it; it crosses to the right of
+// every point further left, and of none further right.
 struct edge_cut {
     f64 least, greatest; // crossing offsets
     std::uint16_t begin, end;
 };
 
 struct outline_cuts {
-    work_array<edge_cut> cuts{0};          // of all edges, each from its lowest row to its highest
-    work_array<extent> reach{0};           // of each row: where its edges run
-    work_array<std::uint16_t> leaving{0};  // begin of the edge from a vertex, in the vertex's row
-    work_array<std::uint16_t> arriving{0}; // begin of the edge to a vertex, in the vertex's row
+    work_array<edge_cut> cuts;          // of all edges, each from its lowest row up
+    work_array<extent> reach;           // of each row: the range of its edges
+    work_array<std::uint16_t> leaving;  // begin of the edge from a vertex, in its row
+    work_array<std::uint16_t> arriving; // begin of the edge to a vertex, in its row
 };
 
 // Calls visit(position of the edge, row of its start, row of its end, row, cut) for each cut.
@@ -127,7 +128,7 @@ bool cut_edges(const polygon_index& index, outline_cuts& outline) {
     return true;
 }
 
-// The part of the rows that the outline's edges reach over; all of them if it has no width.
+// The mean share of the polygon's width that the edges of a row span; 1 if it has no width.
 f64 part_reached(const outline_cuts& outline, const extent& across) {
     const f64 width = across.high - across.low;
     if (!(width > 0.0)) return 1.0;
@@ -139,7 +140,7 @@ f64 part_reached(const outline_cuts& outline, const extent& across) {
 void find_columns(const directed_edge& edge, const raster_axis& columns, edge_cut& cut) {
     const i32 strips = columns.strips;
     i32 begin, end;
-    if (is_flat(edge)) { // counts for nothing, wherever it is put
+    if (is_flat(edge)) { // never listed
         begin = end = columns.strip_of(std::min(edge.x, edge.x + edge.dx));
     } else if (strips == 1) {
         begin = 0;
@@ -162,7 +163,7 @@ void find_columns(const directed_edge& edge, const raster_axis& columns, edge_cu
     cut.end = static_cast<std::uint16_t>(end);
 }
 
-// Divides each row into so many columns and finds those of each cut. Returns how many members the
+// Divides each row into columns and finds those of each cut. Returns the number of entries that the
 // lists of the cells will have.
 i64 divide_rows(i32 columns, polygon_index& index, const outline_cuts& outline) {
     const i64 m = index.listed.size() / 2;
@@ -180,11 +181,11 @@ i64 divide_rows(i32 columns, polygon_index& index, const outline_cuts& outline) 
     return members;
 }
 
-// Gives the cells what is known without their lists.
+// Sets the parity of the cells without their lists.
 void find_known_answers(const polygon_index& index, const outline_cuts& outline) {
     const i64 columns = index.most_columns;
     for_each_cut(index, outline, [&](i64, i32 start, i32 end, i32 row, const edge_cut& cut) {
-        // One toggle, in the last column that it concerns, stands for all columns before.
+        // Inverts all columns before cut.begin: marked in the last of them, summed below.
         if ((start < row) != (end < row) && cut.begin > 0)
             index.cells[row * columns + cut.begin - 1] ^= cell_inside;
     });
@@ -194,7 +195,7 @@ void find_known_answers(const polygon_index& index, const outline_cuts& outline)
     }
 }
 
-// Finds how far to the right of each cell they are all like it.
+// Finds the runs of equal cells in each row.
 void find_runs(const polygon_index& index) {
     const i64 columns = index.most_columns;
     for (i64 row = 0; row < index.columns.size(); ++row) {
@@ -243,14 +244,14 @@ bool fill_cells(i64 members, polygon_index& index, const outline_cuts& outline) 
         end += index.first[cell];
         index.first[cell] = end;
     }
-    // Each list is filled from its end, which leaves its beginning in first.
+    // Each list is filled from its end, so that first ends at its beginning.
     for_each_member(index, outline,
                     [&](i64 cell, i32 position) { index.members[--index.first[cell]] = position; });
     find_runs(index);
     return true;
 }
 
-// Edges and bits of the vertices.
+// The edges and the pseudo-edges of the vertices. Returns false when memory ran out.
 bool list_edges(const point_columns& vertices, polygon_index& index) {
     const i64 m = vertices.count;
     index.listed = work_array<directed_edge>(2 * m);
@@ -259,7 +260,7 @@ bool list_edges(const point_columns& vertices, polygon_index& index) {
         const i64 next = next_vertex(e, m);
         index.listed[e] =
             edge_between(vertices.x[e], vertices.y[e], vertices.x[next], vertices.y[next]);
-        index.listed[m + e] = bit_of_vertex(vertices.y[e]);
+        index.listed[m + e] = pseudo_edge_of(vertices.y[e]);
     }
     return true;
 }
@@ -276,8 +277,8 @@ bool build_polygon_index(const point_columns& vertices, i64 points, polygon_inde
     const extent across = extent_of(vertices.x, m), along = extent_of(vertices.y, m);
     const bool is_ordinary = across.is_ordinary && along.is_ordinary;
 
-    // As fine as the points deserve; but an outline that runs up and down again and again gets
-    // fewer rows, so that its cuts do not outgrow vertices and points.
+    // A quarter as many cells as points. A polygon whose edges run up and down over its height many
+    // times gets fewer rows, so that the number of cuts stays linear in vertices and points.
     const f64 cells =
         static_cast<f64>(std::clamp<i64>(std::min(points / 4, points / 16 + 2 * m), 1, most_cells));
     const f64 most_rows =
@@ -286,8 +287,8 @@ bool build_polygon_index(const point_columns& vertices, i64 points, polygon_inde
     index.rows = divided(along.low, along.high, static_cast<i64>(rows));
     outline_cuts outline;
     if (!cut_edges(index, outline)) return false;
-    // Where edges reach over little of the rows, as in a slanting strip, more rows and fewer
-    // columns serve better.
+    // Where the edges of a row span little of the width, as in a slanting strip, more rows and
+    // fewer columns are better.
     if (is_ordinary) {
         const f64 reached = part_reached(outline, across);
         const f64 finer = std::min({std::sqrt(cells / reached), cells / fewest_columns, most_rows});
@@ -314,14 +315,14 @@ bool build_polygon_index(const point_columns& vertices, i64 points, polygon_inde
 
 namespace {
 
-// ---- Asking ------------------------------------------------------------------------------------
+// ---- Classifying--------------------------------------------------------------------------------
 
-constexpr i32 most_rows_of_a_group = 32; // beyond, asking them takes longer than asking the points
+constexpr i32 most_rows_of_a_group = 32; // with more, testing the points is faster
 
 constexpr std::uint8_t answers_differ = cell_lists;
 
-// The answer that all cells under the box know, if they agree. The strips of points in the box lie
-// between those of its sides, since strip_of never falls.
+// The common answer of all cells under the box, or answers_differ. Since strip_of is monotone, the
+// points in the box lie in strips between those of its sides.
 std::uint8_t answer_for(const polygon_index& index, const box& about) {
     const i32 first = index.rows.strip_of(about.y_low), last = index.rows.strip_of(about.y_high);
     if (!about.is_finite || last - first >= most_rows_of_a_group) return answers_differ;
@@ -341,14 +342,14 @@ void mark_points_one_by_one(const polygon_index& index, const f64* x, const f64*
                             std::uint8_t* flags) {
     const raster_axis rows = index.rows;
     const i32 columns = index.most_columns;
-    const i32 nowhere = columns * rows.strips;
+    const i32 outside_all = columns * rows.strips;
     i32 cell[most_points_at_once];
     for (i32 i = 0; i < count; ++i) {
-        // No crossing lies to the right of an infinite x, and none at an infinite y; nor with a NaN.
-        const bool somewhere = (x[i] < infinity) & (y[i] < infinity);
+        // Nothing crosses to the right of an infinite x or at an infinite y, or with a NaN.
+        const bool is_in_a_cell = (x[i] < infinity) & (y[i] < infinity);
         const i32 row = rows.strip_of(y[i]);
         const i32 found = row * columns + index.columns[row].strip_of(x[i]);
-        cell[i] = somewhere ? found : nowhere;
+        cell[i] = is_in_a_cell ? found : outside_all;
     }
     i32 open[most_points_at_once];
     i32 undecided = 0;
@@ -363,7 +364,7 @@ void mark_points_one_by_one(const polygon_index& index, const f64* x, const f64*
         bool odd = false;
         for (i32 member = index.first[cell[i]]; member < index.first[cell[i] + 1]; ++member) {
             const directed_edge& edge = index.listed[index.members[member]];
-            // Both asked at once: which holds cannot be foreseen, and no listed edge is flat.
+            // Both are computed, to avoid an unpredictable branch; no listed edge is horizontal.
             const bool straddling = straddles(edge, y[i]);
             const bool to_the_right = crosses_right_of(edge, x[i], y[i]);
             odd ^= straddling & to_the_right;
@@ -377,14 +378,14 @@ void mark_points_one_by_one(const polygon_index& index, const f64* x, const f64*
 void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
                             i64 behind, std::uint8_t* flags) {
     constexpr i64 fetched_ahead = 512; // 4 kB, a page
-    // Points in no order have boxes that say nothing; no more are asked then.
+    // Points in no order: groups straddle the boundary, so after two each point is tested alone.
     i32 patience = 2;
     i32 from = 0;
     for (; patience > 0 && from + group_size <= count; from += group_size) {
         const i64 ahead = std::min(fetched_ahead, count + behind - from - group_size);
         prefetch_range(x + from + ahead, group_size);
         prefetch_range(y + from + ahead, group_size);
-        const std::uint8_t answer = answer_for(index, box_about(x + from, y + from));
+        const std::uint8_t answer = answer_for(index, bounding_box(x + from, y + from));
         if (answer == answers_differ) {
             mark_points_one_by_one(index, x + from, y + from, group_size, flags + from);
             --patience;

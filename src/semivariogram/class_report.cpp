@@ -28,16 +28,16 @@ line class_line(i64 k, const array_view<f64>& result) {
 } // namespace
 
 void write_class_report(i32 classes, const array_view<f64>& result, f64 seconds) {
-    const i32 unit = files::io_tmp_file("gslib_gamv_out.txt");
+    const i32 unit = io_tmp_file("gslib_gamv_out.txt");
     if (has_failed()) return;
     line elapsed;
     elapsed.append("Elapse time: ");
     elapsed.append_number(seconds);
-    files::write_line(unit, elapsed.view());
-    files::write_line(unit, "direction 1");
-    for (i64 k = 1; k <= classes; ++k) files::write_line(unit, class_line(k, result).view());
-    files::write_line(unit, " gamv version: 3.001 finished");
-    files::close_unit(unit);
+    write_line(unit, elapsed.view());
+    write_line(unit, "direction 1");
+    for (i64 k = 1; k <= classes; ++k) write_line(unit, class_line(k, result).view());
+    write_line(unit, " gamv version: 3.001 finished");
+    close_unit(unit);
 }
 
 } // namespace qmx

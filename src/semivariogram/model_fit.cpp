@@ -4,7 +4,7 @@
 #include "base/work_array.hpp"
 #include "events/event.hpp"
 #include "numeric/bounded/bounded_fit.hpp"
-#include "numeric/errors/error_stack.hpp"
+#include "toolkit/outcome.hpp"
 #include "toolkit/polynomial_curve.hpp"
 
 #include <algorithm>
@@ -77,11 +77,6 @@ void call_bounded_fit(numeric::residual_routine<f32> residuals, i32 count,
                    nullptr, &norm, &stop);
 }
 
-bool fit_ran_out_of_memory() {
-    return numeric::N1RTY(1) == numeric::type_terminal &&
-           numeric::N1RCD(1) == numeric::bounded_fit_storage_code;
-}
-
 // Writes the curve to s_ycurve. A failure of polycurvfit shows in the event state.
 i32 fit_polynomial(const routine_text& self, const array_view<const f32>& distances,
                    const array_view<const f32>& semivariances) {
@@ -100,11 +95,6 @@ i32 fit_polynomial(const routine_text& self, const array_view<const f32>& distan
     return status_success;
 }
 
-i32 fail(const routine_text& self, std::string_view description) {
-    fail_here(self, description);
-    return pass_up(self); // the name stands twice in the path
-}
-
 // Maps the values onto the unit interval.
 void scale_to_unit(f32* values) {
     const array_view<const f32> all(values, model_curve_points);
@@ -119,27 +109,30 @@ i32 modelfit_all(const i32& idx_model, const i32& i_npoints, const array_view<co
                  const array_view<const f32>& s_ydata, f32* s_coef, const array_view<f32>& s_xcurve,
                  const array_view<f32>& s_ycurve_out) {
     static constexpr routine_text self("modelfit_all");
+    static constexpr std::string_view no_exponential =
+        "error calling imsl BCNLS with the exponential function";
     numeric::ERSET(0, 0, 0);
-    if (i_npoints > most_lag_classes) return fail(self, "i_npoints exceeds the maximum 100");
+    if (i_npoints > most_lag_classes)
+        return fail_in_call(self, "i_npoints exceeds the maximum 100");
 
     switch (idx_model) {
     case exponential_model:
         call_bounded_fit(exponential_residuals, i_npoints, s_xdata, s_ydata);
-        if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
-        // The model divides by the range.
-        if (numeric::IERCD() != 0 || s_x[0] == 0.0F)
-            return fail(self, "error calling imsl BCNLS with the exponential function");
+        if (outcome_of(self, no_exponential, numeric::bounded_fit_storage_code) != status_success)
+            return status_failure;
+        // A range of 0 is no model: distances are divided by it.
+        if (s_x[0] == 0.0F) return fail_in_call(self, no_exponential);
         break;
     case power_model:
         call_bounded_fit(power_residuals, i_npoints, s_xdata, s_ydata);
-        if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
-        if (numeric::IERCD() != 0)
-            return fail(self, "error calling imsl BCNLS with the power function");
+        if (outcome_of(self, "error calling imsl BCNLS with the power function",
+                       numeric::bounded_fit_storage_code) != status_success)
+            return status_failure;
         break;
     case polynomial_model:
         if (fit_polynomial(self, s_xdata, s_ydata) != status_success) return status_failure;
         break;
-    default: return fail(self, "idx_model is not defined correctly");
+    default: return fail_in_call(self, "idx_model is not defined correctly");
     }
 
     const f32 s_xmax = greatest_of(s_xdata), s_xmin = least_of(s_xdata);

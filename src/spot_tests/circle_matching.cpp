@@ -20,44 +20,45 @@ struct circle {
     i32 test; // from 0
 };
 
-// The plane is cut into square cells, and the cells are folded onto a ring of buckets: one step to the
-// right is one bucket on, one step up is a long stride on. A bucket lists the circles that reach into
-// one of its cells. A point is tested, by the very predicate, against the circles of its bucket.
+// The plane is divided into square cells, and the cells are folded onto a ring of buckets: one
+// column to the right is the next bucket, one row up is a long stride further. A bucket lists the
+// circles that reach into one of its cells. A point is tested, by the predicate itself, against
+// those circles.
 //
 // Why no match is missed. Let s = fl(r * r) be finite.
-//   - The predicate holds only if fl(dx * dx) <= s, and then |dx| is at most |r|, but for the
-//     roundings of the difference and the two squares: reach allows for them, and for squares that
+//   - The predicate holds only if fl(dx * dx) <= s, so |dx| is at most |r| up to the rounding of
+//     the difference and of the two squares. reach includes these roundings and squares that
 //     underflow. So the point's x lies within reach of the circle's x, and likewise y.
-//   - strip_of never falls as the coordinate grows, each of its steps being monotone. The strip of
-//     a point in reach thus lies between those of the two ends of the reach, whatever the size of
-//     the coordinates; folding maps equal strips to equal buckets.
-// If s is infinite any finite point may match: there is a single bucket. If s is NaN none does.
+//   - strip_of is monotone, since each of its steps is. The strip of a point in reach thus lies
+//     between those of the two ends of the reach, for coordinates of any size; equal strips fold to
+//     equal buckets.
+// If s is infinite any finite point may match: there is a single bucket. If s is NaN none matches.
 //
-// Why none is found twice. A cell is at least as wide as a circle, and short of the outermost strips
-// much wider than the spacing of numbers, so that a circle reaches into three strips at most in each
-// direction; the stride keeps the nine buckets apart on any ring of least_buckets or more.
+// Why none is found twice. A cell is at least as wide as a circle and, short of the outermost
+// strips, much wider than the spacing of f64, so a circle reaches into at most three strips in each
+// direction; the stride keeps the nine buckets distinct on any ring of least_buckets or more.
 //
-// Folding, rather than a raster over the extent of the tests, keeps the buckets few and full
-// whatever the extent: one test at a mistyped place does no harm. The ring serves a long narrow
-// strip, of whatever direction, as well as a square.
+// Folding, rather than a raster over the extent of the tests, keeps the number of buckets small for
+// any extent: one test with a mistyped position does no harm, and a long narrow strip in any
+// direction is served as well as a square.
 struct folded_grid {
     f64 radius_squared;
     f64 strips_per_length;
-    // The outermost strips. As variables: constants would be drawn into branches.
+    // The outermost strips. Variables, since the compiler turns constants into branches.
     f64 lowest_strip = -1073741824.0, highest_strip = 1073741824.0;
-    u32 mask;                   // number of buckets, a power of two, less 1
-    u32 stride;                 // buckets from one row to the next
-    work_array<u8> occupied{0}; // per bucket, 1 if it has members: small enough for the cache
-    work_array<i64> first{0};   // members of bucket b: first[b] to first[b + 1]
-    work_array<circle> members{0};
+    u32 mask;                // number of buckets, a power of two, less 1
+    u32 stride;              // buckets from one row to the next
+    work_array<u8> occupied; // per bucket, 1 if it has members; fits into the cache
+    work_array<i64> first;   // members of bucket b: first[b] to first[b + 1]
+    work_array<circle> members;
 
     i32 strip_of(f64 coordinate) const { // a NaN is in the lowest
         const f64 strip = coordinate * strips_per_length;
         return static_cast<i32>(std::min(highest_strip, std::max(lowest_strip, strip)));
     }
     u32 bucket_of(f64 x, f64 y) const { return folded(strip_of(x), strip_of(y)); }
-    // visit(bucket) for each bucket that the circle reaches into, each once. No point lies within
-    // reach of a place that is not finite.
+    // visit(bucket) once for each bucket that the circle reaches into: none for a centre that is
+    // not finite.
     template <class Visit> void for_each_bucket(f64 x, f64 y, f64 reach, Visit visit) const {
         if (!std::isfinite(x) || !std::isfinite(y)) return;
         const strips columns = strips_within(x, reach), rows = strips_within(y, reach);
@@ -75,7 +76,7 @@ private:
     }
     strips strips_within(f64 coordinate, f64 reach) const {
         constexpr f64 infinity = std::numeric_limits<f64>::infinity();
-        // One step outward makes up for the rounding of the sum.
+        // One step outward covers the rounding of the sum.
         const f64 low = std::nextafter(coordinate - reach, -infinity);
         const f64 high = std::nextafter(coordinate + reach, infinity);
         return {strip_of(low), strip_of(high)};
@@ -86,8 +87,8 @@ constexpr i64 buckets_per_test = 32;
 constexpr i64 least_buckets = 256;
 constexpr i64 most_buckets = i64{1} << 20;
 
-// The golden section of the ring, whose multiples stay far from each other; odd, so that they meet
-// every bucket.
+// The golden section of the ring: its multiples stay far apart. Odd, so that they reach every
+// bucket.
 u32 stride_of_rows(i64 buckets) {
     return static_cast<u32>(0.6180339887498949 * static_cast<f64>(buckets)) | 1U;
 }
@@ -96,8 +97,8 @@ f64 magnitude_of(const t_icdata& test) {
     return std::max(std::abs(test.d_x), std::abs(test.d_y));
 }
 
-// The cells are as wide as a circle, unless their numbers would then become too large for 32 bits
-// at the distance from the origin at which most tests lie.
+// Cells are as wide as a circle, or wider where the strip numbers at the median distance of the
+// tests from the origin would not fit 32 bits.
 bool choose_cells(const array_view<const t_icdata>& tests, f64 reach, f64& strips_per_length) {
     work_array<f64> magnitudes(tests.extent);
     if (!magnitudes) return false;
@@ -123,8 +124,8 @@ bool build_grid(const circle_matching& matching, i64 first_test, i64 last_test, 
     grid.radius_squared = matching.radius * matching.radius;
     const bool matches_far = std::isinf(grid.radius_squared);
     const bool matches_nothing = std::isnan(grid.radius_squared);
-    // In units of the last place of 1, more than twice what the roundings can add up to; and more
-    // than the root of the smallest f64.
+    // 8 machine epsilons are more than twice the accumulated rounding; 1e-160 is above the square
+    // root of the smallest f64.
     const f64 reach = std::abs(matching.radius) * (1.0 + 8 * 0x1p-52) + 1e-160;
     i64 buckets = 1;
     grid.strips_per_length = 0.0;
@@ -199,13 +200,13 @@ void walk(const folded_grid& grid, const array_view<const t_icdata>& points, Hit
     }
 }
 
-// As many matches as are kept at a time.
+// The number of matches kept at a time.
 i64 capacity_for(const circle_matching& matching) {
     constexpr i64 few = 1 << 16;
     return std::max(matching.points.extent, few);
 }
 
-// Makes room for the matches of tests first to last - 1; each then has its start.
+// Allocates the table for tests first to last - 1 and sets their starts.
 bool prepare_table(const array_view<const i32>& counts, i64 first, i64 last, match_table& table) {
     table.start = work_array<i64>(last - first + 1);
     if (!table.start) return false;
@@ -222,7 +223,7 @@ bool prepare_table(const array_view<const i32>& counts, i64 first, i64 last, mat
     return true;
 }
 
-// Writes positions behind each other, test by test.
+// Appends positions to the list of each test.
 class table_writer {
 public:
     explicit table_writer(const match_table& table)
@@ -251,7 +252,7 @@ bool count_matches(const circle_matching& matching, const array_view<i32>& count
     folded_grid grid;
     if (!build_grid(matching, 0, matching.tests.extent, grid)) return false;
     const i64 capacity = capacity_for(matching);
-    const work_array<match> matches(capacity); // memory that is not reached is not taken
+    const work_array<match> matches(capacity); // untouched pages take no memory
     if (!matches) return false;
     i64 total = 0;
     walk(grid, matching.points, [&](i32 test, i32 position) {

@@ -1,4 +1,5 @@
-// Finds the points around each of many spot tests without asking every point about every test.
+// Finds the points around each of many spot tests without testing every point against every test.
+// For point_stats.
 #pragma once
 
 #include "base/work_array.hpp"
@@ -6,8 +7,8 @@
 
 namespace qmx {
 
-// What is to be matched. A point matches a test when CIRCLE_CONTAINS_POINT_2D says that it lies
-// within the radius of the test, and the test's pass is negative or equal to the point's.
+// The input. A point matches a test if it lies within the radius by CIRCLE_CONTAINS_POINT_2D and
+// the test's pass is negative or equal to the point's.
 struct circle_matching {
     array_view<const t_icdata> points;
     array_view<const t_icdata> tests;
@@ -18,8 +19,8 @@ struct circle_matching {
 struct match_table {
     i64 first = 0;
     i64 last = 0;
-    work_array<i64> start{0};     // where the positions of test first + k begin
-    work_array<i32> positions{0}; // of points, from 0, ascending within each test
+    work_array<i64> start;     // where the positions of test first + k begin
+    work_array<i32> positions; // of points, from 0, ascending within each test
 
     // test from 0, one that the table holds
     array_view<const i32> of(i64 test) const {
@@ -28,19 +29,18 @@ struct match_table {
     }
 };
 
-// Counts the matches of all tests, in one walk over the points. table receives the matches of all
-// tests if they are no more than the points (or few), which is the ordinary case; else it is left
-// empty. Returns false when memory ran out.
+// Counts the matches of each test, in one pass over the points. If all matches together are no more
+// than the points (or few), the ordinary case, table receives them; else it is left empty. Returns
+// false when memory ran out.
 //
-// Working storage grows with points and tests only. Exactly the matches of the plain double loop
-// are found, for every input: see the source.
+// Working storage is linear in points and tests. Finds exactly the matches of the plain double
+// loop, for every input; circle_matching.cpp says why.
 bool count_matches(const circle_matching& matching, const array_view<i32>& counts,
                    match_table& table);
 
-// Replaces the table by the matches of the tests that follow it: as many tests as have together no
-// more matches than there are points, but at least one. counts as found by count_matches. All tests
-// taken together this walks over the points at most once more, and once for every so many matches
-// as there are points. Returns false when memory ran out.
+// Replaces the table by the matches of the next tests: as many tests as together have no more
+// matches than there are points, but at least one. counts come from count_matches. Each call passes
+// over the points once. Returns false when memory ran out.
 bool gather_next_matches(const circle_matching& matching, const array_view<const i32>& counts,
                          match_table& table);
 

@@ -2,7 +2,6 @@
 
 #include "base/work_array.hpp"
 #include "events/event.hpp"
-#include "geometry/plan_geometry.hpp"
 #include "measure_statistics/statistics.hpp"
 #include "spot_tests/circle_matching.hpp"
 #include "toolkit/regression.hpp"
@@ -21,11 +20,11 @@ constexpr std::string_view too_few_tests =
 constexpr std::string_view too_few_valid_tests =
     "valid point tests data is < 3, not sufficient for regression ";
 
-// Never zeroed again: what a statistics call does not write (the classes of constant data beyond
-// the first, the percentages read back) is still that of the spot test before.
+// Never cleared: what a statistics call does not write (classes 2 to 21 of constant data, the
+// values at the percent levels) keeps the value of the spot test before, which hosts know.
 t_statsout spot_statistics;
 
-// The regression's results for the last call.
+// The results of the last regression.
 f64 analysis_of_variance[15];
 f64 coefficients[2 * 5];
 f64 covariances[2 * 2];
@@ -44,7 +43,7 @@ void reset(const array_view<t_statsout>& stats, f32* regress, const array_view<f
     for (i64 k = 1; k <= predict.extent; ++k) predict(k) = 0.0;
 }
 
-// The statistics of the matched values of each spot test that has any.
+// Statistics of the matched values, for each spot test that has any.
 i32 compute_statistics(const circle_matching& matching, match_table& matches,
                        const work_array<i32>& counts, const array_view<t_statsout>& stats,
                        i32& valid, const array_view<i32>& valid_list) {
@@ -67,7 +66,7 @@ i32 compute_statistics(const circle_matching& matching, match_table& matches,
     return status_success;
 }
 
-// The line through the pairs of spot value and mean of the IC values, and what it predicts.
+// The regression line through the pairs of spot value and IC mean, and its predictions.
 i32 fit_line(const array_view<const t_icdata>& tests, const array_view<t_statsout>& stats,
              i32 valid, const array_view<i32>& valid_list, f32* regress,
              const array_view<f64>& predict) {
@@ -103,7 +102,6 @@ i32 qmx_point_stats_drv(const i32& i_numicdata, const i32& i_numtests,
                         const array_view<const t_icdata>& t_tests, const f64& d_radius,
                         const array_view<t_statsout>& t_stats, f32* x_regress, i32* i_numvalid,
                         const array_view<i32>& i_validlist, const array_view<f64>& d_predict) {
-    geometry_messages = false;
     reset(t_stats, x_regress, d_predict);
 
     const circle_matching matching{{t_icd.base, i_numicdata, t_icd.stride},
@@ -114,7 +112,7 @@ i32 qmx_point_stats_drv(const i32& i_numicdata, const i32& i_numtests,
     match_table matches;
     if (!counts || !count_matches(matching, counts.view(), matches))
         return fail_out_of_memory(self);
-    // Matching raises no event; one that stood before the call ends the work after the first test.
+    // Matching raises no event; one that stood before the call ends it here.
     if (tests > 0 && has_failed()) return pass_up(self);
     for (i64 k = 1; k <= tests; ++k) t_stats(k).i_numdata = counts[k - 1];
 

@@ -1,4 +1,6 @@
-// Driver of IC_PointsData_stats.
+// Spot tests and the IC data around them: statistics of the IC values near each test, and the
+// regression of the IC means on the spot values. The driver of IC_PointsData_stats; circle_matching
+// finds the points, measure_statistics and toolkit compute.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -6,16 +8,14 @@
 
 namespace qmx {
 
-// Relates spot tests to the IC data around them.
-//
 // in   i_numicdata   IC data in t_icd; i_numtests spot tests in t_tests, t_stats, i_validlist and
 //                    d_predict
 //      t_tests       i_passno negative: matched with the IC data of all passes, else of that pass
-//      d_radius      of the circle around a spot test, rim included; its sign has no effect
-// out  t_stats       one record for each spot test: the statistics of its IC values. i_numdata is 0
-//                    for a test without IC data, whose other fields are as reset. Of a test with
-//                    IC data the whole record is that of the statistics call, so that its fields for
-//                    the host's target and percent levels read 0
+//      d_radius      of the circle around a spot test; its sign has no effect
+// out  t_stats       one record for each spot test: the statistics of its IC values. For a test
+//                    without IC data i_numdata, x_stat, i_numbins, x_bin and x_freq are 0 and the
+//                    rest is left alone. For a test with IC data the whole record is overwritten,
+//                    target and percent levels with 0
 //      x_regress     [3] intercept, slope and R-squared in percent of the line
 //                    IC mean = intercept + slope * d_val of the spot test
 //      i_numvalid    number of spot tests with IC data
@@ -25,8 +25,8 @@ namespace qmx {
 // Returns 1, or 3 with an event:
 //   "point tests data is < 3, not sufficient for regression "        fewer than 3 spot tests
 //   "valid point tests data is < 3, not sufficient for regression "  fewer than 3 with IC data
-// after both of which (the path starts anew) statistics, i_numvalid and i_validlist are complete,
-// x_regress and d_predict 0; or as the statistics, the regression or memory failed.
+// (after both, statistics, i_numvalid and i_validlist are complete, x_regress and d_predict are 0),
+// or the event of the statistics, the regression or an allocation that failed.
 i32 qmx_point_stats_drv(const i32& i_numicdata, const i32& i_numtests,
                         const array_view<const t_icdata>& t_icd,
                         const array_view<const t_icdata>& t_tests, const f64& d_radius,

@@ -4,8 +4,8 @@
 #include "events/event.hpp"
 #include "numeric/arithmetic/contiguous.hpp"
 #include "numeric/distributions/tabulated_quantile.hpp"
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/cross_correlation.hpp"
+#include "toolkit/outcome.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -18,15 +18,6 @@ bool is_zero(const array_view<const f32>& x) {
     for (i64 i = 1; i <= x.extent; ++i)
         if (std::abs(x(i)) > least) return false;
     return true;
-}
-
-bool ran_out_of_memory(i32 storage_code) {
-    return numeric::N1RTY(1) == numeric::type_terminal && numeric::N1RCD(1) == storage_code;
-}
-
-i32 fail_in_numeric_call(const routine_text& self, std::string_view message) {
-    fail_here(self, message);
-    return pass_up(self);
 }
 
 } // namespace
@@ -62,8 +53,7 @@ i32 imsl_ccf(const array_view<const f32>& x_xval, const array_view<const f32>& x
     if (i_lag != nullptr)
         *i_lag = was_refused ? 0 : static_cast<i32>(largest - correlation.begin()) - i_maxlag;
     if (x_at_lag_0 != nullptr) *x_at_lag_0 = correlation[i_maxlag];
-    if (numeric::IERCD() == 0) return status_success;
-    return fail_in_numeric_call(self, "error calling imsl drcurv");
+    return outcome_of(self, "error calling imsl drcurv");
 }
 
 i32 imsl_GCIN(const array_view<const f32>& x_probability, const array_view<const f32>& x_abscissa,
@@ -73,7 +63,7 @@ i32 imsl_GCIN(const array_view<const f32>& x_probability, const array_view<const
     constexpr i32 curve_through_probabilities = 3;
     numeric::ERSET(0, 0, 0);
     for (i64 i = 1; i <= x_quantile.extent; ++i) x_quantile(i) = 0.0F;
-    if (x_abscissa.extent != x_ordinate.extent) return fail_in_numeric_call(self, message);
+    if (x_abscissa.extent != x_ordinate.extent) return fail_in_call(self, message);
     const numeric::contiguous_elements abscissas(x_abscissa), ordinates(x_ordinate);
     if (!abscissas || !ordinates) return fail_out_of_memory(self);
 
@@ -84,7 +74,7 @@ i32 imsl_GCIN(const array_view<const f32>& x_probability, const array_view<const
                           static_cast<i32>(x_abscissa.extent), curve_through_probabilities);
         if (ran_out_of_memory(numeric::tabulated_quantile_storage_code))
             return fail_out_of_memory(self);
-        if (numeric::N1RTY(1) != numeric::type_none) return fail_in_numeric_call(self, message);
+        if (numeric::N1RTY(1) != numeric::type_none) return fail_in_call(self, message);
         x_quantile(i) = quantile;
     }
     return status_success;

@@ -8,9 +8,8 @@ namespace qmx {
 
 namespace {
 
-// The ordinate at xq, which lies within the table or is a NaN-free abscissa at its ends. Among the
-// points within the tolerance the later one of a neighbouring pair wins, so that a repeated abscissa
-// never divides by a zero step.
+// The ordinate at xq, which lies within the table. Of two neighbouring points within the tolerance
+// the later one wins, so that a repeated abscissa never divides by a zero step.
 template <class Real>
 Real ordinate_within(const array_view<const Real>& y, const array_view<const Real>& x, Real xq) {
     constexpr Real tolerance = 100 * std::numeric_limits<Real>::epsilon();

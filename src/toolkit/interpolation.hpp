@@ -1,4 +1,5 @@
-// Linear interpolation in a table of ascending abscissas.
+// Linear interpolation in a table of ascending abscissas. The statistics read percent levels and
+// targets with it.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -14,8 +15,8 @@ namespace qmx {
 //
 // A query within 100 machine epsilons of a table point takes that point's ordinate. Returns 1, or 3
 // with an event, yq then being zeros: "x_y size is not correct", "x_x size is not correct"
-// (d_y and d_x in the f64 member), for a table of fewer than two points. Such an event starts the
-// routine path anew.
+// (d_y and d_x in the f64 version), for a table of fewer than two points; its path begins with this
+// routine.
 i32 linr_intpol(const array_view<const f64>& d_y, const array_view<const f64>& d_x,
                 const array_view<const f64>& d_xq, const array_view<f64>& d_yq,
                 const i32* i_outside = nullptr);

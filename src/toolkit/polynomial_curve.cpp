@@ -1,8 +1,8 @@
 #include "toolkit/polynomial_curve.hpp"
 
 #include "events/event.hpp"
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/polynomial_fit.hpp"
+#include "toolkit/outcome.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -17,7 +17,7 @@ constexpr i32 code_fit = 102;
 
 static_assert(fit_statistics == numeric::fit_statistics);
 
-// The path goes on from what it was, instead of starting at this routine.
+// Appends this routine to the path that stood before, instead of starting a new one.
 i32 fail_keeping_path(std::string_view description, i32 code) {
     current_event.c_description.assign(description);
     current_event.i_errcode = code;
@@ -30,12 +30,7 @@ i32 chosen_degree(i64 points) {
     return points <= 10 ? static_cast<i32>(std::max<i64>(points - 2, 1)) : 8;
 }
 
-bool fit_ran_out_of_memory() {
-    return numeric::N1RTY(1) == numeric::type_terminal &&
-           numeric::N1RCD(1) == numeric::curve_storage_code;
-}
-
-// Without any point the range is the empty one.
+// Without any point the range is empty.
 template <class Real> numeric::value_extent range_of(const array_view<const Real>& x) {
     constexpr f64 huge = std::numeric_limits<f64>::max();
     if (x.extent == 0) return {huge, -huge};
@@ -70,20 +65,16 @@ i32 fit_any(const array_view<const Real>& x, const array_view<const Real>& y, co
     if (i_degree == nullptr && x.extent == 1)
         return fail_keeping_path("cannot do curve with one point", code_check);
     fitted.degree = i_degree != nullptr ? *i_degree : chosen_degree(x.extent);
-    // Such a fit would be thrown away, whatever came of it.
+    // Refused before the fit, which might need too much memory.
     if (fitted.degree > highest_degree)
         return fail_keeping_path("degrees of polynomial exceeds 9", code_fit);
 
     numeric::DRCURV(x, y, view_of(fitted.coefficient, i64{fitted.degree} + 1), {},
                     view_of(fitted.statistics, fit_statistics), x_extent);
-    if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
+    if (ran_out_of_memory(numeric::curve_storage_code)) return fail_out_of_memory(self);
     fitted.is_written = true;
     if (fitted.statistics[9] > 0.0) return fail_keeping_path("x or y data contains NaN", code_fit);
-    if (numeric::IERCD() != 0) {
-        fail_here(self, "error calling imsl drcurv");
-        return pass_up(self);
-    }
-    return status_success;
+    return outcome_of(self, "error calling imsl drcurv");
 }
 
 template <class Real>

@@ -1,4 +1,5 @@
-// Polynomial curves through data: the fit, and its evaluation along a grid.
+// Polynomial curves through data: the fit, and its evaluation on a grid. For call_polycurvefit, the
+// compaction curve and the polynomial model of a semivariogram.
 #pragma once
 
 #include "base/array_view.hpp"
@@ -12,11 +13,10 @@ struct fitted_polynomial {
     i32 degree = 0;                           // negative: no term at all
     f64 coefficient[highest_degree + 1] = {}; // constant term first
     f64 statistics[fit_statistics] = {};      // STAT of DRCURV
-    bool is_written =
-        false; // a fit was made, whatever became of it: the two arrays hold its outcome
+    bool is_written = false; // a fit was attempted: the two arrays hold its results
 };
 
-// Fits a polynomial of the given degree; without one, of a degree chosen by the number of points:
+// Fits a polynomial of the given degree, or without one of a degree chosen by the number of points:
 // n - 2 but at least 1 for up to ten points, 8 for more. Too few points for any fit, or a negative
 // degree, are no failure: the coefficients are then 0.
 //
@@ -34,12 +34,12 @@ i32 fit_polynomial(const array_view<const f64>& x, const array_view<const f64>& 
                    const i32* i_degree, fitted_polynomial& fitted);
 
 // Ordinates of the polynomial, the powers by std::pow, summed from the constant term up; raised to
-// the lower bound, then lowered to the upper one, where there is one. A NaN stays a NaN.
+// the lower bound, then lowered to the upper one; a null pointer is no bound. A NaN stays a NaN.
 void evaluate_polynomial(const fitted_polynomial& fitted, const array_view<const f64>& x,
                          const array_view<f64>& y, const f64* lower, const f64* upper);
 
 // Fits a polynomial to n points and evaluates it at m evenly spaced abscissas from the smallest of
-// the data to the largest; m is the extent of x_xcurve, and one point alone has no spacing: NaN.
+// the data to the largest; m is the extent of x_xcurve. With m = 1 there is no spacing: NaN.
 //
 //   x_ylower, x_yupper  clamps of the ordinates; may be null
 //   i_degree            degree; null lets the routine choose

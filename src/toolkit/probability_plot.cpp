@@ -47,7 +47,7 @@ constexpr std::string_view explanation[] = {
     "                  i.e. more variance than expected. ",
 };
 
-// Of the lower half of the order statistics, i from 1 to (n + 1) / 2; the upper half mirrors it.
+// For the lower half of the order statistics, i from 1 to (n + 1) / 2; the upper half mirrors it.
 f64 lower_uniform_median(i64 i, i64 n) {
     if (2 * i == n + 1) return 0.5;
     if (i == 1) return -std::expm1(-std::numbers::ln2 / static_cast<f64>(n)); // 1 - 0.5^(1/n)
@@ -70,11 +70,11 @@ void write_row(i32 unit, i64 number, i32 position, f32 value, const order_median
     const int length =
         std::snprintf(row, sizeof row, "%5lld%8d%#12.6g%9.6f%9.5f", static_cast<long long>(number),
                       position, f64{value}, medians.uniform, medians.normal);
-    files::write_line(unit, {row, static_cast<std::size_t>(length)});
+    write_line(unit, {row, static_cast<std::size_t>(length)});
 }
 
 void write_to_unit(void* unit, std::string_view line) {
-    files::write_line(*static_cast<const i32*>(unit), line);
+    write_line(*static_cast<const i32*>(unit), line);
 }
 
 } // namespace
@@ -95,7 +95,7 @@ i32 norm_prob(const array_view<const f32>& x_data, const i32& i_unit) {
                    view_of(permutation.data(), count)) != status_success)
         return pass_up(self);
 
-    files::write_line(i_unit, "  No. org_idx  Sort_Data   UOSM      NOSM");
+    write_line(i_unit, "  No. org_idx  Sort_Data   UOSM      NOSM");
     for (i64 i = 1; i <= count; ++i) {
         const order_medians both = medians_of(i, count);
         medians[i - 1] = static_cast<f32>(both.normal);
@@ -106,7 +106,7 @@ i32 norm_prob(const array_view<const f32>& x_data, const i32& i_unit) {
     numeric::SCTP(static_cast<i32>(count), medians.data(), sorted.data(), "Normal Probability Plot",
                   "Normal Order Stat Medians", "Ordered Responses", {write_to_unit, &unit});
     if (numeric::N1RTY(1) != numeric::type_none) return fail_here(self, "IMSL SCTP Error");
-    for (const std::string_view line : explanation) files::write_line(i_unit, line);
+    for (const std::string_view line : explanation) write_line(i_unit, line);
     return status_success;
 }
 

@@ -2,25 +2,18 @@
 
 #include "base/work_array.hpp"
 #include "events/event.hpp"
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/regression/simple_regression.hpp"
+#include "toolkit/outcome.hpp"
 
 namespace qmx {
 
 namespace {
 
-// What the numerical routine has to say, as an event of the wrapper's. An error adds the name to a
-// path that begins with it already, which hosts know.
-i32 outcome_for(const routine_text& self) {
-    using namespace numeric;
-    if (N1RTY(1) == type_terminal && N1RCD(1) == simple_regression_storage_code)
-        return fail_out_of_memory(self);
-    if (IERCD() == 0) return status_success;
-    fail_here(self, "error calling imsl drcurv");
-    return pass_up(self);
+i32 outcome_of_regression(const routine_text& self) {
+    return outcome_of(self, "error calling imsl drcurv", numeric::simple_regression_storage_code);
 }
 
-// Copies the part that both have.
+// Copies the rows and columns that both have.
 template <class From, class To>
 void copy_matrix(const matrix_view<From>& from, const matrix_view<To>& to) {
     const i64 rows = std::min(from.rows, to.rows), columns = std::min(from.columns, to.columns);
@@ -43,7 +36,7 @@ i32 linr_regrs(const i32& NOBS, const i32& NCOL, const f64* X, const i32& LDX, c
     numeric::ERSET(0, 0, 0);
     numeric::DRONE(NOBS, NCOL, X, LDX, INTCEP, IRSP, IND, IFRQ, IWT, IPRED, CONPCM, CONPCP, IPRINT,
                    AOV, COEF, LDCOEF, COVB, LDCOVB, TESTLF, CASE, LDCASE, NRMISS);
-    return outcome_for(self);
+    return outcome_of_regression(self);
 }
 
 i32 linr_regrs_simp(const matrix_view<const f64>& d_x, const i32& INTCEP, const i32& IRSP,
@@ -60,14 +53,14 @@ i32 linr_regrs_simp(const matrix_view<const f64>& d_x, const i32& INTCEP, const 
     const auto contiguous_x = column_major(x.data(), d_x.rows, d_x.columns);
     const auto contiguous_case = column_major(cases.data(), d_x.rows, case_table_columns);
     copy_matrix(d_x, contiguous_x);
-    copy_matrix(d_case, contiguous_case); // what is not computed keeps its values
+    copy_matrix(d_case, contiguous_case); // elements that are not computed keep their values
     f64 COVB[4], TESTLF[10];
 
     numeric::ERSET(0, 0, 0);
     numeric::DRONE(rows, columns, x.data(), rows, INTCEP, IRSP, IND, none, none, none, confidence,
                    confidence, none, AOV, COEF, coefficients, COVB, coefficients, TESTLF,
                    cases.data(), rows, NRMISS);
-    const i32 status = outcome_for(self);
+    const i32 status = outcome_of_regression(self);
     copy_matrix(contiguous_case, d_case);
     return status;
 }

@@ -1,4 +1,4 @@
-// Straight-line regression with its errors turned into events.
+// Simple linear regression, with numerical errors as events. For the spot tests.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -8,13 +8,14 @@
 
 namespace qmx {
 
-// The simple linear regression of numeric/regression/simple_regression.hpp, silenced; arguments and results
-// are told there. Returns 1, or 3 with an event, code 101:
-//   "error calling imsl drcurv"      (the routine's name stands twice in the path) no valid row, or
-//                                    a negative frequency or weight
+// DRONE, whose arguments and results numeric/regression/simple_regression.hpp describes, without
+// console output. Returns 1, or 3 with an event, code 101:
+//   "error calling imsl drcurv"      no valid row, or a negative frequency or weight; the routine's
+//   name
+//                                    stands twice in the path
 //   "memory could not be allocated"
-// Refused arguments and missing degrees of freedom are not failures; after the former the outputs
-// are unwritten.
+// Refused arguments, which leave the outputs unwritten, and missing degrees of freedom are no
+// failures.
 i32 linr_regrs(const i32& NOBS, const i32& NCOL, const f64* X, const i32& LDX, const i32& INTCEP,
                const i32& IRSP, const i32& IND, const i32& IFRQ, const i32& IWT, const i32& IPRED,
                const f64& CONPCM, const f64& CONPCP, const i32& IPRINT, f64* AOV, f64* COEF,
@@ -39,7 +40,7 @@ template <class T> struct matrix_view {
 inline constexpr i64 case_table_columns = 12;
 
 // linr_regrs without frequencies, weights and covariances, at 95 percent, on matrices of any
-// stride: contiguous copies are made of both, and that of the case table is copied back.
+// stride. Works on contiguous copies; that of the case table is copied back.
 //
 //   d_x      data; every row is an observation
 //   d_case   case statistics: as many rows as d_x, 12 columns
@@ -47,7 +48,8 @@ inline constexpr i64 case_table_columns = 12;
 //   COEF     [INTCEP + 1 by 5] coefficients, column-major
 //   NRMISS   rows with a missing value
 //
-// Returns as linr_regrs does. Elements of d_case beyond the rows of d_x or column 12 are left alone.
+// Returns as linr_regrs does. Elements of d_case beyond the rows of d_x or column 12 are left
+// alone.
 i32 linr_regrs_simp(const matrix_view<const f64>& d_x, const i32& INTCEP, const i32& IRSP,
                     const i32& IND, f64* AOV, f64* COEF, const matrix_view<f64>& d_case,
                     i32& NRMISS);

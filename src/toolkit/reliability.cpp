@@ -4,7 +4,7 @@
 #include "events/event.hpp"
 #include "numeric/bounded/bounded_fit.hpp"
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/errors/error_stack.hpp"
+#include "toolkit/outcome.hpp"
 
 #include <algorithm>
 #include <array>
@@ -17,7 +17,7 @@ namespace {
 constexpr i32 parameter_count = 3;
 using curve_parameters = std::array<f64, parameter_count>; // a, b, c
 
-// The data of the last fit: the solver hands its routines nothing but parameters.
+// The data of the last fit: the solver passes only the parameters to its routines.
 array_view<const f64> maturity, property;
 
 // At maturity 0 the power is infinite and the curve 0.
@@ -25,7 +25,7 @@ struct curve_point {
     f64 ratio, power, decay; // b / x, (b / x)^c, exp(-power)
     curve_point(f64 b, f64 c, f64 x)
         : ratio(b / x), power(std::pow(ratio, c)), decay(std::exp(-power)) {}
-    // power * decay * more: once the decay has underflown, so have its products.
+    // power * decay * more; 0 where decay has underflowed, even if power is infinite.
     f64 damped(f64 more) const { return decay > 0.0 ? power * decay * more : 0.0; }
 };
 
@@ -45,7 +45,7 @@ f64 sum_of_squares(const curve_parameters& p, const work_array<f64>& residuals) 
     return sum;
 }
 
-// b and c from the line of ln(-ln(y / a)) over ln x; false where there is none that falls.
+// b and c from the regression line of ln(-ln(y / a)) over ln x; false unless it falls.
 bool fit_line(f64 a, f64& b, f64& c) {
     f64 count = 0.0, mean_x = 0.0, mean_y = 0.0, squares = 0.0, products = 0.0;
     for (i64 i = 1; i <= maturity.extent; ++i) {
@@ -79,7 +79,7 @@ bool find_start(const curve_parameters& lower, const curve_parameters& upper, f6
     return least < std::numeric_limits<f64>::infinity();
 }
 
-// Whether there are three pairs that can carry the three parameters.
+// Returns false unless three pairs determine the three parameters.
 bool find_bounds(data_bounds& bounds) {
     std::array<f64, parameter_count> distinct{};
     std::size_t found = 0;
@@ -104,10 +104,9 @@ i32 relia_adj(const f64& reliability, const f64& m1, const f64& m2, const f64& c
     const f64 s1 = c1 * m1, s2 = c2 * m2;
     numeric::ERSET(0, 0, 0);
     const f64 z = numeric::DNORIN(reliability / 100.0);
-    if (numeric::IERCD() != 0) {
-        fail_here(self, "error calling imsl ANORIN - check in file 0relia_adj.txt");
-        return pass_up(self);
-    }
+    if (outcome_of(self, "error calling imsl ANORIN - check in file 0relia_adj.txt") !=
+        status_success)
+        return status_failure;
     const f64 A = s1 * s1 + 1.0;
     const f64 w = z * std::sqrt(s2 * s2 + A) / (std::sqrt(A) + std::sqrt(s2 * s2 + 1.0));
     const auto at_least_0 = [](f64 value) { return value < 0.0 ? 0.0 : value; }; // NaN stays
@@ -135,15 +134,13 @@ void camjacob(const i32& M, const i32&, const f64* X, f64* FJAC, const i32& LDFJ
 i32 maturfit(const array_view<const f64>& d_x, const array_view<const f64>& d_y, f64& a, f64& b,
              f64& c) {
     static constexpr routine_text self("maturfit");
-    const auto fail_to_fit = [] {
-        fail_here(self, "error in fitting maturity data - check and throw out outliers");
-        return pass_up(self);
-    };
+    static constexpr std::string_view no_fit =
+        "error in fitting maturity data - check and throw out outliers";
     maturity = d_x;
     property = d_y;
     numeric::ERSET(0, 0, 0);
     data_bounds data;
-    if (d_x.extent != d_y.extent || !find_bounds(data)) return fail_to_fit();
+    if (d_x.extent != d_y.extent || !find_bounds(data)) return fail_in_call(self, no_fit);
     const work_array<f64> residuals(d_x.extent);
     if (!residuals) return fail_out_of_memory(self);
 
@@ -151,17 +148,16 @@ i32 maturfit(const array_view<const f64>& d_x, const array_view<const f64>& d_y,
     curve_parameters lower = {data.largest_property / far, data.least_maturity / far, 0.01};
     curve_parameters upper = {data.largest_property * far, data.largest_maturity * far, 20.0};
     curve_parameters start{}, solution{};
-    if (!find_start(lower, upper, data.largest_property, residuals, start)) return fail_to_fit();
+    if (!find_start(lower, upper, data.largest_property, residuals, start))
+        return fail_in_call(self, no_fit);
     const array_view<const f64> no_limits;
     numeric::DBCLSJ(camfunc, camjacob, static_cast<i32>(d_x.extent), {}, no_limits, no_limits, {},
                     view_of<const f64>(lower.data(), parameter_count),
                     view_of<const f64>(upper.data(), parameter_count),
                     view_of(solution.data(), parameter_count), nullptr, &parameter_count, nullptr,
                     start.data());
-    if (numeric::N1RTY(1) == numeric::type_terminal &&
-        numeric::N1RCD(1) == numeric::bounded_fit_storage_code)
-        return fail_out_of_memory(self);
-    if (numeric::IERCD() != 0) return fail_to_fit();
+    if (outcome_of(self, no_fit, numeric::bounded_fit_storage_code) != status_success)
+        return status_failure;
     a = solution[0];
     b = solution[1];
     c = solution[2];

@@ -1,12 +1,13 @@
-// Adjustment of two means for reliability, and the maturity curve of a material that hardens.
+// Adjustment of two means for a reliability, and the maturity curve of a hardening material. No
+// export calls these.
 #pragma once
 
 #include "base/array_view.hpp"
 
 namespace qmx {
 
-// Moves two means towards each other by what a reliability demands, with coefficients of variation
-// c1 and c2: out1 is m1 raised and out2 m2 lowered (for reliabilities above 50), neither below 0.
+// Moves two means with coefficients of variation c1 and c2 towards each other for a reliability in
+// percent: above 50, out1 is m1 raised and out2 is m2 lowered, neither below 0.
 //
 //   s1 = c1 m1, s2 = c2 m2, z = normal quantile of reliability / 100, A = s1^2 + 1
 //   w = z sqrt(s2^2 + A) / (sqrt(A) + sqrt(s2^2 + 1))
@@ -19,25 +20,25 @@ i32 relia_adj(const f64& reliability, const f64& m1, const f64& m2, const f64& c
               f64& out1, f64& out2);
 
 // Fits y = a exp(-(b / x)^c) to pairs of maturity x and property y, by bounded nonlinear least
-// squares. a is the property at the end, b the maturity at which a / e of it is reached, c the
-// steepness.
+// squares. a is the final property, b the maturity at which a / e is reached, c the steepness.
 //
 //   d_x  maturities, 0 or more; the curve is 0 at 0
 //   d_y  properties, as many; three pairs with y > 0 at different x > 0 or more
 //
-// Start: with h the largest y and a one of 1.01, 1.1, 1.25, 1.5, 2, 3, 5 and 10 times h, ln(-ln(y/a))
-// is a straight line over ln x, which gives b and c by linear regression over 0 < y < a; the start is
-// the one of these curves that misses the y by the least sum of squares. Bounds: a from h / 1000 to
-// 1000 h, b from a thousandth of the least positive x to 1000 times the largest, c from 0.01 to 20.
+// Start: with h the largest y and a one of 1.01, 1.1, 1.25, 1.5, 2, 3, 5 and 10 times h,
+// ln(-ln(y/a)) is a straight line over ln x, which gives b and c by linear regression over 0 < y <
+// a; the start is the one of these curves that misses the y by the least sum of squares. Bounds: a
+// from h / 1000 to 1000 h, b from a thousandth of the least positive x to 1000 times the largest, c
+// from 0.01 to 20.
 //
-// Fails with "error in fitting maturity data - check and throw out outliers", code 101, for data as
-// above that are too few, negative or not finite, and where the fit ends without a solution; a, b and
-// c are then unchanged. "memory could not be allocated" as everywhere. Returns 1 or 3.
+// Fails with "error in fitting maturity data - check and throw out outliers", code 101, for too few
+// pairs, negative maturities, values that are not finite, and where the fit finds no solution; a, b
+// and c are then unchanged. Or with "memory could not be allocated". Returns 1 or 3.
 i32 maturfit(const array_view<const f64>& d_x, const array_view<const f64>& d_y, f64& a, f64& b,
              f64& c);
 
-// Residuals F [M] and their derivatives FJAC [LDFJAC by 3] by columns at X = (a, b, c), for the data
-// of the last fit, which must still stand.
+// Residuals F [M] and their derivatives FJAC [LDFJAC by 3], column-major, at X = (a, b, c), for the
+// data of the last fit, which must still exist.
 void camfunc(const i32& M, const i32& N, const f64* X, f64* F);
 void camjacob(const i32& M, const i32& N, const f64* X, f64* FJAC, const i32& LDFJAC);
 

@@ -1,20 +1,13 @@
 #include "toolkit/sort_wrappers.hpp"
 
 #include "events/event.hpp"
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/packed_array.hpp"
 #include "numeric/sorting/sort_search.hpp"
+#include "toolkit/outcome.hpp"
 
 namespace qmx {
 
 namespace {
-
-// The outcome of the numerical routine just called.
-i32 outcome(const routine_text& self, std::string_view message) {
-    if (numeric::IERCD() == 0) return status_success;
-    fail_here(self, message);
-    return pass_up(self);
-}
 
 template <class Key, class Sort>
 i32 sort(const routine_text& self, std::string_view message, Sort sort_keys,
@@ -30,7 +23,7 @@ i32 sort(const routine_text& self, std::string_view message, Sort sort_keys,
     sort_keys(count, packed_keys.data(), packed_sorted.data(), packed_permutation.data());
     packed_sorted.store_back();
     packed_permutation.store_back();
-    return outcome(self, message);
+    return outcome_of(self, message);
 }
 
 } // namespace
@@ -53,7 +46,7 @@ i32 imsl_isrch(const i32& key, const array_view<const i32>& vector, i32& index) 
     const numeric::packed_array<const i32> packed(vector);
     if (!packed) return fail_out_of_memory(self);
     numeric::ISRCH(static_cast<i32>(vector.extent), key, packed.data(), 1, index);
-    return outcome(self, "error calling imsl ISRCH");
+    return outcome_of(self, "error calling imsl ISRCH");
 }
 
 } // namespace qmx

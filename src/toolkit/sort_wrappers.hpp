@@ -1,8 +1,8 @@
-// Sorting and searching with errors turned into events.
+// Sorting and searching, with numerical errors as events. For the probability plot.
 //
-// Each wrapper silences the numerical routines and calls one. Returns are 1, or 3 with an event,
-// code 101: "error calling imsl SVIGP" (SVRGP, ISRCH), with the wrapper's name twice in the path;
-// "memory could not be allocated". Refused arguments are no failure: outputs are then unwritten.
+// Return 1, or 3 with an event, code 101: "error calling imsl SVIGP" (SVRGP, ISRCH), with the
+// wrapper's name twice in the path; "memory could not be allocated". Refused arguments are no
+// failure; the outputs are then unwritten.
 #pragma once
 
 #include "base/array_view.hpp"

@@ -4,9 +4,9 @@
 #include "base/work_array.hpp"
 #include "events/event.hpp"
 #include "numeric/arithmetic/contiguous.hpp"
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/frequency.hpp"
 #include "numeric/statistics/univariate.hpp"
+#include "toolkit/outcome.hpp"
 
 #include <algorithm>
 #include <array>
@@ -15,16 +15,6 @@
 
 namespace qmx {
 namespace {
-
-// Nothing below is to print, nor to end the host process.
-void silence_numerical_routines() {
-    numeric::ERSET(0, 0, 0);
-}
-
-bool statistics_ran_out_of_memory() {
-    return numeric::N1RTY(1) == numeric::type_terminal &&
-           numeric::N1RCD(1) == numeric::univariate_storage_code;
-}
 
 template <class Real> void reverse(const array_view<Real>& x) {
     for (i64 i = 1; i <= x.extent / 2; ++i) std::swap(x(i), x(x.extent + 1 - i));
@@ -41,10 +31,10 @@ i32 imsl_uvsta(const array_view<const f32>& x, const array_view<f32>& x_stat) {
     std::array<f32, statistics_rows> statistics{};
     constexpr f32 level = 95.0F;
     const i32 rows = static_cast<i32>(x.extent);
-    silence_numerical_routines();
+    numeric::ERSET(0, 0, 0);
     numeric::UVSTA(0, rows, 1, data.data(), rows, 0, 0, level, level, 0, statistics.data(),
                    statistics_rows, nullptr);
-    if (statistics_ran_out_of_memory()) return fail_out_of_memory(self);
+    if (ran_out_of_memory(numeric::univariate_storage_code)) return fail_out_of_memory(self);
     const i64 wanted = std::min<i64>(x_stat.extent, statistics_rows);
     for (i64 i = 1; i <= wanted; ++i) x_stat(i) = statistics[static_cast<std::size_t>(i - 1)];
     return status_success;
@@ -55,21 +45,18 @@ i32 imsl_owfrq(const i32& n, const array_view<const f32>& x, const i32& k,
     static constexpr routine_text self("imsl_owfrq");
     const numeric::contiguous_elements data(x);
     const work_array<f32> divisions(k, std::numeric_limits<f32>::quiet_NaN());
-    const work_array<f32> table(k, 0.0F); // a refused tally counts nothing
+    const work_array<f32> table(k, 0.0F); // stays 0 where the tally is refused
     if (!data || !divisions || !table) return fail_out_of_memory(self);
-    // Limits that the view lacks stay NaN, so that the tally refuses them.
+    // Missing limits stay NaN, which the tally refuses.
     for (i64 i = 1; i <= std::min<i64>(k, DIV.extent); ++i) divisions[i - 1] = DIV(i);
 
-    silence_numerical_routines();
+    numeric::ERSET(0, 0, 0);
     numeric::OWFRQ(static_cast<i32>(x.extent), data.data(), k, 2, 0.0F, 0.0F, 0.0F,
                    divisions.data(), table.data());
-    const i32 error = numeric::IERCD();
     const f32 count = static_cast<f32>(n);
     const i64 classes = std::min<i64>(k, x_percent.extent);
     for (i64 i = 1; i <= classes; ++i) x_percent(i) = table[i - 1] / count * 100.0F;
-    if (error == 0) return status_success;
-    fail_here(self, "error calling imsl drcurv");
-    return pass_up(self);
+    return outcome_of(self, "error calling imsl drcurv");
 }
 
 i32 reverse_arr_d(const array_view<f64>& d_x) {

@@ -52,23 +52,21 @@ TEST(WorkArray, IsFalseOnlyWhenMemoryRanOut) {
 TEST(Units, LowestFreeNumberIsTakenUntilAllAreConnected) {
     const auto path = std::filesystem::temp_directory_path() / "qmx_units_test.txt";
     std::vector<i32> taken;
-    for (i32 unit = files::find_free_unit(); unit != files::no_unit;
-         unit = files::find_free_unit()) {
-        ASSERT_EQ(files::connect_unit(unit, path.string(), files::open_status::unknown), 0);
+    for (i32 unit = find_free_unit(); unit != no_unit; unit = find_free_unit()) {
+        ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0);
         taken.push_back(unit);
     }
     ASSERT_EQ(taken.size(), 89U);
     EXPECT_EQ(taken.front(), 11);
     EXPECT_EQ(taken.back(), 99);
-    EXPECT_EQ(files::connect_unit(42, path.string(), files::open_status::unknown), EBUSY);
-    files::close_unit(42);
-    EXPECT_EQ(files::find_free_unit(), 42);
-    for (const i32 unit : taken) files::close_unit(unit);
+    EXPECT_EQ(connect_unit(42, path.string(), open_status::unknown), EBUSY);
+    close_unit(42);
+    EXPECT_EQ(find_free_unit(), 42);
+    for (const i32 unit : taken) close_unit(unit);
     std::filesystem::remove(path);
 }
 
 TEST(Units, OldFileMustExistAndAppendKeepsIt) {
-    using namespace files;
     const auto path = std::filesystem::temp_directory_path() / "qmx_append_test.txt";
     std::filesystem::remove(path);
     EXPECT_EQ(connect_unit(11, path.string(), open_status::old, open_position::append), ENOENT);

@@ -1,12 +1,10 @@
 // The compaction curve: its checks in order, the walk over the passes, what a failure leaves, and
 // the same numbers as sorting by pass number gives.
 #include "compaction/compact_curve.hpp"
-#include "events/event.hpp"
 #include "measure_statistics/statistics.hpp"
+#include "support/expect_event.hpp"
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
@@ -14,7 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
-#include <vector>
+#include <string>
 
 using namespace qmx;
 
@@ -70,9 +68,8 @@ std::array<std::uint32_t, 15> left_behind() {
     return bits;
 }
 
-// As it is told: sort by pass with the permutation, cut, gather, fit. Only the grid and the clamps
-// are this test's own.
-void expect_sorted_road(const std::vector<t_icdata>& points, i32 highest, const curve& got) {
+// The same curve by sorting the points by pass and taking the statistics of each pass on its own.
+void expect_curve_of_sorted(const std::vector<t_icdata>& points, i32 highest, const curve& got) {
     const auto left = left_behind();
     const i32 n = static_cast<i32>(points.size());
     std::vector<i32> sorted(points.size()), place(points.size());
@@ -96,26 +93,22 @@ void expect_sorted_road(const std::vector<t_icdata>& points, i32 highest, const 
     EXPECT_EQ(left, left_behind()) << "of the last pass";
 
     const i32 degree = 2;
-    f64 unused[2];
-    std::vector<f64> coefficient(3), statistics(10);
-    const array_view<f64> coefficients = view_of(coefficient.data(), 3);
-    const array_view<f64> all_statistics = view_of(statistics.data(), 10);
-    polycurvfit(view_of<const f64>(numbers.data(), got.passes),
-                view_of<const f64>(means.data(), got.passes), view_of(unused, 2),
-                view_of(unused, 2), nullptr, nullptr, &degree, &coefficients, &all_statistics);
+    fitted_polynomial fitted;
+    fit_polynomial(view_of<const f64>(numbers.data(), got.passes),
+                   view_of<const f64>(means.data(), got.passes), &degree, fitted);
     const f64 lower = *std::min_element(means.begin(), means.end());
     const f64 upper = *std::max_element(means.begin(), means.end());
     for (int i = 0; i < 100; ++i) {
         const f64 x = 1 + i * ((got.passes - 1) / 100.0);
         EXPECT_EQ(got.x[i], x);
         f64 y = 0;
-        for (int k = 0; k <= 2; ++k) y += coefficient[static_cast<std::size_t>(k)] * std::pow(x, k);
+        for (int k = 0; k <= 2; ++k) y += fitted.coefficient[k] * std::pow(x, k);
         EXPECT_EQ(got.y[i], std::min(std::max(y, lower), upper));
     }
     EXPECT_EQ(got.fit.i_degree, 2);
     for (std::size_t k = 0; k < 10; ++k)
-        EXPECT_EQ(got.fit.x_coef[k], k <= 2 ? static_cast<f32>(coefficient[k]) : 0.0F);
-    EXPECT_EQ(got.fit.x_rsq, static_cast<f32>(statistics[4]));
+        EXPECT_EQ(got.fit.x_coef[k], k <= 2 ? static_cast<f32>(fitted.coefficient[k]) : 0.0F);
+    EXPECT_EQ(got.fit.x_rsq, static_cast<f32>(fitted.statistics[4]));
 }
 
 struct walk_case {
@@ -131,26 +124,26 @@ const walk_case walk_cases[] = {
     {"a_thin_pass_ends_the_walk", 8, {{1, 100}, {2, 150}, {3, 100}, {4, 99}, {5, 500}}, 3},
     {"one_pass_alone_is_a_line_of_zeros", 3, {{1, 100}, {2, 99}, {3, 500}}, 1},
 };
-TEST(CompactionCurve, EqualsTheSortedRoadToTheLastDigit) {
+TEST(CompactionCurve, EqualsTheCurveOfSortedPointsToTheLastDigit) {
     for (const auto& c : walk_cases) {
         SCOPED_TRACE(c.name);
         const auto points = points_of(c.passes);
         const curve got(c.highest, 50, points);
         ASSERT_EQ(got.outcome, 1) << current_event.c_description.trimmed();
         EXPECT_EQ(got.passes, c.reached);
-        expect_sorted_road(points, c.highest, got);
+        expect_curve_of_sorted(points, c.highest, got);
     }
 }
 
-// Evenly spread looks at the points guess at the magnitude of the values and at the last pass: right or
-// wrong, the result is the same.
-TEST(CompactionCurve, DoesNotDependOnWhatItExpects) {
+// A sample of evenly spread points estimates the magnitude of the values and the last pass: right
+// or wrong, the result is the same.
+TEST(CompactionCurve, DoesNotDependOnItsEstimates) {
     std::mt19937 random(9);
     auto points = points_of({{1, 9000}, {2, 8000}, {3, 7000}, {4, 120}, {5, 99}}, 3);
     const auto is_of_last_pass = [](const t_icdata& point) { return point.i_passno >= 4; };
     struct {
         const char* name;
-        f64 factor; // of the values between the looks
+        f64 factor; // of the values between the sample
     } const cases[] = {{"alike", 1}, {"much larger", 1e30}, {"much smaller", 1e-30}, {"zero", 0}};
     for (const auto& [name, factor] : cases) {
         for (const bool hides_last_passes : {false, true}) {
@@ -168,84 +161,45 @@ TEST(CompactionCurve, DoesNotDependOnWhatItExpects) {
                 if (i % step != 0) given[i].d_val *= factor;
             const curve got(6, 0, given);
             ASSERT_EQ(got.outcome, 1);
-            expect_sorted_road(given, 6, got);
+            expect_curve_of_sorted(given, 6, got);
         }
     }
 }
+
+constexpr i32 untouched = 77;
+constexpr std::string_view own_path = "qmx_icdata_cmpcurv_B_drv";
+constexpr std::string_view highest_too_low =
+    "i_maxpassno should be more than 2 for compaction curve analysis";
+constexpr std::string_view no_pass_1 = "IC data should always contain pass no. 1";
 
 struct failure_case {
     const char* name;
     i32 highest, least;
     std::vector<pass_count> passes;
-    const char* message;
-    const char* path;
-    i32 reached; // 77: as the host left it
+    std::string_view message;
+    i32 reached; // passes
 };
-constexpr const char* own_path = "qmx_icdata_cmpcurv_B_drv";
 const failure_case failure_cases[] = {
-    {"highest_1_before_all",
-     1,
-     500,
-     {{7, 10}},
-     "i_maxpassno should be more than 2 for compaction curve analysis",
-     own_path,
-     77},
-    {"too_few_points", 5, 101, {{7, 100}}, "not sufficient data", own_path, 77},
-    {"nothing_and_nothing_asked",
-     2,
-     0,
-     {},
-     "IC data should always contain pass no. 1",
-     own_path,
-     77},
-    {"no_pass_1_before_too_high",
-     5,
-     0,
-     {{2, 200}, {9, 3}},
-     "IC data should always contain pass no. 1",
-     own_path,
-     77},
-    {"pass_0", 5, 0, {{0, 1}, {1, 200}}, "IC data should always contain pass no. 1", own_path, 77},
-    {"pass_below_0",
-     5,
-     0,
-     {{-2147483647, 1}, {1, 200}},
-     "IC data should always contain pass no. 1",
-     own_path,
-     77},
-    {"pass_too_high",
-     5,
-     0,
-     {{1, 200}, {6, 1}},
-     "IC data consist of pass no. > max passes",
-     own_path,
-     77},
-    {"pass_1_thin",
-     5,
-     0,
-     {{1, 99}, {2, 500}},
-     "No sufficient data existed for any pass no.",
-     own_path,
-     0},
-    {"two_passes_are_no_quadratic",
-     2,
-     0,
-     {{1, 100}, {2, 100}},
-     "error calling imsl drcurv",
-     "polycurvfit/polycurvfit/qmx_icdata_cmpcurv_B_drv",
-     2},
+    {"highest 1 before all", 1, 500, {{7, 10}}, highest_too_low, untouched},
+    {"too few points", 5, 101, {{7, 100}}, "not sufficient data", untouched},
+    {"none, and none asked for", 2, 0, {}, no_pass_1, untouched},
+    {"no pass 1 before too high", 5, 0, {{2, 200}, {9, 3}}, no_pass_1, untouched},
+    {"pass 0", 5, 0, {{0, 1}, {1, 200}}, no_pass_1, untouched},
+    {"pass below 0", 5, 0, {{-2147483647, 1}, {1, 200}}, no_pass_1, untouched},
+    {"too high", 5, 0, {{1, 200}, {6, 1}}, "IC data consist of pass no. > max passes", untouched},
+    {"pass 1 thin", 5, 0, {{1, 99}, {2, 9}}, "No sufficient data existed for any pass no.", 0},
+    {"no quadratic", 2, 0, {{1, 100}, {2, 100}}, "error calling imsl drcurv", 2},
 };
 TEST(CompactionCurve, FailsInItsOrderAndLeavesWhatItHad) {
     for (const auto& c : failure_cases) {
         SCOPED_TRACE(c.name);
         const curve got(c.highest, c.least, points_of(c.passes));
         EXPECT_EQ(got.outcome, 3);
-        EXPECT_EQ(current_event.c_description.trimmed(), c.message);
-        EXPECT_EQ(current_event.c_subfunc.trimmed(), c.path);
-        EXPECT_EQ(current_event.i_errcode, 101);
+        std::string path = c.reached == 2 ? "polycurvfit/polycurvfit/" : "";
+        support::expect_event(c.message, path.append(own_path));
         EXPECT_EQ(got.passes, c.reached);
         EXPECT_TRUE(got.has_no_curve());
-        const i32 reached = c.reached == 77 ? 0 : c.reached;
+        const i32 reached = c.reached == untouched ? 0 : c.reached;
         for (std::size_t k = 0; k < got.means.size(); ++k)
             EXPECT_EQ(got.means[k] != 0.0, static_cast<i32>(k) < reached);
     }
@@ -256,21 +210,19 @@ TEST(CompactionCurve, SkipsNanInAPassButFailsForAPassOfThem) {
     points[3].d_val = points[200].d_val = nan64;
     const curve holed(4, 0, points);
     EXPECT_EQ(holed.outcome, 1);
-    expect_sorted_road(points, 4, holed);
+    expect_curve_of_sorted(points, 4, holed);
 
     for (auto& point : points)
         if (point.i_passno == 3)
             point.d_val = std::numeric_limits<f64>::infinity() * (point.d_val > 30 ? 1 : -1);
     const curve failed(4, 0, points);
     EXPECT_EQ(failed.outcome, 3);
-    EXPECT_EQ(current_event.c_description.trimmed(), "x or y data contains NaN");
-    EXPECT_EQ(current_event.c_subfunc.trimmed(), "/polycurvfit/qmx_icdata_cmpcurv_B_drv");
+    support::expect_event("x or y data contains NaN", "/polycurvfit/qmx_icdata_cmpcurv_B_drv", 102);
     EXPECT_EQ(failed.passes, 4);
 }
 
-// The values of a pass are not sorted before they are summed up: nothing that the call leaves may
-// depend on their order, neither its results nor the fifteen statistics of the last pass, which a
-// single value is handed by the next call.
+// The values of a pass are summed in any order: neither the results nor the statistics kept for the
+// next call may depend on it.
 TEST(CompactionCurve, DoesNotDependOnTheOrderOfThePoints) {
     std::mt19937 random(4);
     auto points = points_of({{1, 400}, {2, 5000}, {3, 999}, {4, 20000}});

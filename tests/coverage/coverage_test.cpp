@@ -2,17 +2,13 @@
 #include "coverage/coverage.hpp"
 #include "coverage/coverage_state.hpp"
 #include "coverage/first_match.hpp"
-#include "events/event.hpp"
+#include "support/expect_event.hpp"
 #include "support/scratch_folder.hpp"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <fstream>
-#include <memory>
 #include <random>
 #include <set>
-#include <vector>
 
 using namespace qmx;
 namespace fs = std::filesystem;
@@ -52,15 +48,10 @@ struct call {
     }
     coverage_state state() {
         results.assign(bins.size(), {7, 7, 7});
+        using support::view;
         const auto size = [](const auto& list) { return static_cast<i32>(list.size()); };
-        return {mesh,
-                size(points),
-                size(bins),
-                size(areas),
-                view_of<const t_passbin>(bins.data(), size(bins)),
-                view_of<const t_icdata>(points.data(), size(points)),
-                view_of<const t_areaflt>(areas.data(), size(areas)),
-                view_of(results.data(), size(bins))};
+        return {mesh,       size(points), size(bins),  size(areas),
+                view(bins), view(points), view(areas), view(results)};
     }
     i32 run() {
         clear_event();
@@ -82,8 +73,7 @@ TEST(AlignmentArea, SumsIncludedLessExcludedWhateverTheOrientation) {
         {"a hole", call().area(2, square(10)).area(1, square(2, true)), 96},
         {"a hole first", call().area(1, square(2)).area(2, square(10, true)), 96},
         {"an exclusion alone", call().area(1, square(2)), -4},
-        {"two vertices and none", call().area(2, {{0, 0}, {5, 5}}).area(2, {}).area(2, square(1)),
-         1},
+        {"no area", call().area(2, {{0, 0}, {5, 5}}).area(2, {}).area(2, square(1)), 1},
         {"overlaps count twice", call().area(2, square(3)).area(2, square(3)), 18},
         {"a figure eight is a difference", call().area(2, figure_eight), 2},
     };
@@ -91,16 +81,6 @@ TEST(AlignmentArea, SumsIncludedLessExcludedWhateverTheOrientation) {
         EXPECT_EQ(row.input.run(), 1) << row.name;
         EXPECT_EQ(row.input.results[0].x_plan_area, row.expected) << row.name;
     }
-}
-
-TEST(AlignmentArea, TenThousandVerticesComeCloseToTheCircle) {
-    corners ring;
-    for (int k = 0; k < 10000; ++k)
-        ring.emplace_back(500000 + 50 * std::cos(k * M_PI / 5000), 50 * std::sin(k * M_PI / 5000));
-    call input;
-    input.area(2, ring);
-    ASSERT_EQ(input.run(), 1);
-    EXPECT_NEAR(input.results[0].x_plan_area, M_PI * 2500, 0.01);
 }
 
 TEST(AlignmentArea, ASliverThatStaysNegativeFails) {
@@ -119,8 +99,7 @@ TEST(AlignmentArea, ASliverThatStaysNegativeFails) {
         call input;
         input.area(2, square(1)).area(2, ring);
         if (input.run() == 1) continue;
-        EXPECT_EQ(current_event.c_description.trimmed(), "current area is negative");
-        EXPECT_EQ(current_event.c_subfunc.trimmed(), "icd_coverage_cal");
+        support::expect_event("current area is negative", "icd_coverage_cal");
         EXPECT_EQ(input.results[0].x_coverage, -99);
         EXPECT_EQ(input.results[0].x_plan_area, -99);
         return;
@@ -173,7 +152,7 @@ TEST(Bins, OneLookFindsTheFirstMatchOfThePlainWalk) {
     for (int round = 0; round < 3000; ++round) {
         std::vector<t_passbin> bins(random() % 12);
         for (auto& bin : bins) bin = {ends[random() % ends.size()], ends[random() % ends.size()]};
-        const first_match_table table(view_of<const t_passbin>(bins.data(), std::ssize(bins)));
+        const first_match_table table(support::view(std::as_const(bins)));
         ASSERT_TRUE(table);
         for (const i32 end : ends)
             for (const i64 step : {-1, 0, 1}) {
@@ -220,9 +199,8 @@ TEST(Checks, TheFirstOffenceDecidesAndTouchesNothing) {
     };
     for (auto& row : rows) {
         EXPECT_EQ(row.input.run(), row.message.empty() ? 1 : 3) << row.name;
-        EXPECT_EQ(current_event.c_description.trimmed(), row.message) << row.name;
         if (row.message.empty()) continue;
-        EXPECT_EQ(current_event.c_subfunc.trimmed(), "icd_coverage_cal");
+        support::expect_event(row.message, "icd_coverage_cal");
         EXPECT_EQ(row.input.results[0].x_coverage, 7) << "untouched";
     }
 }
@@ -250,7 +228,7 @@ protected:
     static call sample() {
         call input;
         input.bins = {{1, 3}, {4, -1}};
-        return input.passes({2, 2, 5, 0}).area(2, square(2, true)).area(1, square(1));
+        return input.passes({2, 0}).area(2, {{0, 2}, {2, 0}, {0, 0}});
     }
 };
 
@@ -281,9 +259,9 @@ TEST_F(RunLog, HoldsInputsStepsAndResultsInTheirOrder) {
     const std::string expected = R"(  initialize and check inputs
   *** IC_coverage_cal***
  x_meshsize - N/S (m) = 1 1
- i_num_point          = 4
+ i_num_point          = 2
  i_num_bins           = 2
- i_num_areas          = 2
+ i_num_areas          = 1
   >>> Pass Bin Info
  bin no.= 1
  passes (lower/upper) = 1 3
@@ -293,77 +271,52 @@ TEST_F(RunLog, HoldsInputsStepsAndResultsInTheirOrder) {
  ===========================
  area no.= 1
  i_flag_exclusion (1=Y,2=N) = 2
- i_numvertices.= 4
+ i_numvertices.= 3
  No.  Easting  Northing
  ---------------------------
     1         0.000         2.000 
-    2         2.000         2.000 
-    3         2.000         0.000 
-    4         0.000         0.000 
- ===========================
- area no.= 2
- i_flag_exclusion (1=Y,2=N) = 1
- i_numvertices.= 4
- No.  Easting  Northing
- ---------------------------
-    1         0.000         0.000 
-    2         1.000         0.000 
-    3         1.000         1.000 
-    4         0.000         1.000 
+    2         2.000         0.000 
+    3         0.000         0.000 
   >>> Data point Info
 the first 10 data points
  No.  Easting  Northing Passes(as values)
 ===========================
     1         0.000         0.000         2.000 
-    2         0.000         0.000         2.000 
-    3         0.000         0.000         5.000 
-    4         0.000         0.000         0.000 
+    2         0.000         0.000         0.000 
   Compute alighnment area
   >> Current area no.: 1
-        no. vertices.: 4
+        no. vertices.: 3
   original order of vertices, can be CW or CCW.
     1         0.000         2.000 
-    2         2.000         2.000 
-    3         2.000         0.000 
-    4         0.000         0.000 
-the current area is: -4
+    2         2.000         0.000 
+    3         0.000         0.000 
+the current area is: -2
 Since current order is CW, the order of vertices needs to be reversed to make it CCW.
   reversed order of vertices
     1         0.000         0.000 
     2         2.000         0.000 
-    3         2.000         2.000 
-    4         0.000         2.000 
-the corrected area is: 4
-           area (m^2): 4
+    3         0.000         2.000 
+the corrected area is: 2
+           area (m^2): 2
   exclusion (1:Y/2:N): 2
-accumulated area(m^2): 4
-  >> Current area no.: 2
-        no. vertices.: 4
-  original order of vertices, can be CW or CCW.
-    1         0.000         0.000 
-    2         1.000         0.000 
-    3         1.000         1.000 
-    4         0.000         1.000 
-           area (m^2): 1
-  exclusion (1:Y/2:N): 1
-accumulated area(m^2): 3
+accumulated area(m^2): 2
   Compute areas for passes in bins
- Total Point_counts:  3
- Total Point_counts:  3 not equal to original total points: 4
+ Total Point_counts:  1
+ Total Point_counts:  1 not equal to original total points: 2
   No error handler is added here. Check your input data!!
  bin no.  Point_counts
- 1 2
- 2 1
+ 1 1
+ 2 0
        a mesh area (m^2):  1
- Total points area (m^2):  3
-    Alignment area (m^2):  3
-      Total coverage (%):  99.99999999999999
+ Total points area (m^2):  1
+    Alignment area (m^2):  2
+      Total coverage (%):  50
  Total coverage is less than 100% 
   *** results***
  bin_No.  coverage, compacted area, plan_area
  ---------------------------------------------
-   1        66.67         2.00         3.00 
-   2        33.33         1.00         3.00 
+   1        50.00         1.00         2.00 
+   2         0.00         0.00         2.00 
  ---------------------------------------------
   *** Exit with success
 )";

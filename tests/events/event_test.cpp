@@ -102,43 +102,37 @@ protected:
         std::filesystem::temp_directory_path() /
         ("qmx_report_" +
          std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".txt");
-    i32 unit = files::find_free_unit();
+    i32 unit = find_free_unit();
 
-    void connect() {
-        ASSERT_EQ(files::connect_unit(unit, path.string(), files::open_status::unknown), 0);
-    }
+    void connect() { ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0); }
     std::vector<std::string> lines() {
-        files::close_unit(unit);
+        close_unit(unit);
         std::ifstream file(path);
         std::vector<std::string> read;
         for (std::string line; std::getline(file, line);) read.push_back(line);
         return read;
     }
     void TearDown() override {
-        files::close_unit(unit);
+        close_unit(unit);
         std::filesystem::remove(path);
     }
 };
 
 TEST_F(Report, WritesSevenLinesToAConnectedUnit) {
-    const char* const severities[] = {
-        "  undefined severity", "  recoverable error not causing failure",
-        "  recoverable error causing some failure", "  fatal error", "  undefined severity"};
+    std::vector<std::string> expected;
+    i32 severity = 0;
     connect();
-    for (i32 severity = 0; severity < 5; ++severity) {
-        store("what happened", "inner/outer", 101, severity);
+    for (const char* const words :
+         {"  undefined severity", "  recoverable error not causing failure",
+          "  recoverable error causing some failure", "  fatal error", "  undefined severity"}) {
+        store("what happened", "inner/outer", 101, severity++);
         print_event(unit);
+        expected.insert(expected.end(),
+                        {"***** Error Message ******", "sub/func name : inner/outer",
+                         "description   : ", "  what happened", "error code   : 101",
+                         "error type: ", words});
     }
-    const auto read = lines();
-    ASSERT_EQ(read.size(), 35U);
-    for (std::size_t severity = 0; severity < 5; ++severity) {
-        const auto line = read.begin() + static_cast<std::ptrdiff_t>(7 * severity);
-        EXPECT_EQ(
-            std::vector<std::string>(line, line + 7),
-            (std::vector<std::string>{"***** Error Message ******", "sub/func name : inner/outer",
-                                      "description   : ", "  what happened", "error code   : 101",
-                                      "error type: ", severities[severity]}));
-    }
+    EXPECT_EQ(lines(), expected);
 }
 
 TEST_F(Report, WritesNothingToAUnitThatIsNotConnected) {

@@ -100,35 +100,31 @@ TEST(Circle, SquaresAreRoundedBeforeTheyAreAdded) {
 }
 
 TEST(Polygon, BoundaryRule) {
-    const struct {
-        const char* where;
+    struct place {
         f64 x, y;
-        bool inside;
-    } cases[] = {
-        {"within", 0.5, 0.5, true},
-        {"left edge", 0, 0.5, true},
-        {"right edge", 1, 0.5, false},
-        {"bottom edge", 0.5, 0, false},
-        {"top edge", 0.5, 1, true},
-        {"top left", 0, 1, true},
-        {"top right", 1, 1, false},
-        {"bottom left", 0, 0, false},
-        {"bottom right", 1, 0, false},
-        {"left of it", -1, 0.5, false},
-        {"level with the top", -1, 1, false},
-        {"x is NaN", not_a_number, 0.5, false},
-        {"y is NaN", 0.5, not_a_number, false},
-        {"far left", -infinite, 0.5, false},
-        {"far above", 0.5, infinite, false},
     };
+    const std::vector<place> inside = {{0.5, 0.5}, {0, 0.5}, {0.5, 1}, {0, 1}}; // left and top
+    const std::vector<place> outside = {{1, 0.5},
+                                        {0.5, 0},
+                                        {1, 1},
+                                        {0, 0},
+                                        {1, 0},
+                                        {-1, 0.5},
+                                        {-1, 1},
+                                        {not_a_number, 0.5},
+                                        {0.5, not_a_number},
+                                        {-infinite, 0.5},
+                                        {0.5, infinite}};
     outline closed = unit_square, doubled;
     closed.insert(closed.end(), {0, 0});
     for (std::size_t i = 0; i < unit_square.size(); i += 2)
         for (int twice = 0; twice < 2; ++twice)
             doubled.insert(doubled.end(), {unit_square[i], unit_square[i + 1]});
-    for (const auto& c : cases)
-        for (const outline& v : {unit_square, reversed(unit_square), closed, doubled})
-            EXPECT_EQ(polygon_answer(v, c.x, c.y), c.inside ? truth_true : truth_false) << c.where;
+    for (const outline& v : {unit_square, reversed(unit_square), closed, doubled}) {
+        for (const auto& [x, y] : inside) EXPECT_EQ(polygon_answer(v, x, y), truth_true) << x << y;
+        for (const auto& [x, y] : outside)
+            EXPECT_EQ(polygon_answer(v, x, y), truth_false) << x << y;
+    }
 }
 
 TEST(Polygon, FewerThanThreeVerticesHoldNothing) {
@@ -212,35 +208,22 @@ TEST(Area, IsSummedInTheOrderOfTheVertices) {
     EXPECT_NE(area_of(v), 0.5 * ((0x1p53 + 0x1p53) + (1.0 - 2.0)));
 }
 
-TEST(Modulo, IsNeverNegative) {
-    const struct {
-        i32 i, j, expected;
-    } cases[] = {
-        {107, 50, 7},
-        {107, -50, 7},
-        {-107, 50, 43},
-        {-107, -50, 43},
-        {-1, 3, 2},
-        {0, 9, 0},
-        {6, 3, 0},
-        {-6, 3, 0},
-        {least, -1, 0},
-        {least, 1, 0},
-        {-1, least, greatest},
-        {least, least, 0},
-        {greatest, least, greatest},
-        {least, greatest, greatest - 1},
-        {5, 0, 5},
-        {least, 0, least},
-    };
-    for (const auto& c : cases) EXPECT_EQ(I4_MODP(c.i, c.j), c.expected) << c.i << " by " << c.j;
+TEST(Modulo, IsTheRemainderThatIsNeverNegative) {
+    for (const i32 i : {107, -107, -1, 0, 5, 6, -6, least, least + 1, greatest}) {
+        for (const i32 j : {50, -50, 9, 3, -3, 1, -1, least, greatest}) {
+            const i64 remainder = I4_MODP(i, j);
+            EXPECT_TRUE(remainder >= 0 && remainder < std::abs(i64{j})) << i << " by " << j;
+            EXPECT_EQ((i - remainder) % j, 0) << i << " by " << j;
+        }
+        EXPECT_EQ(I4_MODP(i, 0), i);
+    }
 }
 
 TEST(Modulo, ReportsADivisorOfZeroOnlyWhileMessagesAreOn) {
     const std::filesystem::path path =
         std::filesystem::path(testing::TempDir()) / "qmx_modulo_messages.txt";
-    const i32 unit = files::find_free_unit();
-    ASSERT_EQ(files::connect_unit(unit, path.string(), files::open_status::unknown), 0);
+    const i32 unit = find_free_unit();
+    ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0);
     const i32 unit_before = geometry_message_unit;
     geometry_message_unit = unit;
     I4_MODP(5, 0);
@@ -249,7 +232,7 @@ TEST(Modulo, ReportsADivisorOfZeroOnlyWhileMessagesAreOn) {
     I4_MODP(5, 1);
     geometry_messages = false;
     geometry_message_unit = unit_before;
-    files::close_unit(unit);
+    close_unit(unit);
     std::ifstream written(path);
     const std::string text((std::istreambuf_iterator<char>(written)), {});
     EXPECT_EQ(text, "I4_MODP - Fatal error!\n  I4_MODP ( I, J ) called with J = 0\n");

@@ -39,7 +39,7 @@ TEST(Memory, EachFailedAllocationOfAToolkitRoutineIsItsEvent) {
              return imsl_GCIN(view(wanted), view(values), view(probabilities), {results, 1});
          }},
         {"maturfit", 2, [&] { return maturfit(view(days), view(strengths), a, b, c); }},
-        {"norm_prob", 5, [&] { return norm_prob(view(series), 98); }},
+        {"norm_prob", 5, [&] { return norm_prob(view(series), 98); }}, // to no file
     };
     for (const auto& row : rows) {
         long n = 1;

@@ -1,19 +1,17 @@
 #include "selection/point_selection.hpp"
 
-#include "events/event.hpp"
 #include "geometry/plan_geometry.hpp"
 #include "selection/polygon_index.hpp"
-
-#include <gtest/gtest.h>
+#include "support/expect_event.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <random>
-#include <vector>
 
 using namespace qmx;
+using support::view;
 
 namespace {
 
@@ -41,16 +39,14 @@ selection in_circle(f64 cx, f64 cy, f64 radius, const positions& points) {
     const f64 center[2] = {cx, cy};
     selection result{0, 99, std::vector<i32>(points.size(), untouched)};
     result.status =
-        icd_points_in_circle(center, radius, points.columns(), result.count,
-                             view_of(result.indices.data(), static_cast<i64>(points.size())));
+        icd_points_in_circle(center, radius, points.columns(), result.count, view(result.indices));
     return result;
 }
 
 selection in_polygon(const positions& vertices, const positions& points) {
     selection result{0, 99, std::vector<i32>(points.size(), untouched)};
-    result.status =
-        icd_points_in_polygon(vertices.columns(), points.columns(), result.count,
-                              view_of(result.indices.data(), static_cast<i64>(points.size())));
+    result.status = icd_points_in_polygon(vertices.columns(), points.columns(), result.count,
+                                          view(result.indices));
     return result;
 }
 
@@ -210,25 +206,25 @@ positions points_about(generator& random, const positions& v, std::size_t n) {
     return points;
 }
 
-// The track of a roller over the outline and around it: lane by lane, so that neighbours in the list
-// are neighbours on the ground. Lanes run level, upright or aslant; some have vertices on them.
+// The track of a roller over the outline and around it, in parallel strips: neighbours in the list
+// are neighbours on the ground. Strips run level, upright or aslant; some have vertices on them.
 positions track_over(generator& random, const positions& v, std::size_t n) {
     const auto [x_low, x_high] = std::minmax_element(v.x.begin(), v.x.end());
     const auto [y_low, y_high] = std::minmax_element(v.y.begin(), v.y.end());
     const f64 width = *x_high - *x_low, height = *y_high - *y_low;
     const auto way = random() % 3;
-    const std::size_t lane = 100 + random() % 900;
+    const std::size_t strip = 100 + random() % 900;
     const f64 jitter = random() % 2 == 0 ? 0.0 : 0.001;
     positions points;
     f64 across = 0.0;
     for (std::size_t i = 0; i < n; ++i) {
-        if (i % lane == 0) across = 1.2 * uniform(random) - 0.1;
-        const f64 along = 1.2 * static_cast<f64>(i % lane) / static_cast<f64>(lane) - 0.1 +
+        if (i % strip == 0) across = 1.2 * uniform(random) - 0.1;
+        const f64 along = 1.2 * static_cast<f64>(i % strip) / static_cast<f64>(strip) - 0.1 +
                           jitter * uniform(random);
         const f64 a = way == 1 ? across : along;
         const f64 b = way == 0 ? across : way == 1 ? along : 0.5 * (along + across);
         points.add(*x_low + a * width, *y_low + b * height);
-        if (way == 0 && i / lane % 3 == 0) points.y.back() = v.y[i / lane % v.size()];
+        if (way == 0 && i / strip % 3 == 0) points.y.back() = v.y[i / strip % v.size()];
     }
     return points;
 }
@@ -242,63 +238,40 @@ protected:
 } // namespace
 
 TEST_F(PointSelection, ReportsPositionsFromZeroAscending) {
-    positions points;
-    for (const auto& [x, y] : {std::pair{0., 0.}, {5., 5.}, {1., 0.}, {0., 0.}, {not_a_number, 0.}})
-        points.add(x, y);
-    geometry_messages = true;
+    const positions points{{0, 5, 1, 0, not_a_number}, {0, 5, 0, 0, 0}};
     const selection circle = in_circle(0, 0, 2, points);
-    EXPECT_FALSE(geometry_messages);
     EXPECT_EQ(circle.status, 1);
     EXPECT_EQ(circle.count, 3);
     EXPECT_EQ(circle.indices, (std::vector<i32>{0, 2, 3, untouched, untouched}));
 
-    positions square;
-    for (const auto& [x, y] : {std::pair{-1., -1.}, {2., -1.}, {2., 2.}, {-1., 2.}})
-        square.add(x, y);
-    geometry_messages = true;
+    const positions square{{-1, 2, 2, -1}, {-1, -1, 2, 2}};
     const selection polygon = in_polygon(square, points);
-    EXPECT_FALSE(geometry_messages);
     EXPECT_EQ(polygon.status, 1);
     EXPECT_EQ(polygon.count, 3);
     EXPECT_EQ(polygon.indices, circle.indices);
 }
 
-TEST_F(PointSelection, WithoutPointsNothingIsTouched) {
-    i32 canary = untouched;
-    const f64 center[2] = {0, 0};
-    positions triangle;
-    for (const auto& [x, y] : {std::pair{0., 0.}, {1., 0.}, {0., 1.}}) triangle.add(x, y);
-    for (const i64 n : {i64{0}, i64{-5}}) {
-        i32 count = 99;
-        const point_columns none{nullptr, nullptr, n};
-        EXPECT_EQ(icd_points_in_circle(center, 1.0, none, count, view_of(&canary, n)), 1);
-        EXPECT_EQ(count, 0);
-        count = 99;
-        EXPECT_EQ(icd_points_in_polygon(triangle.columns(), none, count, view_of(&canary, n)), 1);
-        EXPECT_EQ(count, 0);
-    }
-    EXPECT_EQ(canary, untouched);
-}
-
-TEST_F(PointSelection, OutlinesWithoutVerticesHoldNothing) {
+TEST_F(PointSelection, NothingIsSelectedWithoutPointsOrVertices) {
     generator random(3);
-    const positions points = scatter(random, 2000, 2.0);
-    for (const i64 n : {-4, 0}) {
-        i32 count = 99;
+    const positions points = scatter(random, 2000, 2.0), triangle = star(random, 3, 1.0, 0.0);
+    const f64 center[2] = {0, 0};
+    for (const i64 n : {i64{0}, i64{-5}}) {
+        const point_columns none{nullptr, nullptr, n};
         std::vector<i32> indices(points.size(), untouched);
-        EXPECT_EQ(icd_points_in_polygon({nullptr, nullptr, n}, points.columns(), count,
-                                        view_of(indices.data(), 2000)),
-                  1);
-        EXPECT_EQ(count, 0);
+        i32 in_circle = 99, in_triangle = 99, in_nothing = 99;
+        EXPECT_EQ(icd_points_in_circle(center, 1.0, none, in_circle, view(indices)), 1);
+        EXPECT_EQ(icd_points_in_polygon(triangle.columns(), none, in_triangle, view(indices)), 1);
+        EXPECT_EQ(icd_points_in_polygon(none, points.columns(), in_nothing, view(indices)), 1);
+        EXPECT_TRUE(in_circle == 0 && in_triangle == 0 && in_nothing == 0);
+        EXPECT_EQ(indices, std::vector<i32>(points.size(), untouched));
     }
 }
 
 // An event that stands when the walk begins is found after the first point.
 TEST_F(PointSelection, StandingEventEndsTheWalkAtTheFirstPoint) {
     static constexpr routine_text below("below");
-    positions points, square;
-    for (int i = 0; i < 100; ++i) points.add(0.5, 0.5);
-    for (const auto& [x, y] : {std::pair{0., 0.}, {1., 0.}, {1., 1.}, {0., 1.}}) square.add(x, y);
+    const positions points{std::vector<f64>(100, 0.5), std::vector<f64>(100, 0.5)};
+    const positions square{{0, 1, 1, 0}, {0, 0, 1, 1}};
     const struct {
         const char* path;
         std::function<selection(const positions&)> run;
@@ -315,7 +288,7 @@ TEST_F(PointSelection, StandingEventEndsTheWalkAtTheFirstPoint) {
         EXPECT_EQ(found.count, 1);
         EXPECT_EQ(found.indices[0], 0);
         EXPECT_EQ(found.indices[1], untouched);
-        EXPECT_EQ(current_event.c_subfunc.trimmed(), c.path);
+        support::expect_event("stands", c.path);
     }
 }
 

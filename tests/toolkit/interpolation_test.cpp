@@ -1,10 +1,8 @@
-#include "events/event.hpp"
+#include "support/expect_event.hpp"
 #include "toolkit/interpolation.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <vector>
+#include <limits>
 
 using namespace qmx;
 
@@ -16,16 +14,15 @@ f32 at(const std::vector<f32>& y, const std::vector<f32>& x, f32 query,
        const i32* outside = nullptr) {
     f32 result = -99;
     clear_event();
-    linr_intpol_s(view_of(y.data(), std::ssize(y)), view_of(x.data(), std::ssize(x)),
-                  view_of<const f32>(&query, 1), view_of(&result, 1), outside);
+    linr_intpol_s(support::view(y), support::view(x), view_of<const f32>(&query, 1),
+                  view_of(&result, 1), outside);
     return result;
 }
 
 TEST(Interpolation, FollowsTheRulesInsideAndOutsideTheTable) {
     const std::vector<f32> x = {0, 10, 20, 40};
     const std::vector<f32> y = {5, 6, 8, 0};
-    const i32 zero = 1;
-    const i32 hold = 2;
+    const i32 zero = 1, hold = 2;
     struct {
         const char* name;
         f32 query;
@@ -61,40 +58,30 @@ TEST(Interpolation, OrderIsNotChecked) {
 }
 
 TEST(Interpolation, ShortTablesFailWithTheirNameAndStartThePathAnew) {
-    struct {
-        i64 ordinates, abscissas;
-        const char* message;
-    } const rows[] = {{1, 5, "x_y size is not correct"},
-                      {0, 0, "x_y size is not correct"},
-                      {2, 1, "x_x size is not correct"}};
-    const f32 table[5] = {};
-    const f32 queries[2] = {1, 2};
-    for (const auto& row : rows) {
+    const f32 table[5] = {}, queries[2] = {1, 2};
+    const f64 wide[2] = {};
+    const auto fails = [&](i64 ordinates, i64 abscissas, std::string_view message) {
         f32 results[2] = {9, 9};
         fail_here(routine_text("before"), "old");
-        EXPECT_EQ(linr_intpol_s(view_of(table, row.ordinates), view_of(table, row.abscissas),
+        EXPECT_EQ(linr_intpol_s(view_of(table, ordinates), view_of(table, abscissas),
                                 view_of(queries, 2), view_of(results, 2)),
                   3);
-        EXPECT_EQ(current_event.c_description.trimmed(), row.message);
-        EXPECT_EQ(current_event.c_subfunc.trimmed(), "linr_intpol_s");
+        support::expect_event(message, "linr_intpol_s");
         EXPECT_EQ(results[0] + results[1], 0) << "a failed call leaves zeros";
-    }
-    const f64 wide[2] = {};
-    linr_intpol(view_of(wide, 1), view_of(wide, 2), {}, {});
-    EXPECT_EQ(current_event.c_description.trimmed(), "d_y size is not correct");
-    linr_intpol(view_of(wide, 2), view_of(wide, 1), {}, {});
-    EXPECT_EQ(current_event.c_description.trimmed(), "d_x size is not correct");
-    EXPECT_EQ(current_event.c_subfunc.trimmed(), "linr_intpol");
-    clear_event();
+    };
+    fails(1, 5, "x_y size is not correct");
+    fails(0, 0, "x_y size is not correct");
+    fails(2, 1, "x_x size is not correct");
+    EXPECT_EQ(linr_intpol(view_of(wide, 1), view_of(wide, 2), {}, {}), 3);
+    support::expect_event("d_y size is not correct", "linr_intpol");
+    EXPECT_EQ(linr_intpol(view_of(wide, 2), view_of(wide, 1), {}, {}), 3);
+    support::expect_event("d_x size is not correct", "linr_intpol");
 }
 
 TEST(Interpolation, TwinUsesTheToleranceOfItsWidth) {
-    const f64 x[] = {0, 1, 2};
-    const f64 y[] = {0, 10, 30};
-    const f64 queries[] = {1 + 1e-14, 1 + 1e-13, 1.5};
+    const f64 x[] = {0, 1, 2}, y[] = {0, 10, 30}, at[] = {1 + 1e-14, 1 + 1e-13, 1.5};
     f64 results[3];
-    EXPECT_EQ(linr_intpol(view_of(y, 3), view_of(x, 3), view_of(queries, 3), view_of(results, 3)),
-              1);
+    EXPECT_EQ(linr_intpol(view_of(y, 3), view_of(x, 3), view_of(at, 3), view_of(results, 3)), 1);
     EXPECT_EQ(results[0], 10.0);
     EXPECT_GT(results[1], 10.0);
     EXPECT_EQ(results[2], 20.0);

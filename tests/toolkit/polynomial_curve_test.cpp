@@ -1,19 +1,16 @@
 // Curves through data: what wins among failures, what is left behind, and the curve itself. With
 // them the wrappers of sorting and searching.
-#include "events/event.hpp"
+#include "support/expect_event.hpp"
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
-#include <string>
-#include <vector>
 
 using namespace qmx;
+using support::view;
 
 namespace {
 
@@ -30,80 +27,61 @@ struct curve_call {
     curve_call(const reals& x, const reals& y, std::optional<i32> degree, f64 lower = -1e300,
                f64 upper = 1e300) {
         clear_event();
-        const auto of = [](reals& v) { return view_of(v.data(), std::ssize(v)); };
-        const array_view<f64> coef = of(coefficients);
-        const array_view<f64> stat = of(statistics);
-        outcome = polycurvfit(view_of(x.data(), std::ssize(x)), view_of(y.data(), std::ssize(y)),
-                              of(xcurve), of(ycurve), &lower, &upper, degree ? &*degree : nullptr,
-                              &coef, &stat);
+        const array_view<f64> coef = view(coefficients), stat = view(statistics);
+        outcome = polycurvfit(view(x), view(y), view(xcurve), view(ycurve), &lower, &upper,
+                              degree ? &*degree : nullptr, &coef, &stat);
     }
 };
 
 const reals bent_x = {0, 1, 2, 4, 8};
 const reals bent_y = {1, 4, 3, 6, 2};
 
-enum class kept { nothing, zeros, fit };
+enum results { untouched_results, zeros, fit };
+
+struct failure {
+    std::string_view message, path;
+    i32 code;
+};
+constexpr failure one_point = {"cannot do curve with one point", "/polycurvfit", 101};
+constexpr failure too_high = {"degrees of polynomial exceeds 9", "/polycurvfit", 102};
+constexpr failure holds_nan = {"x or y data contains NaN", "/polycurvfit", 102};
+constexpr failure refused = {"error calling imsl drcurv", "polycurvfit/polycurvfit", 101};
 
 struct failure_case {
     const char* name;
     reals x, y;
     std::optional<i32> degree;
-    const char* message;
-    i32 code;
-    const char* path;
-    kept results;
+    failure expected;
+    results left;
 };
-constexpr const char* short_path = "/polycurvfit";
-constexpr const char* double_path = "polycurvfit/polycurvfit";
-constexpr const char* refused = "error calling imsl drcurv";
-constexpr const char* holds_nan = "x or y data contains NaN";
 const failure_case failure_cases[] = {
-    {"one_point", {1}, {2}, {}, "cannot do curve with one point", 101, short_path, kept::nothing},
-    {"degree_10", bent_x, bent_y, 10, "degrees of polynomial exceeds 9", 102, short_path,
-     kept::nothing},
-    {"degree_10_before_nan",
-     {1, nan64, 3},
-     {1, 2, 3},
-     10,
-     "degrees of polynomial exceeds 9",
-     102,
-     short_path,
-     kept::nothing},
-    {"degree_beyond_memory", bent_x, bent_y, 2147483647, "degrees of polynomial exceeds 9", 102,
-     short_path, kept::nothing},
-    {"nan_abscissa", {0, 1, 2, nan64, 8}, bent_y, 2, holds_nan, 102, short_path, kept::fit},
-    {"nan_before_constant_ordinates",
-     {0, 1, 2, 3},
-     {5, 5, nan64, 5},
-     1,
-     holds_nan,
-     102,
-     short_path,
-     kept::fit},
-    {"every_pair_nan", {nan64, 2}, {1, nan64}, 1, refused, 101, double_path, kept::zeros},
-    {"constant_abscissas", {2, 2, 2}, {1, 2, 3}, 1, refused, 101, double_path, kept::zeros},
-    {"constant_ordinates", {1, 2, 3}, {4, 4, 4}, 1, refused, 101, double_path, kept::fit},
-    {"constant_ordinates_degree_0", {1, 2, 3}, {4, 4, 4}, 0, refused, 101, double_path, kept::fit},
-    {"too_few_abscissas", {1, 1, 2, 2}, {1, 2, 3, 5}, 2, refused, 101, double_path, kept::fit},
-    {"perfect_below_degree", {1, 2, 3}, {2, 3, 4}, 2, refused, 101, double_path, kept::fit},
+    {"one point", {1}, {2}, {}, one_point, untouched_results},
+    {"degree 10", bent_x, bent_y, 10, too_high, untouched_results},
+    {"degree 10 before nan", {1, nan64, 3}, {1, 2, 3}, 10, too_high, untouched_results},
+    {"degree beyond memory", bent_x, bent_y, 2147483647, too_high, untouched_results},
+    {"nan abscissa", {0, 1, 2, nan64, 8}, bent_y, 2, holds_nan, fit},
+    {"nan before constant ordinates", {0, 1, 2, 3}, {5, 5, nan64, 5}, 1, holds_nan, fit},
+    {"every pair nan", {nan64, 2}, {1, nan64}, 1, refused, zeros},
+    {"constant abscissas", {2, 2, 2}, {1, 2, 3}, 1, refused, zeros},
+    {"constant ordinates", {1, 2, 3}, {4, 4, 4}, 1, refused, fit},
+    {"constant ordinates, degree 0", {1, 2, 3}, {4, 4, 4}, 0, refused, fit},
+    {"too few abscissas", {1, 1, 2, 2}, {1, 2, 3, 5}, 2, refused, fit},
+    {"perfect below the degree", {1, 2, 3}, {2, 3, 4}, 2, refused, fit},
 };
 TEST(PolynomialCurve, FailsInItsOrderAndLeavesWhatItSays) {
     for (const auto& c : failure_cases) {
         SCOPED_TRACE(c.name);
         const curve_call got(c.x, c.y, c.degree);
         EXPECT_EQ(got.outcome, 3);
-        EXPECT_EQ(current_event.c_description.trimmed(), c.message);
-        EXPECT_EQ(current_event.c_subfunc.trimmed(), c.path);
-        EXPECT_EQ(current_event.i_errcode, c.code);
-        EXPECT_TRUE(has_failed());
+        support::expect_event(c.expected.message, c.expected.path, c.expected.code);
         EXPECT_EQ(got.xcurve, reals(5, untouched));
         EXPECT_EQ(got.ycurve, reals(5, 0.0));
-        if (c.results == kept::nothing) {
+        if (c.left == untouched_results) {
             EXPECT_EQ(got.coefficients, reals(12, untouched));
             EXPECT_EQ(got.statistics, reals(10, untouched));
         } else {
-            EXPECT_EQ(got.statistics[7] != 0.0, c.results == kept::fit); // degrees of freedom
-            EXPECT_EQ(got.coefficients[0] == 0.0, c.results == kept::zeros);
+            EXPECT_EQ(got.statistics[7] != 0.0, c.left == fit); // degrees of freedom
+            EXPECT_EQ(got.coefficients[0] == 0.0, c.left == zeros);
             EXPECT_EQ(got.coefficients[static_cast<std::size_t>(*c.degree) + 1], untouched);
         }
     }
@@ -135,21 +113,18 @@ TEST(PolynomialCurve, FillsAnEvenGridAndSumsPowersUpwards) {
     EXPECT_EQ(got.coefficients[4], untouched);
 }
 
-struct chosen_case {
-    i64 points;
-    i32 degree;
-};
 TEST(PolynomialCurve, ChoosesItsDegreeByTheNumberOfPoints) {
-    for (const chosen_case c : {chosen_case{2, 1}, {3, 1}, {4, 2}, {10, 8}, {11, 8}, {40, 8}}) {
+    using pair = std::pair<int, std::size_t>;
+    for (const auto& [points, degree] : {pair{2, 1}, {3, 1}, {4, 2}, {10, 8}, {11, 8}, {40, 8}}) {
         reals x, y;
-        for (i64 i = 0; i < c.points; ++i) {
-            x.push_back(static_cast<f64>(i));
-            y.push_back(std::fmod(static_cast<f64>(i * i * 7), 5.0));
+        for (int i = 0; i < points; ++i) {
+            x.push_back(i);
+            y.push_back(i * i * 7 % 5);
         }
         const curve_call got(x, y, {});
-        EXPECT_EQ(got.outcome, 1) << c.points;
-        EXPECT_EQ(got.coefficients[static_cast<std::size_t>(c.degree) + 1], untouched) << c.points;
-        EXPECT_NE(got.coefficients[static_cast<std::size_t>(c.degree)], untouched) << c.points;
+        EXPECT_EQ(got.outcome, 1) << points;
+        EXPECT_EQ(got.coefficients[degree + 1], untouched) << points;
+        EXPECT_NE(got.coefficients[degree], untouched) << points;
     }
 }
 
@@ -209,30 +184,14 @@ TEST(PolynomialCurve, AcceptsAPerfectFitOfTheDegreeAskedFor) {
     EXPECT_EQ(got.ycurve, (reals{1, 2, 3, 4, 5}));
 }
 
-TEST(SortWrappers, SortStridedViewsAndFillThePermutation) {
-    const std::vector<i32> keys = {3, 0, 1, 0, 2, 0};
-    std::vector<i32> sorted(6, -1), permutation(6, -1);
-    const auto every_second = [](auto& v) {
-        return array_view(v.data(), 3, 2 * static_cast<std::ptrdiff_t>(sizeof v[0]));
-    };
-    EXPECT_EQ(imsl_svigp(every_second(keys), every_second(sorted), every_second(permutation)), 1);
-    EXPECT_EQ(sorted, (std::vector<i32>{1, -1, 2, -1, 3, -1}));
-    EXPECT_EQ(permutation, (std::vector<i32>{2, -1, 3, -1, 1, -1}));
-
-    const std::vector<f32> reals32 = {2.5F, -1.0F};
-    std::vector<f32> ascending(2);
-    EXPECT_EQ(imsl_SVRGP(view_of(reals32.data(), 2), view_of(ascending.data(), 2),
-                         view_of(permutation.data(), 2)),
-              1);
-    EXPECT_EQ(ascending, (std::vector<f32>{-1.0F, 2.5F}));
-    EXPECT_EQ(permutation[0], 2);
-}
-
-TEST(SortWrappers, LeaveEmptyViewsAloneAndFindPositions) {
+TEST(SortWrappers, SortAndFillThePermutation) {
     clear_event();
-    i32 permutation = -1;
-    EXPECT_EQ(imsl_svigp({}, {}, view_of(&permutation, 1)), 1);
-    EXPECT_EQ(permutation, -1);
+    std::vector<i32> sorted(3, -1), permutation(3, -1);
+    EXPECT_EQ(imsl_svigp(view(std::vector<i32>{3, 1, 2}), view(sorted), view(permutation)), 1);
+    EXPECT_EQ(sorted, (std::vector<i32>{1, 2, 3}));
+    EXPECT_EQ(permutation, (std::vector<i32>{2, 3, 1}));
+    EXPECT_EQ(imsl_svigp({}, {}, view(permutation)), 1);
+    EXPECT_EQ(permutation[0], 2) << "left alone";
 
     const i32 ascending[] = {10, 20, 30};
     i32 index = 0;

@@ -1,14 +1,11 @@
 // The regression's wrappers: which numerical errors become events, and copies
 // of strided matrices.
-#include "events/event.hpp"
 #include "numeric/errors/error_stack.hpp"
+#include "support/expect_event.hpp"
 #include "toolkit/regression.hpp"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <vector>
 
 using namespace qmx;
 
@@ -49,12 +46,8 @@ TEST(Regression, ErrorsOfTypesOneToFourAreFailures) {
                                       out.TESTLF, out.CASE, n, out.missing);
         EXPECT_EQ(status, row.status) << row.name;
         EXPECT_EQ(has_failed(), row.status == 3) << row.name;
-        if (row.status == 3) {
-            EXPECT_EQ(current_event.c_description.trimmed(), "error calling imsl drcurv");
-            EXPECT_EQ(current_event.c_subfunc.trimmed(), "linr_regrs/linr_regrs");
-            EXPECT_EQ(current_event.i_errcode, 101);
-            EXPECT_EQ(current_event.i_errtype, 2);
-        }
+        if (row.status == 3)
+            support::expect_event("error calling imsl drcurv", "linr_regrs/linr_regrs");
         const bool unwritten = row.status == 3 || row.leading == 1;
         EXPECT_EQ(out.COEF[1] == -7, unwritten) << row.name;
     }

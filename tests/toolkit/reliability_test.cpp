@@ -1,26 +1,20 @@
 // The reliability adjustment against its formula's limits, the maturity fit against curves with
 // known parameters.
-#include "events/event.hpp"
+#include "support/expect_event.hpp"
 #include "toolkit/reliability.hpp"
-
-#include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
 #include <limits>
 #include <random>
-#include <vector>
 
 using namespace qmx;
+using support::view;
 
 namespace {
 
 constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
 constexpr f64 infinite = std::numeric_limits<f64>::infinity();
-
-template <class T> array_view<const T> view(const std::vector<T>& elements) {
-    return view_of(elements.data(), std::ssize(elements));
-}
 
 TEST(ReliabilityAdjustment, MovesTheMeansTowardsEachOther) {
     constexpr f64 z95 = 1.6448536269514722;
@@ -103,6 +97,20 @@ TEST(MaturityFit, RecoversExactCurves) {
     }
 }
 
+// Data that ask for a steepness beyond its bounds end on them.
+TEST(MaturityFit, KeepsTheSteepnessWithinItsBounds) {
+    const auto steepness = [](const std::vector<f64>& x, const std::vector<f64>& y) {
+        f64 a = -1, b = -1, c = -1;
+        clear_event();
+        EXPECT_EQ(maturfit(view(x), view(y), a, b, c), status_success);
+        return c;
+    };
+    const std::vector<f64> four = {1, 3, 7, 28};
+    EXPECT_EQ(steepness(four, values_of({30, 1000, 0.0095}, four)), 0.01);
+    EXPECT_NEAR(steepness(four, values_of({30, 1000, 0.011}, four)), 0.011, 1e-6);
+    EXPECT_EQ(steepness({1, 2, 3, 4, 5, 6}, {0, 1, 30, 30, 30, 30}), 20);
+}
+
 TEST(MaturityFit, RecoversCurvesFromNoisyData) {
     const curve expected = {42.5, 3.2, 0.8};
     std::mt19937 engine(7);
@@ -183,14 +191,10 @@ TEST(MaturityFit, RefusesDataThatHaveNoCurve) {
         f64 a = -1, b = -2, c = -3;
         clear_event();
         EXPECT_EQ(maturfit(view(row.x), view(row.y), a, b, c), status_failure) << row.name;
-        EXPECT_EQ(current_event.c_description.trimmed(),
-                  "error in fitting maturity data - check and throw out outliers");
-        EXPECT_EQ(current_event.c_subfunc.trimmed(), "maturfit/maturfit");
-        EXPECT_EQ(current_event.i_errcode, 101);
-        EXPECT_EQ(current_event.i_errtype, severity_failed);
+        support::expect_event("error in fitting maturity data - check and throw out outliers",
+                              "maturfit/maturfit");
         EXPECT_TRUE(a == -1 && b == -2 && c == -3) << row.name;
     }
-    clear_event();
 }
 
 } // namespace

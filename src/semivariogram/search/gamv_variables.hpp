@@ -32,7 +32,7 @@ struct gamv_variables {
     f32* x = nullptr;
     f32* y = nullptr;
     f32* vr = nullptr;
-    work_array<f32> storage = work_array<f32>(0); // of all three
+    work_array<f32> storage; // of all three
     f64 sills = -999.0; // population variance of the values; negative without data
 };
 

@@ -96,19 +96,19 @@ private:
     f64 left_ = 0, bottom_ = 0;
     std::uint32_t last_column_ = 0, last_row_ = 0;
     i64 runs_ = 0, located_ = 0;
-    work_array<i32> start_ = work_array<i32>(0);
-    work_array<entry> by_cell_ = work_array<entry>(0);
+    work_array<i32> start_;
+    work_array<entry> by_cell_;
     // A bit for each run in the neighbouring cells, and a bit for each word of these: they put the runs
     // in order.
-    work_array<std::uint64_t> marked_ = work_array<std::uint64_t>(0);
-    work_array<std::uint64_t> words_ = work_array<std::uint64_t>(0);
-    i64 first_word_ = 0, last_word_ = -1;         // of words_ with a bit set
-    work_array<i32> number_ = work_array<i32>(0); // of the marked runs
+    work_array<std::uint64_t> marked_;
+    work_array<std::uint64_t> words_;
+    i64 first_word_ = 0, last_word_ = -1; // of words_ with a bit set
+    work_array<i32> number_;              // of the marked runs
     i64 numbers_ = 0;
-    i64 looked_at_ = 0;                         // runs, when neighbours were last marked
-    i64 unmarked_ = 0;                          // groups since then that took all points
-    work_array<f32> copy_ = work_array<f32>(0); // x, y and value of the candidates copied
-    work_array<candidate_segment> segment_ = work_array<candidate_segment>(0);
+    i64 looked_at_ = 0;    // runs, when neighbours were last marked
+    i64 unmarked_ = 0;     // groups since then that took all points
+    work_array<f32> copy_; // x, y and value of the candidates copied
+    work_array<candidate_segment> segment_;
     i64 segments_ = 0;
     i64 offset_ = 0; // of the first point of the group
     i64 run_ = 0;    // of the first point of the group

@@ -23,7 +23,7 @@ private:
     pair_kernel::class_sums& sums_;
     sum_joiner joiner_;
     f64 growth_[pair_kernel::columns] = {}; // of the sums of squares, by the last rows
-    work_array<pair_kernel::lane_sums> lanes_ = work_array<pair_kernel::lane_sums>(0);
+    work_array<pair_kernel::lane_sums> lanes_;
 };
 
 } // namespace qmx

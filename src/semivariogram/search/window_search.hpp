@@ -64,11 +64,11 @@ private:
     i64 groups_ = 0, groups_beside_ = 0;
     f64 distance_[pair_kernel::columns] = {}; // sums of the window, each pair once
     i64 pairs_[pair_kernel::columns] = {};
-    work_array<pair_kernel::row_sums> row_ = work_array<pair_kernel::row_sums>(0);
-    work_array<located_row> located_rows_ = work_array<located_row>(0);
-    work_array<i32> order_ = work_array<i32>(0);
-    work_array<i32> group_end_ = work_array<i32>(0);
-    work_array<packed_growth> growth_ = work_array<packed_growth>(0);
+    work_array<pair_kernel::row_sums> row_;
+    work_array<located_row> located_rows_;
+    work_array<i32> order_;
+    work_array<i32> group_end_;
+    work_array<packed_growth> growth_;
 };
 
 // For tests: windows even where they do not pay.

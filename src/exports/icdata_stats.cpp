@@ -1,6 +1,6 @@
+#include "measure_statistics/icdata_stats.hpp"
 #include "base/limits.hpp"
 #include "exports/export_frame.hpp"
-#include "measure_statistics/icdata_stats.hpp"
 
 using namespace qmx;
 
@@ -10,8 +10,7 @@ extern "C" int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32
     static constexpr routine_text self("ICdata_stats");
     clear_event();
     if (i_numdata < minimum_data_points) {
-        // The export's own check is reported like a failure from below as well: its name then
-        // stands twice in the path, which hosts know.
+        // Ended like a failure of the driver: the name stands twice in the path, which hosts know.
         fail_here(self, "Data points are less than 3. aborted.");
         return finish_export(self, t_evt);
     }

@@ -16,8 +16,8 @@ extern "C" int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const 
                                      const float* s_ydata, float* s_xcurve,
                                      float* s_ycurve) noexcept {
     static constexpr routine_text self("call_polycurvefit");
-    // The curve is never negative: a smaller ordinate becomes the smallest normal f64, and that is 0
-    // in the host's precision.
+    // The curve is never negative: smaller ordinates become the smallest normal f64, which is 0 in
+    // f32.
     constexpr f64 lower = std::numeric_limits<f64>::min();
     constexpr f64 upper = std::numeric_limits<f64>::max();
     clear_event();

@@ -1,0 +1,18 @@
+#include "exports/export_frame.hpp"
+#include "selection/point_selection.hpp"
+
+using namespace qmx;
+
+extern "C" int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpoints,
+                                          const double* d_vertexx, const double* d_vertexy,
+                                          const double* d_x, const double* d_y, int32_t* i_found,
+                                          int32_t* i_indices, t_event* t_evt) noexcept {
+    static constexpr routine_text self("find_points_in_polygon");
+    clear_event();
+    const array_view<i32> indices = view_of(i_indices, i_numpoints);
+    icd_points_in_polygon({d_vertexx, d_vertexy, i_numvertices}, {d_x, d_y, indices.extent},
+                          *i_found, indices);
+    // Entries past the positions found read 0.
+    std::fill_n(indices.base + *i_found, indices.extent - *i_found, 0);
+    return finish_export(self, t_evt);
+}
