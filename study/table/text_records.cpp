@@ -68,10 +68,11 @@ bool text_records::next_line(std::string_view& line) {
     line = rest.substr(0, length);
     std::size_t taken = std::min(length + 1, rest.size());
     if (has_returns && line_end == '\n') {
+        while (line.ends_with('\r')) line.remove_suffix(1);
         const std::size_t mark = line.find('\r'); // ends a line alone too, as old programs write it
         if (mark != std::string_view::npos) {
             line = rest.substr(0, mark);
-            if (mark + 1 < length) taken = mark + 1;
+            taken = mark + 1;
         }
     }
     rest.remove_prefix(taken);

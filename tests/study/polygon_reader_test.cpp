@@ -1,6 +1,7 @@
 // The same areas from every kind of file.
 #include <string>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "study/base/errors.hpp"
@@ -16,7 +17,7 @@ using study_test::temporary_file;
 
 TEST(Polygons, AreTheSameFromEveryKindOfFile) {
     const char* const outer = "(10 20,30 20,30 50.5,10 20)";
-    const std::string first = std::string("POLYGON (") + outer + ",(15 22, 16 22, 16 23, 15 22))";
+    const std::string first = fmt::format("POLYGON ({},(15 22, 16 22, 16 23, 15 22))", outer);
     const std::string second = "POLYGON ((0 0, 5 0, 5 5, 0 0))";
     const std::string json_first =
         R"("coordinates":[[[10,20],[30,20],[30,50.5],[10,20]],[[15,22],[16,22],[16,23],[15,22]]])";
@@ -25,8 +26,10 @@ TEST(Polygons, AreTheSameFromEveryKindOfFile) {
     const std::string head = R"({"type":"FeatureCollection","features":[)";
     const std::pair<const char*, std::string> files[] = {
         {".csv", "name,WKT\na,\"" + first + "\"\nb,\"" + second + "\"\n"},
-        {".csv", "wkt;name\n\"SRID=26915;MULTIPOLYGON Z ((" + std::string(outer) +
-                     ",(15 22 1, 16 22 1, 16 23 1, 15 22 1)), ((0 0,5 0,5 5,0 0)))\";a\n"},
+        {".csv",
+         fmt::format("wkt;name\n\"SRID=26915;MULTIPOLYGON Z (({},(15 22 1, 16 22 1, 16 23 1, "
+                     "15 22 1)), ((0 0,5 0,5 5,0 0)))\";a\n",
+                     outer)},
         {".wkt", "\n" + first + "\n" + second + ";\n"},
         {".wkt.gz", gzipped("geometrycollection(" + first + ", linestring (0 0,5 0,5 5,0 0))")},
         {".geojson", head + R"({"type":"Feature","properties":{},"geometry":{"type":"Polygon",)" +

@@ -154,8 +154,7 @@ TEST(TextRecords, AreTheSameInEveryEncodingAndWithEveryLineEnd) {
         {"packed, filled up", gzipped(utf8) + std::string(100, '\0')},
         {"carriage returns and line feeds", with_ends("\r\n")},
         {"carriage returns alone", with_ends("\r")},
-        {"two carriage returns",
-         with_ends("\r\r\n").replace(with_ends("\r\r\n").find("b\r\r"), 3, "b\r")},
+        {"two carriage returns", with_ends("\r\r\n")},
         {"empty lines, none at the end", "\n\n" + with_ends("\n").substr(0, utf8.size() - 1)}};
     for (const auto& [title, text] : ways) {
         const temporary_file file(".csv", text);
