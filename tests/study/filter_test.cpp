@@ -126,7 +126,8 @@ TEST(Filter, RefusesWhatItCannotAnswer) {
 }
 
 #if QMX_IC_WITH_GDAL
-// Random conditions. GDAL takes FID for 0 within lists and ranges: it stands only in comparisons.
+// Random conditions. GDAL takes FID for 0 within lists and
+// ranges, and a byte for a character in LIKE: both are left out.
 class random_condition {
 public:
     explicit random_condition(unsigned seed) : generator(seed) {}
@@ -143,9 +144,9 @@ public:
         case 4: return number() + denied() + " IN (" + number() + ", " + number() + ")";
         case 5:
             return one_of({"g", "\"a b\""}) + denied() + one_of({" LIKE ", " ILIKE "}) +
-                   one_of({"'a%'", "'%b'", "'_'", "'%A%'", "'n%t'", "'%'", "'%_b%'", "''"});
+                   one_of({"'a%'", "'%b'", "'a_'", "'%A%'", "'n%t'", "'%'", "'%_b%'", "''"});
         case 6: return one_of({"x", "CMV", "g", "\"a b\""}) + one_of({" IS NULL", " IS NOT NULL"});
-        case 7: return "NOT " + condition(0);
+        case 7: return "NOT " + text() + " = " + text();
         case 8: return "NOT (" + condition(depth - 1) + ")";
         default:
             return "(" + condition(depth - 1) + ")" + one_of({" AND ", " OR "}) +
