@@ -4,9 +4,7 @@
 #include <exception>
 #include <new>
 
-#include <cpl_error.h>
 #include <fmt/format.h>
-#include <gdal.h>
 
 #include "options/command.hpp"
 
@@ -61,9 +59,6 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // What the I/O library has to say goes into our own messages.
-    CPLSetErrorHandler(CPLQuietErrorHandler);
-    GDALAllRegister();
     int code = qmx_study::wrong_usage;
     try {
         code = run(argc, argv);
@@ -71,6 +66,5 @@ int main(int argc, char** argv) {
     } catch (const std::exception& error) {
         code = fail(qmx_study::wrong_usage, "", error.what());
     }
-    GDALDestroyDriverManager();
     return code;
 }

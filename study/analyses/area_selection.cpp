@@ -7,23 +7,9 @@
 
 #include "study/analyses/library_call.hpp"
 #include "study/base/errors.hpp"
+#include "study/lot/projection.hpp"
 
 namespace qmx_study {
-
-void refuse_degrees(const table_source& source, const lot& points) {
-    if (!points.is_geographic) return;
-    throw usage_error(fmt::format(
-        "{}: {} and {} are degrees, which are no planar unit; name a projection, say --project utm "
-        "or --project EPSG:26915, or planar columns with --x and --y",
-        source.file, points.x.name, points.y.name));
-}
-
-void refuse_mixed_units(const lot& points, const char* what) {
-    if (points.x.unit == points.y.unit || points.x.unit.empty() || points.y.unit.empty()) return;
-    throw usage_error(fmt::format(
-        "{} is in {} but {} in {}: {} takes both in one unit; name other columns with --x and --y",
-        points.x.name, points.x.unit, points.y.name, points.y.unit, what));
-}
 
 std::string align(polygon_set& areas, const lot& points) {
     const auto each_outline = [&](auto&& change) {
@@ -33,14 +19,14 @@ std::string align(polygon_set& areas, const lot& points) {
         }
     };
     if (areas.system && points.system) {
-        if (areas.system->IsSame(points.system.get())) return {};
+        if (areas.system->is_same_as(*points.system)) return {};
         each_outline([&](outline& ring) {
             transform(*areas.system, *points.system, ring.x, ring.y);
             if (std::any_of(ring.x.begin(), ring.x.end(), [](double x) { return std::isnan(x); }))
                 throw usage_error(fmt::format("{}: a vertex has no place in {}", areas.file,
-                                              points.system->GetName()));
+                                              points.system->name()));
         });
-        return fmt::format("; brought to {}", points.system->GetName());
+        return fmt::format("; brought to {}", points.system->name());
     }
     if (!areas.system && !points.system) return {};
     const std::string assumed = "; taken to be in one system with the points";

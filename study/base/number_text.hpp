@@ -32,7 +32,7 @@ struct number_style {
 // case. The empty text is always missing.
 std::vector<std::string> default_missing_texts();
 
-// Reads one cell. Blanks round it do not count.
+// Reads one field. Blanks round it do not count.
 text_value read_text_value(std::string_view text, const number_style& style);
 
 // Cuts blanks (space, tab, carriage return, no-break space) off both ends.

@@ -1,58 +1,25 @@
 #include "study/base/progress.hpp"
 
-#include <cstdio>
-
-#include <fmt/format.h>
-
-#if defined(_WIN32)
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
+#include "study/base/errors.hpp"
 
 namespace qmx_study {
 
-using namespace std::chrono_literals;
-
-progress::progress()
-#if defined(_WIN32)
-    : is_terminal(_isatty(_fileno(stderr)) != 0)
-#else
-    : is_terminal(isatty(STDERR_FILENO) != 0)
-#endif
-{
-}
-
-bool progress::is_due() {
-    if (!is_terminal) return false;
-    const auto now = clock::now();
-    if (now - started < 1s || now - shown_last < 200ms) return false;
-    shown_last = now;
-    return true;
+void progress::stop_if_cancelled() const {
+    if (told.cancelled && told.cancelled()) throw cancelled_error();
 }
 
 void progress::note(std::string_view text) {
-    if (!is_due()) return;
-    fmt::print(stderr, "\r\033[K{}", text);
-    std::fflush(stderr);
-    is_shown = true;
+    stop_if_cancelled();
+    if (told.note) told.note(text);
 }
 
 void progress::note(std::string_view what, double done, double whole) {
-    if (!(done > 0) || !(whole > 0) || !is_due()) return;
-    const double share = done < whole ? done / whole : 1;
-    const double seconds = std::chrono::duration<double>(clock::now() - started).count();
-    fmt::print(stderr, "\r\033[K{}: {:.0f} %, {:.0f} s left", what, 100 * share,
-               seconds * (1 - share) / share);
-    std::fflush(stderr);
-    is_shown = true;
+    stop_if_cancelled();
+    if (told.share && done > 0 && whole > 0) told.share(what, done < whole ? done : whole, whole);
 }
 
 void progress::clear() {
-    if (!is_shown) return;
-    fmt::print(stderr, "\r\033[K");
-    std::fflush(stderr);
-    is_shown = false;
+    if (told.note) told.note({});
 }
 
 } // namespace qmx_study

@@ -1,33 +1,36 @@
-// A line on the terminal while something takes longer than a second.
+// How far a long piece of work has come: told to whoever shows it, who may call the work off.
 #pragma once
 
-#include <chrono>
-#include <string>
+#include <functional>
 #include <string_view>
+#include <utility>
 
 namespace qmx_study {
 
+// What the one who shows progress gives; each may be left empty. They are called every few thousand
+// rows: when to show anything is theirs to decide.
+struct progress_hook {
+    std::function<void(std::string_view text)> note; // an empty text takes the last one away
+    std::function<void(std::string_view what, double done, double whole)> share;
+    std::function<bool()> cancelled;
+};
+
 class progress {
 public:
-    progress();
+    explicit progress(progress_hook hook = {}) : told(std::move(hook)) {}
     ~progress() { clear(); }
     progress(const progress&) = delete;
     progress& operator=(const progress&) = delete;
 
-    // Shows the text when standard error is a terminal, the first second is over and the last text
-    // is a while ago. Cheap enough to be called every few thousand rows.
+    // Both throw cancelled_error when the work is called off.
     void note(std::string_view text);
-    // Shows how much of a whole is done, and the time that the rest will take.
+    // How much of a whole is done. Nothing is told of a whole that is not known.
     void note(std::string_view what, double done, double whole);
     void clear();
 
 private:
-    using clock = std::chrono::steady_clock;
-    clock::time_point started = clock::now();
-    clock::time_point shown_last = started;
-    bool is_terminal;
-    bool is_shown = false;
-    bool is_due();
+    progress_hook told;
+    void stop_if_cancelled() const;
 };
 
 } // namespace qmx_study

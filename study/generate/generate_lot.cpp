@@ -1,6 +1,8 @@
 #include "study/generate/generate_lot.hpp"
 
 #include "study/base/portable_math.hpp"
+#include "study/generate/correlated_field.hpp"
+#include "study/generate/streams.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -12,19 +14,6 @@ namespace qmx_study {
 namespace {
 
 using portable::random_stream;
-
-// Each use of random numbers has a stream of its own, so that asking for more of one kind leaves
-// the others as they were.
-enum stream : std::uint64_t {
-    lane_starts = 1,
-    missed_ends,
-    point_noise,
-    spot_places,
-    spot_errors,
-    damaged_rows,
-    line_directions,
-    line_steps // and the numbers after it, one for each line
-};
 
 constexpr int most_passes = 1000;    // at one cell
 constexpr double small_share = 1e-6; // of a spacing: keeps 0.6 / 0.2 from counting 2
@@ -55,6 +44,18 @@ struct strip {
         return first < lanes && (first == 0 || first + drum - pitch < lanes);
     }
     std::int64_t behind(std::int64_t first) const { return std::min(first + drum, lanes); }
+
+    // Between the edge of the strip and its first lane of cells.
+    double side(const lot_settings& settings) const {
+        return 0.5 * (settings.width - static_cast<double>(lanes) * settings.lane_spacing);
+    }
+    std::size_t cell_at(const lot_settings& settings, double along, double across) const {
+        const std::int64_t station = whole(along / settings.point_spacing);
+        const std::int64_t lane =
+            whole(std::max(0.0, across - side(settings)) / settings.lane_spacing);
+        return static_cast<std::size_t>(std::min(lane, lanes - 1) * stations +
+                                        std::min(station, stations - 1));
+    }
 
     double records_per_station(const lot_settings& settings) const {
         if (settings.final_coverage) return static_cast<double>(lanes);
@@ -138,88 +139,7 @@ void damage_some(const lot_settings& settings, std::vector<lot_record>& records)
     }
 }
 
-// One line of the turning bands: a process of unit variance and covariance (1 - h) exp(-h), h in
-// units of the scale, at nodes `step` apart. That covariance has the spectrum w^2 / (1 + w^2)^2; its
-// values at equal steps are those of an autoregression of order 2 with a moving average of order 1,
-// whose coefficients follow from the covariances at the first three steps. Steps are driven by
-// uniform numbers: each node sums dozens of them, and each place hundreds of nodes.
-class line_process {
-public:
-    explicit line_process(double step) : decay_(portable::exponential_decay(-step)) {
-        const double c1 = (1 - step) * decay_;
-        const double c2 = (1 - 2 * step) * decay_ * decay_;
-        const double c3 = (1 - 3 * step) * decay_ * decay_ * decay_;
-        const double a1 = -2 * decay_, a2 = decay_ * decay_;
-        // variance and first covariance of x(n) + a1 x(n-1) + a2 x(n-2)
-        const double v0 = 1 + a1 * a1 + a2 * a2 + 2 * (a1 + a1 * a2) * c1 + 2 * a2 * c2;
-        const double v1 =
-            a1 * (1 + a2) + (1 + a1 * a1 + a2 + a2 * a2) * c1 + a1 * (1 + a2) * c2 + a2 * c3;
-        const double ratio = v1 / v0;
-        carried_ = 2 * ratio / (1 + std::sqrt(std::max(0.0, 1 - 4 * ratio * ratio)));
-        size_ =
-            std::sqrt(12 * v0 / (1 + carried_ * carried_)); // a uniform number has variance 1/12
-        settling_ = static_cast<std::size_t>(30 / std::min(step, 30.0)) + 2;
-    }
-
-    void run(const random_stream& random, std::vector<double>& nodes) const {
-        double x1 = 0, x2 = 0, before = 0;
-        std::uint64_t n = 0;
-        const auto next = [&] {
-            const double now = size_ * (random.uniform(n++) - 0.5);
-            const double x = 2 * decay_ * x1 - decay_ * decay_ * x2 + now + carried_ * before;
-            x2 = x1;
-            x1 = x;
-            before = now;
-            return x;
-        };
-        for (std::size_t k = 0; k < settling_; ++k) next();
-        for (double& node : nodes) node = next();
-    }
-
-private:
-    double decay_, carried_, size_;
-    std::size_t settling_;
-};
-
-} // namespace
-
-std::vector<double> correlated_field(std::uint64_t seed, double scale, double resolution,
-                                     const std::vector<double>& x, const std::vector<double>& y) {
-    constexpr int lines = 256;
-    constexpr double golden_turn = 0.61803398874989485;
-    std::vector<double> field(x.size(), 0.0);
-    if (x.empty()) return field;
-    const double step = std::max(scale / 40, resolution / 16);
-    const auto [left, right] = std::minmax_element(x.begin(), x.end());
-    const auto [bottom, top] = std::minmax_element(y.begin(), y.end());
-    const random_stream directions(seed, line_directions);
-    const double first_turn = directions.uniform(0);
-    const line_process process(step / scale);
-    std::vector<double> nodes;
-    for (int line = 0; line < lines; ++line) {
-        const auto n = static_cast<std::uint64_t>(line);
-        const double upward = (line + directions.uniform(2 * n + 1)) / lines;
-        const double level = std::sqrt(1 - upward * upward);
-        const double along_x =
-            level / step * portable::cosine_of_turns(first_turn + line * golden_turn);
-        const double along_y =
-            level / step * portable::sine_of_turns(first_turn + line * golden_turn);
-        const double lowest = std::min(along_x * *left, along_x * *right) +
-                              std::min(along_y * *bottom, along_y * *top);
-        const double highest = std::max(along_x * *left, along_x * *right) +
-                               std::max(along_y * *bottom, along_y * *top);
-        const double shift = 1 + directions.uniform(2 * n + 2) - lowest; // nodes fall anywhere
-        nodes.resize(static_cast<std::size_t>(highest - lowest) + 4);
-        process.run(random_stream(seed, line_steps + n), nodes);
-        for (std::size_t i = 0; i < field.size(); ++i)
-            field[i] += nodes[static_cast<std::size_t>(along_x * x[i] + along_y * y[i] + shift)];
-    }
-    const double norm = 1 / std::sqrt(static_cast<double>(lines));
-    for (double& value : field) value *= norm;
-    return field;
-}
-
-std::string fault_in(const lot_settings& s) {
+std::string fault_in_limits(const lot_settings& s) {
     struct limits {
         const char* option;
         double value, lowest, highest;
@@ -254,6 +174,13 @@ std::string fault_in(const lot_settings& s) {
             return fmt::format("{} is {}; give a number from {:.12g} to {:.12g}{}{}", limit.option,
                                limit.value, limit.lowest, limit.highest, *limit.unit ? " " : "",
                                limit.unit);
+    return {};
+}
+
+} // namespace
+
+std::string fault_in(const lot_settings& s) {
+    if (std::string fault = fault_in_limits(s); !fault.empty()) return fault;
     if (s.nugget > s.sill)
         return fmt::format("--nugget {} is above --sill {}; the sill includes the nugget", s.nugget,
                            s.sill);
@@ -286,6 +213,115 @@ void set_length_for(lot_settings& settings, double records) {
     settings.length = std::max(1.0, stations) * settings.point_spacing;
 }
 
+namespace {
+
+// How often the roller passes over each cell, and all visits together.
+struct visits {
+    std::vector<std::uint16_t> passes;
+    std::size_t count = 0;
+};
+
+visits visits_of(const lot_settings& settings, const strip& plan) {
+    visits made{
+        std::vector<std::uint16_t>(static_cast<std::size_t>(plan.lanes * plan.stations), 0)};
+    drive(settings, plan, [&](std::size_t cell, bool, double) {
+        ++made.passes[cell];
+        ++made.count;
+    });
+    return made;
+}
+
+// Places along and across the strip: of the cells and, behind them, of the spot tests.
+struct strip_places {
+    std::vector<double> along, across;
+    void add(double s, double t) {
+        along.push_back(s);
+        across.push_back(t);
+    }
+};
+
+// Cells keep off the rim of the strip by a tenth of their spacing or more.
+void place_cells(const lot_settings& settings, const strip& plan, const map_frame& map,
+                 strip_places& places, generated_lot& made) {
+    const random_stream starts(settings.seed, lane_starts);
+    for (std::int64_t lane = 0; lane < plan.lanes; ++lane) {
+        const double start =
+            settings.lattice ? 0.5 : 0.1 + 0.8 * starts.uniform(static_cast<std::uint64_t>(lane));
+        for (std::int64_t station = 0; station < plan.stations; ++station) {
+            places.add((static_cast<double>(station) + start) * settings.point_spacing,
+                       plan.side(settings) +
+                           (static_cast<double>(lane) + 0.5) * settings.lane_spacing);
+            made.cells.push_back(map.at(places.along.back(), places.across.back()));
+        }
+    }
+}
+
+// Spot tests keep off the rim by a metre where there is room, and stand on ground that a pass has
+// reached, wherever there is any.
+void place_spots(const lot_settings& settings, const strip& plan, const map_frame& map,
+                 const std::vector<std::uint16_t>& passes_at, strip_places& places,
+                 generated_lot& made) {
+    const random_stream random(settings.seed, spot_places);
+    const double rim = std::min({1.0, 0.25 * settings.length, 0.25 * settings.width});
+    std::uint64_t tries = 0;
+    for (int spot = 0; spot < settings.spots; ++spot) {
+        std::size_t cell = 0;
+        double s = 0, t = 0;
+        do {
+            s = rim + (settings.length - 2 * rim) * random.uniform(2 * tries);
+            t = rim + (settings.width - 2 * rim) * random.uniform(2 * tries + 1);
+            cell = plan.cell_at(settings, s, t);
+            ++tries;
+        } while (passes_at[cell] == 0 && tries % 1000 != 0);
+        places.add(s, t);
+        const lot_cell place = map.at(s, t);
+        const int reached = std::max<int>(passes_at[cell], 1);
+        const int pass =
+            settings.final_coverage ? reached : std::min(reached, 1 + spot % settings.passes);
+        made.spots.push_back({place.easting, place.northing, 0, pass});
+    }
+}
+
+std::vector<double> ground_of(const lot_settings& settings, const strip_places& places) {
+    std::vector<double> field = correlated_field(
+        settings.seed, settings.range / 3, std::min(settings.lane_spacing, settings.point_spacing),
+        places.along, places.across);
+    const double size = std::sqrt(settings.sill - settings.nugget);
+    for (double& value : field) value *= size;
+    return field;
+}
+
+void record_passes(const lot_settings& settings, const strip& plan, const visits& visited,
+                   const std::vector<double>& ground, generated_lot& made) {
+    const random_stream noise(settings.seed, point_noise);
+    const double noise_size = std::sqrt(settings.nugget);
+    std::vector<std::uint16_t> passes_so_far(visited.passes.size(), 0);
+    made.records.reserve(settings.final_coverage ? visited.passes.size() : visited.count);
+    drive(settings, plan, [&](std::size_t cell, bool reverse, double seconds) {
+        const std::uint16_t pass = ++passes_so_far[cell];
+        if (settings.final_coverage && pass < visited.passes[cell]) return;
+        const double value = made.pass_means[pass - 1U] + ground[cell] +
+                             noise_size * noise.normal(std::uint64_t{cell} << 16 | pass);
+        made.records.push_back({rounded(value, 100), seconds, static_cast<std::uint32_t>(cell),
+                                pass, reverse, damage::none});
+    });
+}
+
+// ground: of the spot tests alone.
+void test_spots(const lot_settings& settings, const double* ground, generated_lot& made) {
+    const random_stream errors(settings.seed, spot_errors);
+    for (std::size_t spot = 0; spot < made.spots.size(); ++spot) {
+        lot_spot& test = made.spots[spot];
+        const double truth =
+            made.pass_means[static_cast<std::size_t>(test.pass - 1)] + ground[spot];
+        test.value = rounded(settings.spot_intercept + settings.spot_slope * truth +
+                                 settings.spot_error * errors.normal(spot),
+                             100);
+    }
+}
+
+} // namespace
+
 generated_lot generate_lot(const lot_settings& settings) {
     const strip plan(settings);
     const map_frame map(settings);
@@ -296,86 +332,21 @@ generated_lot generate_lot(const lot_settings& settings) {
     made.alignment = {map.at(0, 0), map.at(settings.length, 0),
                       map.at(settings.length, settings.width), map.at(0, settings.width)};
 
-    std::vector<std::uint16_t> passes_at(cells, 0);
-    std::size_t visits = 0;
-    drive(settings, plan, [&](std::size_t cell, bool, double) {
-        ++passes_at[cell];
-        ++visits;
-    });
-    made.pass_means = saturating_means(
-        settings, std::max<std::size_t>(*std::max_element(passes_at.begin(), passes_at.end()), 1));
+    const visits visited = visits_of(settings, plan);
+    const int most = *std::max_element(visited.passes.begin(), visited.passes.end());
+    made.pass_means = saturating_means(settings, static_cast<std::size_t>(std::max(most, 1)));
 
-    // Places of the cells and, behind them, of the spot tests. Cells keep off the rim of the strip by
-    // a tenth of their spacing or more; spot tests by a metre where there is room.
-    std::vector<double> along, across;
-    along.reserve(cells + static_cast<std::size_t>(settings.spots));
-    across.reserve(along.capacity());
+    strip_places places;
+    places.along.reserve(cells + static_cast<std::size_t>(settings.spots));
+    places.across.reserve(places.along.capacity());
     made.cells.reserve(cells);
-    const double side =
-        0.5 * (settings.width - static_cast<double>(plan.lanes) * settings.lane_spacing);
-    const random_stream starts(settings.seed, lane_starts);
-    for (std::int64_t lane = 0; lane < plan.lanes; ++lane) {
-        const double start =
-            settings.lattice ? 0.5 : 0.1 + 0.8 * starts.uniform(static_cast<std::uint64_t>(lane));
-        for (std::int64_t station = 0; station < plan.stations; ++station) {
-            along.push_back((static_cast<double>(station) + start) * settings.point_spacing);
-            across.push_back(side + (static_cast<double>(lane) + 0.5) * settings.lane_spacing);
-            made.cells.push_back(map.at(along.back(), across.back()));
-        }
-    }
-    const random_stream places(settings.seed, spot_places);
-    const double rim = std::min({1.0, 0.25 * settings.length, 0.25 * settings.width});
-    std::uint64_t tries = 0;
-    for (int spot = 0; spot < settings.spots; ++spot) {
-        std::size_t cell = 0;
-        double s = 0, t = 0;
-        do { // on ground that a pass has reached, wherever there is any off the rim
-            s = rim + (settings.length - 2 * rim) * places.uniform(2 * tries);
-            t = rim + (settings.width - 2 * rim) * places.uniform(2 * tries + 1);
-            const std::int64_t station = whole(s / settings.point_spacing);
-            const std::int64_t lane = whole(std::max(0.0, t - side) / settings.lane_spacing);
-            cell = static_cast<std::size_t>(std::min(lane, plan.lanes - 1) * plan.stations +
-                                            std::min(station, plan.stations - 1));
-            ++tries;
-        } while (passes_at[cell] == 0 && tries % 1000 != 0);
-        along.push_back(s);
-        across.push_back(t);
-        const lot_cell place = map.at(s, t);
-        const int reached = std::max<int>(passes_at[cell], 1);
-        const int pass =
-            settings.final_coverage ? reached : std::min(reached, 1 + spot % settings.passes);
-        made.spots.push_back({place.easting, place.northing, 0, pass});
-    }
+    place_cells(settings, plan, map, places, made);
+    place_spots(settings, plan, map, visited.passes, places, made);
 
-    std::vector<double> field =
-        correlated_field(settings.seed, settings.range / 3,
-                         std::min(settings.lane_spacing, settings.point_spacing), along, across);
-    const double field_size = std::sqrt(settings.sill - settings.nugget);
-    for (double& value : field) value *= field_size;
-
-    const random_stream noise(settings.seed, point_noise);
-    const double noise_size = std::sqrt(settings.nugget);
-    std::vector<std::uint16_t> passes_so_far(cells, 0);
-    made.records.reserve(settings.final_coverage ? cells : visits);
-    drive(settings, plan, [&](std::size_t cell, bool reverse, double seconds) {
-        const std::uint16_t pass = ++passes_so_far[cell];
-        if (settings.final_coverage && pass < passes_at[cell]) return;
-        const double value = made.pass_means[pass - 1U] + field[cell] +
-                             noise_size * noise.normal(std::uint64_t{cell} << 16 | pass);
-        made.records.push_back({rounded(value, 100), seconds, static_cast<std::uint32_t>(cell),
-                                pass, reverse, damage::none});
-    });
+    const std::vector<double> ground = ground_of(settings, places);
+    record_passes(settings, plan, visited, ground, made);
     damage_some(settings, made.records);
-
-    const random_stream errors(settings.seed, spot_errors);
-    for (std::size_t spot = 0; spot < made.spots.size(); ++spot) {
-        lot_spot& test = made.spots[spot];
-        const double ground =
-            made.pass_means[static_cast<std::size_t>(test.pass - 1)] + field[cells + spot];
-        test.value = rounded(settings.spot_intercept + settings.spot_slope * ground +
-                                 settings.spot_error * errors.normal(spot),
-                             100);
-    }
+    test_spots(settings, ground.data() + cells, made);
     return made;
 }
 

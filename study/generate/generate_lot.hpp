@@ -106,18 +106,4 @@ void set_length_for(lot_settings& settings, double records);
 // Computes the lot. The settings must be sound. Memory: 24 bytes a record, about 50 a cell.
 generated_lot generate_lot(const lot_settings& settings);
 
-// Values of a stationary field of zero mean and covariance exp(-h / scale) at the places (x, y),
-// Gaussian but for an excess kurtosis below 0.001. Distances much below `resolution` need not be
-// told apart.
-//
-// Turning bands: 256 lines in space, of directions spread evenly over the half sphere, carry
-// independent processes of covariance (1 - h / scale) exp(-h / scale); a place sums what the lines
-// carry at its projections. Averaged over all seeds the covariance is exact; in one field it
-// departs from it by about a hundredth.
-// G. Matheron: The intrinsic random functions and their applications (1973).
-// A. Mantoglou, J. L. Wilson: The turning bands method for simulation of random fields using line
-// generation by a spectral method (1982).
-std::vector<double> correlated_field(std::uint64_t seed, double scale, double resolution,
-                                     const std::vector<double>& x, const std::vector<double>& y);
-
 } // namespace qmx_study

@@ -6,7 +6,6 @@
 
 #include "study/base/errors.hpp"
 #include "study/lot/column_names.hpp"
-#include "study/lot/projection.hpp"
 
 namespace qmx_study {
 
@@ -26,7 +25,8 @@ used_column use_named(const table_source& source, const row_survey& survey, cons
     if (index < 0)
         throw usage_error(fmt::format("{}: {} names the column \"{}\", which is not there\n"
                                       "  its columns are: {}",
-                                      source.file, option, name, source.column_list()));
+                                      source.file, option, name, source.column_list()),
+                          {option, source.file, 0, name});
     return use(source, survey, index, std::string("named by ") + option);
 }
 
@@ -52,7 +52,8 @@ std::vector<used_column> columns_of_role(const table_source& source, const row_s
 void choose_positions(column_choice& choice, const table_source& source, const row_survey& survey,
                       const reading_options& options) {
     if (options.x.empty() != options.y.empty())
-        throw usage_error("--x and --y go together; one of them is missing");
+        throw usage_error("--x and --y go together; one of them is missing",
+                          {options.x.empty() ? "--x" : "--y", source.file, 0, {}});
     if (!options.x.empty()) {
         choice.x = use_named(source, survey, options.x, "--x");
         choice.y = use_named(source, survey, options.y, "--y");
@@ -63,11 +64,11 @@ void choose_positions(column_choice& choice, const table_source& source, const r
     }
     const auto from_geometry = [&] {
         const std::string unit =
-            source.reference() ? length_unit_of(*source.reference()) : std::string();
+            source.reference() ? source.reference()->length_unit() : std::string();
         choice.x = {-1, "x of the geometry", unit, "the points of the layer"};
         choice.y = {-1, "y of the geometry", unit, "the points of the layer"};
         choice.from_geometry = true;
-        choice.is_geographic = source.reference() && source.reference()->IsGeographic();
+        choice.is_geographic = source.reference() && source.reference()->is_geographic();
     };
     if (source.has_geometry() && !source.is_delimited) return from_geometry();
     for (const bool planar : {true, false}) {
@@ -115,7 +116,8 @@ column_choice choose_columns(const table_source& source, const row_survey& surve
     if (needs.position == need::required && !choice.x.found())
         throw usage_error(fmt::format("{}: no columns of positions were recognised; name them with "
                                       "--x and --y\n  its columns are: {}",
-                                      source.file, source.column_list()));
+                                      source.file, source.column_list()),
+                          {"--x", source.file, 0, {}});
 
     if (!options.pass.empty()) {
         choice.pass = use_named(source, survey, options.pass, "--pass");
@@ -126,7 +128,8 @@ column_choice choose_columns(const table_source& source, const row_survey& surve
     if (needs.pass == need::required && !choice.pass.found())
         throw usage_error(fmt::format("{}: no column of pass numbers was recognised; name it with "
                                       "--pass\n  its columns are: {}",
-                                      source.file, source.column_list()));
+                                      source.file, source.column_list()),
+                          {"--pass", source.file, 0, {}});
 
     if (needs.value == need::unused) return choice;
     if (!options.value.empty()) {
@@ -136,17 +139,20 @@ column_choice choose_columns(const table_source& source, const row_survey& surve
             throw usage_error(
                 fmt::format("{}: no column of pass counts was recognised; name it with "
                             "--pass\n  its columns are: {}",
-                            source.file, source.column_list()));
+                            source.file, source.column_list()),
+                {"--pass", source.file, 0, {}});
         choice.values = {choice.pass};
     } else {
         choice.values = columns_of_role(source, survey, column_role::measured);
         const std::vector<used_column> others = other_numbers(source, survey, choice);
         if (choice.values.empty() && others.size() == 1) choice.values = others;
         if (choice.values.empty() && needs.value == need::required)
-            throw usage_error(fmt::format(
-                "{}: no column of a measured value was recognised; name it with --value\n"
-                "  columns with numbers: {}",
-                source.file, names_of(others)));
+            throw usage_error(
+                fmt::format(
+                    "{}: no column of a measured value was recognised; name it with --value\n"
+                    "  columns with numbers: {}",
+                    source.file, names_of(others)),
+                {"--value", source.file, 0, {}});
     }
     return choice;
 }

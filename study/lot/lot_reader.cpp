@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 
 #include "study/base/errors.hpp"
-#include "study/lot/cell_reader.hpp"
 #include "study/lot/column_choice.hpp"
+#include "study/lot/field_reader.hpp"
 #include "study/lot/row_filter.hpp"
 
 namespace qmx_study {
@@ -27,7 +27,7 @@ public:
           choice(choose_columns(source, survey, options, needs)), x(choice.x, "x", survey),
           y(choice.y, "y", survey), pass(choice.pass, "pass", survey) {
         for (const used_column& column : choice.values)
-            values.push_back({cell_reader(column, "value", survey), {}, {}, 0});
+            values.push_back({field_reader(column, "value", survey), {}, {}, 0});
         result.decimal = survey.style.decimal;
         reads_pass = choice.pass.found() && needs.pass != need::unused && !needs.value_is_pass;
     }
@@ -68,7 +68,7 @@ private:
     progress& shown;
     row_filter filter;
     column_choice choice;
-    cell_reader x, y, pass;
+    field_reader x, y, pass;
     std::vector<value_column> values;
     std::vector<odd_record>::const_iterator odd;
     drop_counter drops;
@@ -77,7 +77,7 @@ private:
 
     std::vector<int> columns_asked_for() const {
         std::vector<int> columns = filter.columns();
-        for (const cell_reader* reader : {&x, &y, &pass}) columns.push_back(reader->column.index);
+        for (const field_reader* reader : {&x, &y, &pass}) columns.push_back(reader->column.index);
         for (const value_column& column : values) columns.push_back(column.reader.column.index);
         return columns;
     }
@@ -117,15 +117,15 @@ private:
         const bool may_lack = needs.position == need::taken;
         drop_counter& counter = may_lack ? unwanted : drops;
         if (choice.from_geometry) {
-            const OGRGeometry* const geometry = source.geometry();
-            if (!geometry || geometry->IsEmpty()) {
+            const shape* const geometry = source.geometry();
+            if (!geometry || geometry->is_empty) {
                 counter.add("position_missing", "the record has no point", source.record());
-            } else if (wkbFlatten(geometry->getGeometryType()) != wkbPoint) {
+            } else if (geometry->kind != shape_kind::point) {
                 counter.add("", "position_not_a_point", "", "the geometry is not a point",
-                            source.record(), {}, geometry->getGeometryName());
+                            source.record(), {}, geometry->name);
             } else {
-                point.d_x = geometry->toPoint()->getX();
-                point.d_y = geometry->toPoint()->getY();
+                point.d_x = geometry->x;
+                point.d_y = geometry->y;
             }
         } else {
             point.d_x = x.read(source, counter);
@@ -228,13 +228,13 @@ private:
         result.y = y.column;
         result.pass = pass.column;
         result.is_geographic = choice.is_geographic;
-        for (const cell_reader* reader : {&x, &y, &pass})
+        for (const field_reader* reader : {&x, &y, &pass})
             if (reader->stripped.count > 0) result.stripped.push_back(reader->stripped);
         if (result.has_positions())
             result.without_position =
                 std::count_if(result.points.begin(), result.points.end(),
                               [](const t_icdata& point) { return std::isnan(point.d_x); });
-        if (choice.from_geometry) result.system = copy_of(source.reference());
+        if (choice.from_geometry) result.system = source.reference();
         if (!result.system && result.is_geographic) result.system = wgs84();
         if (!options.project.empty()) project();
     }
@@ -244,12 +244,14 @@ private:
             throw usage_error(
                 fmt::format("{}: --project needs positions, and no columns of them were "
                             "recognised; name them with --x and --y",
-                            source.file));
+                            source.file),
+                {"--project", source.file, 0, {}});
         if (!result.system)
             throw usage_error(
                 fmt::format("{}: --project is for longitudes and latitudes, but {} and "
                             "{} are planar already",
-                            source.file, result.x.name, result.y.name));
+                            source.file, result.x.name, result.y.name),
+                {"--project", source.file, 0, {}});
         std::vector<double> eastings(result.points.size());
         std::vector<double> northings(result.points.size());
         for (std::size_t i = 0; i < result.points.size(); ++i) {
@@ -262,17 +264,19 @@ private:
         for (std::size_t i = 0; i < result.points.size(); ++i) {
             t_icdata& point = result.points[i];
             if (!std::isnan(point.d_x) && std::isnan(eastings[i]))
-                throw usage_error(fmt::format(
-                    "{}, {}: the position {}, {} has no place in {}; choose another --project",
-                    source.file, source.place(result.records[i]), point.d_x, point.d_y,
-                    plane->GetName()));
+                throw usage_error(
+                    fmt::format(
+                        "{}, {}: the position {}, {} has no place in {}; choose another --project",
+                        source.file, source.place(result.records[i]), point.d_x, point.d_y,
+                        plane->name()),
+                    {"--project", source.file, source.line_of(result.records[i]), {}});
             point.d_x = eastings[i];
             point.d_y = northings[i];
         }
         result.system = plane;
         result.is_geographic = false;
         result.is_projected = true;
-        result.x.unit = result.y.unit = length_unit_of(*plane);
+        result.x.unit = result.y.unit = plane->length_unit();
     }
 
     [[noreturn]] void refuse_empty() {

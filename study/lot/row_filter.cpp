@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include <cpl_string.h>
 #include <fmt/format.h>
 
 #include "study/base/errors.hpp"
@@ -24,50 +23,45 @@ row_filter::row_filter(const std::string& expression, const table_source& source
                        const row_survey& learned)
     : survey(learned) {
     if (expression.empty()) return;
-    definition.reset(new OGRFeatureDefn("rows"));
-    definition->Reference();
     for (std::size_t j = 0; j < source.columns.size(); ++j) {
         const source_column& column = source.columns[j];
         const column_content content = survey.columns[j].content;
-        const bool numbers = column.is_text() && (content == column_content::numbers ||
-                                                  content == column_content::labelled_numbers);
-        OGRFieldDefn field(column.name.c_str(),
-                           numbers || column.is_numeric() ? OFTReal : OFTString);
-        definition->AddFieldDefn(&field);
+        const bool holds_numbers =
+            content == column_content::numbers || content == column_content::labelled_numbers;
+        is_number.push_back(column.is_numeric() || (column.is_text() && holds_numbers));
     }
-    CPLErrorReset();
-    if (query.Compile(definition.get(), expression.c_str()) != OGRERR_NONE) {
-        const std::string reason = CPLGetLastErrorMsg();
-        throw usage_error(fmt::format(
-            "--where \"{}\": the filter is not understood{}{}\n"
-            "  columns of {}: {}\n"
-            "  write it like: \"PassCount\" >= 2 AND \"VibeState\" = 'On'",
-            expression, reason.empty() ? "" : ": ", reason, source.file, source.column_list()));
+    try {
+        condition.emplace(expression, [&](std::string_view name) {
+            const int index = source.column_named(name);
+            return filter_expression::column{index, index >= 0 &&
+                                                        is_number[static_cast<std::size_t>(index)]};
+        });
+    } catch (const usage_error& error) {
+        throw usage_error(
+            fmt::format("--where \"{}\": the filter is not understood: {}\n"
+                        "  columns of {}: {}\n"
+                        "  write it like: \"PassCount\" >= 2 AND \"VibeState\" = 'On'",
+                        expression, error.what(), source.file, source.column_list()),
+            {"--where", source.file, 0, {}});
     }
-    char** const names = query.GetUsedFields();
-    for (int i = 0; names && names[i]; ++i)
-        if (const int column = definition->GetFieldIndex(names[i]); column >= 0)
-            used.push_back(column);
-    CSLDestroy(names);
-    cells = std::make_unique<OGRFeature>(definition.get());
 }
 
-bool row_filter::passes(const table_source& row) {
-    if (!cells) return true;
-    cells->SetFID(row.record());
-    for (const int column : used) {
-        const text_value value = row.value(column, survey.style);
-        if (value.kind == text_kind::missing) {
-            cells->SetFieldNull(column);
-        } else if (definition->GetFieldDefn(column)->GetType() == OFTString) {
-            cells->SetField(column, std::string(trimmed(row.text(column))).c_str());
-        } else if (value.kind == text_kind::not_a_number) {
-            cells->SetFieldNull(column);
-        } else {
-            cells->SetField(column, value.value);
-        }
-    }
-    return query.Evaluate(cells.get()) != 0;
+std::vector<int> row_filter::columns() const {
+    return condition ? condition->columns() : std::vector<int>();
+}
+
+bool row_filter::passes(const table_source& row) const {
+    if (!condition) return true;
+    return condition->holds([&](int column) -> filter_value {
+        if (column == filter_expression::record_number)
+            return {false, static_cast<double>(row.record()), {}};
+        const text_value field = row.value(column, survey.style);
+        if (field.kind == text_kind::missing) return {};
+        if (!is_number[static_cast<std::size_t>(column)])
+            return {false, 0, std::string(trimmed(row.text(column)))};
+        if (field.kind == text_kind::not_a_number) return {};
+        return {false, field.value, {}};
+    });
 }
 
 } // namespace qmx_study

@@ -42,13 +42,14 @@ char learn_decimal_mark(table_source& source) {
     return commas > points ? ',' : '.';
 }
 
-// Whether a cell can stand in a column. A missing cell contradicts only a column that hardly ever
+// Whether a field can stand in a column. A missing field contradicts only a column that hardly ever
 // has one.
-bool contradicts(const text_value& cell, const surveyed_column& column) {
+bool contradicts(const text_value& field, const surveyed_column& column) {
     if (column.content == column_content::unknown) return false;
-    if (cell.kind == text_kind::missing) return 50 * column.missing <= column.filled;
-    if (content_of(cell.kind) != column.content) return true;
-    return cell.kind == text_kind::unit_number && !column.unit.empty() && cell.extra != column.unit;
+    if (field.kind == text_kind::missing) return 50 * column.missing <= column.filled;
+    if (content_of(field.kind) != column.content) return true;
+    return field.kind == text_kind::unit_number && !column.unit.empty() &&
+           field.extra != column.unit;
 }
 
 // A quick look that never misses a row in which text stands where numbers belong or the reverse.
@@ -73,11 +74,11 @@ bool row_survey::is_out_of_place(const table_source& row) const {
     }
     if (!suspicious) return false;
 
-    std::vector<text_value> cells(count);
+    std::vector<text_value> fields(count);
     for (std::size_t j = 0; j < count; ++j)
-        cells[j] = read_text_value(row.text(static_cast<int>(j)), style);
+        fields[j] = read_text_value(row.text(static_cast<int>(j)), style);
     int as_it_stands = 0;
-    for (std::size_t j = 0; j < count; ++j) as_it_stands += contradicts(cells[j], columns[j]);
+    for (std::size_t j = 0; j < count; ++j) as_it_stands += contradicts(fields[j], columns[j]);
     if (as_it_stands < 2) return false;
 
     // Contradictions when the fields from `first` on belong one column further right (a field was
@@ -87,13 +88,13 @@ bool row_survey::is_out_of_place(const table_source& row) const {
     for (std::size_t first = 0; first < count; ++first) {
         int lost = before;
         for (std::size_t j = first; j + 1 < count; ++j)
-            lost += contradicts(cells[j], columns[j + 1]);
-        if (cells[count - 1].kind == text_kind::missing) best = std::min(best, lost);
+            lost += contradicts(fields[j], columns[j + 1]);
+        if (fields[count - 1].kind == text_kind::missing) best = std::min(best, lost);
         int inserted = before;
         for (std::size_t j = first + 1; j < count; ++j)
-            inserted += contradicts(cells[j], columns[j - 1]);
+            inserted += contradicts(fields[j], columns[j - 1]);
         best = std::min(best, inserted);
-        before += contradicts(cells[first], columns[first]);
+        before += contradicts(fields[first], columns[first]);
     }
     return best <= as_it_stands - 2;
 }
@@ -120,16 +121,16 @@ row_survey survey_rows(table_source& source, const std::vector<std::string>& mis
             continue;
         }
         for (std::size_t j = 0; j < count; ++j) {
-            const text_value cell = source.value(static_cast<int>(j), survey.style);
-            ++contents[j][static_cast<std::size_t>(content_of(cell.kind))];
-            survey.columns[j].missing += cell.kind == text_kind::missing;
-            survey.columns[j].filled += cell.kind != text_kind::missing;
-            if (cell.kind != text_kind::unit_number) continue;
-            const auto known = units[j].find(cell.extra);
+            const text_value field = source.value(static_cast<int>(j), survey.style);
+            ++contents[j][static_cast<std::size_t>(content_of(field.kind))];
+            survey.columns[j].missing += field.kind == text_kind::missing;
+            survey.columns[j].filled += field.kind != text_kind::missing;
+            if (field.kind != text_kind::unit_number) continue;
+            const auto known = units[j].find(field.extra);
             if (known != units[j].end()) {
                 ++known->second;
             } else if (units[j].size() < 100) {
-                units[j].emplace(cell.extra, 1);
+                units[j].emplace(field.extra, 1);
             }
         }
     }

@@ -13,7 +13,7 @@
 
 namespace qmx_study {
 
-// What a column holds as a rule: at least nine tenths of its filled cells, and three of them.
+// What a column holds as a rule: at least nine tenths of its filled fields, and three of them.
 enum class column_content { unknown, numbers, labelled_numbers, text };
 
 struct surveyed_column {

@@ -90,10 +90,11 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
         if (source.record() != *wanted) continue;
         ++wanted;
         if (has_points) {
-            const OGRGeometry* const geometry = source.geometry();
-            const bool is_point = geometry && wkbFlatten(geometry->getGeometryType()) == wkbPoint;
-            writer.field(is_point ? fmt::format("{}", geometry->toPoint()->getX()) : "");
-            writer.field(is_point ? fmt::format("{}", geometry->toPoint()->getY()) : "");
+            const shape* const geometry = source.geometry();
+            const bool is_point =
+                geometry && geometry->kind == shape_kind::point && !geometry->is_empty;
+            writer.field(is_point ? fmt::format("{}", geometry->x) : "");
+            writer.field(is_point ? fmt::format("{}", geometry->y) : "");
         }
         for (int column = 0; column < static_cast<int>(source.columns.size()); ++column)
             writer.field(source.text(column));

@@ -3,15 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <memory>
+#include <limits>
 #include <optional>
 
-#include <cpl_error.h>
 #include <fmt/format.h>
-#include <ogr_geometry.h>
 
 #include "study/base/errors.hpp"
 #include "study/base/value_text.hpp"
+#include "study/shapes/area_overlay.hpp"
 
 namespace qmx_study {
 
@@ -19,6 +18,7 @@ namespace {
 
 constexpr std::size_t most_vertices = sizeof(t_areaflt::d_vert_x) / sizeof(double);
 constexpr double noticeable_share = 1e-6; // of the included area
+constexpr double rounding_share = 1e-9;   // of an area
 
 void add_record(std::vector<t_areaflt>& records, const std::string& file, const outline& ring,
                 bool is_excluded) {
@@ -44,53 +44,50 @@ void add_records(std::vector<t_areaflt>& records, const polygon_set& set, bool i
     }
 }
 
-std::unique_ptr<OGRLinearRing> ring_of(const outline& vertices) {
-    auto ring = std::make_unique<OGRLinearRing>();
-    ring->setPoints(static_cast<int>(vertices.x.size()), vertices.x.data(), vertices.y.data());
-    ring->closeRings();
-    return ring;
-}
-
-double area_of(const OGRGeometry& geometry) {
-    switch (wkbFlatten(geometry.getGeometryType())) {
-    case wkbPolygon: return geometry.toPolygon()->get_Area();
-    case wkbMultiPolygon:
-    case wkbGeometryCollection: return geometry.toGeometryCollection()->get_Area();
-    default: return 0; // two areas that only touch meet in a line or a point
-    }
-}
-
-struct united_areas {
-    double sum = 0; // of the sizes
-    std::unique_ptr<OGRGeometry> whole;
-    double size() const { return whole ? area_of(*whole) : 0; }
-};
-
-// Nothing where an outline is not simple; the note then says which.
-std::optional<united_areas> united(const polygon_set& set, std::vector<std::string>& notes) {
-    united_areas result;
-    OGRMultiPolygon all;
+// What is wrong with the first polygon whose outlines do not simply add up; "" where they all do.
+std::string fault_in_outlines(const polygon_set& set) {
     for (std::size_t i = 0; i < set.polygons.size(); ++i) {
-        auto area = std::make_unique<OGRPolygon>();
-        area->addRingDirectly(ring_of(set.polygons[i].outer).release());
-        for (const outline& hole : set.polygons[i].holes)
-            area->addRingDirectly(ring_of(hole).release());
-        CPLErrorReset();
-        if (!area->IsValid()) {
-            notes.push_back(
-                fmt::format("Polygon {} of {} is not simple ({}): parts that run the other way "
-                            "round subtract from its area. Repair the outline.",
-                            i + 1, set.file, CPLGetLastErrorMsg()));
-            return {};
-        }
-        result.sum += area->get_Area();
-        all.addGeometryDirectly(area.release());
+        const polygon& area = set.polygons[i];
+        const double by_outlines = area_by_outlines(area);
+        const double covered = overlay({area}, {}).first;
+        if (std::fabs(covered - by_outlines) <= rounding_share * covered) continue;
+        const std::optional<crossing> place = first_crossing(area);
+        const std::string reason =
+            place ? fmt::format("Self-intersection at or near point {:.10g} {:.10g}", place->x,
+                                place->y)
+                  : "a hole lies outside its outline, or two of them overlap";
+        return fmt::format("Polygon {} of {} is not simple ({}): parts that run the other way "
+                           "round subtract from its area. Repair the outline.",
+                           i + 1, set.file, reason);
     }
-    if (set.polygons.empty()) return result;
-    result.whole.reset(all.UnionCascaded());
-    if (!result.whole) return {};
-    return result;
+    return {};
 }
+
+double sum_of(const polygon_set& set) {
+    double sum = 0;
+    for (const polygon& area : set.polygons) sum += area_by_outlines(area);
+    return sum;
+}
+
+struct extent {
+    double left = std::numeric_limits<double>::infinity(), right = -left;
+    double bottom = left, top = -left;
+    void include(double x, double y) {
+        left = std::min(left, x);
+        right = std::max(right, x);
+        bottom = std::min(bottom, y);
+        top = std::max(top, y);
+    }
+    bool meets(const extent& other) const {
+        return left <= other.right && other.left <= right && bottom <= other.top &&
+               other.bottom <= top;
+    }
+    std::string text() const {
+        return fmt::format("{} … {}, {} … {}", coordinate_text(left, false),
+                           coordinate_text(right, false), coordinate_text(bottom, false),
+                           coordinate_text(top, false));
+    }
+};
 
 } // namespace
 
@@ -104,28 +101,27 @@ std::vector<t_areaflt> area_records(const polygon_set& included, const polygon_s
 std::vector<std::string> area_notes(const polygon_set& included, const polygon_set& excluded,
                                     const std::string& area_unit) {
     std::vector<std::string> notes;
-    if (!OGRGeometryFactory::haveGEOS()) return notes;
-    const std::optional<united_areas> inside = united(included, notes);
-    const std::optional<united_areas> outside = united(excluded, notes);
-    if (!inside || !outside) return notes;
+    for (const polygon_set* const set : {&included, &excluded})
+        if (std::string fault = fault_in_outlines(*set); !fault.empty())
+            notes.push_back(std::move(fault));
+    if (!notes.empty()) return notes; // the sizes below would be of no use
+    const overlay_areas areas = overlay(included.polygons, excluded.polygons);
+    const double inside = sum_of(included);
     const auto quantity = [&](double area) {
         return number_text(area) + (area_unit.empty() ? "" : " " + area_unit);
     };
-    const double tolerance = noticeable_share * inside->sum;
-    if (const double twice = inside->sum - inside->size(); twice > tolerance)
+    const double tolerance = noticeable_share * inside;
+    if (const double twice = inside - areas.first; twice > tolerance)
         notes.push_back(fmt::format(
             "The polygons of {} overlap: {} count twice in the alignment area, while each point "
             "counts once, so the percentages come out too low. Merge the polygons.",
             included.file, quantity(twice)));
-    if (const double twice = outside->sum - outside->size(); twice > tolerance)
+    if (const double twice = sum_of(excluded) - areas.second; twice > tolerance)
         notes.push_back(fmt::format(
             "The polygons of {} overlap: {} are subtracted twice from the alignment area, so the "
             "percentages come out too high. Merge the polygons.",
             excluded.file, quantity(twice)));
-    if (!outside->whole) return notes;
-    const std::unique_ptr<OGRGeometry> common(inside->whole->Intersection(outside->whole.get()));
-    if (!common) return notes;
-    if (const double beyond = outside->size() - area_of(*common); beyond > tolerance)
+    if (const double beyond = areas.second - areas.common; beyond > tolerance)
         notes.push_back(fmt::format(
             "{} of the excluded areas lie outside the included ones and are subtracted from the "
             "alignment area all the same, so the percentages come out too high. Clip {} to the "
@@ -136,22 +132,17 @@ std::vector<std::string> area_notes(const polygon_set& included, const polygon_s
 
 void refuse_distant_areas(const polygon_set& included, const std::vector<double>& x,
                           const std::vector<double>& y) {
-    OGREnvelope areas;
+    extent areas;
     for (const polygon& area : included.polygons)
         for (std::size_t i = 0; i < area.outer.x.size(); ++i)
-            areas.Merge(area.outer.x[i], area.outer.y[i]);
-    OGREnvelope points;
-    for (std::size_t i = 0; i < x.size(); ++i) points.Merge(x[i], y[i]);
-    if (areas.Intersects(points)) return;
-    const auto extents = [](const OGREnvelope& box) {
-        return fmt::format("{} … {}, {} … {}", coordinate_text(box.MinX, false),
-                           coordinate_text(box.MaxX, false), coordinate_text(box.MinY, false),
-                           coordinate_text(box.MaxY, false));
-    };
+            areas.include(area.outer.x[i], area.outer.y[i]);
+    extent points;
+    for (std::size_t i = 0; i < x.size(); ++i) points.include(x[i], y[i]);
+    if (areas.meets(points)) return;
     throw usage_error(
         fmt::format("{}: its polygons ({}) lie apart from all points ({})\n  are both in one "
                     "coordinate system and one unit, and easting and northing in the same order?",
-                    included.file, extents(areas), extents(points)));
+                    included.file, areas.text(), points.text()));
 }
 
 } // namespace qmx_study

@@ -7,53 +7,86 @@
 
 #include "study/base/errors.hpp"
 #include "study/lot/column_choice.hpp"
+#include "study/lot/row_survey.hpp"
+#include "study/table/shape.hpp"
 #include "study/table/table_source.hpp"
+#include "study/table/text_input.hpp"
 
 namespace qmx_study {
 
 namespace {
 
-outline outline_of(const OGRLinearRing& ring) {
-    outline vertices;
-    const int count = ring.getNumPoints();
-    for (int i = 0; i < count; ++i) {
-        vertices.x.push_back(ring.getX(i));
-        vertices.y.push_back(ring.getY(i));
-    }
-    return vertices;
+outline outline_of(const ring& vertices) {
+    return {vertices.x, vertices.y};
 }
 
-void add_polygon(polygon_set& set, const OGRPolygon& geometry) {
-    if (geometry.IsEmpty()) return;
+void add_polygon(polygon_set& set, const shape& geometry) {
+    if (geometry.is_empty || geometry.rings.empty()) return;
     polygon area;
-    area.outer = outline_of(*geometry.getExteriorRing());
-    for (int i = 0; i < geometry.getNumInteriorRings(); ++i)
-        area.holes.push_back(outline_of(*geometry.getInteriorRing(i)));
+    area.outer = outline_of(geometry.rings.front());
+    for (std::size_t i = 1; i < geometry.rings.size(); ++i)
+        area.holes.push_back(outline_of(geometry.rings[i]));
     set.polygons.push_back(std::move(area));
 }
 
-void add_geometry(polygon_set& set, const OGRGeometry& geometry, const std::string& place) {
-    const OGRwkbGeometryType type = wkbFlatten(geometry.getGeometryType());
-    if (type == wkbPolygon) {
-        add_polygon(set, *geometry.toPolygon());
-    } else if (type == wkbMultiPolygon || type == wkbGeometryCollection) {
-        for (const OGRGeometry* const part : *geometry.toGeometryCollection())
-            add_geometry(set, *part, place);
-    } else if (type == wkbLineString && geometry.toLineString()->get_IsClosed()) {
-        OGRLinearRing ring;
-        ring.addSubLineString(geometry.toLineString());
-        set.polygons.push_back({outline_of(ring), {}});
+void add_geometry(polygon_set& set, const shape& geometry, const std::string& place) {
+    if (geometry.kind == shape_kind::polygon) {
+        add_polygon(set, geometry);
+    } else if (geometry.kind == shape_kind::collection && geometry.name != "MULTIPOINT") {
+        for (const shape& part : geometry.parts) add_geometry(set, part, place);
+    } else if (geometry.kind == shape_kind::line && !geometry.rings.empty() &&
+               geometry.rings.front().is_closed()) {
+        set.polygons.push_back({outline_of(geometry.rings.front()), {}});
     } else {
         throw usage_error(fmt::format("{}, {}: a {} is no area; polygons are wanted", set.file,
-                                      place, geometry.getGeometryName()));
+                                      place, geometry.name),
+                          {{}, set.file, 0, {}});
     }
 }
 
 void read_geometries(polygon_set& set, table_source& source) {
-    set.system = copy_of(source.reference());
-    set.is_geographic = set.system && set.system->IsGeographic();
-    while (source.next())
-        if (source.geometry()) add_geometry(set, *source.geometry(), source.place(source.record()));
+    set.system = source.reference();
+    set.is_geographic = set.system && set.system->is_geographic();
+    while (source.next()) {
+        const std::string place = source.place(source.record());
+        if (const shape* const geometry = source.geometry()) {
+            add_geometry(set, *geometry, place);
+        } else if (const std::string_view text = source.geometry_text(); !text.empty()) {
+            throw usage_error(fmt::format("{}, {}: \"{}\" is no well-known text of a polygon",
+                                          set.file, place, text.substr(0, 60)),
+                              {{}, set.file, source.line_of(source.record()), {}});
+        }
+    }
+}
+
+bool is_wkt_name(const std::string& file) {
+    const std::string name = lower_case(file);
+    return name.ends_with(".wkt") || name.ends_with(".wkt.gz");
+}
+
+std::string_view without_blank_lines(std::string_view text) {
+    const std::size_t start = text.find_first_not_of(" \t\r\n;");
+    return start == std::string_view::npos ? std::string_view() : text.substr(start);
+}
+
+// Polygons in well-known text, one after the other.
+void read_wkt_file(polygon_set& set) {
+    const std::string text = whole_text(set.file);
+    std::string_view rest = without_blank_lines(text);
+    while (!rest.empty()) {
+        const auto start = static_cast<std::size_t>(rest.data() - text.data());
+        const auto line =
+            1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(start), '\n');
+        shape geometry;
+        if (!take_wkt(rest, geometry))
+            throw usage_error(fmt::format("{}, line {}: \"{}\" is no well-known text such as "
+                                          "POLYGON ((0 0, 9 0, 9 5, 0 0))",
+                                          set.file, line,
+                                          rest.substr(0, rest.find('\n')).substr(0, 60)),
+                              {{}, set.file, line, {}});
+        add_geometry(set, geometry, fmt::format("line {}", line));
+        rest = without_blank_lines(rest);
+    }
 }
 
 // A column whose value tells one outline from the next.
@@ -78,13 +111,14 @@ void read_vertices(polygon_set& set, table_source& source) {
         double position[2];
         for (int i = 0; i < 2; ++i) {
             const used_column& column = i == 0 ? choice.x : choice.y;
-            const text_value cell = source.value(column.index, survey.style);
-            if (std::isnan(cell.value))
+            const text_value field = source.value(column.index, survey.style);
+            if (std::isnan(field.value))
                 throw usage_error(
                     fmt::format("{}, {}, column {}: \"{}\" is no coordinate; each row "
                                 "is a vertex, so none can be left out",
-                                set.file, place, column.name, source.text(column.index)));
-            position[i] = cell.value;
+                                set.file, place, column.name, source.text(column.index)),
+                    {{}, set.file, source.line_of(source.record()), column.name});
+            position[i] = field.value;
         }
         const std::string this_part(parts >= 0 ? source.text(parts) : std::string_view());
         if (set.polygons.empty() || this_part != part) set.polygons.emplace_back();
@@ -109,14 +143,18 @@ void check_outline(const polygon_set& set, const outline& ring) {
 } // namespace
 
 polygon_set read_polygons(const std::string& file, const std::string& layer) {
-    progress quiet;
     polygon_set set;
     set.file = file;
-    table_source source(file, layer, quiet);
-    if (source.has_geometry()) {
-        read_geometries(set, source);
+    if (is_wkt_name(file)) {
+        read_wkt_file(set);
     } else {
-        read_vertices(set, source);
+        progress quiet;
+        table_source source(file, layer, quiet);
+        if (source.has_geometry()) {
+            read_geometries(set, source);
+        } else {
+            read_vertices(set, source);
+        }
     }
     if (set.polygons.empty()) throw usage_error(fmt::format("{}: there is no polygon in it", file));
     for (const polygon& area : set.polygons) {

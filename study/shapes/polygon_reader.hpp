@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "study/lot/projection.hpp"
+#include "study/table/spatial_reference.hpp"
 
 namespace qmx_study {
 

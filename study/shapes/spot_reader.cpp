@@ -6,7 +6,8 @@
 #include <fmt/format.h>
 
 #include "study/base/errors.hpp"
-#include "study/analyses/area_selection.hpp"
+#include "study/lot/plane.hpp"
+#include "study/lot/projection.hpp"
 
 namespace qmx_study {
 
@@ -21,7 +22,7 @@ template <class Visit> void for_each_test(table_source& source, const lot& tests
         if (source.record() == tests.records[i]) visit(i++);
 }
 
-// A pass number that was not read stands as 0: an empty cell means all passes, anything else is an
+// A pass number that was not read stands as 0: an empty field means all passes, anything else is an
 // error, since a test that lost its pass would be matched with the wrong data.
 void settle_passes(table_source& source, const row_survey& survey, lot& tests) {
     if (!tests.pass.found()) {
@@ -31,12 +32,12 @@ void settle_passes(table_source& source, const row_survey& survey, lot& tests) {
     for_each_test(source, tests, [&](std::size_t i) {
         t_icdata& test = tests.points[i];
         if (test.i_passno != 0) return;
-        const text_value cell = source.value(tests.pass.index, survey.style);
-        if (cell.kind == text_kind::missing) {
+        const text_value field = source.value(tests.pass.index, survey.style);
+        if (field.kind == text_kind::missing) {
             test.i_passno = all_passes;
-        } else if (cell.value != 0) {
+        } else if (field.value != 0) {
             throw usage_error(fmt::format("{}, {}, column {}: \"{}\" is no number of a pass; leave "
-                                          "the cell empty for all passes",
+                                          "the field empty for all passes",
                                           source.file, source.place(source.record()),
                                           tests.pass.name, source.text(tests.pass.index)));
         }
@@ -45,7 +46,7 @@ void settle_passes(table_source& source, const row_survey& survey, lot& tests) {
 
 void bring_to_plane(const table_source& source, lot& tests, const lot& points) {
     if (tests.system && points.system) {
-        if (tests.system->IsSame(points.system.get())) return;
+        if (tests.system->is_same_as(*points.system)) return;
         std::vector<double> x, y;
         for (const t_icdata& test : tests.points) {
             x.push_back(test.d_x);
@@ -57,7 +58,7 @@ void bring_to_plane(const table_source& source, lot& tests, const lot& points) {
                 throw usage_error(fmt::format("{}, {}: the position {}, {} has no place in {}",
                                               source.file, source.place(tests.records[i]),
                                               tests.points[i].d_x, tests.points[i].d_y,
-                                              points.system->GetName()));
+                                              points.system->name()));
             tests.points[i].d_x = x[i];
             tests.points[i].d_y = y[i];
         }

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::int64_t records_between_notes = 1 << 16;
 
-// The separator as the CSV reader finds it: the one of the head line, a comma if there are several.
+// The separator of the head line, a comma if there are several.
 char separator_of(std::string_view head) {
     char found = '\0';
     bool quoted = false;
@@ -68,8 +68,7 @@ public:
     void take(const text_records& source) {
         if (scan.head_fields == 0) {
             take_head(source.text);
-            head_line = source.first_line;
-            offset = head_line;
+            offset = source.first_line;
             return;
         }
         ++scan.records;
@@ -85,17 +84,14 @@ public:
         scan.odd.push_back({scan.records, fields});
     }
 
-    std::int64_t head_line = 0;
-
 private:
     void take_head(std::string_view record) {
-        if (record.starts_with("\xEF\xBB\xBF")) record.remove_prefix(3);
         if (record.find('\0') != std::string_view::npos)
             throw usage_error(
                 fmt::format("{}: this is no text in UTF-8; save it as CSV in UTF-8", shown_name));
         scan.separator = separator_of(record);
         scan.head = fields_of(record, scan.separator);
-        // The CSV reader, too, takes "name," as a single column.
+        // "name," is a single column: its rows end with a separator.
         if (scan.head.size() == 2 && scan.head.back().empty()) scan.head.pop_back();
         scan.head_fields = static_cast<int>(scan.head.size());
         named_fields = scan.head_fields;
@@ -120,11 +116,15 @@ std::int64_t line_scan::line_of(std::int64_t record) const {
     return last.line + (record - last.record);
 }
 
-line_scan scan_lines(const std::string& path, const std::string& shown_name, progress& shown) {
-    text_records records(path);
-    if (!records.is_open())
-        throw usage_error(fmt::format("{}: the file cannot be opened", shown_name));
+void refuse_failure(const text_records& records, const std::string& shown_name) {
+    if (records.failure().empty()) return;
+    throw usage_error(fmt::format("{}, after line {}: reading stopped: {}", shown_name,
+                                  records.lines, records.failure()),
+                      {{}, shown_name, records.lines, {}});
+}
 
+line_scan scan_lines(text_records& records, const std::string& shown_name, progress& shown) {
+    records.rewind();
     line_scan scan;
     scanner lines(scan, shown_name);
     while (records.next()) {
@@ -132,8 +132,8 @@ line_scan scan_lines(const std::string& path, const std::string& shown_name, pro
         if (scan.records % records_between_notes == 0)
             shown.note(fmt::format("looking at line {}", records.lines));
     }
+    refuse_failure(records, shown_name);
     if (scan.head_fields == 0) throw usage_error(fmt::format("{}: the file is empty", shown_name));
-    scan.is_plain = records.is_plain && lines.head_line == 1;
     return scan;
 }
 

@@ -10,6 +10,7 @@
 namespace qmx_study {
 
 class progress;
+class text_records;
 
 struct odd_record {
     std::int64_t record; // from 1
@@ -23,8 +24,6 @@ struct line_scan {
     std::int64_t records = 0;      // without the head line and without empty lines
     std::vector<odd_record> odd;   // ascending; an extra empty field at the end is none
 
-    bool is_plain = false; // every reader takes the same records from it: see text_records
-
     // A line differs from (record + 1) after empty lines and after fields that span lines.
     struct step {
         std::int64_t record, line;
@@ -33,8 +32,11 @@ struct line_scan {
     std::int64_t line_of(std::int64_t record) const;
 };
 
-// Reads the file through GDAL's file systems, so gzip works too (/vsigzip/). Throws usage_error when
-// the file cannot be read, is empty, or is no text.
-line_scan scan_lines(const std::string& path, const std::string& shown_name, progress& shown);
+// Reads the whole text, from its start. Throws usage_error when it cannot be read, is empty, or is no
+// text. shown_name: the file, for messages.
+line_scan scan_lines(text_records& records, const std::string& shown_name, progress& shown);
+
+// Throws usage_error when reading ended before the end of the file.
+void refuse_failure(const text_records& records, const std::string& shown_name);
 
 } // namespace qmx_study

@@ -1,4 +1,4 @@
-// A table of records, read one after the other: delimited text or any vector format that GDAL reads.
+// A table of records, read one after the other: delimited text, or a vector format.
 #pragma once
 
 #include <cstdint>
@@ -7,28 +7,21 @@
 #include <string_view>
 #include <vector>
 
-#include <ogrsf_frmts.h>
-
 #include "study/base/number_text.hpp"
 #include "study/base/progress.hpp"
 #include "study/table/line_scan.hpp"
+#include "study/table/shape.hpp"
+#include "study/table/source_column.hpp"
+#include "study/table/spatial_reference.hpp"
 #include "study/table/text_records.hpp"
+#include "study/table/vector_table.hpp"
 
 namespace qmx_study {
 
-struct source_column {
-    std::string name;
-    OGRFieldType type;
-    bool is_text() const { return type == OFTString; }
-    bool is_numeric() const {
-        return type == OFTInteger || type == OFTInteger64 || type == OFTReal;
-    }
-};
-
 class table_source {
 public:
-    // Opens a file. A name that ends in .gz is unpacked on the way; .csv, .tsv, .txt, .dat, .asc and
-    // .psv are delimited text, whatever else goes by its contents. Throws usage_error.
+    // Opens a file. gzip is unpacked on the way; .csv, .tsv, .txt, .dat, .asc and .psv are delimited
+    // text, whatever else goes by its contents. Throws usage_error.
     table_source(const std::string& file, const std::string& layer, progress& shown);
 
     std::string file;   // as the user named it
@@ -39,8 +32,8 @@ public:
     std::int64_t rows = -1; // -1 where the format does not know in advance
 
     // The coordinate system of the geometries: null where there is none.
-    const OGRSpatialReference* reference() const;
-    bool has_geometry() const;
+    const coordinate_system& reference() const { return system; }
+    bool has_geometry() const { return is_spatial; }
 
     void rewind();
     // The same for a run through all records in which only these columns will be asked for, and the
@@ -51,7 +44,8 @@ public:
     // Valid until next(), and until the next call for a column that is no text.
     std::string_view text(int column) const;
     text_value value(int column, const number_style& style) const;
-    const OGRGeometry* geometry() const; // of this record, may be null
+    const shape* geometry() const;          // of this record, may be null
+    std::string_view geometry_text() const; // of a delimited text, as it stands there
 
     // Where a record stands, for messages: "line 52" of a text, "record 51" of anything else.
     std::int64_t line_of(std::int64_t record) const;
@@ -62,23 +56,20 @@ public:
     std::string column_list() const;           // for messages
 
 private:
-    GDALDatasetUniquePtr dataset;
-    OGRLayer* layer = nullptr; // null for text with bars between its fields
-    OGRFeatureUniquePtr feature;
     std::int64_t number = 0;
-    // Of delimited text without geometries the records are taken apart here; null otherwise.
+    // One of the two.
     std::unique_ptr<text_records> records;
-    std::vector<std::string_view> fields;
+    std::unique_ptr<vector_table> vector;
+    std::vector<std::string_view> fields; // of a text
     std::string unquoted;
+    int shape_column = -1; // of a text: well-known text
+    mutable shape read_shape;
+    bool is_spatial = false;
+    coordinate_system system;
 
-    bool fetch();
-    void start();
-    void leave_out(const std::vector<int>& wanted, bool with_geometry);
-    void take_text_apart(const std::string& path);
-    void name_columns_by_head(const std::string& path);
-    bool is_missing(int column) const;
-    void open(const std::string& path);
-    void choose_layer(const std::string& wanted);
+    void open_text(progress& shown);
+    void name_columns_by_head();
+    void read_system_beside();
     void refuse_missing_head() const;
 };
 

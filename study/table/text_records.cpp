@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include <cpl_error.h>
+#include "study/table/encodings.hpp"
 
 namespace qmx_study {
 
@@ -15,61 +15,67 @@ bool holds(std::string_view text, char c) {
     return !text.empty() && std::memchr(text.data(), c, text.size()) != nullptr;
 }
 
+bool holds_high_bytes(std::string_view text) {
+    unsigned char all = 0;
+    for (const char c : text) all |= static_cast<unsigned char>(c);
+    return all >= 0x80;
+}
+
 bool has_odd_quotes(std::string_view line) {
     return std::count(line.begin(), line.end(), '"') % 2 != 0;
 }
 
 } // namespace
 
-text_records::text_records(const std::string& path) : file(VSIFOpenL(path.c_str(), "rb")) {}
-
 void text_records::rewind() {
-    VSIRewindL(file.get());
+    file.rewind();
     rest = {};
     first_line = lines = 0;
-    has_returns = is_at_end = false;
-    failure.clear();
+    line_end = '\n';
+    has_returns = has_high_bytes = is_at_end = false;
 }
 
 // Moves what is left to the front of the buffer and reads on behind it.
 void text_records::refill() {
+    const bool is_first = lines == 0 && rest.empty();
     const std::size_t kept = rest.size();
     if (kept > 0) std::memmove(buffer.data(), rest.data(), kept);
     if (buffer.size() < kept + block_size) buffer.resize(kept + block_size);
-    CPLErrorReset();
-    const std::size_t got = VSIFReadL(buffer.data() + kept, 1, block_size, file.get());
-    if (CPLGetLastErrorType() >= CE_Failure) failure = CPLGetLastErrorMsg();
+    const std::size_t got = file.read(buffer.data() + kept, block_size);
     is_at_end = got < block_size;
     rest = {buffer.data(), kept + got};
     const std::string_view fresh = rest.substr(kept);
     has_returns = has_returns || holds(fresh, '\r');
-    is_plain = is_plain && !holds(fresh, '\0');
+    has_high_bytes = has_high_bytes || holds_high_bytes(fresh);
+    if (is_first && has_returns && !holds(fresh, '\n')) line_end = '\r';
 }
 
 // A line without its end. False after the last one.
 bool text_records::next_line(std::string_view& line) {
     std::size_t searched = 0;
+    std::size_t length = 0;
     for (;;) {
-        const std::size_t length =
-            rest.size() == searched ? std::string_view::npos : rest.find('\n', searched);
-        if (length != std::string_view::npos) {
-            line = rest.substr(0, length);
-            rest.remove_prefix(length + 1);
-            break;
-        }
-        if (is_at_end) {
-            if (rest.empty()) return false;
-            line = rest;
-            rest = {};
-            break;
-        }
+        length = rest.size() == searched ? std::string_view::npos : rest.find(line_end, searched);
+        if (length != std::string_view::npos || is_at_end) break;
         searched = rest.size();
         refill();
     }
+    if (length == std::string_view::npos) {
+        if (rest.empty()) return false;
+        length = rest.size();
+    }
     ++lines;
-    if (!has_returns) return true;
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    is_plain = is_plain && !holds(line, '\r');
+    line = rest.substr(0, length);
+    std::size_t taken = std::min(length + 1, rest.size());
+    if (has_returns && line_end == '\n') {
+        while (line.ends_with('\r')) line.remove_suffix(1);
+        const std::size_t mark = line.find('\r'); // ends a line alone too, as old programs write it
+        if (mark != std::string_view::npos) {
+            line = rest.substr(0, mark);
+            taken = mark + 1;
+        }
+    }
+    rest.remove_prefix(taken);
     return true;
 }
 
@@ -79,14 +85,19 @@ bool text_records::next() {
     } while (text.empty());
     first_line = lines;
     has_quotes = holds(text, '"');
-    if (!has_quotes || !has_odd_quotes(text)) return true;
-    joined.assign(text);
-    for (bool is_within = true; is_within && next_line(text);) {
-        joined += '\n';
-        joined += text;
-        is_within = !has_odd_quotes(text);
+    if (has_quotes && has_odd_quotes(text)) {
+        joined.assign(text);
+        for (bool is_within = true; is_within && next_line(text);) {
+            joined += '\n';
+            joined += text;
+            is_within = !has_odd_quotes(text);
+        }
+        text = joined;
     }
-    text = joined;
+    if (has_high_bytes && !is_utf8(text)) {
+        decode_latin1(text, decoded);
+        text = decoded;
+    }
     return true;
 }
 

@@ -1,28 +1,26 @@
 // Delimited text, record by record as it stands in the file, and the fields of a record.
 //
-// The I/O library reads such text too, but makes an object of each field of each row; taking a record
-// apart where it lies in the buffer is several times faster. Both come to the same fields, byte by
-// byte, wherever is_plain holds; other texts are left to the I/O library.
+// All delimited text goes this way. A record is taken apart where it lies in the buffer, without an
+// object for each field of each row: reading is as fast as the file comes.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <cpl_vsi.h>
+#include "study/table/text_input.hpp"
 
 namespace qmx_study {
 
 // Yields the records of a file: lines, where those of an open quotation belong to one record. Empty
-// lines between records do not count.
+// lines between records do not count. A line ends with a line feed, a carriage return or both; bytes
+// that are no UTF-8 are taken as Latin-1.
 class text_records {
 public:
-    // Through GDAL's file systems, so gzip works too (/vsigzip/).
-    explicit text_records(const std::string& path);
+    explicit text_records(const std::string& path) : file(path) {}
 
-    bool is_open() const { return file != nullptr; }
+    bool is_open() const { return file.is_open(); }
     void rewind();
     bool next(); // false after the last record
 
@@ -30,19 +28,18 @@ public:
     bool has_quotes = false;
     std::int64_t first_line = 0; // of the record, from 1
     std::int64_t lines = 0;      // read so far
-    // So far neither a null character nor a carriage return except at the end of a line.
-    bool is_plain = true;
-    std::string failure; // why reading ended before the end of the file; empty if it did not
+    // Why reading ended before the end of the file; empty if it did not.
+    const std::string& failure() const { return file.failure; }
 
 private:
-    struct closer {
-        void operator()(VSILFILE* open) const { VSIFCloseL(open); }
-    };
-    std::unique_ptr<VSILFILE, closer> file;
+    text_input file;
     std::string buffer;
     std::string_view rest; // of the buffer, not yet handed out
     std::string joined;    // a record of several lines
+    std::string decoded;   // a record that was written in Latin-1
+    char line_end = '\n';
     bool has_returns = false;
+    bool has_high_bytes = false;
     bool is_at_end = false;
 
     bool next_line(std::string_view& line);

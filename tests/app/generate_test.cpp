@@ -1,6 +1,7 @@
 // The generator of artificial lots against the truth that it promises.
 #include "options/command.hpp"
 #include "study/base/portable_math.hpp"
+#include "study/generate/correlated_field.hpp"
 #include "study/generate/generate_lot.hpp"
 
 #include <algorithm>

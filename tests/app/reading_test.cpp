@@ -1,10 +1,13 @@
 // How the program reads tables: formats, separators, dirt, and the account of rows that it dropped.
 #include "run_program.hpp"
 
-#include <cpl_vsi.h>
 #include <fmt/format.h>
+
+#if QMX_IC_WITH_GDAL
+#include <cpl_vsi.h>
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
+#endif
 
 namespace {
 
@@ -49,6 +52,7 @@ TEST_F(Reading, EveryWayOfWritingATextGivesTheSameStatistics) {
     EXPECT_TRUE(run("stats units.csv").says("the unit \"MN/m\" from 10 values of CMV"));
 }
 
+#if QMX_IC_WITH_GDAL
 TEST_F(Reading, GzipAndSpatialFormatsGiveTheSameStatistics) {
     const std::string text = "x,y,CMV\n" + sound("{0},{0},{0}\n");
     VSILFILE* const file = VSIFOpenL(("/vsigzip/" + path("lot.csv.gz")).c_str(), "wb");
@@ -91,6 +95,8 @@ TEST_F(Reading, GzipAndSpatialFormatsGiveTheSameStatistics) {
         }
     }
 }
+
+#endif
 
 // One row for each way of being wrong, with an empty line and a field over two lines before them, so
 // that lines and records differ.

@@ -1,47 +1,56 @@
-// Delimited text taken apart by the program and by the I/O library: the same records, byte by byte.
+// Delimited text taken apart: whatever it is written in, the same records.
+#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
-#include <cpl_error.h>
 #include <gtest/gtest.h>
-#include <ogrsf_frmts.h>
 
-#include "run_program.hpp"
+#include "study/base/errors.hpp"
 #include "study/base/progress.hpp"
 #include "study/table/line_scan.hpp"
 #include "study/table/table_source.hpp"
 #include "study/table/text_records.hpp"
+#include "temporary_file.hpp"
+
+#if QMX_IC_WITH_GDAL
+#include <ogrsf_frmts.h>
+#endif
 
 namespace {
 
 using namespace qmx_study;
+using study_test::gzipped;
+using study_test::temporary_file;
 using table = std::vector<std::vector<std::string>>;
 
-constexpr const char* file_name = "/vsimem/records.csv";
-
-class memory_file {
-public:
-    explicit memory_file(std::string text) : held(std::move(text)) {
-        VSIFCloseL(VSIFileFromMemBuffer(file_name, reinterpret_cast<GByte*>(held.data()),
-                                        held.size(), FALSE));
-    }
-    ~memory_file() { VSIUnlink(file_name); }
-
-private:
-    std::string held;
-};
-
 // Without the head; each record with as many fields as the head has.
-table by_the_library(std::size_t columns) {
+table records_of(const std::string& file, std::size_t columns, char separator) {
+    text_records source(file);
+    std::string scratch;
+    std::vector<std::string_view> fields;
+    table records;
+    source.rewind();
+    source.next();
+    while (source.next()) {
+        split_fields(source.text, separator, source.has_quotes, scratch, fields);
+        fields.resize(columns);
+        records.emplace_back(fields.begin(), fields.end());
+    }
+    EXPECT_EQ(source.failure(), "");
+    return records;
+}
+
+#if QMX_IC_WITH_GDAL
+table by_gdal(const std::string& file, std::size_t columns) {
+    GDALAllRegister();
     const char* const drivers[] = {"CSV", nullptr};
     const char* const options[] = {"AUTODETECT_TYPE=NO", "HEADERS=YES", "MAX_LINE_SIZE=-1",
                                    nullptr};
-    const GDALDatasetUniquePtr dataset(GDALDataset::Open(
-        std::string("CSV:").append(file_name).c_str(), GDAL_OF_VECTOR, drivers, options, nullptr));
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open(("CSV:" + file).c_str(), GDAL_OF_VECTOR, drivers, options, nullptr));
     if (!dataset) return {{CPLGetLastErrorMsg()}};
     OGRLayer* const layer = dataset->GetLayer(0);
-    EXPECT_EQ(layer->GetLayerDefn()->GetFieldCount(), static_cast<int>(columns));
     table records;
     while (const OGRFeatureUniquePtr feature{layer->GetNextFeature()}) {
         records.emplace_back();
@@ -51,32 +60,34 @@ table by_the_library(std::size_t columns) {
     return records;
 }
 
-table taken_apart(std::size_t columns, char separator) {
-    text_records source(file_name);
-    std::string scratch;
-    std::vector<std::string_view> fields;
-    table records;
-    source.next();
-    while (source.next()) {
-        split_fields(source.text, separator, source.has_quotes, scratch, fields);
-        fields.resize(columns);
-        records.emplace_back(fields.begin(), fields.end());
-    }
-    EXPECT_TRUE(source.is_plain);
-    return records;
-}
-
-class TextRecords : public testing::Test {
-protected:
-    TextRecords() { GDALAllRegister(); }
-};
-
-TEST_F(TextRecords, AreThoseOfTheLibraryForAnyMixOfQuotesSeparatorsAndLineEnds) {
-    const std::string pieces[] = {"a",  "2.5",  "\"",   "\"", "\"\"",         ",",        ",",
-                                  ",",  ";",    "\n",   "\n", "\r\n",         "\n\n",     " ",
-                                  "\t", "\xE9", "\xC3", "'",  "\"a,b\"",      "\"a\nb\"", " \"",
-                                  "\\", "|",    "#",    "0",  "\"\"\"a\"\"\""};
+TEST(TextRecords, AreThoseOfGdalForAnyMixOfQuotesSeparatorsAndLineEnds) {
+    const std::string pieces[] = {"a",
+                                  "2.5",
+                                  "\"",
+                                  "\"",
+                                  "\"\"",
+                                  ",",
+                                  ",",
+                                  ",",
+                                  ";",
+                                  "\n",
+                                  "\n",
+                                  "\r\n",
+                                  "\n\n",
+                                  " ",
+                                  "\t",
+                                  "é",
+                                  "'",
+                                  "|",
+                                  "\"a,b\"",
+                                  "\"a\nb\"",
+                                  " \"",
+                                  "\\",
+                                  "\"\"\"a\"\"\"",
+                                  "#",
+                                  "0"};
     std::mt19937 generator(7);
+    const temporary_file file(".csv", "");
     for (int round = 0; round < 3000; ++round) {
         const char separator = ",;\t"[round % 3];
         std::string text = std::string("one") + separator + "\"two\"" + separator + "three" +
@@ -85,88 +96,126 @@ TEST_F(TextRecords, AreThoseOfTheLibraryForAnyMixOfQuotesSeparatorsAndLineEnds) 
             const std::string& piece = pieces[generator() % std::size(pieces)];
             text += piece == "," ? std::string(1, separator) : piece;
         }
-        const memory_file file(text);
-        ASSERT_EQ(taken_apart(3, separator), by_the_library(3)) << text;
+        file.write(text);
+        ASSERT_EQ(records_of(file.name(), 3, separator), by_gdal(file.name(), 3)) << text;
     }
 }
+#endif
 
-TEST_F(TextRecords, AreWholeAcrossTheBlocksThatTheFileIsReadIn) {
+TEST(TextRecords, AreWholeAcrossTheBlocksThatTheFileIsReadIn) {
     std::string text = "one,two\r\n";
+    table wanted;
     std::mt19937 generator(11);
     while (text.size() < (std::size_t{5} << 20)) {
         const std::size_t length = generator() % 1000 == 0 ? 1500000 : generator() % 300;
-        const bool quoted = generator() % 3 == 0;
-        text += quoted ? "\"x,\r\n" + std::string(length, 'q') + "\",1\r\n"
-                       : std::string(length, 'p') + ",2\r\n";
+        if (generator() % 3 == 0) {
+            text += "\"x,\r\n" + std::string(length, 'q') + "\",1\r\n";
+            wanted.push_back({"x,\n" + std::string(length, 'q'), "1"});
+        } else {
+            text += std::string(length, 'p') + ",2\r\n";
+            wanted.push_back({std::string(length, 'p'), "2"});
+        }
     }
-    const memory_file file(text);
-    EXPECT_EQ(taken_apart(2, ','), by_the_library(2));
+    const temporary_file file(".csv", text);
+    EXPECT_EQ(records_of(file.name(), 2, ','), wanted);
+    file.write(gzipped(text));
+    EXPECT_EQ(records_of(file.name(), 2, ','), wanted);
 }
 
-TEST_F(TextRecords, ArePlainOnlyWhereEveryReaderFindsTheSameLines) {
-    struct sample {
-        const char* title;
+std::string utf16(const std::u16string& text, bool big) {
+    std::string bytes = big ? "\xFE\xFF" : "\xFF\xFE";
+    for (const char16_t unit : text) {
+        const char low = static_cast<char>(unit & 0xFF), high = static_cast<char>(unit >> 8);
+        bytes += big ? high : low;
+        bytes += big ? low : high;
+    }
+    return bytes;
+}
+
+TEST(TextRecords, AreTheSameInEveryEncodingAndWithEveryLineEnd) {
+    const table wanted{{"Größe", "1"}, {"a,b\nc", "2"}, {"€ 3", "–"}};
+    const std::string utf8 = "Name;Wert\nGröße;1\n\"a,b\nc\";2\n€ 3;–\n";
+    const std::u16string wide = u"Name;Wert\nGröße;1\n\"a,b\nc\";2\n€ 3;–\n";
+    const auto with_ends = [&](const std::string& end) {
         std::string text;
-        bool is_plain;
+        for (const char c : utf8) text += c == '\n' ? end : std::string(1, c);
+        return text;
     };
-    const sample samples[] = {
-        {"line ends of both kinds", "a,b\r\n1,2\n3,4\r\n", true},
-        {"a quoted line end", "a,b\n\"1\r\n2\",3\n", true},
-        {"no line end at all", "a,b\r\n1,2\r", true},
-        {"a carriage return alone", "a,b\n1,2\r3,4\n", false},
-        {"two of them", "a,b\n1,2\r\r\n3,4\n", false},
-        {"the pair the wrong way round", "a,b\n\r1,2\n\r", false},
-        {"a null character", std::string("a,b\n1,2\n3,\0 4\n", 14), false},
-        {"empty lines before the head", "\n\na,b\n1,2\n", false},
-    };
-    progress shown;
-    for (const sample& each : samples) {
-        const memory_file file(each.text);
-        EXPECT_EQ(scan_lines(file_name, file_name, shown).is_plain, each.is_plain) << each.title;
+    const std::pair<const char*, std::string> ways[] = {
+        {"UTF-8", utf8},
+        {"with a mark", "\xEF\xBB\xBF" + utf8},
+        {"UTF-16, little end first", utf16(wide, false)},
+        {"UTF-16, big end first", utf16(wide, true)},
+        {"UTF-16, packed", gzipped(utf16(wide, true))},
+        {"Windows-1252", "Name;Wert\nGr\xF6\xDF"
+                         "e;1\n\"a,b\nc\";2\n\x80 3;\x96\n"},
+        {"packed", gzipped(utf8)},
+        {"packed in two members", gzipped(utf8.substr(0, 20)) + gzipped(utf8.substr(20))},
+        {"packed, filled up", gzipped(utf8) + std::string(100, '\0')},
+        {"carriage returns and line feeds", with_ends("\r\n")},
+        {"carriage returns alone", with_ends("\r")},
+        {"two carriage returns", with_ends("\r\r\n")},
+        {"empty lines, none at the end", "\n\n" + with_ends("\n").substr(0, utf8.size() - 1)}};
+    for (const auto& [title, text] : ways) {
+        const temporary_file file(".csv", text);
+        EXPECT_EQ(records_of(file.name(), 2, ';'), wanted) << title;
     }
+    // A pair of surrogates, and halves of one.
+    const temporary_file file(".csv", utf16(u"a;b\n\U0001F69C;\xD83D\n\xDE9C;x", false));
+    EXPECT_EQ(records_of(file.name(), 2, ';'), (table{{"🚜", "\uFFFD"}, {"\uFFFD", "x"}}));
 }
 
-// What the library alone can read, it reads: old line ends, types named in a second file, geometries.
-TEST_F(TextRecords, AreLeftToTheLibraryWhereItKnowsMore) {
-    progress shown;
-    const auto first_value = [&](const char* column) {
-        table_source source(file_name, "", shown);
-        EXPECT_TRUE(source.next());
-        return source.value(source.column_named(column), {}).value;
-    };
-    {
-        const memory_file file("x,y,CMV\n1,2,3\n");
-        EXPECT_EQ(first_value("CMV"), 3);
-        const std::string types = "Real,Real,Integer";
-        VSILFILE* const second = VSIFOpenL("/vsimem/records.csvt", "wb");
-        VSIFWriteL(types.data(), 1, types.size(), second);
-        VSIFCloseL(second);
-        EXPECT_EQ(table_source(file_name, "", shown).columns[2].type, OFTInteger);
-        EXPECT_EQ(first_value("CMV"), 3);
-        VSIUnlink("/vsimem/records.csvt");
-    }
-    const memory_file file("WKT,CMV\nPOINT (3 4),5\n");
-    table_source source(file_name, "", shown);
-    ASSERT_TRUE(source.next());
-    ASSERT_NE(source.geometry(), nullptr);
-    EXPECT_EQ(source.geometry()->toPoint()->getY(), 4);
-    EXPECT_EQ(source.value(source.column_named("CMV"), {}).value, 5);
+TEST(TextRecords, KnowTheLinesThatTheyStandOn) {
+    const temporary_file file(".csv", "\na,b\n\n1,\"2\n\n3\"\n4,5\n\n\n6,7,8\n");
+    text_records records(file.name());
+    progress quiet;
+    const line_scan scan = scan_lines(records, "lot.csv", quiet);
+    ASSERT_EQ(scan.records, 3);
+    EXPECT_EQ(scan.line_of(1), 4);
+    EXPECT_EQ(scan.line_of(2), 7);
+    EXPECT_EQ(scan.line_of(3), 10);
+    ASSERT_EQ(scan.odd.size(), 1);
+    EXPECT_EQ(scan.odd[0].record, 3);
+    EXPECT_EQ(scan.odd[0].fields, 3);
 }
 
-// An archive that breaks off is told, not taken for a shorter file.
-using BrokenFile = app_test::Program;
-TEST_F(BrokenFile, IsRefusedWithTheReason) {
+// An archive that breaks off or has a wrong bit is told, never taken for a shorter file, and reading
+// it leaves nothing behind.
+TEST(PackedText, ThatIsDamagedIsRefusedWhateverItsSize) {
     std::string text = "x,y,CMV\n";
     std::mt19937 generator(3);
-    for (int i = 0; i < 20000; ++i) text += std::to_string(generator()) + ",1,2\n";
-    const std::string name = path("lot.csv.gz");
-    VSILFILE* const file = VSIFOpenL(("/vsigzip/" + name).c_str(), "wb");
-    VSIFWriteL(text.data(), 1, text.size(), file);
-    VSIFCloseL(file);
-    std::filesystem::resize_file(name, std::filesystem::file_size(name) / 2);
-    const app_test::outcome result = run("stats lot.csv.gz");
-    EXPECT_EQ(result.code, 2);
-    EXPECT_TRUE(result.says("reading stopped"));
+    for (const int rows : {3, 200, 20000}) {
+        for (int i = 0; i < rows; ++i) text += std::to_string(generator()) + ",1,2\n";
+        const std::string sound = gzipped(text);
+        const temporary_file file(".csv.gz", sound);
+        const auto outcome = [&] {
+            try {
+                progress quiet;
+                table_source source(file.name(), "", quiet);
+                while (source.next()) {}
+                return std::string();
+            } catch (const usage_error& error) {
+                return std::string(error.what());
+            }
+        };
+        EXPECT_EQ(outcome(), "");
+        for (const std::size_t kept : {sound.size() - 1, sound.size() - 8, sound.size() - 9,
+                                       sound.size() / 2, std::size_t{19}}) {
+            file.write(sound.substr(0, kept));
+            EXPECT_NE(outcome().find("reading stopped: the gzip file breaks off"),
+                      std::string::npos)
+                << rows << ", " << kept << " of " << sound.size() << ": " << outcome();
+        }
+        for (const std::size_t place : {sound.size() / 2, sound.size() - 6, sound.size() - 2}) {
+            std::string flipped = sound;
+            flipped[place] = static_cast<char>(flipped[place] ^ 0x10);
+            file.write(flipped);
+            EXPECT_NE(outcome(), "") << rows << ", bit at " << place;
+        }
+        for (const auto& entry :
+             std::filesystem::directory_iterator(std::filesystem::path(file.name()).parent_path()))
+            EXPECT_FALSE(entry.path().string().starts_with(file.name() + ".")) << entry.path();
+    }
 }
 
 } // namespace

@@ -45,11 +45,11 @@ std::string reading_text(const table_source& source, const lot& points) {
             table.add({"", "others: " + others});
     }
     if (points.has_positions())
-        table.add({"Position", fmt::format("{}, {}{}  {}", points.x.name, points.y.name,
-                                           unit_suffix(points.x.unit),
-                                           points.is_projected ? std::string("projected to ") +
-                                                                     points.system->GetName()
-                                                               : points.x.why)});
+        table.add(
+            {"Position",
+             fmt::format("{}, {}{}  {}", points.x.name, points.y.name, unit_suffix(points.x.unit),
+                         points.is_projected ? std::string("projected to ") + points.system->name()
+                                             : points.x.why)});
     if (points.pass.found()) table.add({"Pass", points.pass.name + "  " + points.pass.why});
     std::string rows = fmt::format("{} read, {} used", count_text(points.rows_read),
                                    count_text(static_cast<std::int64_t>(points.points.size())));
@@ -94,7 +94,7 @@ void add_reading(json& document, const table_source& source, const lot& points) 
         {"file", source.file},
         {"format", source.format},
         {"decimal_mark", std::string(1, points.decimal)},
-        {"coordinate_system", points.system ? json(points.system->GetName()) : json(nullptr)},
+        {"coordinate_system", points.system ? json(points.system->name()) : json(nullptr)},
         {"rows_read", points.rows_read},
         {"rows_used", points.points.size()},
         {"rows_without_position", points.without_position},

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 
 #include <cpl_error.h>
 #include <fmt/format.h>
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
+#include "study/table/ogr_reference.hpp"
 
 namespace qmx_study {
 
@@ -35,50 +37,41 @@ int utm_code(const std::vector<double>& x, const std::vector<double>& y) {
 
 } // namespace
 
-coordinate_system copy_of(const OGRSpatialReference* system) {
-    if (!system) return nullptr;
-    auto copy = std::make_shared<OGRSpatialReference>(*system);
-    copy->SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    return copy;
-}
-
-coordinate_system wgs84() {
-    OGRSpatialReference system;
-    system.importFromEPSG(4326);
-    return copy_of(&system);
-}
-
-coordinate_system planar_system(const std::string& to, const OGRSpatialReference& from,
+coordinate_system planar_system(const std::string& to, const spatial_reference& from,
                                 const std::vector<double>& x, const std::vector<double>& y) {
+    prepare_gdal();
     OGRSpatialReference target;
     const bool is_utm = same_text(to, "utm");
-    if (is_utm && !from.IsGeographic())
+    if (is_utm && !from.is_geographic())
         throw usage_error(
             fmt::format("--project utm is for longitudes and latitudes; the positions "
                         "are planar already ({}); name a code such as EPSG:26915",
-                        from.GetName() ? from.GetName() : "unnamed system"));
+                        from.name()));
     const OGRErr error =
         is_utm ? target.importFromEPSG(utm_code(x, y)) : target.SetFromUserInput(to.c_str());
     if (error != OGRERR_NONE)
-        throw usage_error(fmt::format(
-            "--project \"{}\": no such coordinate system; say utm or a code such as EPSG:26915",
-            to));
+        throw usage_error(
+            fmt::format(
+                "--project \"{}\": no such coordinate system; say utm or a code such as EPSG:26915",
+                to),
+            {"--project", {}, 0, {}});
     if (!target.IsProjected())
         throw usage_error(
             fmt::format("--project \"{}\": this is no planar coordinate system; say utm "
                         "or the code of a projection such as EPSG:26915",
-                        to));
+                        to),
+            {"--project", {}, 0, {}});
     return copy_of(&target);
 }
 
-void transform(const OGRSpatialReference& from, const OGRSpatialReference& to,
-               std::vector<double>& x, std::vector<double>& y) {
+void transform(const spatial_reference& from, const spatial_reference& to, std::vector<double>& x,
+               std::vector<double>& y) {
     CPLErrorReset();
     const std::unique_ptr<OGRCoordinateTransformation> way(
-        OGRCreateCoordinateTransformation(&from, &to));
+        OGRCreateCoordinateTransformation(&from.known().system, &to.known().system));
     if (!way)
-        throw usage_error(fmt::format("there is no way from {} to {}: {}", from.GetName(),
-                                      to.GetName(), CPLGetLastErrorMsg()));
+        throw usage_error(fmt::format("there is no way from {} to {}: {}", from.name(), to.name(),
+                                      CPLGetLastErrorMsg()));
     std::vector<int> done(block);
     for (std::size_t start = 0; start < x.size(); start += block) {
         const std::size_t count = std::min(block, x.size() - start);
@@ -88,17 +81,6 @@ void transform(const OGRSpatialReference& from, const OGRSpatialReference& to,
             if (!done[i] || !std::isfinite(x[start + i]) || !std::isfinite(y[start + i]))
                 x[start + i] = y[start + i] = std::numeric_limits<double>::quiet_NaN();
     }
-}
-
-std::string length_unit_of(const OGRSpatialReference& system) {
-    if (system.IsGeographic()) return "deg";
-    const char* name = nullptr;
-    system.GetLinearUnits(&name);
-    const std::string text = name ? name : "";
-    if (same_text(text, "metre") || same_text(text, "meter")) return "m";
-    if (same_text(text, "US survey foot")) return "US survey ft";
-    if (same_text(text, "foot")) return "ft";
-    return text;
 }
 
 } // namespace qmx_study

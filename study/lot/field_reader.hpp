@@ -1,4 +1,4 @@
-// The cells of one column read as numbers, with an account of what could not be read.
+// The fields of one column read as numbers, with an account of what could not be read.
 #pragma once
 
 #include <cstdint>
@@ -24,12 +24,12 @@ public:
     std::vector<dropped_rows> rows;
 };
 
-// Reads one column: counts units and labels stripped, and names what is wrong with a cell.
-class cell_reader {
+// Reads one column: counts units and labels stripped, and names what is wrong with a field.
+class field_reader {
 public:
-    cell_reader(const used_column& use, const char* role, const row_survey& learned);
+    field_reader(const used_column& use, const char* role, const row_survey& learned);
 
-    // The number of a cell; NaN after adding the reason to `drops`.
+    // The number of a field; NaN after adding the reason to `drops`.
     double read(const table_source& row, drop_counter& drops);
 
     used_column column;
@@ -40,13 +40,13 @@ private:
     std::string key;
     std::string unit; // that all values of the column must have, if they have one
 
-    void note_stripped(const text_value& cell, bool is_unit);
+    void note_stripped(const text_value& field, bool is_unit);
 };
 
 // The values of one candidate column, for the points read so far. A column without any number takes
 // no memory.
 struct value_column {
-    cell_reader reader;
+    field_reader reader;
     drop_counter drops;
     std::vector<double> values;
     std::int64_t filled = 0;

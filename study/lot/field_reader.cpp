@@ -1,4 +1,4 @@
-#include "study/lot/cell_reader.hpp"
+#include "study/lot/field_reader.hpp"
 
 #include <cmath>
 #include <limits>
@@ -28,36 +28,36 @@ void drop_counter::add(std::string_view role, std::string_view reason, std::stri
                     record, std::string(column), std::string(value)});
 }
 
-cell_reader::cell_reader(const used_column& use, const char* role, const row_survey& learned)
+field_reader::field_reader(const used_column& use, const char* role, const row_survey& learned)
     : column(use), survey(learned), key(role) {
     if (column.index < 0) return;
     unit = survey.columns[static_cast<std::size_t>(column.index)].unit;
     if (unit.empty()) unit = meaning_of_name(column.name).unit;
 }
 
-double cell_reader::read(const table_source& row, drop_counter& drops) {
-    const text_value cell = row.value(column.index, survey.style);
+double field_reader::read(const table_source& row, drop_counter& drops) {
+    const text_value field = row.value(column.index, survey.style);
     const auto drop = [&](const char* reason, const char* text) {
         drops.add(key, reason, column.name, text, row.record(), column.name,
                   trimmed(row.text(column.index)));
         return none;
     };
-    switch (cell.kind) {
+    switch (field.kind) {
     case text_kind::missing: return drop("_missing", " is missing");
     case text_kind::not_a_number: return drop("_not_a_number", " is not a number");
     case text_kind::number: break;
     case text_kind::unit_number:
-        if (unit.empty()) unit = cell.extra;
-        if (!same_text(cell.extra, unit)) return drop("_in_another_unit", " is in another unit");
-        note_stripped(cell, true);
+        if (unit.empty()) unit = field.extra;
+        if (!same_text(field.extra, unit)) return drop("_in_another_unit", " is in another unit");
+        note_stripped(field, true);
         break;
-    case text_kind::labelled: note_stripped(cell, false); break;
+    case text_kind::labelled: note_stripped(field, false); break;
     }
-    return cell.value;
+    return field.value;
 }
 
-void cell_reader::note_stripped(const text_value& cell, bool is_unit) {
-    if (stripped.count++ == 0) stripped = {column.name, std::string(cell.extra), is_unit, 1};
+void field_reader::note_stripped(const text_value& field, bool is_unit) {
+    if (stripped.count++ == 0) stripped = {column.name, std::string(field.extra), is_unit, 1};
 }
 
 void value_column::take(const table_source& row, std::size_t position, std::size_t capacity) {

@@ -1,0 +1,69 @@
+#include "study/table/spatial_reference.hpp"
+
+#include <algorithm>
+
+#include "study/base/number_text.hpp"
+
+namespace qmx_study {
+
+struct spatial_reference::description {
+    std::string name;
+    bool is_geographic = false;
+};
+
+spatial_reference::spatial_reference(std::unique_ptr<description> known) : of(std::move(known)) {}
+spatial_reference::~spatial_reference() = default;
+
+std::string spatial_reference::name() const {
+    return of->name;
+}
+bool spatial_reference::is_geographic() const {
+    return of->is_geographic;
+}
+bool spatial_reference::is_same_as(const spatial_reference& other) const {
+    return same_text(of->name, other.of->name) && of->is_geographic == other.of->is_geographic;
+}
+std::string spatial_reference::length_unit() const {
+    return of->is_geographic ? "deg" : "";
+}
+
+namespace {
+
+coordinate_system named(const std::string& name, bool is_geographic) {
+    auto known = std::make_unique<spatial_reference::description>();
+    known->name = name;
+    known->is_geographic = is_geographic;
+    return std::make_shared<spatial_reference>(std::move(known));
+}
+
+} // namespace
+
+coordinate_system wgs84() {
+    return named("WGS 84", true);
+}
+
+// Codes keep their own text as their name; well-known text has it in its first quotation.
+coordinate_system system_from_text(const std::string& text) {
+    const std::string lower = lower_case(trimmed(text));
+    for (const char* const degrees : {"epsg:4326", "epsg::4326", "ogc:crs84", "crs84"})
+        if (lower.ends_with(degrees)) return wgs84();
+    const std::size_t code = lower.rfind("epsg:");
+    if (code != std::string::npos) {
+        const std::string digits = lower.substr(lower.find_last_of(':') + 1);
+        const bool is_number =
+            !digits.empty() &&
+            std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+        if (!is_number) return nullptr;
+        return named("EPSG:" + digits, false);
+    }
+    const std::size_t open = text.find('"');
+    const std::size_t close = open == std::string::npos ? open : text.find('"', open + 1);
+    if (close == std::string::npos) return nullptr;
+    const bool is_geographic = lower.starts_with("geog");
+    const std::string name = text.substr(open + 1, close - open - 1);
+    if (is_geographic && (same_text(name, "GCS_WGS_1984") || same_text(name, "WGS 84")))
+        return wgs84();
+    return named(name, is_geographic);
+}
+
+} // namespace qmx_study

@@ -1,0 +1,202 @@
+#include "study/table/text_input.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include <fmt/format.h>
+#include <zlib.h>
+
+#include "study/base/errors.hpp"
+#include "study/table/encodings.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+enum class encoding { bytes, utf16_little, utf16_big };
+
+constexpr std::size_t packed_block = std::size_t{1} << 16;
+
+} // namespace
+
+struct text_input::state {
+    struct closer {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    std::unique_ptr<std::FILE, closer> file;
+    bool is_packed = false;
+    z_stream unpacker{};
+    bool has_unpacker = false;
+    bool is_within_member = false; // of a gzip file, which may hold several one after the other
+    std::string packed;
+
+    encoding written = encoding::bytes;
+    std::string waiting; // text that was made but not handed out
+    std::size_t handed = 0;
+    std::uint32_t lead = 0; // the first half of a surrogate pair
+
+    ~state() {
+        if (has_unpacker) inflateEnd(&unpacker);
+    }
+
+    std::size_t raw(char* to, std::size_t size, std::string& failure) {
+        return is_packed ? unpack(to, size, failure) : plain(to, size, failure);
+    }
+
+    std::size_t plain(char* to, std::size_t size, std::string& failure) const {
+        const std::size_t got = std::fread(to, 1, size, file.get());
+        if (got < size && std::ferror(file.get())) failure = std::strerror(errno);
+        return got;
+    }
+
+    std::size_t unpack(char* to, std::size_t size, std::string& failure) {
+        unpacker.next_out = reinterpret_cast<Bytef*>(to);
+        unpacker.avail_out = static_cast<uInt>(size);
+        while (unpacker.avail_out > 0 && failure.empty()) {
+            if (unpacker.avail_in == 0) {
+                const std::size_t got = plain(packed.data(), packed.size(), failure);
+                unpacker.next_in = reinterpret_cast<Bytef*>(packed.data());
+                unpacker.avail_in = static_cast<uInt>(got);
+                if (got == 0) {
+                    if (is_within_member && failure.empty())
+                        failure = "the gzip file breaks off before its end; copy it again";
+                    break;
+                }
+            }
+            if (!is_within_member) {
+                // Some writers fill up with null bytes behind the last member.
+                if (*unpacker.next_in == 0) {
+                    ++unpacker.next_in;
+                    --unpacker.avail_in;
+                    continue;
+                }
+                inflateReset(&unpacker);
+                is_within_member = true;
+            }
+            const int outcome = inflate(&unpacker, Z_NO_FLUSH);
+            if (outcome == Z_STREAM_END) {
+                is_within_member = false;
+            } else if (outcome != Z_OK && outcome != Z_BUF_ERROR) {
+                failure = "the gzip file is damaged; copy it again";
+            }
+        }
+        return size - unpacker.avail_out;
+    }
+
+    // Pairs of bytes to UTF-8, behind `waiting`. A surrogate without its partner becomes U+FFFD.
+    void take_pairs(std::string_view bytes) {
+        constexpr std::uint32_t unknown = 0xFFFD;
+        for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+            const auto first = static_cast<unsigned char>(bytes[i]);
+            const auto second = static_cast<unsigned char>(bytes[i + 1]);
+            const std::uint32_t unit = written == encoding::utf16_little
+                                           ? static_cast<std::uint32_t>(second << 8 | first)
+                                           : static_cast<std::uint32_t>(first << 8 | second);
+            if (lead != 0 && unit >= 0xDC00 && unit < 0xE000) {
+                append_utf8(waiting, 0x10000 + ((lead - 0xD800) << 10) + (unit - 0xDC00));
+                lead = 0;
+                continue;
+            }
+            if (lead != 0) append_utf8(waiting, unknown);
+            lead = unit >= 0xD800 && unit < 0xDC00 ? unit : 0;
+            if (lead == 0) append_utf8(waiting, unit >= 0xDC00 && unit < 0xE000 ? unknown : unit);
+        }
+    }
+
+    void start(std::string& failure) {
+        std::rewind(file.get());
+        waiting.clear();
+        handed = 0;
+        lead = 0;
+        is_within_member = false;
+        unpacker.avail_in = 0;
+        char mark[4];
+        std::size_t got = raw(mark, 3, failure);
+        const std::string_view seen(mark, got);
+        written = encoding::bytes;
+        if (seen == "\xEF\xBB\xBF") return;
+        if (seen.starts_with("\xFF\xFE")) written = encoding::utf16_little;
+        if (seen.starts_with("\xFE\xFF")) written = encoding::utf16_big;
+        if (written == encoding::bytes) {
+            waiting.assign(seen);
+        } else {
+            mark[0] = mark[2];
+            got = raw(mark + 1, 1, failure) + 1;
+            take_pairs({mark, got});
+        }
+    }
+};
+
+text_input::text_input(const std::string& path) : now(std::make_unique<state>()) {
+    now->file.reset(std::fopen(path.c_str(), "rb"));
+    if (!now->file) return;
+    unsigned char magic[2] = {0, 0};
+    now->is_packed =
+        std::fread(magic, 1, 2, now->file.get()) == 2 && magic[0] == 0x1F && magic[1] == 0x8B;
+    if (now->is_packed) {
+        constexpr int window_with_gzip_head = 15 + 16;
+        now->packed.resize(packed_block);
+        now->has_unpacker = inflateInit2(&now->unpacker, window_with_gzip_head) == Z_OK;
+        if (!now->has_unpacker) failure = "there is no memory to unpack it";
+    }
+    rewind();
+}
+
+text_input::~text_input() = default;
+text_input::text_input(text_input&&) noexcept = default;
+
+bool text_input::is_open() const {
+    return now->file != nullptr;
+}
+
+void text_input::rewind() {
+    if (!is_open()) return;
+    failure.clear();
+    now->start(failure);
+}
+
+std::size_t text_input::read(char* to, std::size_t size) {
+    std::size_t given = 0;
+    while (given < size) {
+        if (now->handed < now->waiting.size()) {
+            const std::size_t part = std::min(size - given, now->waiting.size() - now->handed);
+            std::memcpy(to + given, now->waiting.data() + now->handed, part);
+            now->handed += part;
+            given += part;
+            continue;
+        }
+        if (now->written == encoding::bytes)
+            return given + now->raw(to + given, size - given, failure);
+        now->waiting.clear();
+        now->handed = 0;
+        std::string pairs(packed_block, '\0');
+        pairs.resize(now->raw(pairs.data(), pairs.size(), failure));
+        if (pairs.empty()) {
+            if (now->lead != 0) append_utf8(now->waiting, 0xFFFD);
+            now->lead = 0;
+            if (now->waiting.empty()) break;
+        }
+        now->take_pairs(pairs);
+    }
+    return given;
+}
+
+std::string whole_text(const std::string& file) {
+    text_input input(file);
+    if (!input.is_open())
+        throw usage_error(fmt::format("{}: the file cannot be opened", file), {{}, file, 0, {}});
+    std::string text;
+    std::string block(packed_block, '\0');
+    while (const std::size_t got = input.read(block.data(), block.size()))
+        text.append(block, 0, got);
+    if (!input.failure.empty())
+        throw usage_error(fmt::format("{}: reading stopped: {}", file, input.failure),
+                          {{}, file, 0, {}});
+    return text;
+}
+
+} // namespace qmx_study

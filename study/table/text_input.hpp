@@ -1,0 +1,33 @@
+// The bytes of a text file as UTF-8: unpacked where they are packed by gzip, transcoded where a byte
+// order mark says UTF-16.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace qmx_study {
+
+class text_input {
+public:
+    explicit text_input(const std::string& path);
+    ~text_input();
+    text_input(text_input&&) noexcept;
+
+    bool is_open() const;
+    void rewind();
+    // Reads up to `size` bytes; fewer only at the end, or after a failure. A mark at the start of the
+    // file is not handed out.
+    std::size_t read(char* to, std::size_t size);
+
+    std::string failure; // why reading ended before the end of the file; empty if it did not
+
+private:
+    struct state;
+    std::unique_ptr<state> now;
+};
+
+// All of a text. Throws usage_error when the file cannot be read to its end.
+std::string whole_text(const std::string& file);
+
+} // namespace qmx_study

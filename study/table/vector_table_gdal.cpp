@@ -1,0 +1,168 @@
+#include "study/table/vector_table.hpp"
+
+#include <algorithm>
+
+#include <cpl_error.h>
+#include <cpl_string.h>
+#include <fmt/format.h>
+#include <ogrsf_frmts.h>
+
+#include "study/base/errors.hpp"
+#include "study/base/number_text.hpp"
+#include "study/table/ogr_reference.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+std::string path_for_gdal(const std::string& file) {
+    const std::string lower = lower_case(file);
+    if (lower.starts_with("/vsi")) return file;
+    if (lower.ends_with(".gz")) return "/vsigzip/" + file;
+    return lower.ends_with(".zip") ? "/vsizip/" + file : file;
+}
+
+column_type type_of(OGRFieldType type) {
+    if (type == OFTString) return column_type::text;
+    const bool is_number = type == OFTInteger || type == OFTInteger64 || type == OFTReal;
+    return is_number ? column_type::number : column_type::other;
+}
+
+ring ring_of(const OGRSimpleCurve& curve) {
+    ring vertices;
+    const int count = curve.getNumPoints();
+    for (int i = 0; i < count; ++i) {
+        vertices.x.push_back(curve.getX(i));
+        vertices.y.push_back(curve.getY(i));
+    }
+    return vertices;
+}
+
+void convert(const OGRGeometry& from, shape& into) {
+    const OGRwkbGeometryType type = wkbFlatten(from.getGeometryType());
+    if (type == wkbPoint && !from.IsEmpty()) {
+        const OGRPoint& point = *from.toPoint();
+        return into.set_point(point.getX(), point.getY());
+    }
+    into = {};
+    into.name = from.getGeometryName();
+    into.is_empty = from.IsEmpty() != 0;
+    if (type == wkbPoint) {
+        into.kind = shape_kind::point;
+    } else if (type == wkbLineString) {
+        into.kind = shape_kind::line;
+        into.rings.push_back(ring_of(*from.toLineString()));
+    } else if (type == wkbPolygon) {
+        into.kind = shape_kind::polygon;
+        if (into.is_empty) return;
+        for (const OGRLinearRing* const each : *from.toPolygon())
+            into.rings.push_back(ring_of(*each));
+    } else if (type == wkbMultiPoint || type == wkbMultiPolygon || type == wkbGeometryCollection) {
+        into.kind = shape_kind::collection;
+        for (const OGRGeometry* const part : *from.toGeometryCollection())
+            convert(*part, into.parts.emplace_back());
+    }
+}
+
+OGRLayer* layer_of(GDALDataset& dataset, const std::string& file, const std::string& wanted) {
+    OGRLayer* layer = nullptr;
+    std::string names;
+    for (OGRLayer* const candidate : dataset.GetLayers()) {
+        if (!names.empty()) names += ", ";
+        names += candidate->GetName();
+        if (!layer && (wanted.empty() || same_text(wanted, candidate->GetName())))
+            layer = candidate;
+    }
+    if (!layer && wanted.empty())
+        throw usage_error(fmt::format("{}: it holds no layer", file), {{}, file, 0, {}});
+    if (!layer)
+        throw usage_error(
+            fmt::format("{}: it has no layer \"{}\"; its layers are: {}", file, wanted, names),
+            {"--layer", file, 0, {}});
+    if (wanted.empty() && dataset.GetLayerCount() > 1)
+        throw usage_error(
+            fmt::format("{}: it holds several layers; name one with --layer: {}", file, names),
+            {"--layer", file, 0, {}});
+    return layer;
+}
+
+} // namespace
+
+struct vector_table::state {
+    GDALDatasetUniquePtr dataset;
+    OGRLayer* layer = nullptr;
+    OGRFeatureUniquePtr feature;
+    shape converted;
+};
+
+vector_table::vector_table(const std::string& file, const std::string& layer)
+    : now(std::make_unique<state>()) {
+    prepare_gdal();
+    CPLErrorReset();
+    now->dataset.reset(GDALDataset::Open(path_for_gdal(file).c_str(), GDAL_OF_VECTOR));
+    if (!now->dataset) refuse_unknown_format(file, CPLGetLastErrorMsg());
+    format_name = now->dataset->GetDriver()->GetDescription();
+    now->layer = layer_of(*now->dataset, file, layer);
+    row_count = now->layer->GetFeatureCount(FALSE);
+    const OGRFeatureDefn& definition = *now->layer->GetLayerDefn();
+    for (int i = 0; i < definition.GetFieldCount(); ++i)
+        column_list.push_back({definition.GetFieldDefn(i)->GetNameRef(),
+                               type_of(definition.GetFieldDefn(i)->GetType())});
+    is_spatial = now->layer->GetGeomType() != wkbNone && definition.GetGeomFieldCount() > 0;
+    reference = copy_of(now->layer->GetSpatialRef());
+}
+
+vector_table::~vector_table() = default;
+
+void vector_table::rewind() {
+    now->layer->SetIgnoredFields(nullptr);
+    now->layer->ResetReading();
+}
+
+void vector_table::rewind_for(const std::vector<int>& wanted, bool with_geometry) {
+    CPLStringList ignored;
+    for (std::size_t i = 0; i < column_list.size(); ++i)
+        if (std::find(wanted.begin(), wanted.end(), static_cast<int>(i)) == wanted.end())
+            ignored.AddString(column_list[i].name.c_str());
+    if (!with_geometry) ignored.AddString("OGR_GEOMETRY");
+    ignored.AddString("OGR_STYLE");
+    now->layer->SetIgnoredFields(const_cast<const char**>(ignored.List()));
+    now->layer->ResetReading();
+}
+
+bool vector_table::next() {
+    CPLErrorReset();
+    now->feature.reset(now->layer->GetNextFeature());
+    if (now->feature) return true;
+    if (CPLGetLastErrorType() >= CE_Failure) reason = CPLGetLastErrorMsg();
+    return false;
+}
+
+bool vector_table::is_missing(int column) const {
+    return !now->feature->IsFieldSetAndNotNull(column);
+}
+
+std::string_view vector_table::text(int column) const {
+    return is_missing(column) ? std::string_view() : now->feature->GetFieldAsString(column);
+}
+
+double vector_table::number(int column) const {
+    return now->feature->GetFieldAsDouble(column);
+}
+
+const shape* vector_table::geometry() const {
+    const OGRGeometry* const geometry = now->feature->GetGeometryRef();
+    if (!geometry) return nullptr;
+    convert(*geometry, now->converted);
+    return &now->converted;
+}
+
+void refuse_unknown_format(const std::string& file, const std::string& reason) {
+    throw usage_error(
+        fmt::format("{}: no table of points was recognised{}{}; delimited text needs a name that "
+                    "ends in .csv, .tsv or .txt",
+                    file, reason.empty() ? "" : ": ", reason),
+        {{}, file, 0, {}});
+}
+
+} // namespace qmx_study
