@@ -1,28 +1,22 @@
 // The generator of artificial lots against the truth that it promises.
-#include "options/command.hpp"
+#include "run_program.hpp"
 #include "study/base/portable_math.hpp"
 #include "study/generate/correlated_field.hpp"
 #include "study/generate/generate_lot.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <numbers>
-#include <random>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
 namespace {
 
 using namespace qmx_study;
-namespace fs = std::filesystem;
+using app_test::text_of;
 
 // A lot of sound rows only, one pass everywhere, without overlap.
 lot_settings plain_lot() {
@@ -42,36 +36,14 @@ std::vector<std::string> fields_of(const std::string& line) {
     return fields;
 }
 
-// Runs `qmx-ic generate` in this process and reads what it wrote.
-class GenerateCommand : public testing::Test {
+class GenerateCommand : public app_test::Program {
 protected:
-    void SetUp() override {
-        directory = fs::temp_directory_path() /
-                    ("qmx_ic_generate_" + std::to_string(std::random_device{}()));
-    }
-    void TearDown() override { fs::remove_all(directory); }
-
-    void run(const std::string& name, std::vector<std::string> arguments) {
-        CLI::App program;
-        add_generate_command(program);
-        arguments.insert(arguments.begin(), {"generate", (directory / name).string()});
-        std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
-        testing::internal::CaptureStdout();
-        try {
-            program.parse(arguments);
-        } catch (...) {
-            testing::internal::GetCapturedStdout();
-            throw;
-        }
-        testing::internal::GetCapturedStdout();
-    }
-    std::string text_of(const std::string& file) const {
-        std::ostringstream text;
-        text << std::ifstream(directory / file, std::ios::binary).rdbuf();
-        return text.str();
+    void generate(const std::string& arguments) const {
+        const app_test::outcome made = run("generate " + arguments);
+        ASSERT_EQ(made.code, 0) << made.err;
     }
     std::vector<std::string> lines_of(const std::string& file) const {
-        std::ifstream in(directory / file);
+        std::istringstream in(app_test::text_of(path(file)));
         std::vector<std::string> lines;
         for (std::string line; std::getline(in, line);) {
             EXPECT_TRUE(line.ends_with('\r'));
@@ -80,8 +52,6 @@ protected:
         }
         return lines;
     }
-
-    fs::path directory;
 };
 
 TEST(PortableMath, AgreesWithTheMathematicsLibrary) {
@@ -331,25 +301,24 @@ TEST(GeneratedLot, SpotTestsStandInTheLinearRelationToTheGround) {
 }
 
 TEST_F(GenerateCommand, SameSeedSameBytes) {
-    const std::vector<std::string> endings = {".csv", "-spots.csv", "-alignment.csv",
-                                              "-truth.json"};
-    run("one", {"--length", "6"});
-    run("two", {"--length", "6"});
-    run("other", {"--length", "6", "--seed", "2"});
-    for (const std::string& ending : endings) {
-        EXPECT_EQ(text_of("one" + ending), text_of("two" + ending));
-        EXPECT_EQ(text_of("one" + ending) == text_of("other" + ending), ending == "-alignment.csv");
+    generate("one --length 6");
+    generate("two --length 6");
+    generate("other --length 6 --seed 2");
+    for (const std::string ending : {".csv", "-spots.csv", "-alignment.csv", "-truth.json"}) {
+        EXPECT_EQ(text_of(path("one" + ending)), text_of(path("two" + ending)));
+        EXPECT_EQ(text_of(path("one" + ending)) == text_of(path("other" + ending)),
+                  ending == "-alignment.csv");
     }
     // A seed means these bytes on every machine: the 64-bit FNV-1a hash of the records.
     std::uint64_t hash = 0xcbf29ce484222325ULL;
-    for (const char c : text_of("one.csv"))
+    for (const char c : text_of(path("one.csv")))
         hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
     EXPECT_EQ(hash, 14724759436998047299ULL);
 }
 
 TEST_F(GenerateCommand, DamagesTheRowsPromised) {
-    run("lot", {"--length", "20", "--bad-rows", "0.01"});
-    const auto truth = nlohmann::json::parse(text_of("lot-truth.json"));
+    generate("lot --length 20 --bad-rows 0.01");
+    const auto truth = nlohmann::json::parse(text_of(path("lot-truth.json")));
     const std::vector<std::string> lines = lines_of("lot.csv");
     const std::vector<std::string> header = fields_of(lines[0]);
     ASSERT_EQ(truth["rows"], lines.size() - 1);
@@ -386,8 +355,8 @@ TEST_F(GenerateCommand, DamagesTheRowsPromised) {
 }
 
 TEST_F(GenerateCommand, WritesWhatTheLotHolds) {
-    run("lot", {"--points", "500", "--lattice", "0.5", "--origin", "-240000.5,1032000", "--passes",
-                "2", "--bad-rows", "0", "--spots", "3", "--seed", "5"});
+    generate("lot --points 500 --lattice 0.5 --origin=-240000.5,1032000 --passes 2 --bad-rows 0 "
+             "--spots 3 --seed 5");
     lot_settings settings;
     settings.seed = 5;
     settings.lattice = true;
@@ -419,33 +388,23 @@ TEST_F(GenerateCommand, WritesWhatTheLotHolds) {
 }
 
 TEST_F(GenerateCommand, RefusesNonsense) {
-    const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{"--length", "nan"}, "--length is nan"},
-        {{"--passes", "0"}, "--passes is 0"},
-        {{"--lattice", "-1"}, "--lane-spacing is -1"},
-        {{"--nugget", "37"}, "--sill 36"},
-        {{"--overlap", "2"}, "--drum-width 2"},
-        {{"--width", "0.4"}, "no lane fits"},
-        {{"--length", "0.2"}, "no point fits"},
-        {{"--points", "0"}, "--points is 0"},
-        {{"--length", "1e6"}, "rows, 50000000 is the most"},
-        {{"--drum-width", "300", "--overlap", "299"}, "passes, 1000 is the most"},
-        {{"--bad-rows", "0.6"}, "--bad-rows is 0.6"}};
-    for (const auto& [arguments, text] : cases) {
-        try {
-            run("lot", arguments);
-            ADD_FAILURE() << text;
-        } catch (const usage_error& refusal) {
-            EXPECT_NE(std::string(refusal.what()).find(text), std::string::npos) << refusal.what();
-        }
-    }
-    EXPECT_THROW(run("lot", {"--points", "5", "--length", "5"}), CLI::ParseError);
-    EXPECT_THROW(run("lot", {"--seed", "-1"}), CLI::ParseError);
-    EXPECT_THROW(run("lot", {"--origin", "1"}), CLI::ParseError);
-    EXPECT_FALSE(fs::exists(directory));
-
-    fs::create_directories(directory / "taken.csv");
-    EXPECT_THROW(run("taken", {"--length", "1"}), usage_error);
+    expect_refused("generate lot", {{"--length nan", "--length is nan"},
+                                    {"--passes 0", "--passes is 0"},
+                                    {"--lattice -1", "--lane-spacing is -1"},
+                                    {"--nugget 37", "--sill 36"},
+                                    {"--overlap 2", "--drum-width 2"},
+                                    {"--width 0.4", "no lane fits"},
+                                    {"--length 0.2", "no point fits"},
+                                    {"--points 0", "--points is 0"},
+                                    {"--length 1e6", "rows, 50000000 is the most"},
+                                    {"--drum-width 300 --overlap 299", "passes, 1000 is the most"},
+                                    {"--bad-rows 0.6", "--bad-rows is 0.6"},
+                                    {"--points 5 --length 5", "--length"},
+                                    {"--seed -1", "whole number from 0 on"},
+                                    {"--origin 1", "--origin"}});
+    EXPECT_FALSE(std::filesystem::exists(path("lot.csv")));
+    std::filesystem::create_directories(path("taken.csv"));
+    expect_refused("generate taken", {{"--length 1", "taken.csv"}});
 }
 
 } // namespace

@@ -161,20 +161,14 @@ TEST_F(Spots, PlanesAndPassesThatDoNotGoTogetherAreRefused) {
     write("metres.csv", "Easting_m,Northing_m,CMV\n0,0,1\n10,0,2\n20,0,3\n");
     write("broken.csv", "x,y,PassCount,Value\n0,0,one,1\n10,0,1,2\n20,0,1,3\n30,0,1,4\n");
     write("sound.csv", "x,y,Value\n0,0,1\n10,0,2\n20,0,3\n");
-    const std::pair<const char*, const char*> cases[] = {
-        {"lot.csv degrees.csv --radius 1", "are degrees"},
-        {"metres.csv feet.csv --radius 1", "positions are in ft"},
-        {"lot.csv broken.csv --radius 1", "line 2, column PassCount: \"one\""},
-        {"lot.csv sound.csv --radius -1", "0 or more"},
-        {"lot.csv sound.csv --radius nan", "0 or more"},
-        {"lot.csv sound.csv", "--radius"},
-        {"lot.csv", "TESTS"},
-        {"lot.csv none.csv --radius 1", "none.csv"}};
-    for (const auto& [arguments, message] : cases) {
-        const outcome result = run(std::string("spots ") + arguments);
-        EXPECT_EQ(result.code, 2) << arguments;
-        EXPECT_TRUE(result.says(message)) << arguments;
-    }
+    expect_refused("spots", {{"lot.csv degrees.csv --radius 1", "are degrees"},
+                             {"metres.csv feet.csv --radius 1", "positions are in ft"},
+                             {"lot.csv broken.csv --radius 1", "line 2, column PassCount: \"one\""},
+                             {"lot.csv sound.csv --radius -1", "0 or more"},
+                             {"lot.csv sound.csv --radius nan", "0 or more"},
+                             {"lot.csv sound.csv", "--radius"},
+                             {"lot.csv", "TESTS"},
+                             {"lot.csv none.csv --radius 1", "none.csv"}});
     // Degrees and the plane they are projected to meet: one place, twice.
     write("track.csv", "Longitude,Latitude,CMV\n-93,44,1\n-93,44,3\n-93.001,44,4\n-93.001,44,6\n"
                        "-93.002,44,5\n-93.002,44,7\n");
@@ -183,20 +177,6 @@ TEST_F(Spots, PlanesAndPassesThatDoNotGoTogetherAreRefused) {
     ASSERT_EQ(projected.code, 0) << projected.err;
     EXPECT_EQ(projected.json()["regression"]["n"], 3);
     EXPECT_NEAR(projected.json()["tests"][0]["x"], 500000, 1e-3);
-}
-
-TEST_F(Spots, AGeneratedLotGivesItsLineBack) {
-    ASSERT_EQ(run("generate lot --seed 2 --points 20000 --spots 60 --bad-rows 0").code, 0);
-    const auto truth = nlohmann::json::parse(app_test::text_of(path("lot-truth.json")));
-    const auto document =
-        run("spots lot.csv lot-spots.csv --radius 1 --json --value LastCMV").json();
-    const auto& line = document["regression"];
-    // spot = a + b IC with errors of its own: IC on spot has the slope r^2 / b, nearly.
-    const double b = truth["spot_tests"]["slope"];
-    const double r = line["r"];
-    EXPECT_GT(r, 0.9);
-    EXPECT_NEAR(line["slope"].get<double>() * b, r * r, 0.1);
-    EXPECT_EQ(line["supported"], true);
 }
 
 } // namespace
