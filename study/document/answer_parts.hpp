@@ -1,22 +1,21 @@
-// A failed analysis whose other results are printed all the same.
+// Parts that the documents of several answers have in common.
 #pragma once
 
-#include <optional>
-#include <string>
-
-#include "study/analyses/library_call.hpp"
-#include "study/document/json_output.hpp"
+#include "study/analyses/library_events.hpp"
+#include "study/document/json.hpp"
+#include "study/lot/cells.hpp"
+#include "study/lot/load.hpp"
 
 namespace qmx_study {
 
-// What to say of a failure that has nothing to do with the data; "" for any other.
-std::string explanation_of_memory(const library_failure& failure);
+// Keys "input" and "columns".
+void add_reading(json& document, const reading_account& reading);
 
-// null for an analysis without an explanation; otherwise message, code, class and path of the library
-// (null where it did not fail itself) and the explanation.
-json failure_json(const std::optional<library_failure>& failure, const std::string& explanation);
+// "count", "with_several_records", "most_records".
+json cells_json(const cell_summary& cells);
 
-// Throws analysis_error with all of it, unless there is no explanation.
-void end_failed(const std::optional<library_failure>& failure, const std::string& explanation);
+// null for an analysis that did not fail; otherwise message, code, class and path of the library (null
+// where it did not fail itself) and the explanation.
+json failure_json(const analysis_failure& failure);
 
 } // namespace qmx_study

@@ -1,4 +1,4 @@
-#include "study/document/json_output.hpp"
+#include "study/document/json.hpp"
 
 #include <cmath>
 #include <cstdlib>
@@ -33,9 +33,8 @@ json new_document(const std::string& command) {
     return document;
 }
 
-void print_document(const json& document) {
-    // Bytes of a file that are no UTF-8 become the replacement character.
-    fmt::print("{}\n", document.dump(2, ' ', false, json::error_handler_t::replace));
+std::string text_of(const json& document) {
+    return document.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
 } // namespace qmx_study

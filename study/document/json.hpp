@@ -16,6 +16,8 @@ json text_or_null(const std::string& text);
 // A new document: {"schema": "qmx-ic/<command>/1", "program": "qmx-ic <version>"}. The number behind
 // the command rises whenever a key changes its name, place or meaning; keys may be added without.
 json new_document(const std::string& command);
-void print_document(const json& document);
+
+// Indented. Bytes of a file that are no UTF-8 become the replacement character.
+std::string text_of(const json& document);
 
 } // namespace qmx_study

@@ -1,16 +1,14 @@
 // The commands of the program and how they end.
 //
-// Each command lives in its own command_<name>.cpp and has one function, add_<name>_command, that
-// adds its subcommand to the program and sets the subcommand's callback. The callback does the work:
-// it returns when all went well and throws one of the errors below otherwise. Results go to
-// standard output, anything else (progress, notes about the run) to standard error.
+// Each command lives in its own <name>.cpp and has one function, add_<name>_command, that adds its
+// subcommand to the program and sets the subcommand's callback. The callback goes the road: options,
+// lot, question, answer, text or document. It returns when all went well and throws otherwise. Results
+// go to standard output, anything else (progress, notes about the run) to standard error.
 #pragma once
 
 #include <CLI/CLI.hpp>
 
-#include "study/base/errors.hpp"
-
-namespace qmx_study {
+namespace qmx_terminal {
 
 // Exit codes of the program.
 enum exit_code : int { done = 0, analysis_failed = 1, wrong_usage = 2, target_missed = 3 };
@@ -29,4 +27,4 @@ void add_semivariogram_command(CLI::App& program);
 void add_spots_command(CLI::App& program);
 void add_stats_command(CLI::App& program);
 
-} // namespace qmx_study
+} // namespace qmx_terminal
