@@ -5,9 +5,6 @@
 
 #include <fmt/format.h>
 
-#include "study/analyses/mesh.hpp"
-#include "study/analyses/pass_bins.hpp"
-
 namespace {
 
 using app_test::outcome;
@@ -235,52 +232,6 @@ TEST_F(CoverageOfRealCells, HaveTheirSpacing) {
     const auto& dropped = document["input"]["dropped"];
     ASSERT_EQ(dropped.size(), 1);
     EXPECT_EQ(dropped[0]["first_line"], 52);
-}
-
-// Positions column by column, written to the thousandth.
-std::vector<t_icdata> lattice(double spacing, int count, int gap_after = 0, double turn = 0) {
-    std::vector<t_icdata> points;
-    for (int i = 0; i < count; ++i)
-        for (int j = 0; j < 12; ++j) {
-            const double x = (i < gap_after || gap_after == 0 ? i : i + 1000) * spacing;
-            const double y = j * spacing;
-            const auto written = [](double v) { return std::round(v * 1000) / 1000; };
-            points.push_back({written(432000 + x * std::cos(turn) - y * std::sin(turn)),
-                              written(4862000 + x * std::sin(turn) + y * std::cos(turn)), 1, 0, 0});
-        }
-    return points;
-}
-
-TEST(Mesh, IsReadOffTheLinesOfALattice) {
-    using qmx_study::lattice_of;
-    for (const double spacing : {0.3, 0.34, 0.3048, 1.0, 0.45}) {
-        const auto mesh = lattice_of(lattice(spacing, 700, 300));
-        ASSERT_TRUE(mesh) << spacing;
-        EXPECT_EQ(mesh->x, spacing);
-        EXPECT_NEAR(mesh->y, spacing, 1e-3 / 11);
-    }
-    auto astray = lattice(0.34, 100); // one in three hundred
-    for (std::size_t i = 7; i < astray.size(); i += 300) astray[i].d_x += 0.11;
-    EXPECT_TRUE(lattice_of(astray));
-    for (std::size_t i = 8; i < astray.size(); i += 30) astray[i].d_x += 0.11;
-    EXPECT_FALSE(lattice_of(astray));
-    EXPECT_FALSE(lattice_of(lattice(0.34, 100, 0, 0.5))); // turned
-    EXPECT_FALSE(lattice_of(lattice(0.34, 2)));           // two columns could be any two
-    EXPECT_FALSE(lattice_of({}));
-}
-
-TEST(PassBins, CountsGoToTheFirstBinThatHoldsThem) {
-    using namespace qmx_study;
-    std::vector<t_icdata> points;
-    for (const double count : {3.9, -0.5, 5.0, 10000.0, 10001.0, 3e9, double{NAN}, -7.0})
-        points.push_back({0, 0, count, 0, 0});
-    const std::vector<t_passbin> bins = read_pass_bins(" 0-3, 3-5 ,8-");
-    const bin_counts counts = count_in_bins(tally_passes(points), bins);
-    EXPECT_EQ(counts.in_bin, (std::vector<std::int64_t>{2, 1, 1}));
-    EXPECT_EQ(counts.total_outside(), 4);
-    EXPECT_EQ(counts.outside.begin()->first, INT32_MIN);
-    EXPECT_TRUE(have_overlap(bins));
-    EXPECT_FALSE(have_overlap(read_pass_bins("5-,1-2,3-4")));
 }
 
 } // namespace

@@ -37,6 +37,15 @@ struct refusal {
     int code = 2;
 };
 
+struct wanted_number {
+    const char* key;
+    double value, tolerance;
+};
+inline void expect_numbers(const nlohmann::json& object, const std::vector<wanted_number>& wanted) {
+    for (const auto& [key, value, tolerance] : wanted)
+        EXPECT_NEAR(object[key].get<double>(), value, tolerance) << key;
+}
+
 inline std::string text_of(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     std::stringstream text;

@@ -1,7 +1,5 @@
 // The semivariogram command against pairs counted one by one, and against known fields.
 #include "run_program.hpp"
-#include "study/analyses/lag_proposal.hpp"
-#include "study/analyses/pair_estimate.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +16,6 @@ namespace {
 using app_test::outcome;
 using app_test::text_of;
 using nlohmann::json;
-using qmx_study::propose_lags;
 
 class Semivariogram : public app_test::Program {
 protected:
@@ -293,77 +290,6 @@ TEST_F(Semivariogram, WrongUseIsRefusedWithItsRemedy) {
                     {"units.csv", "a distance takes both in one unit"},
                     {"huge.csv", "line 3, column CMV"},
                     {"one.csv", "the points (3) lie in one place", 1}});
-}
-
-TEST(LagProposal, FollowsExtentAndSpacing) {
-    const auto layout = [](double diagonal, double spacing) {
-        qmx_study::point_layout result;
-        result.points = spacing < 8 ? 10000 : 30;
-        result.diagonal = result.whole_diagonal = diagonal;
-        result.spacing = spacing;
-        return result;
-    };
-    const struct {
-        double diagonal, spacing;
-        std::optional<double> named_lag;
-        std::optional<int> named_lags;
-        double lag;
-        int lags;
-        bool is_shortened;
-    } cases[] = {{90, 0.3, {}, {}, 1, 30, false},
-                 {3000, 0.3, {}, {}, 1.5, 98, true}, // a road: five spacings, not a thirtieth
-                 {90, 5, {}, {}, 5, 6, false},       // a few wide lanes: one spacing
-                 {900, 8, {}, {}, 30, 10, false},    // few points: a tenth
-                 {90, 0.3, 2.0, {}, 2, 15, false},
-                 {90, 0.3, 0.1, {}, 0.1, 98, true},
-                 {90, 0.3, {}, 10, 3, 10, false},
-                 {90, 0.3, 7.0, 12, 7, 12, false}};
-    for (const auto& row : cases) {
-        const auto proposal =
-            propose_lags(layout(row.diagonal, row.spacing), row.named_lag, row.named_lags);
-        SCOPED_TRACE(fmt::format("diagonal {} spacing {}", row.diagonal, row.spacing));
-        EXPECT_DOUBLE_EQ(proposal.lag, row.lag);
-        EXPECT_EQ(proposal.lags, row.lags);
-        EXPECT_EQ(proposal.is_shortened, row.is_shortened);
-    }
-}
-
-TEST(LagProposal, LayoutIsThatOfThePoints) {
-    // 40 by 1000 cells of 0.34 by 0.5, each place twice, at large coordinates.
-    std::vector<t_icdata> points;
-    for (int i = 0; i < 40000; ++i)
-        for (int twice = 0; twice < 2; ++twice)
-            points.push_back({432000 + 0.5 * (i % 40), 4862000 + 0.34 * (i / 40), 1, 1, 0});
-    const auto layout = qmx_study::layout_of(points);
-    EXPECT_NEAR(layout.spacing, 0.34, 1e-9);
-    EXPECT_NEAR(layout.diagonal, std::hypot(19.5, 339.66), 1e-6);
-    EXPECT_FALSE(layout.has_stray_points());
-    points.push_back({342000, 4862000, 1, 1, 0}); // 90 km to the west
-    const auto astray = qmx_study::layout_of(points);
-    EXPECT_TRUE(astray.has_stray_points());
-    EXPECT_NEAR(astray.diagonal, layout.diagonal, 1);
-    EXPECT_NEAR(astray.spacing, 0.34, 1e-9);
-}
-
-TEST(PairEstimate, IsWithinATenthOfTheCount) {
-    const struct {
-        double width, height;
-        int count;
-        double cut_off;
-    } cases[] = {{100, 100, 4000, 10}, {100, 100, 4000, 300}, {1000, 6, 4000, 60}};
-    for (const auto& row : cases) {
-        std::mt19937 random(11);
-        std::uniform_real_distribution<double> x(-row.width, 0), y(-3, row.height - 3);
-        std::vector<t_icdata> points;
-        for (int i = 0; i < row.count; ++i) points.push_back({x(random), y(random), 0, 0, 0});
-        double pairs = 0;
-        for (std::size_t i = 0; i < points.size(); ++i)
-            for (std::size_t j = i + 1; j < points.size(); ++j)
-                pairs += std::hypot(points[i].d_x - points[j].d_x, points[i].d_y - points[j].d_y) <=
-                         row.cut_off;
-        EXPECT_NEAR(qmx_study::estimated_pairs(points, row.cut_off) / pairs, 1, 0.1)
-            << row.width << " by " << row.height << ", " << row.cut_off;
-    }
 }
 
 class SemivariogramOfATrack : public app_test::RealFiles {};
