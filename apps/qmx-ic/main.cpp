@@ -6,7 +6,8 @@
 
 #include <fmt/format.h>
 
-#include "options/command.hpp"
+#include "options/commands.hpp"
+#include "study/base/errors.hpp"
 
 namespace {
 
@@ -18,7 +19,9 @@ int fail(int code, const char* kind, const char* message) {
 }
 
 int run(int argc, char** argv) {
-    using namespace qmx_study;
+    using namespace qmx_terminal;
+    using qmx_study::analysis_error;
+    using qmx_study::usage_error;
     CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
     program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
     program.footer("Exit codes: 0 done, 1 the analysis failed, 2 wrong usage or unreadable input,\n"
@@ -59,12 +62,12 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    int code = qmx_study::wrong_usage;
+    int code = qmx_terminal::wrong_usage;
     try {
         code = run(argc, argv);
         if (std::fflush(stdout) != 0) code = fail(2, "", "standard output could not be written");
     } catch (const std::exception& error) {
-        code = fail(qmx_study::wrong_usage, "", error.what());
+        code = fail(qmx_terminal::wrong_usage, "", error.what());
     }
     return code;
 }

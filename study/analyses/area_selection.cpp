@@ -11,6 +11,17 @@
 
 namespace qmx_study {
 
+positions positions_of(const lot& points) {
+    positions result;
+    result.x.reserve(points.points.size());
+    result.y.reserve(points.points.size());
+    for (const t_icdata& point : points.points) {
+        result.x.push_back(point.d_x);
+        result.y.push_back(point.d_y);
+    }
+    return result;
+}
+
 std::string align(polygon_set& areas, const lot& points) {
     const auto each_outline = [&](auto&& change) {
         for (polygon& area : areas.polygons) {

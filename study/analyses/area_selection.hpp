@@ -10,6 +10,11 @@
 
 namespace qmx_study {
 
+struct positions {
+    std::vector<double> x, y;
+};
+positions positions_of(const lot& points);
+
 // Brings the polygons into the coordinate system of the points where both are known. Returns what
 // had to be assumed where one is not, or "". Throws usage_error when the two cannot go together.
 std::string align(polygon_set& areas, const lot& points);

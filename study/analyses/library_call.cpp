@@ -19,9 +19,9 @@ template <std::size_t N> std::string_view text_of(const char (&padded)[N]) {
 
 std::optional<library_failure> failure_of(std::int32_t returned, const t_event& event) {
     if (returned == QMX_IC_SUCCESS) return std::nullopt;
-    return library_failure{std::string(text_of(event.c_description)),
-                           std::string(text_of(event.c_subfunc)), event.i_errcode,
-                           event.i_errclass};
+    const std::string message(text_of(event.c_description));
+    return library_failure{message, std::string(text_of(event.c_subfunc)), event.i_errcode,
+                           event.i_errclass, event_of(message)};
 }
 
 void check(std::int32_t returned, const t_event& event) {
@@ -29,10 +29,6 @@ void check(std::int32_t returned, const t_event& event) {
 }
 
 } // namespace
-
-std::string library_failure::text() const {
-    return fmt::format("{}\n  code {}, class {}, in {}", message, code, severity, path);
-}
 
 void run_statistics(bool pass_counts, bool below, std::span<const t_icdata> points,
                     t_statsout& result) {
@@ -72,17 +68,18 @@ std::vector<std::int32_t> points_in_outline(const std::vector<double>& vertex_x,
     return indices;
 }
 
-std::vector<t_binresult> run_coverage(const float (&mesh)[2], const std::vector<t_passbin>& bins,
-                                      const std::vector<t_icdata>& points,
-                                      const std::vector<t_areaflt>& areas) {
+std::optional<library_failure> run_coverage(const float (&mesh)[2],
+                                            const std::vector<t_passbin>& bins,
+                                            const std::vector<t_icdata>& points,
+                                            const std::vector<t_areaflt>& areas,
+                                            std::vector<t_binresult>& results) {
     t_event event{};
-    std::vector<t_binresult> results(bins.size());
-    check(IC_coverage(mesh, static_cast<std::int32_t>(points.size()),
-                      static_cast<std::int32_t>(bins.size()),
-                      static_cast<std::int32_t>(areas.size()), bins.data(), points.data(),
-                      areas.data(), results.data(), &event),
-          event);
-    return results;
+    results.assign(bins.size(), t_binresult{});
+    return failure_of(IC_coverage(mesh, static_cast<std::int32_t>(points.size()),
+                                  static_cast<std::int32_t>(bins.size()),
+                                  static_cast<std::int32_t>(areas.size()), bins.data(),
+                                  points.data(), areas.data(), results.data(), &event),
+                      event);
 }
 
 std::optional<library_failure> run_compaction_curve(std::int32_t highest_pass,
@@ -141,7 +138,7 @@ std::optional<library_failure> run_semivariogram(const std::vector<t_icdata>& po
                                     model, result.curve_x.data(), result.curve_y.data(),
                                     result.reading.data(), &event),
                    event);
-    if (failure && failure->message != "Only the curvefit fails")
+    if (failure && failure->event != known_event::only_the_fit_failed)
         throw analysis_error(failure->text());
     result.practical_range = model[0];
     result.sill = model[1];

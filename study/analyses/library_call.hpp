@@ -11,16 +11,9 @@
 
 #include <qmx_ic.h>
 
-namespace qmx_study {
+#include "study/analyses/library_events.hpp"
 
-// What the library said of a call that failed.
-struct library_failure {
-    std::string message;
-    std::string path; // the failing routine and its callers
-    std::int32_t code = 0;
-    std::int32_t severity = 0;
-    std::string text() const; // all of it, in two lines
-};
+namespace qmx_study {
 
 // Statistics of all points; the fields of `result` that the library reads are set by the caller.
 // Throws analysis_error with the text and the path of the event.
@@ -37,9 +30,11 @@ std::vector<std::int32_t> points_in_outline(const std::vector<double>& vertex_x,
                                             const std::vector<double>& point_y);
 
 // The coverage of the areas by each bin; the positions of the points are not looked at.
-std::vector<t_binresult> run_coverage(const float (&mesh)[2], const std::vector<t_passbin>& bins,
-                                      const std::vector<t_icdata>& points,
-                                      const std::vector<t_areaflt>& areas);
+std::optional<library_failure> run_coverage(const float (&mesh)[2],
+                                            const std::vector<t_passbin>& bins,
+                                            const std::vector<t_icdata>& points,
+                                            const std::vector<t_areaflt>& areas,
+                                            std::vector<t_binresult>& results);
 
 inline constexpr std::size_t curve_points = 100;
 
@@ -58,7 +53,7 @@ std::optional<library_failure> run_compaction_curve(std::int32_t highest_pass,
 struct polynomial_curve {
     std::array<float, curve_points> x{}, y{};
 };
-// False when the library refuses the fit, which it does without a word of why.
+// False when the library refuses the fit, and it gives no reason.
 bool run_polynomial_fit(std::int32_t degree, const std::vector<float>& x,
                         const std::vector<float>& y, polynomial_curve& curve);
 

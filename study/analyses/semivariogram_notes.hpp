@@ -1,12 +1,12 @@
 // What a reader of a semivariogram should know of it.
 #pragma once
 
-#include "text/semivariogram_report.hpp"
+#include "study/analyses/semivariogram.hpp"
 
 namespace qmx_study {
 
-// Appends to the notes of a report whose analysis is done: several records in a cell (unless they are
+// Appends to the notes of an answer whose analysis is done: several records in a cell (unless they are
 // meant), stray points and coarse positions, empty and thin lags, parameters on their bounds.
-void add_notes(semivariogram_report& report, bool all_records_meant);
+void add_notes(semivariogram_answer& answer, bool all_records_meant);
 
 } // namespace qmx_study

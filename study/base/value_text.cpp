@@ -10,6 +10,18 @@ std::string number_text(double value) {
     return std::isnan(value) ? "-" : fmt::format("{:.6g}", value);
 }
 
+std::string number_in_spread(double value, double spread) {
+    if (!std::isfinite(value) || !(spread > 1e-9) || std::fabs(value) >= 1e15)
+        return number_text(value);
+    int decimals = 0;
+    for (double step = 1; step > spread / 1e4; step /= 10) ++decimals;
+    std::string text = fmt::format("{:.{}f}", value, decimals);
+    if (decimals == 0) return text;
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.back() == '.') text.pop_back();
+    return text == "-0" ? "0" : text;
+}
+
 std::string coordinate_text(double value, bool in_degrees) {
     if (std::isnan(value)) return "-";
     return in_degrees ? fmt::format("{:.7f}", value) : fmt::format("{:.3f}", value);

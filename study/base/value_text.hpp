@@ -9,6 +9,8 @@ namespace qmx_study {
 
 // Six significant digits; "-" for a NaN.
 std::string number_text(double value);
+// A number with the digits that tell values apart which spread so far, about five of the spread.
+std::string number_in_spread(double value, double spread);
 // A coordinate, to the thousandth (seven decimals for degrees).
 std::string coordinate_text(double value, bool in_degrees);
 std::string count_text(std::int64_t count); // 1 234 567

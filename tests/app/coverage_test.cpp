@@ -5,9 +5,6 @@
 
 #include <fmt/format.h>
 
-#include "study/analyses/mesh.hpp"
-#include "study/analyses/pass_bins.hpp"
-
 namespace {
 
 using app_test::outcome;
@@ -52,15 +49,12 @@ TEST_F(Coverage, LastPassesOfALatticeFillTheirBins) {
         EXPECT_EQ(document["mesh"]["how"], "spacing_of_positions");
         EXPECT_EQ(document["plan_area"], 25);
         EXPECT_EQ(document["units"]["area"], "m²");
-        struct {
-            int points;
-            double area, percent;
-        } const expected[] = {{20, 2.5, 10}, {20, 2.5, 10}, {0, 0, 0}, {110, 13.75, 55}};
+        const int expected[] = {20, 20, 0, 110}; // points of 0.125 m², 0.5 % each
         for (std::size_t i = 0; i < std::size(expected); ++i) {
             const auto& bin = document["bins"][i];
-            EXPECT_EQ(bin["points"], expected[i].points) << i;
-            EXPECT_EQ(bin["area"], expected[i].area) << i;
-            EXPECT_EQ(bin["coverage_percent"], expected[i].percent) << i;
+            EXPECT_EQ(bin["points"], expected[i]) << i;
+            EXPECT_EQ(bin["area"], 0.125 * expected[i]) << i;
+            EXPECT_EQ(bin["coverage_percent"], 0.5 * expected[i]) << i;
         }
         EXPECT_EQ(document["bins"][3]["upper"], nullptr);
         EXPECT_EQ(document["all_bins"]["coverage_percent"], 75);
@@ -144,10 +138,8 @@ TEST_F(Coverage, AreasThatDoNotSimplyAddUpAreNamed) {
     EXPECT_TRUE(twice.says("Coverage of 30.00 m²"));
     EXPECT_FALSE(coverage("last.csv --area side_by_side.csv").says("twice"));
     EXPECT_TRUE(coverage("last.csv --area bow.csv").says("is not simple (Self-intersection"));
-    const outcome nothing = coverage("last.csv --area bow.csv --exclude whole.csv");
-    EXPECT_EQ(nothing.code, 1);
-    EXPECT_EQ(nothing.out, "");
-    EXPECT_TRUE(nothing.says("the alignment area is "));
+    expect_refused("coverage",
+                   {{"last.csv --area bow.csv --exclude whole.csv", "the alignment area is ", 1}});
 }
 
 TEST_F(Coverage, OutlinesTakeTenThousandVerticesAndNoMore) {
@@ -163,9 +155,8 @@ TEST_F(Coverage, OutlinesTakeTenThousandVerticesAndNoMore) {
     const outcome most = coverage("last.csv --area most.csv --json");
     ASSERT_EQ(most.code, 0) << most.err;
     EXPECT_NEAR(most.json()["plan_area"], 16 * M_PI, 1e-4);
-    const outcome more = coverage("last.csv --area more.csv");
-    EXPECT_EQ(more.code, 2);
-    EXPECT_TRUE(more.says("10001 vertices; the analysis takes at most 10000"));
+    expect_refused("coverage", {{"last.csv --area more.csv",
+                                 "10001 vertices; the analysis takes at most 10000"}});
 }
 
 TEST_F(Coverage, AMeshThatIsNotThatOfTheDataIsExplained) {
@@ -181,9 +172,7 @@ TEST_F(Coverage, AMeshThatIsNotThatOfTheDataIsExplained) {
         text += fmt::format("{:.3f},{:.3f},{}\n", 1000 + std::fmod(i * 0.61803398875, 1.0) * 10,
                             2000 + std::fmod(i * 0.7548776662, 1.0) * 2.5, 1 + i / 1000);
     write("wandering.csv", text);
-    const outcome unknown = coverage("wandering.csv --area whole.csv");
-    EXPECT_EQ(unknown.code, 2);
-    EXPECT_TRUE(unknown.says("--mesh DX,DY"));
+    expect_refused("coverage", {{"wandering.csv --area whole.csv", "--mesh DX,DY"}});
     EXPECT_TRUE(coverage("wandering.csv --area whole.csv --mesh 0.1,0.25")
                     .says("several passes over the same"));
 }
@@ -193,30 +182,25 @@ TEST_F(Coverage, WhatCannotBeMeantIsRefused) {
     write("lonlat.csv", "Longitude,Latitude,PassCount\n-93,43,1\n-93,43.1,2\n");
     write("mixed.csv", cells(0, 1000.25, "Easting_m,Northing_ft,PassCount\n"));
     write("no_pass.csv", "x,y,CMV\n1,1,1\n2,2,2\n");
-    const std::pair<const char*, const char*> cases[] = {
-        {"last.csv", "--area is required"},
-        {"last.csv --area whole.csv --bins 1-x", "\"1-x\" is no bin"},
-        {"last.csv --area whole.csv --bins 1-2,,5-", "\"\" is no bin"},
-        {"last.csv --area whole.csv --bins -3", "\"-3\" is no bin"},
-        {"last.csv --area whole.csv --bins 4-2", "4-2 holds no pass count"},
-        {"last.csv --area whole.csv --bins 10001-", "10000 for an open bin"},
-        {"last.csv --area whole.csv --mesh 0.5", "two lengths above 0"},
-        {"last.csv --area whole.csv --mesh 0.5,0", "two lengths above 0"},
-        {"last.csv --area whole.csv --mesh 0.5,-1", "two lengths above 0"},
-        {"last.csv --area whole.csv --target-coverage 90", "needs --target-passes"},
-        {"last.csv --area whole.csv --exit-code", "needs --target-passes"},
-        {"last.csv --area whole.csv --target-passes 0", "no number of passes"},
-        {"last.csv --area whole.csv --target-passes 4 --target-coverage 101", "no percentage"},
-        {"last.csv --area nowhere.csv", "lie apart from all points"},
-        {"lonlat.csv --area whole.csv", "--project"},
-        {"mixed.csv --area whole.csv", "in one unit"},
-        {"no_pass.csv --area whole.csv", "pass counts"}};
-    for (const auto& [arguments, message] : cases) {
-        const outcome result = coverage(arguments);
-        EXPECT_EQ(result.code, 2) << arguments;
-        EXPECT_EQ(result.out, "") << arguments;
-        EXPECT_TRUE(result.says(message)) << arguments;
-    }
+    expect_refused(
+        "coverage",
+        {{"last.csv", "--area is required"},
+         {"last.csv --area whole.csv --bins 1-x", "\"1-x\" is no bin"},
+         {"last.csv --area whole.csv --bins 1-2,,5-", "\"\" is no bin"},
+         {"last.csv --area whole.csv --bins -3", "\"-3\" is no bin"},
+         {"last.csv --area whole.csv --bins 4-2", "4-2 holds no pass count"},
+         {"last.csv --area whole.csv --bins 10001-", "10000 for an open bin"},
+         {"last.csv --area whole.csv --mesh 0.5", "two lengths above 0"},
+         {"last.csv --area whole.csv --mesh 0.5,0", "two lengths above 0"},
+         {"last.csv --area whole.csv --mesh 0.5,-1", "two lengths above 0"},
+         {"last.csv --area whole.csv --target-coverage 90", "needs --target-passes"},
+         {"last.csv --area whole.csv --exit-code", "needs --target-passes"},
+         {"last.csv --area whole.csv --target-passes 0", "no number of passes"},
+         {"last.csv --area whole.csv --target-passes 4 --target-coverage 101", "no percentage"},
+         {"last.csv --area nowhere.csv", "lie apart from all points"},
+         {"lonlat.csv --area whole.csv", "--project"},
+         {"mixed.csv --area whole.csv", "in one unit"},
+         {"no_pass.csv --area whole.csv", "pass counts"}});
     // Nothing rolled is an answer.
     write("between.csv", "x,y\n1009.3,2002.2\n1009.7,2002.2\n1009.7,2002.3\n1009.3,2002.3\n");
     const outcome none = coverage("last.csv --area between.csv --mesh 0.5,0.25 --json");
@@ -225,37 +209,21 @@ TEST_F(Coverage, WhatCannotBeMeantIsRefused) {
     EXPECT_EQ(none.json()["selection"]["outside"], 200);
 }
 
-TEST_F(Coverage, AGeneratedLotIsCoveredAsItsTruthSays) {
-    ASSERT_EQ(run("generate lot --lattice 0.3 --length 60 --width 12 --missed 0 --bad-rows 0").code,
-              0);
-    const auto truth = nlohmann::json::parse(text_of(path("lot-truth.json")));
-    const double cells_made =
-        truth["strip"]["lanes"].get<double>() * truth["strip"]["points_per_lane"].get<double>();
-    const outcome result = coverage("lot.csv --area lot-alignment.csv --json --target-passes 6");
-    ASSERT_EQ(result.code, 0) << result.err;
-    const auto document = result.json();
-    EXPECT_EQ(document["plan_area"], 720);
-    EXPECT_EQ(document["mesh"]["x"], 0.3);
-    EXPECT_EQ(document["mesh"]["y"], 0.3);
-    EXPECT_EQ(document["cells"]["count"], cells_made);
-    EXPECT_EQ(document["bins"][0]["points"], 0);
-    EXPECT_EQ(document["bins"][1]["points"], cells_made);
-    EXPECT_NEAR(document["target"]["achieved_percent"], 100 * cells_made * 0.09 / 720, 1e-3);
-    EXPECT_EQ(document["notes"].size(), 0) << document["notes"];
-    // Lanes that each begin elsewhere: the two distances make the mesh.
+TEST_F(Coverage, LanesThatEachBeginElsewhereTakeTheirTwoDistancesAsMesh) {
     ASSERT_EQ(run("generate lanes --length 60 --missed 0 --bad-rows 0").code, 0);
-    EXPECT_EQ(coverage("lanes.csv --area lanes-alignment.csv").code, 2);
+    expect_refused("coverage", {{"lanes.csv --area lanes-alignment.csv", "--mesh DX,DY"}});
     const auto lanes =
         coverage("lanes.csv --area lanes-alignment.csv --mesh 0.5,0.3 --json").json();
     EXPECT_NEAR(lanes["all_bins"]["coverage_percent"], 100, 0.5);
 }
 
-TEST_F(Coverage, RealCellsHaveTheirSpacing) {
-    const char* const data = std::getenv("QMX_IC_DATA");
-    if (!data) GTEST_SKIP() << "QMX_IC_DATA does not name the folder of the real files";
+class CoverageOfRealCells : public app_test::RealFiles {};
+TEST_F(CoverageOfRealCells, HaveTheirSpacing) {
     write("site.csv", "x,y\n-242449,1032543\n-239821,1032543\n-239821,1033085\n-242449,1033085\n");
-    const std::string file = fmt::format("'{}/roller_all_passes_sample.csv'", data);
-    const auto document = coverage(file + " --area site.csv --json --bins 1-3,4-").json();
+    const auto document = run("coverage '" + data_folder +
+                              "/roller_all_passes_sample.csv' --area "
+                              "site.csv --json --bins 1-3,4-")
+                              .json();
     EXPECT_EQ(document["mesh"]["x"], 0.34);
     EXPECT_EQ(document["mesh"]["y"], 0.34);
     EXPECT_EQ(document["plan_area"], 2628 * 542);
@@ -264,52 +232,6 @@ TEST_F(Coverage, RealCellsHaveTheirSpacing) {
     const auto& dropped = document["input"]["dropped"];
     ASSERT_EQ(dropped.size(), 1);
     EXPECT_EQ(dropped[0]["first_line"], 52);
-}
-
-// Positions column by column, written to the thousandth.
-std::vector<t_icdata> lattice(double spacing, int count, int gap_after = 0, double turn = 0) {
-    std::vector<t_icdata> points;
-    for (int i = 0; i < count; ++i)
-        for (int j = 0; j < 12; ++j) {
-            const double x = (i < gap_after || gap_after == 0 ? i : i + 1000) * spacing;
-            const double y = j * spacing;
-            const auto written = [](double v) { return std::round(v * 1000) / 1000; };
-            points.push_back({written(432000 + x * std::cos(turn) - y * std::sin(turn)),
-                              written(4862000 + x * std::sin(turn) + y * std::cos(turn)), 1, 0, 0});
-        }
-    return points;
-}
-
-TEST(Mesh, IsReadOffTheLinesOfALattice) {
-    using qmx_study::lattice_of;
-    for (const double spacing : {0.3, 0.34, 0.3048, 1.0, 0.45}) {
-        const auto mesh = lattice_of(lattice(spacing, 700, 300));
-        ASSERT_TRUE(mesh) << spacing;
-        EXPECT_EQ(mesh->x, spacing);
-        EXPECT_NEAR(mesh->y, spacing, 1e-3 / 11);
-    }
-    auto astray = lattice(0.34, 100); // one in three hundred
-    for (std::size_t i = 7; i < astray.size(); i += 300) astray[i].d_x += 0.11;
-    EXPECT_TRUE(lattice_of(astray));
-    for (std::size_t i = 8; i < astray.size(); i += 30) astray[i].d_x += 0.11;
-    EXPECT_FALSE(lattice_of(astray));
-    EXPECT_FALSE(lattice_of(lattice(0.34, 100, 0, 0.5))); // turned
-    EXPECT_FALSE(lattice_of(lattice(0.34, 2)));           // two columns could be any two
-    EXPECT_FALSE(lattice_of({}));
-}
-
-TEST(PassBins, CountsGoToTheFirstBinThatHoldsThem) {
-    using namespace qmx_study;
-    std::vector<t_icdata> points;
-    for (const double count : {3.9, -0.5, 5.0, 10000.0, 10001.0, 3e9, double{NAN}, -7.0})
-        points.push_back({0, 0, count, 0, 0});
-    const std::vector<t_passbin> bins = read_pass_bins(" 0-3, 3-5 ,8-");
-    const bin_counts counts = count_in_bins(tally_passes(points), bins);
-    EXPECT_EQ(counts.in_bin, (std::vector<std::int64_t>{2, 1, 1}));
-    EXPECT_EQ(counts.total_outside(), 4);
-    EXPECT_EQ(counts.outside.begin()->first, INT32_MIN);
-    EXPECT_TRUE(have_overlap(bins));
-    EXPECT_FALSE(have_overlap(read_pass_bins("5-,1-2,3-4")));
 }
 
 } // namespace

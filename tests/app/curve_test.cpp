@@ -91,13 +91,8 @@ TEST_F(Curve, AFailureKeepsTheMeansAndNamesItsCause) {
     lot("line.csv", {100, 100, 100}, [](int pass) { return 10.0 * pass; });
     lot("sound.csv", {100, 100, 100}, bent);
     write("zero.csv", "x,y,PassCount,CMV\n1,1,0,5\n1,2,1,6\n");
-    struct failing {
-        const char* arguments;
-        const char* message; // of the library; null where it succeeded
-        const char* explanation;
-        int passes;
-    };
-    const failing cases[] = {
+    // Arguments, message of the library (null where it succeeded), explanation, passes.
+    const std::tuple<const char*, const char*, const char*, int> cases[] = {
         {"two.csv", "error calling imsl drcurv", "a quadratic takes three", 2},
         {"one.csv", nullptr, "Only pass 1", 1},
         {"thin.csv", "No sufficient data existed for any pass no.", "Pass 1 has 99 points", 0},
@@ -126,22 +121,11 @@ TEST_F(Curve, AFailureKeepsTheMeansAndNamesItsCause) {
     EXPECT_EQ(run("curve sound.csv --max-pass 100001").code, 2);
 }
 
-TEST_F(Curve, MeansOfAGeneratedLotAreThoseItWasMadeFrom) {
-    ASSERT_EQ(run("generate lot --seed 5 --points 20000 --range 1 --overlap 0").code, 0);
-    const auto truth = nlohmann::json::parse(app_test::text_of(path("lot-truth.json")));
-    const auto document = run("curve lot.csv --json --value LastCMV").json();
-    ASSERT_EQ(document["passes_in_curve"], 6);
-    const double sill = truth["semivariogram"]["sill"];
-    for (std::size_t k = 0; k < 6; ++k) {
-        const auto& row = document["passes"][k];
-        // A short range leaves hundreds of independent places.
-        EXPECT_NEAR(row["mean"], truth["pass_mean"]["by_pass"][k].get<double>(), 1) << k;
-        EXPECT_NEAR(row["standard_deviation"], std::sqrt(sill), 0.5) << k;
-    }
-    EXPECT_EQ(document["growth"]["pass"], 4); // 32 %, 13 %, 5.7 %, 2.8 %
-    const outcome last = run("curve lot.csv --where 'PassCount = 6' --value LastCMV");
-    EXPECT_EQ(last.code, 1);
-    EXPECT_TRUE(last.says("Every cell holds a single record"));
+TEST_F(Curve, DataOfFinalCoverageAreToldFromThoseOfAllPasses) {
+    lot("last.csv", {100}, bent);
+    EXPECT_TRUE(run("curve last.csv").says("Every cell holds a single record"));
+    lot("all.csv", {100, 100, 100}, bent);
+    EXPECT_FALSE(run("curve all.csv").says("final coverage"));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,6 +29,22 @@ struct outcome {
                << out << err;
     }
 };
+
+// A command line that is refused, and words of the message.
+struct refusal {
+    std::string arguments;
+    std::string message;
+    int code = 2;
+};
+
+struct wanted_number {
+    const char* key;
+    double value, tolerance;
+};
+inline void expect_numbers(const nlohmann::json& object, const std::vector<wanted_number>& wanted) {
+    for (const auto& [key, value, tolerance] : wanted)
+        EXPECT_NEAR(object[key].get<double>(), value, tolerance) << key;
+}
 
 inline std::string text_of(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
@@ -64,7 +81,29 @@ protected:
         return result;
     }
 
+    // Each is refused with nothing on standard output.
+    void expect_refused(const std::string& command, const std::vector<refusal>& refusals) const {
+        for (const auto& [arguments, message, code] : refusals) {
+            SCOPED_TRACE(command + " " + arguments);
+            const outcome result = run(command + " " + arguments);
+            EXPECT_EQ(result.code, code);
+            EXPECT_EQ(result.out, "");
+            EXPECT_TRUE(result.says(message));
+        }
+    }
+
     std::filesystem::path folder;
+};
+
+// The folder of the real files, which the environment variable QMX_IC_DATA names.
+class RealFiles : public Program {
+protected:
+    void SetUp() override {
+        const char* const data = std::getenv("QMX_IC_DATA");
+        if (!data) GTEST_SKIP() << "QMX_IC_DATA does not name the folder of the real files";
+        data_folder = data;
+    }
+    std::string data_folder;
 };
 
 } // namespace app_test

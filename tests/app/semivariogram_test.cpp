@@ -1,7 +1,5 @@
 // The semivariogram command against pairs counted one by one, and against known fields.
 #include "run_program.hpp"
-#include "study/analyses/lag_proposal.hpp"
-#include "study/analyses/pair_estimate.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +16,6 @@ namespace {
 using app_test::outcome;
 using app_test::text_of;
 using nlohmann::json;
-using qmx_study::propose_lags;
 
 class Semivariogram : public app_test::Program {
 protected:
@@ -174,15 +171,13 @@ TEST_F(Semivariogram, AFieldOfKnownRangeAndSillIsFound) {
     // What is read off the curve lies on it, and the curve is the model's.
     const json& curve = document["curve"];
     const json& reading = document["reading"];
-    const auto& distances = curve["distance"];
-    const auto at = std::find(distances.begin(), distances.end(), reading["range"]);
-    ASSERT_NE(at, distances.end());
-    EXPECT_EQ(curve["semivariance"][static_cast<std::size_t>(at - distances.begin())],
+    const auto at = std::find(curve["distance"].begin(), curve["distance"].end(), reading["range"]);
+    ASSERT_NE(at, curve["distance"].end());
+    EXPECT_EQ(curve["semivariance"][static_cast<std::size_t>(at - curve["distance"].begin())],
               reading["sill"]);
     EXPECT_EQ(reading["nugget"], 0);
-    const double range = document["model"]["practical_range"];
-    const double sill = document["model"]["sill"];
-    const double h = distances[50];
+    const double range = document["model"]["practical_range"], sill = document["model"]["sill"];
+    const double h = curve["distance"][50];
     EXPECT_NEAR(curve["semivariance"][50], sill * (1 - std::exp(-3 * h / range)), 1e-4 * sill);
 
     std::istringstream csv(text_of(path("lags.csv")));
@@ -276,136 +271,32 @@ TEST_F(Semivariogram, WrongUseIsRefusedWithItsRemedy) {
     write("units.csv", "x_m,y_ft,CMV\n1,1,1\n2,5,2\n3,4,4\n");
     write("huge.csv", "x,y,CMV\n1,1,5\n2,2,1e19\n3,3,5\n");
     write("one.csv", "x,y,CMV\n1,1,5\n1,1,6\n1,1,7\n");
-    const struct {
-        const char* arguments;
-        int code;
-        const char* message;
-    } cases[] = {{"lot.csv --lag 0", 2, "--lag: 0 is no length"},
-                 {"lot.csv --lag nan", 2, "is no length"},
-                 {"lot.csv --lag -1", 2, "--lag: -1 is no length"},
-                 {"lot.csv --nlag 0", 2, "from 1 to 98"},
-                 {"lot.csv --nlag 99", 2, "from 1 to 98"},
-                 {"lot.csv --tolerance 20", 2, "--tolerance needs --azimuth"},
-                 {"lot.csv --bandwidth 20", 2, "--bandwidth needs --azimuth"},
-                 {"lot.csv --azimuth 30 --tolerance 0", 2, "half-angle above 0"},
-                 {"lot.csv --azimuth 30 --tolerance 360", 2, "90 takes all directions"},
-                 {"lot.csv --azimuth 30 --bandwidth 0", 2, "--bandwidth: 0 is no length"},
-                 {"lot.csv --azimuth nan", 2, "is no direction"},
-                 {"lot.csv --value-scale 0", 2, "--value-scale: 0 is no factor"},
-                 {"lot.csv --value-scale 2 --standardise", 2, "leave one of them out"},
-                 {"lot.csv --output lot.csv", 2, "the file that is read"},
-                 {"lonlat.csv", 2, "--project"},
-                 {"units.csv", 2, "a distance takes both in one unit"},
-                 {"huge.csv", 2, "line 3, column CMV"},
-                 {"one.csv", 1, "the points (3) lie in one place"}};
-    for (const auto& [arguments, code, message] : cases) {
-        const outcome result = run(std::string("semivariogram ") + arguments);
-        EXPECT_EQ(result.code, code) << arguments;
-        EXPECT_TRUE(result.says(message)) << arguments;
-        EXPECT_EQ(result.out, "") << arguments;
-    }
+    expect_refused("semivariogram",
+                   {{"lot.csv --lag 0", "--lag: 0 is no length"},
+                    {"lot.csv --lag nan", "is no length"},
+                    {"lot.csv --lag -1", "--lag: -1 is no length"},
+                    {"lot.csv --nlag 0", "from 1 to 98"},
+                    {"lot.csv --nlag 99", "from 1 to 98"},
+                    {"lot.csv --tolerance 20", "--tolerance needs --azimuth"},
+                    {"lot.csv --bandwidth 20", "--bandwidth needs --azimuth"},
+                    {"lot.csv --azimuth 30 --tolerance 0", "half-angle above 0"},
+                    {"lot.csv --azimuth 30 --tolerance 360", "90 takes all directions"},
+                    {"lot.csv --azimuth 30 --bandwidth 0", "--bandwidth: 0 is no length"},
+                    {"lot.csv --azimuth nan", "is no direction"},
+                    {"lot.csv --value-scale 0", "--value-scale: 0 is no factor"},
+                    {"lot.csv --value-scale 2 --standardise", "leave one of them out"},
+                    {"lot.csv --output lot.csv", "the file that is read"},
+                    {"lonlat.csv", "--project"},
+                    {"units.csv", "a distance takes both in one unit"},
+                    {"huge.csv", "line 3, column CMV"},
+                    {"one.csv", "the points (3) lie in one place", 1}});
 }
 
-TEST(LagProposal, FollowsExtentAndSpacing) {
-    const auto layout = [](double diagonal, double spacing) {
-        qmx_study::point_layout result;
-        result.points = spacing < 8 ? 10000 : 30;
-        result.diagonal = result.whole_diagonal = diagonal;
-        result.spacing = spacing;
-        return result;
-    };
-    const struct {
-        double diagonal, spacing;
-        std::optional<double> named_lag;
-        std::optional<int> named_lags;
-        double lag;
-        int lags;
-        bool is_shortened;
-    } cases[] = {{90, 0.3, {}, {}, 1, 30, false},
-                 {3000, 0.3, {}, {}, 1.5, 98, true}, // a road: five spacings, not a thirtieth
-                 {90, 5, {}, {}, 5, 6, false},       // a few wide lanes: one spacing
-                 {900, 8, {}, {}, 30, 10, false},    // few points: a tenth
-                 {90, 0.3, 2.0, {}, 2, 15, false},
-                 {90, 0.3, 0.1, {}, 0.1, 98, true},
-                 {90, 0.3, {}, 10, 3, 10, false},
-                 {90, 0.3, 7.0, 12, 7, 12, false}};
-    for (const auto& row : cases) {
-        const auto proposal =
-            propose_lags(layout(row.diagonal, row.spacing), row.named_lag, row.named_lags);
-        SCOPED_TRACE(fmt::format("diagonal {} spacing {}", row.diagonal, row.spacing));
-        EXPECT_DOUBLE_EQ(proposal.lag, row.lag);
-        EXPECT_EQ(proposal.lags, row.lags);
-        EXPECT_EQ(proposal.is_shortened, row.is_shortened);
-    }
-}
-
-TEST(LagProposal, LayoutIsThatOfThePoints) {
-    // 40 by 1000 cells of 0.34 by 0.5, each place twice, at large coordinates.
-    std::vector<t_icdata> points;
-    for (int i = 0; i < 40000; ++i)
-        for (int twice = 0; twice < 2; ++twice)
-            points.push_back({432000 + 0.5 * (i % 40), 4862000 + 0.34 * (i / 40), 1, 1, 0});
-    const auto layout = qmx_study::layout_of(points);
-    EXPECT_NEAR(layout.spacing, 0.34, 1e-9);
-    EXPECT_NEAR(layout.diagonal, std::hypot(19.5, 339.66), 1e-6);
-    EXPECT_FALSE(layout.has_stray_points());
-    points.push_back({342000, 4862000, 1, 1, 0}); // 90 km to the west
-    const auto astray = qmx_study::layout_of(points);
-    EXPECT_TRUE(astray.has_stray_points());
-    EXPECT_NEAR(astray.diagonal, layout.diagonal, 1);
-    EXPECT_NEAR(astray.spacing, 0.34, 1e-9);
-}
-
-TEST(PairEstimate, IsWithinATenthOfTheCount) {
-    const struct {
-        double width, height;
-        int count;
-        double cut_off;
-    } cases[] = {{100, 100, 4000, 10}, {100, 100, 4000, 300}, {1000, 6, 4000, 60}};
-    for (const auto& row : cases) {
-        std::mt19937 random(11);
-        std::uniform_real_distribution<double> x(-row.width, 0), y(-3, row.height - 3);
-        std::vector<t_icdata> points;
-        for (int i = 0; i < row.count; ++i) points.push_back({x(random), y(random), 0, 0, 0});
-        double pairs = 0;
-        for (std::size_t i = 0; i < points.size(); ++i)
-            for (std::size_t j = i + 1; j < points.size(); ++j)
-                pairs += std::hypot(points[i].d_x - points[j].d_x, points[i].d_y - points[j].d_y) <=
-                         row.cut_off;
-        EXPECT_NEAR(qmx_study::estimated_pairs(points, row.cut_off) / pairs, 1, 0.1)
-            << row.width << " by " << row.height << ", " << row.cut_off;
-    }
-}
-
-TEST_F(Semivariogram, AHarvestersTrackHasItsPairs) {
-    const char* const data = std::getenv("QMX_IC_DATA");
-    if (!data) GTEST_SKIP() << "QMX_IC_DATA does not name the folder of the real files";
-    const std::string file = std::string(data) + "/harvester_track_corn_utm15n.csv";
-    std::istringstream rows(text_of(file));
-    std::string line;
-    std::getline(rows, line);
-    ASSERT_TRUE(line.starts_with("x_m,y_m,lane,t_s,yield_bu_ac,")) << line;
-    std::vector<place> places;
-    while (std::getline(rows, line)) {
-        place p{};
-        double skipped = 0;
-        char comma = ',';
-        std::istringstream fields(line);
-        fields >> p.x >> comma >> p.y >> comma >> skipped >> comma >> skipped >> comma >> p.value;
-        places.push_back(p);
-    }
-    ASSERT_EQ(places.size(), 4949);
-    const json document = run("semivariogram '" + file + "' --lag 5 --nlag 12 --json").json();
-    const std::vector<lag_sums> truth = count_one_by_one(places, {5, 12});
-    for (std::size_t k = 1; k < truth.size(); ++k) {
-        // Positions to the centimetre may sit on a border to within the rounding of 32 bits.
-        const double count = static_cast<double>(truth[k].pairs);
-        const double semivariance = truth[k].square / (2 * count);
-        EXPECT_NEAR(document["lags"][k]["pairs"], count, 2 + 1e-4 * count) << k;
-        EXPECT_NEAR(document["lags"][k]["semivariance"], semivariance, 2e-2 * semivariance) << k;
-    }
-    EXPECT_TRUE(run("semivariogram '" + file + "' --lag 5 --nlag 12")
-                    .says("The nearest pairs differ more than those farther apart"));
+class SemivariogramOfATrack : public app_test::RealFiles {};
+TEST_F(SemivariogramOfATrack, ShowsWhereTheMachineStood) {
+    EXPECT_TRUE(
+        run("semivariogram '" + data_folder + "/harvester_track_corn_utm15n.csv' --lag 5 --nlag 12")
+            .says("The nearest pairs differ more than those farther apart"));
 }
 
 } // namespace

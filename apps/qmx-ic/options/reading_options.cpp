@@ -1,11 +1,15 @@
-#include "options/reading_options.hpp"
+#include "options/road.hpp"
 
 #include <fmt/format.h>
 
-#include "study/lot/column_names.hpp"
+#include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
+#include "study/lot/column_names.hpp"
+#include "text/text_table.hpp"
 
-namespace qmx_study {
+namespace qmx_terminal {
+
+using namespace qmx_study;
 
 void add_reading_options(CLI::App& command, reading_options& options) {
     std::string missing_texts;
@@ -53,4 +57,15 @@ void add_reading_options(CLI::App& command, reading_options& options) {
         ->group(group);
 }
 
-} // namespace qmx_study
+void add_json_option(CLI::App& command, bool& as_json) {
+    command.add_flag("--json", as_json, "Print JSON")->group("Output");
+}
+
+void end_failed(const analysis_failure& failure) {
+    if (!failure.has_failed()) return;
+    const std::string explanation = wrapped(failure.explanation, 2);
+    if (!failure.event) throw analysis_error(explanation);
+    throw analysis_error(failure.event->text() + "\n  " + explanation);
+}
+
+} // namespace qmx_terminal

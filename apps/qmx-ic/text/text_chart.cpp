@@ -9,7 +9,9 @@
 
 #include "text/text_table.hpp"
 
-namespace qmx_study {
+namespace qmx_terminal {
+
+using namespace qmx_study;
 
 namespace {
 
@@ -59,18 +61,6 @@ struct chart {
 
 } // namespace
 
-std::string number_in_spread(double value, double spread) {
-    if (!std::isfinite(value) || !(spread > 1e-9) || std::fabs(value) >= 1e15)
-        return number_text(value);
-    int decimals = 0;
-    for (double step = 1; step > spread / 1e4; step /= 10) ++decimals;
-    std::string text = fmt::format("{:.{}f}", value, decimals);
-    if (decimals == 0) return text;
-    text.erase(text.find_last_not_of('0') + 1);
-    if (text.back() == '.') text.pop_back();
-    return text == "-0" ? "0" : text;
-}
-
 std::string chart_text(const plotted& points, const plotted& curve, const std::string& x_name,
                        const std::string& y_name) {
     chart drawn;
@@ -109,4 +99,4 @@ std::string chart_text(const plotted& points, const plotted& curve, const std::s
     return text;
 }
 
-} // namespace qmx_study
+} // namespace qmx_terminal

@@ -4,18 +4,15 @@
 #include <string>
 #include <vector>
 
-namespace qmx_study {
+namespace qmx_terminal {
 
 struct plotted {
     std::vector<double> x, y; // pairs with a NaN are not drawn
 };
-
-// A number with the digits that tell values apart which spread so far, about five of the spread.
-std::string number_in_spread(double value, double spread);
 
 // Points as "●", the curve (its points joined) as "·", in a frame that spans both; the corners carry
 // their coordinates. The names stand above the frame and below it. "" where nothing can be drawn.
 std::string chart_text(const plotted& points, const plotted& curve, const std::string& x_name,
                        const std::string& y_name);
 
-} // namespace qmx_study
+} // namespace qmx_terminal

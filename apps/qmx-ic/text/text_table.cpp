@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-namespace qmx_study {
+namespace qmx_terminal {
 
 void text_table::add(std::vector<std::string> cells) {
     cells.resize(alignments.size());
@@ -77,4 +77,4 @@ std::string wrapped(std::string_view text, std::size_t indent) {
     return result;
 }
 
-} // namespace qmx_study
+} // namespace qmx_terminal

@@ -7,7 +7,7 @@
 
 #include "study/base/value_text.hpp"
 
-namespace qmx_study {
+namespace qmx_terminal {
 
 // Columns of text, each as wide as its widest cell.
 class text_table {
@@ -35,4 +35,4 @@ std::string bar(double share, int full);
 // first line comes without its indent.
 std::string wrapped(std::string_view text, std::size_t indent);
 
-} // namespace qmx_study
+} // namespace qmx_terminal

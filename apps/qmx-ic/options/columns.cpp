@@ -1,0 +1,40 @@
+// qmx-ic columns FILE: what the program recognises in a file, and which rows it would drop.
+
+#include <memory>
+
+#include "options/commands.hpp"
+#include "options/road.hpp"
+#include "study/document/columns_document.hpp"
+#include "text/columns_text.hpp"
+#include "text/progress_line.hpp"
+
+namespace qmx_terminal {
+
+using namespace qmx_study;
+
+namespace {
+
+struct columns_options {
+    reading_options reading;
+    bool as_json = false;
+};
+
+void run(const columns_options& options) {
+    progress shown(progress_line());
+    const columns_question question;
+    loaded_lot lot = load(options.reading, needs_of(question), shown);
+    show(analyse(question, lot, shown), options.as_json, columns_text);
+}
+
+} // namespace
+
+void add_columns_command(CLI::App& program) {
+    const auto options = std::make_shared<columns_options>();
+    CLI::App* const command = program.add_subcommand(
+        "columns", "What is recognised in a file, and which rows would be dropped");
+    add_reading_options(*command, options->reading);
+    add_json_option(*command, options->as_json);
+    command->callback([options] { run(*options); });
+}
+
+} // namespace qmx_terminal

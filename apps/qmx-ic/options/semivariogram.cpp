@@ -1,0 +1,112 @@
+// qmx-ic semivariogram FILE: how the value varies with distance, and the model fitted to that.
+
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "options/commands.hpp"
+#include "options/road.hpp"
+#include "study/analyses/search_time.hpp"
+#include "study/base/output_file.hpp"
+#include "study/base/value_text.hpp"
+#include "study/document/semivariogram_document.hpp"
+#include "study/output/semivariogram_file.hpp"
+#include "text/progress_line.hpp"
+#include "text/semivariogram_text.hpp"
+
+namespace qmx_terminal {
+
+using namespace qmx_study;
+
+namespace {
+
+struct semivariogram_options {
+    reading_options reading;
+    semivariogram_question question;
+    std::string output;
+    bool as_json = false;
+};
+
+void tell(const work_ahead& work) {
+    fmt::print(stderr, "qmx-ic: about {} for {} points{}\n", duration_text(work.seconds),
+               count_text(work.points), work.counts_pairs ? ", half of it to count the pairs" : "");
+}
+
+void run(const semivariogram_options& options) {
+    check(options.question);
+    progress shown(progress_line());
+    loaded_lot lot = load(options.reading, needs_of(options.question), shown);
+    refuse_input_as_output(options.reading.file, options.output);
+    semivariogram_answer answer = analyse(options.question, lot, shown, tell);
+    answer.output = options.output;
+    if (!answer.output.empty()) write_semivariogram(answer.output, answer);
+    show(answer, options.as_json, semivariogram_text);
+}
+
+} // namespace
+
+void add_semivariogram_command(CLI::App& program) {
+    const auto options = std::make_shared<semivariogram_options>();
+    CLI::App* const command = program.add_subcommand(
+        "semivariogram", "How the value varies with distance, with a fitted model");
+    add_reading_options(*command, options->reading);
+    const char* const lags = "Lags";
+    command
+        ->add_option("--lag", options->question.lag,
+                     "Distance from lag to lag, in the unit of the positions; a lag reaches "
+                     "half of it to either side. Otherwise proposed from the data")
+        ->group(lags);
+    command
+        ->add_option("--nlag", options->question.lags,
+                     fmt::format("Number of lags, 1 to {}; otherwise as many as reach a third "
+                                 "of the diagonal of the points",
+                                 most_lags))
+        ->group(lags);
+    const char* const direction = "Direction";
+    command
+        ->add_option("--azimuth", options->question.azimuth,
+                     "Only pairs in this direction or its opposite, degrees clockwise from "
+                     "north; otherwise all directions")
+        ->group(direction);
+    command
+        ->add_option("--tolerance", options->question.tolerance,
+                     "Angle that a pair may be off the azimuth, degrees; 90 takes all")
+        ->default_str("22.5")
+        ->group(direction);
+    command
+        ->add_option("--bandwidth", options->question.bandwidth,
+                     "Distance that a pair's end may be off the axis of the azimuth, in the "
+                     "unit of the positions; otherwise any")
+        ->group(direction);
+    const char* const analysis = "Analysis";
+    command
+        ->add_flag("--standardise,--standardize", options->question.standardise,
+                   "Divide the semivariances by the variance of the values")
+        ->group(analysis);
+    command
+        ->add_option("--value-scale", options->question.value_scale,
+                     "Multiply the values for the analysis and scale the results back; frees a "
+                     "practical range that stands on its bound")
+        ->default_str("1")
+        ->group(analysis);
+    command
+        ->add_flag("--count-pairs", options->question.count_pairs,
+                   "Count the pairs of each lag also where that takes seconds")
+        ->group(analysis);
+    CLI::Option* const last = command
+                                  ->add_flag("--last-pass", options->question.last_pass,
+                                             "Only the last pass of each cell")
+                                  ->group(analysis);
+    command
+        ->add_flag("--all-records", options->question.all_records,
+                   "All records of a cell are meant, though there are several")
+        ->excludes(last)
+        ->group(analysis);
+    command
+        ->add_option("--output", options->output, "Write the lags and the model's curve to a CSV")
+        ->group("Output");
+    add_json_option(*command, options->as_json);
+    command->callback([options] { run(*options); });
+}
+
+} // namespace qmx_terminal

@@ -1,0 +1,80 @@
+// qmx-ic spots FILE TESTS: IC data round each spot test, and the line through the pairs.
+
+#include <limits>
+#include <memory>
+
+#include "options/commands.hpp"
+#include "options/road.hpp"
+#include "study/document/spots_document.hpp"
+#include "text/progress_line.hpp"
+#include "text/spots_text.hpp"
+
+namespace qmx_terminal {
+
+using namespace qmx_study;
+
+namespace {
+
+struct spots_options {
+    reading_options reading, tests;
+    spots_question question;
+    bool as_json = false;
+};
+
+void run(const spots_options& options) {
+    check(options.question);
+    progress shown(progress_line());
+    spot_tables tables = load_spots(options.reading, options.tests, shown);
+    show(analyse(options.question, tables), options.as_json, spots_text);
+}
+
+} // namespace
+
+void add_spots_command(CLI::App& program) {
+    const auto options = std::make_shared<spots_options>();
+    CLI::App* const command = program.add_subcommand(
+        "spots", "Spot tests: the IC data round each, and the line through the pairs");
+    add_reading_options(*command, options->reading);
+    command
+        ->add_option("TESTS", options->tests.file,
+                     "Spot tests: a table with position, value and, where known, pass number")
+        ->required();
+    const std::string group = "Spot tests";
+    command->add_option("--test-x", options->tests.x, "Column of their eastings")->group(group);
+    command->add_option("--test-y", options->tests.y, "Column of their northings")->group(group);
+    command->add_option("--test-value", options->tests.value, "Column of their values")
+        ->group(group);
+    command
+        ->add_option(
+            "--test-pass", options->tests.pass,
+            "Column of the pass after which they were made; an empty cell means all passes")
+        ->group(group);
+    command->add_option("--test-layer", options->tests.layer, "Layer of a file with several")
+        ->group(group);
+    const std::string analysis = "Analysis";
+    command
+        ->add_option("--radius", options->question.radius,
+                     "Of the circle round each spot test, rim included, unit of the positions")
+        ->required()
+        ->group(analysis);
+    command
+        ->add_flag("--any-pass", options->question.any_pass, "Match with the IC data of all passes")
+        ->group(analysis);
+    command
+        ->add_option("--min-ic", options->question.least_values,
+                     "Fewest IC values with which a test enters the line")
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()))
+        ->capture_default_str()
+        ->group(analysis);
+    command->add_option("--min-n", options->question.least_pairs, "Warn of a line on fewer pairs")
+        ->capture_default_str()
+        ->group(analysis);
+    command
+        ->add_option("--min-r", options->question.least_correlation, "Warn of a correlation below")
+        ->capture_default_str()
+        ->group(analysis);
+    add_json_option(*command, options->as_json);
+    command->callback([options] { run(*options); });
+}
+
+} // namespace qmx_terminal

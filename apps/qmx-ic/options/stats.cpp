@@ -1,0 +1,75 @@
+// qmx-ic stats FILE: fifteen statistics, histogram, percent levels and target test of one measure.
+
+#include <memory>
+
+#include "options/commands.hpp"
+#include "options/road.hpp"
+#include "study/document/stats_document.hpp"
+#include "text/progress_line.hpp"
+#include "text/stats_text.hpp"
+
+namespace qmx_terminal {
+
+using namespace qmx_study;
+
+namespace {
+
+struct stats_options {
+    reading_options reading;
+    stats_question question;
+    bool as_json = false;
+};
+
+void run(const stats_options& options) {
+    check(options.question);
+    progress shown(progress_line());
+    loaded_lot lot = load(options.reading, needs_of(options.question), shown);
+    show(analyse(options.question, lot), options.as_json, stats_text);
+}
+
+} // namespace
+
+void add_stats_command(CLI::App& program) {
+    const auto options = std::make_shared<stats_options>();
+    CLI::App* const command = program.add_subcommand(
+        "stats", "Statistics, histogram, percent levels and target test of one measure");
+    add_reading_options(*command, options->reading);
+    const std::string group = "Analysis";
+    command
+        ->add_flag("--pass-counts", options->question.pass_counts,
+                   "The values are pass counts (classes 0, 1, 2, ...)")
+        ->group(group);
+    command
+        ->add_option("--target", options->question.target,
+                     "Target value (with --pass-counts: passes)")
+        ->group(group);
+    command
+        ->add_option("--target-percent", options->question.target_percent,
+                     "Percentage of the values that must lie above the target")
+        ->default_str("90")
+        ->group(group);
+    command
+        ->add_flag("--below", options->question.below,
+                   "Values at or below the target count instead")
+        ->group(group);
+    command
+        ->add_option("--levels", options->question.levels,
+                     "Two percent levels to be read back as values")
+        ->expected(2)
+        ->delimiter(',')
+        ->capture_default_str()
+        ->group(group);
+    CLI::Option* const last = command
+                                  ->add_flag("--last-pass", options->question.last_pass,
+                                             "Only the last pass of each cell")
+                                  ->group(group);
+    command
+        ->add_flag("--all-records", options->question.all_records,
+                   "All records of a cell are meant, though there are several")
+        ->excludes(last)
+        ->group(group);
+    add_json_option(*command, options->as_json);
+    command->callback([options] { run(*options); });
+}
+
+} // namespace qmx_terminal

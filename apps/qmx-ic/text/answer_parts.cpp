@@ -1,0 +1,100 @@
+#include "text/answer_parts.hpp"
+
+#include <fmt/format.h>
+
+#include "text/text_table.hpp"
+
+namespace qmx_terminal {
+
+using namespace qmx_study;
+
+namespace {
+
+std::string other_values(const reading_account& reading) {
+    std::string names;
+    for (const value_candidate& candidate : reading.candidates)
+        if (candidate.name != reading.value.name)
+            names += fmt::format("{}{} ({})", names.empty() ? "" : ", ", candidate.name,
+                                 candidate.filled == 0 ? "no values"
+                                                       : count_text(candidate.filled) + " values");
+    return names;
+}
+
+std::string first_of(const dropped_account& reason) {
+    std::string text = "first on " + reason.first_place;
+    if (!reason.rows.value.empty()) text += fmt::format(": \"{}\"", reason.rows.value);
+    return text;
+}
+
+std::string position_text(const reading_account& reading) {
+    return fmt::format("{}, {}{}  {}", reading.x.name, reading.y.name, unit_suffix(reading.x.unit),
+                       reading.is_projected ? "projected to " + reading.system : reading.x.why);
+}
+
+std::string rows_text(const reading_account& reading) {
+    std::string rows = fmt::format("{} read, {} used", count_text(reading.rows_read),
+                                   count_text(reading.rows_used));
+    if (reading.rows_dropped > 0)
+        rows += fmt::format(", {} dropped", count_text(reading.rows_dropped));
+    if (reading.rows_filtered > 0)
+        rows += fmt::format(", {} left out by --where", count_text(reading.rows_filtered));
+    if (reading.without_position > 0)
+        rows += fmt::format(" ({} of the used without a position)",
+                            count_text(reading.without_position));
+    return rows;
+}
+
+} // namespace
+
+std::string reading_text(const reading_account& reading, head_of_positions head) {
+    text_table table("ll", 0);
+    table.add(
+        {"File", fmt::format("{}  ({}, {} columns{})", reading.file, reading.format,
+                             reading.columns, reading.decimal == ',' ? ", decimal comma" : "")});
+    if (reading.value.found()) {
+        table.add({"Value", named_with_unit(reading.value) + "  " + reading.value.why});
+        if (const std::string others = other_values(reading); !others.empty())
+            table.add({"", "others: " + others});
+    }
+    if (reading.has_positions()) {
+        if (head == head_of_positions::as_pair)
+            table.add({"Columns ", fmt::format("{}, {}  {}", named_with_unit(reading.x),
+                                               named_with_unit(reading.y), reading.x.why)});
+        else
+            table.add({"Position", position_text(reading)});
+    }
+    if (reading.pass.found()) table.add({"Pass", reading.pass.name + "  " + reading.pass.why});
+    table.add({"Rows", rows_text(reading)});
+    bool is_first = true;
+    for (const dropped_account& reason : reading.dropped) {
+        table.add(
+            {is_first ? "Dropped" : "", fmt::format("{}: {}, {}", count_text(reason.rows.count),
+                                                    reason.rows.text, first_of(reason))});
+        is_first = false;
+    }
+    for (const stripped_text& stripped : reading.stripped)
+        table.add({"Stripped",
+                   fmt::format("the {} \"{}\"{} from {} value{} of {}",
+                               stripped.is_unit ? "unit" : "label", stripped.text,
+                               stripped.is_unit ? "" : " and the like", count_text(stripped.count),
+                               stripped.count == 1 ? "" : "s", stripped.column)});
+    for (const std::string& note : reading.notes) table.add({"Note", note});
+    return table.text();
+}
+
+std::string notes_text(const std::vector<std::string>& notes) {
+    std::string text;
+    if (!notes.empty()) text += "\n";
+    for (const std::string& note : notes) text += "Note: " + wrapped(note, 6) + "\n";
+    return text;
+}
+
+std::string with_unit(const std::string& number, const std::string& unit) {
+    return unit.empty() ? number : number + " " + unit;
+}
+
+std::string named_with_unit(const used_column& column) {
+    return column.name + unit_suffix(column.unit);
+}
+
+} // namespace qmx_terminal

@@ -1,0 +1,226 @@
+#include "study/analyses/coverage.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "study/analyses/area_selection.hpp"
+#include "study/analyses/library_call.hpp"
+#include "study/analyses/wrong_option.hpp"
+#include "study/base/value_text.hpp"
+#include "study/shapes/coverage_areas.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+// The polygons in the system of the points.
+struct aligned_areas {
+    polygon_set included, excluded;
+};
+
+void keep(lot& points, const std::vector<bool>& is_kept) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < is_kept.size(); ++i) {
+        if (!is_kept[i]) continue;
+        points.points[kept] = points.points[i];
+        points.records[kept++] = points.records[i];
+    }
+    points.points.resize(kept);
+    points.records.resize(kept);
+}
+
+// Keeps the points inside the included and outside the excluded areas.
+aligned_areas select_points(coverage_answer& answer, const coverage_question& question,
+                            lot& points) {
+    const auto [x, y] = positions_of(points);
+    aligned_areas areas{question.included, question.excluded};
+    answer.included = account_of(areas.included, align(areas.included, points));
+    answer.excluded = account_of(areas.excluded, align(areas.excluded, points));
+    refuse_distant_areas(areas.included, x, y);
+    std::vector<bool> is_kept = points_inside(areas.included, x, y);
+    const std::vector<bool> is_excluded = points_inside(areas.excluded, x, y);
+    answer.selection.read = static_cast<std::int64_t>(x.size());
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        if (!is_kept[i]) {
+            ++answer.selection.outside;
+        } else if (is_excluded[i]) {
+            ++answer.selection.excluded;
+            is_kept[i] = false;
+        }
+    }
+    keep(points, is_kept);
+    return areas;
+}
+
+void settle_mesh(coverage_answer& answer, const coverage_question& question,
+                 const std::optional<mesh_size>& lattice, const std::string& file) {
+    if (!question.mesh && !lattice)
+        throw usage_error(
+            fmt::format("{}: the positions do not lie on a lattice along the axes (or on too few "
+                        "rows of one), so the area that each stands for cannot be told from them\n"
+                        "  name it with --mesh DX,DY in the unit of the positions; for records "
+                        "along lanes: the distance of the lanes and that of the records along a "
+                        "lane",
+                        file),
+            error_place{"--mesh", file, 0, {}});
+    answer.mesh = question.mesh ? *question.mesh : *lattice;
+    answer.mesh_is_derived = !question.mesh;
+}
+
+// The pass count is the value; where a cell has several records, the highest is its last pass.
+void keep_last_passes(coverage_answer& answer, lot& points) {
+    answer.cells = summarise_cells(points);
+    if (answer.all_records || answer.cells.shared_cells == 0) return;
+    for (t_icdata& point : points.points) {
+        const double passes = std::trunc(point.d_val);
+        point.i_passno = std::fabs(passes) < 2147483648.0 ? static_cast<std::int32_t>(passes) : -1;
+    }
+    answer.earlier_passes = keep_last_pass(points);
+}
+
+std::vector<t_binresult> coverage_of(const coverage_answer& answer,
+                                     const std::vector<t_passbin>& bins, const lot& points,
+                                     const std::vector<t_areaflt>& areas) {
+    const float mesh[2] = {static_cast<float>(answer.mesh.x), static_cast<float>(answer.mesh.y)};
+    std::vector<t_binresult> results;
+    const auto failure = run_coverage(mesh, bins, points.points, areas, results);
+    if (!failure) return results;
+    if (failure->event != known_event::outline_area_is_negative)
+        throw analysis_error(failure->text());
+    throw analysis_error(fmt::format("{}\n  an outline is so thin that rounding alone decides "
+                                     "its area; leave it out of the area files",
+                                     failure->text()));
+}
+
+template <class Field> double sum_over_bins(const coverage_answer& answer, Field field) {
+    return std::accumulate(answer.results.begin(), answer.results.end(), 0.0,
+                           [field](double sum, const t_binresult& result) {
+                               return sum + static_cast<double>(result.*field);
+                           });
+}
+
+void calculate(coverage_answer& answer, const aligned_areas& areas, const lot& points) {
+    const std::vector<t_areaflt> records = area_records(areas.included, areas.excluded);
+    answer.results = coverage_of(answer, answer.bins, points, records);
+    if (!answer.results.empty()) answer.plan_area = answer.results.front().x_plan_area;
+    answer.covered_area = sum_over_bins(answer, &t_binresult::x_compacted_area);
+    answer.coverage = sum_over_bins(answer, &t_binresult::x_coverage);
+    if (!(answer.plan_area > 0))
+        throw analysis_error(
+            fmt::format("the alignment area is {}: the excluded areas are as large as the included "
+                        "ones or larger, or an outline has no area\n  look at {}{}{}",
+                        number_text(static_cast<double>(answer.plan_area)), answer.included.file,
+                        answer.excluded.polygons == 0 ? "" : " and ", answer.excluded.file));
+    if (answer.target.passes == 0) return;
+    const std::vector<t_passbin> from_target_on = {{answer.target.passes, open_end}};
+    answer.target.achieved =
+        coverage_of(answer, from_target_on, points, records).front().x_coverage;
+}
+
+void note_bins(coverage_answer& answer, const coverage_question& question, const lot& points) {
+    if (question.bins.empty() && !question.target_passes)
+        answer.notes.push_back(
+            "There is one bin for each pass count found; --bins 1-2,3-4,5- makes others.");
+    if (have_overlap(answer.bins))
+        answer.notes.push_back(
+            "The bins overlap: a pass count belongs to the first bin that holds it.");
+    const auto is_broken = [](const t_icdata& point) {
+        return point.d_val != std::floor(point.d_val);
+    };
+    const auto broken = std::count_if(points.points.begin(), points.points.end(), is_broken);
+    if (broken > 0)
+        answer.notes.push_back(fmt::format("{} of the pass counts are no whole numbers; their "
+                                           "fractions are cut off.",
+                                           count_text(broken)));
+}
+
+// What makes a point stand for more or less ground than it covers.
+void note_mesh(coverage_answer& answer, const std::optional<mesh_size>& lattice,
+               const lot& points) {
+    const mesh_size& mesh = answer.mesh;
+    bool is_explained = false;
+    if (answer.all_records && answer.cells.shared_cells > 0) {
+        answer.notes.push_back(fmt::format(
+            "{} cells count several times, once for each of their records (--all-records).",
+            count_text(answer.cells.shared_cells)));
+        is_explained = true;
+    }
+    if (lattice) {
+        const double ratio = mesh.area() / lattice->area();
+        if (std::fabs(ratio - 1) > 0.01) {
+            answer.notes.push_back(fmt::format(
+                "The positions are {} × {} apart, the mesh is {} × {}: each point stands for {} "
+                "times its own cell, and the percentages are that many times those of the cells.",
+                lattice->x, lattice->y, mesh.x, mesh.y, number_text(ratio)));
+            is_explained = true;
+        }
+    } else if (const double crowd = points_per_cell(points.points, mesh); crowd >= 2) {
+        answer.notes.push_back(fmt::format(
+            "The positions lie on no lattice, and a piece of ground of the mesh's size holds "
+            "{:.1f} points on average: either the mesh is too large, or several passes over the "
+            "same ground count one by one. Grid the data, or select one pass with --where.",
+            crowd));
+        is_explained = true;
+    }
+    constexpr double noticeable = 100.005; // less comes of the 32 bits of mesh and percentage
+    if (answer.coverage > noticeable && !is_explained)
+        answer.notes.push_back(
+            "More than 100 % is covered: a point counts with its whole cell as soon as its centre "
+            "lies inside, also where the outline cuts through the cell. If the excess is more than "
+            "such a rim, the mesh is larger than the distance of the points.");
+}
+
+} // namespace
+
+void check(const coverage_question& question) {
+    if (!question.target_passes) {
+        if (question.target_coverage)
+            throw wrong_option("--target-coverage", " needs --target-passes");
+        return;
+    }
+    if (*question.target_passes < 1 || *question.target_passes > highest_pass_count)
+        throw wrong_option("--target-passes", ": {} is no number of passes from 1 to {}",
+                           *question.target_passes, highest_pass_count);
+    if (const double percent = question.target_coverage.value_or(90);
+        !(percent >= 0 && percent <= 100))
+        throw wrong_option("--target-coverage", ": {} is no percentage from 0 to 100", percent);
+}
+
+reading_needs needs_of(const coverage_question&) {
+    reading_needs needs;
+    needs.position = need::required;
+    needs.value_is_pass = true;
+    return needs;
+}
+
+coverage_answer analyse(const coverage_question& question, loaded_lot& lot) {
+    refuse_degrees(lot.source(), lot.data);
+    refuse_mixed_units(lot.data, "an area");
+    coverage_answer answer;
+    answer.area_unit = squared_unit(lot.data.x.unit);
+    answer.all_records = question.all_records;
+    answer.target.passes = question.target_passes.value_or(0);
+    answer.target.required = static_cast<float>(question.target_coverage.value_or(90));
+    const std::optional<mesh_size> lattice = lattice_of(lot.data.points);
+    settle_mesh(answer, question, lattice, lot.source().file);
+    const aligned_areas areas = select_points(answer, question, lot.data);
+    keep_last_passes(answer, lot.data);
+    answer.reading = account_of(lot);
+    const pass_tally tally = tally_passes(lot.data.points);
+    answer.bins =
+        question.bins.empty() ? default_pass_bins(tally, answer.target.passes) : question.bins;
+    answer.counts = count_in_bins(tally, answer.bins);
+    calculate(answer, areas, lot.data);
+
+    note_bins(answer, question, lot.data);
+    note_mesh(answer, lattice, lot.data);
+    for (std::string& note : area_notes(areas.included, areas.excluded, answer.area_unit))
+        answer.notes.push_back(std::move(note));
+    return answer;
+}
+
+} // namespace qmx_study

@@ -1,0 +1,272 @@
+#include "study/analyses/semivariogram.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "study/analyses/area_selection.hpp"
+#include "study/analyses/lot_notes.hpp"
+#include "study/analyses/pair_estimate.hpp"
+#include "study/analyses/search_time.hpp"
+#include "study/analyses/semivariogram_notes.hpp"
+#include "study/analyses/wrong_option.hpp"
+#include "study/base/value_text.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+// Lengths that squared, and added to their like, are still ordinary 32-bit numbers.
+bool is_workable_length(double length) {
+    return length >= 1e-15 && length <= 1e15;
+}
+
+// Differences are squared in 32 bits.
+void refuse_large_squares(const loaded_lot& lot, double scale) {
+    constexpr double largest = 9e18;
+    for (std::size_t i = 0; i < lot.data.points.size(); ++i)
+        if (!(std::fabs(lot.data.points[i].d_val * scale) <= largest))
+            throw usage_error(fmt::format("{}, {}, column {}: {} is too large to be squared as a "
+                                          "32-bit number; leave the row out with --where or name "
+                                          "the value with --missing",
+                                          lot.source().file, lot.place(lot.data.records[i]),
+                                          lot.data.value.name, lot.data.points[i].d_val));
+}
+
+// Of very many points a third of the diagonal would keep the user waiting for minutes. The lag stays:
+// it is what shows the range.
+void keep_search_short(lag_proposal& proposal, const std::vector<t_icdata>& points) {
+    constexpr double most_pairs = 1e10; // ten to twenty seconds
+    constexpr int least_lags = 10;
+    const double count = static_cast<double>(points.size());
+    if (count * count / 2 < most_pairs) return;
+    while (proposal.lags > least_lags) {
+        const double pairs = estimated_pairs(points, (proposal.lags + 0.5) * proposal.lag);
+        if (pairs < most_pairs) return;
+        proposal.is_shortened = true;
+        proposal.lags = std::clamp(static_cast<int>(proposal.lags * most_pairs / pairs), least_lags,
+                                   proposal.lags - 1);
+    }
+}
+
+// How lag and number of lags came about.
+void explain_lags(semivariogram_answer& answer, const semivariogram_question& question,
+                  const lag_proposal& proposal) {
+    if (question.lag && question.lags) {
+        answer.lags_from = "as named";
+        return;
+    }
+    const point_layout& layout = answer.layout;
+    const std::string& unit = answer.reading.x.unit;
+    const auto length = [&](double value) {
+        const std::string digits =
+            value < 100 ? fmt::format("{:.3g}", value) : fmt::format("{:.0f}", value);
+        return unit.empty() ? digits : digits + " " + unit;
+    };
+    answer.lags_from =
+        fmt::format("{} from the diagonal of the points, {}{}, and their spacing, {}",
+                    question.lag || question.lags ? "the other one proposed" : "proposed",
+                    length(layout.diagonal),
+                    layout.has_stray_points() ? fmt::format(" (without stray points, with them {})",
+                                                            length(layout.whole_diagonal))
+                                              : "",
+                    length(layout.spacing));
+    if (proposal.is_shortened)
+        answer.notes.push_back(fmt::format(
+            "The cut-off is shorter than a third of the diagonal, {}, {}. A longer --lag{} reaches "
+            "farther.",
+            length(layout.diagonal / 3),
+            proposal.lags < most_lags ? "which keeps the search short"
+                                      : fmt::format("since {} lags are the most", most_lags),
+            proposal.lags < most_lags ? ", or a larger --nlag," : ""));
+}
+
+void settle_lags(semivariogram_answer& answer, const semivariogram_question& question,
+                 const std::vector<t_icdata>& points) {
+    if (!(answer.layout.spacing > 0))
+        throw analysis_error(
+            fmt::format("the points ({}) lie in one place: there are no distances between them",
+                        points.size()));
+    lag_proposal proposal = propose_lags(answer.layout, question.lag, question.lags);
+    if (!question.lag && !question.lags) keep_search_short(proposal, points);
+    answer.lag = proposal.lag;
+    answer.lags = proposal.lags;
+    explain_lags(answer, question, proposal);
+}
+
+void settle_direction(semivariogram_answer& answer, const semivariogram_question& question) {
+    answer.is_directional = question.azimuth.has_value();
+    answer.azimuth = question.azimuth.value_or(0);
+    answer.tolerance = answer.is_directional ? question.tolerance.value_or(22.5) : 90;
+    answer.bandwidth =
+        question.bandwidth.value_or(std::max(answer.layout.whole_diagonal, answer.cut_off()));
+}
+
+t_gamvset_user settings_of(const semivariogram_answer& answer) {
+    t_gamvset_user settings{};
+    settings.i_nlag = answer.lags;
+    settings.x_xlag = static_cast<float>(answer.lag);
+    settings.x_azm = static_cast<float>(answer.azimuth);
+    settings.x_atol = static_cast<float>(answer.tolerance);
+    settings.x_bandwh = static_cast<float>(answer.bandwidth);
+    settings.i_standsills = answer.is_standardised ? QMX_IC_YES : QMX_IC_NO;
+    return settings;
+}
+
+// The points as the library gets them: about the origin, values scaled.
+std::vector<t_icdata> local_points(const semivariogram_answer& answer, const lot& points) {
+    std::vector<t_icdata> local = points.points;
+    for (t_icdata& point : local) {
+        point.d_x -= answer.origin_x;
+        point.d_y -= answer.origin_y;
+        point.d_val *= answer.value_scale;
+    }
+    return local;
+}
+
+// The results of scaled values in the unit of the values themselves.
+void scale_back(semivariogram& result, double scale) {
+    const double square = scale * scale;
+    for (double& value : result.semivariances) value /= square;
+    result.sill /= square;
+    for (double& value : result.curve_y) value /= square;
+    for (std::size_t i = 1; i < result.reading.size(); ++i)
+        result.reading[i] = static_cast<float>(static_cast<double>(result.reading[i]) / square);
+}
+
+// The library holds both parameters below the greatest semivariance, the range above 1 and the sill
+// above 0.05, all as mere numbers.
+void find_bounds(semivariogram_answer& answer) {
+    constexpr double close = 1e-6;
+    const semivariogram& result = answer.result;
+    const double greatest =
+        *std::max_element(result.semivariances.begin(), result.semivariances.end());
+    const auto bound_of = [&](double parameter, double least) {
+        if (parameter >= greatest * (1 - close)) return model_bound::upper;
+        return parameter <= least * (1 + close) ? model_bound::lower : model_bound::none;
+    };
+    answer.range_bound = bound_of(result.practical_range, 1);
+    answer.sill_bound = bound_of(result.sill, 0.05);
+}
+
+// Why there is no model, in terms of the lags.
+const char* explanation_of(const semivariogram& result) {
+    const auto is_positive = [](double value) { return value > 0; };
+    if (std::none_of(result.distances.begin(), result.distances.end(), is_positive))
+        return "No two points in different places are within the cut-off: there is nothing to fit. "
+               "Name a longer --lag.";
+    if (std::none_of(result.semivariances.begin() + 1, result.semivariances.end(), is_positive))
+        return "All semivariances are 0, since the values do not differ: there is nothing to fit.";
+    return "The semivariances stand as printed; only the model is missing.";
+}
+
+void fill_model(semivariogram_answer& answer) {
+    const semivariogram& result = answer.result;
+    answer.model.assign(result.distances.size(), std::numeric_limits<double>::quiet_NaN());
+    if (!answer.is_fitted()) return;
+    for (std::size_t k = 0; k < answer.model.size(); ++k)
+        if (!answer.is_empty(k))
+            answer.model[k] =
+                result.sill * -std::expm1(-3 * result.distances[k] / result.practical_range);
+}
+
+void search_and_fit(semivariogram_answer& answer, const semivariogram_question& question,
+                    std::vector<t_icdata> points, progress& shown,
+                    const std::function<void(const work_ahead&)>& foreseen) {
+    constexpr double worth_a_word = 3; // seconds
+    const t_gamvset_user settings = settings_of(answer);
+    const double once = expected_seconds(points, settings);
+    const bool count_too = question.count_pairs || once <= worth_a_word;
+    const double seconds = count_too ? 2 * once : once;
+    if (once > worth_a_word && foreseen) {
+        shown.clear();
+        foreseen({seconds, static_cast<std::int64_t>(points.size()), count_too});
+    }
+    run_with_clock(seconds, shown, [&] {
+        answer.failure.event = run_semivariogram(points, settings, answer.result);
+        if (count_too) answer.pairs = count_pairs(std::move(points), settings);
+    });
+    if (answer.failure.event) {
+        answer.failure.explanation = explanation_of(answer.result);
+    } else {
+        find_bounds(answer);
+    }
+    scale_back(answer.result, answer.value_scale);
+    fill_model(answer);
+}
+
+} // namespace
+
+void check(const semivariogram_question& question) {
+    if (question.lag && !is_workable_length(*question.lag))
+        throw wrong_option("--lag",
+                           ": {} is no length; give one above 0 in the unit of the "
+                           "positions",
+                           *question.lag);
+    if (question.lags && (*question.lags < 1 || *question.lags > most_lags))
+        throw wrong_option("--nlag", ": {} is no number of lags from 1 to {}", *question.lags,
+                           most_lags);
+    const double tolerance = question.tolerance.value_or(22.5);
+    if (!question.azimuth && question.tolerance && tolerance != 90)
+        throw wrong_option("--tolerance", " needs --azimuth, the direction that it is about");
+    if (!question.azimuth && question.bandwidth)
+        throw wrong_option("--bandwidth", " needs --azimuth, the direction of its axis");
+    if (question.azimuth && !(std::fabs(*question.azimuth) <= 360))
+        throw wrong_option("--azimuth", ": {} is no direction; give degrees clockwise from north",
+                           *question.azimuth);
+    if (!(tolerance > 0 && tolerance <= 90))
+        throw wrong_option("--tolerance",
+                           ": {} is no half-angle above 0 and up to 90 degrees; 90 "
+                           "takes all directions",
+                           tolerance);
+    if (question.bandwidth && !is_workable_length(*question.bandwidth))
+        throw wrong_option("--bandwidth",
+                           ": {} is no length; give one above 0 in the unit of the "
+                           "positions",
+                           *question.bandwidth);
+    const double scale = question.value_scale.value_or(1);
+    if (!(scale >= 1e-6 && scale <= 1e6))
+        throw wrong_option("--value-scale", ": {} is no factor from 0.000001 to 1000000", scale);
+    if (question.standardise && question.value_scale)
+        throw wrong_option("--standardise", " divides by the variance, which undoes --value-scale; "
+                                            "leave one of them out");
+}
+
+reading_needs needs_of(const semivariogram_question& question) {
+    reading_needs needs;
+    needs.position = need::required;
+    if (question.last_pass) needs.pass = need::complete;
+    return needs;
+}
+
+semivariogram_answer analyse(const semivariogram_question& question, loaded_lot& lot,
+                             progress& shown,
+                             const std::function<void(const work_ahead&)>& foreseen) {
+    refuse_degrees(lot.source(), lot.data);
+    refuse_mixed_units(lot.data, "a distance");
+    semivariogram_answer answer;
+    answer.value_scale = question.value_scale.value_or(1);
+    answer.is_standardised = question.standardise;
+    refuse_large_squares(lot, answer.value_scale);
+    answer.cells = summarise_cells(lot.data);
+    answer.last_pass = question.last_pass;
+    if (question.last_pass) answer.earlier_passes = take_last_pass(answer.notes, lot);
+    answer.reading = account_of(lot);
+    if (!answer.is_standardised) answer.semivariance_unit = squared_unit(lot.data.value.unit);
+    answer.layout = layout_of(lot.data.points);
+    answer.origin_x = std::round(answer.layout.middle_x);
+    answer.origin_y = std::round(answer.layout.middle_y);
+    const float reach = static_cast<float>(answer.layout.reach) + 1;
+    answer.position_step = static_cast<double>(reach - std::nextafter(reach, 0.0F));
+    settle_lags(answer, question, lot.data.points);
+    settle_direction(answer, question);
+    search_and_fit(answer, question, local_points(answer, lot.data), shown, foreseen);
+    add_notes(answer, question.all_records);
+    note_chosen_value(answer.notes, lot);
+    return answer;
+}
+
+} // namespace qmx_study

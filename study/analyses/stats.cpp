@@ -1,0 +1,135 @@
+#include "study/analyses/stats.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "study/analyses/library_call.hpp"
+#include "study/analyses/lot_notes.hpp"
+#include "study/analyses/wrong_option.hpp"
+#include "study/base/value_text.hpp"
+#include "study/lot/value_range.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+t_statsout prepared(const stats_question& question) {
+    t_statsout result{};
+    result.i_flag_target = question.target ? QMX_IC_YES : QMX_IC_NO;
+    result.x_target = static_cast<float>(question.target.value_or(0));
+    result.x_target_pct = static_cast<float>(question.target_percent.value_or(90));
+    result.x_achieved_pct = std::numeric_limits<float>::quiet_NaN();
+    for (int i = 0; i < 2; ++i) {
+        result.x_pctlevel[i] = static_cast<float>(question.levels[static_cast<std::size_t>(i)]);
+        result.x_pctvalue[i] = std::numeric_limits<float>::quiet_NaN();
+    }
+    return result;
+}
+
+// With exactly 200 classes the library's record is full and the last cumulative percentage takes the
+// place of the target before the test reads it: that verdict is about another target.
+void withdraw_overrun_target(stats_answer& answer, const stats_question& question) {
+    t_statsout& result = answer.result;
+    if (!answer.pass_counts || result.i_numbins != 200 || !question.target) return;
+    result.x_target = static_cast<float>(*question.target);
+    result.x_achieved_pct = std::numeric_limits<float>::quiet_NaN();
+    result.i_target_met = 0;
+    answer.notes.push_back(
+        "Pass counts up to 199 fill all 200 classes, which leaves no room for the "
+        "target test: there is no verdict. Leave out the rows with 199 passes "
+        "(--where) to get one.");
+}
+
+// A sensor at its cap gives one value again and again. Says so when a twentieth of the values equal the
+// largest one.
+void note_capped_values(stats_answer& answer, const std::vector<t_icdata>& points) {
+    const auto greater = [](const t_icdata& a, const t_icdata& b) { return a.d_val < b.d_val; };
+    const double largest = std::max_element(points.begin(), points.end(), greater)->d_val;
+    const auto count = std::count_if(points.begin(), points.end(),
+                                     [&](const t_icdata& point) { return point.d_val == largest; });
+    if (count < 5 || 20 * static_cast<std::size_t>(count) < points.size()) return;
+    answer.notes.push_back(fmt::format("{} of {} values equal the largest, {}: the sensor may have "
+                                       "been at its cap, and the true values higher.",
+                                       count, points.size(), largest));
+}
+
+void add_notes(stats_answer& answer, const stats_question& question, const loaded_lot& lot) {
+    const t_statsout& result = answer.result;
+    if (!question.all_records)
+        note_all_passes(answer.notes, answer.cells, "Statistics of a finished layer are those of");
+    if (answer.is_constant()) {
+        answer.notes.push_back("All values are (nearly) equal: there are no percent levels and no "
+                               "target test.");
+    } else if (!(result.x_cumfreq[0] > 0) &&
+               !(result.x_cumfreq[result.i_numbins > 0 ? result.i_numbins - 1 : 0] > 0)) {
+        answer.notes.push_back("The values differ too little for their size: 32-bit class limits "
+                               "coincide, so the histogram, the percent levels and the target test "
+                               "carry no meaning.");
+    }
+    if (!answer.pass_counts && !answer.is_constant()) note_capped_values(answer, lot.data.points);
+    note_chosen_value(answer.notes, lot);
+    answer.notes.push_back("The 95 % limits take the values as independent. Neighbouring cells are "
+                           "alike, so the limits come out too narrow.");
+}
+
+} // namespace
+
+std::string unit_to_power(const std::string& unit, int power) {
+    if (power == 0) return {};
+    return power == 1 ? unit : squared_unit(unit);
+}
+
+int stats_answer::classes() const {
+    return std::clamp(result.i_numbins, 0, 200);
+}
+
+std::string stats_answer::value_unit() const {
+    return pass_counts ? "passes" : reading.value.unit;
+}
+
+void check(const stats_question& question) {
+    for (const double level : question.levels)
+        if (!(level >= 0 && level <= 100))
+            throw wrong_option("--levels", ": {} is no percentage from 0 to 100", level);
+    if (question.target_percent && !question.target)
+        throw wrong_option("--target-percent", " needs --target");
+    const double percent = question.target_percent.value_or(90);
+    if (!(percent >= 0 && percent <= 100))
+        throw wrong_option("--target-percent", ": {} is no percentage from 0 to 100", percent);
+    const double target = question.target.value_or(0);
+    if (!(std::fabs(target) <= static_cast<double>(std::numeric_limits<float>::max())))
+        throw wrong_option("--target", ": {} is no number to compare with", target);
+    if (question.below && !question.target) throw wrong_option("--below", " needs --target");
+}
+
+reading_needs needs_of(const stats_question& question) {
+    reading_needs needs;
+    needs.value_is_pass = question.pass_counts;
+    if (question.last_pass) {
+        needs.position = need::required;
+        needs.pass = need::complete;
+    }
+    return needs;
+}
+
+stats_answer analyse(const stats_question& question, loaded_lot& lot) {
+    refuse_values_too_large(lot.source(), lot.data);
+    stats_answer answer;
+    answer.result = prepared(question);
+    answer.pass_counts = question.pass_counts;
+    answer.below = question.below;
+    answer.last_pass = question.last_pass;
+    if (lot.data.has_positions()) answer.cells = summarise_cells(lot.data);
+    if (question.last_pass) answer.earlier_passes = take_last_pass(answer.notes, lot);
+    answer.reading = account_of(lot);
+    run_statistics(question.pass_counts, question.below, lot.data.points, answer.result);
+    withdraw_overrun_target(answer, question);
+    if (question.last_pass) answer.cells.shared_cells = 0;
+    add_notes(answer, question, lot);
+    return answer;
+}
+
+} // namespace qmx_study

@@ -1,0 +1,11 @@
+// The coverage of an area as a document.
+#pragma once
+
+#include "study/analyses/coverage.hpp"
+#include "study/document/json.hpp"
+
+namespace qmx_study {
+
+json document_of(const coverage_answer& answer);
+
+} // namespace qmx_study

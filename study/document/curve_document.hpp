@@ -1,0 +1,11 @@
+// A compaction curve as a document.
+#pragma once
+
+#include "study/analyses/curve.hpp"
+#include "study/document/json.hpp"
+
+namespace qmx_study {
+
+json document_of(const curve_answer& answer);
+
+} // namespace qmx_study

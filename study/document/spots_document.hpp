@@ -1,0 +1,11 @@
+// Spot tests and their line as a document.
+#pragma once
+
+#include "study/analyses/spots.hpp"
+#include "study/document/json.hpp"
+
+namespace qmx_study {
+
+json document_of(const spots_answer& answer);
+
+} // namespace qmx_study

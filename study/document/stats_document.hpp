@@ -1,0 +1,11 @@
+// The statistics of a measure as a document.
+#pragma once
+
+#include "study/analyses/stats.hpp"
+#include "study/document/json.hpp"
+
+namespace qmx_study {
+
+json document_of(const stats_answer& answer);
+
+} // namespace qmx_study

@@ -1,0 +1,54 @@
+#include "study/lot/load.hpp"
+
+#include <utility>
+
+namespace qmx_study {
+
+opened_table open_table(const reading_options& options, progress& shown) {
+    opened_table table;
+    table.source = std::make_unique<table_source>(options.file, options.layer, shown);
+    table.survey = survey_rows(*table.source, missing_texts_of(options), decimal_of(options));
+    return table;
+}
+
+loaded_lot read_table(opened_table table, const reading_options& options,
+                      const reading_needs& needs, progress& shown) {
+    loaded_lot result{std::move(table), {}, false};
+    result.data = read_lot(*result.table.source, result.table.survey, options, needs, shown);
+    result.value_is_chosen = options.value.empty() && result.data.candidates.size() > 1;
+    return result;
+}
+
+loaded_lot load(const reading_options& options, const reading_needs& needs, progress& shown) {
+    return read_table(open_table(options, shown), options, needs, shown);
+}
+
+reading_account account_of(const loaded_lot& lot) {
+    const table_source& source = lot.source();
+    reading_account account;
+    account.file = source.file;
+    account.format = source.format;
+    account.columns = source.columns.size();
+    account.is_delimited = source.is_delimited;
+    account.decimal = lot.data.decimal;
+    account.x = lot.data.x;
+    account.y = lot.data.y;
+    account.value = lot.data.value;
+    account.pass = lot.data.pass;
+    if (lot.data.system) account.system = lot.data.system->name();
+    account.is_projected = lot.data.is_projected;
+    account.candidates = lot.data.candidates;
+    for (const dropped_rows& rows : lot.data.dropped)
+        account.dropped.push_back(
+            {rows, source.line_of(rows.first_record), source.place(rows.first_record)});
+    account.stripped = lot.data.stripped;
+    account.rows_read = lot.data.rows_read;
+    account.rows_used = static_cast<std::int64_t>(lot.data.points.size());
+    account.rows_dropped = lot.data.rows_dropped();
+    account.rows_filtered = lot.data.rows_filtered;
+    account.without_position = lot.data.without_position;
+    account.notes = lot.data.notes;
+    return account;
+}
+
+} // namespace qmx_study

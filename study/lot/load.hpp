@@ -1,0 +1,66 @@
+// A table opened, surveyed and read as a lot: the first steps of every analysis, and what became of the
+// rows on the way.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "study/lot/lot_reader.hpp"
+
+namespace qmx_study {
+
+struct opened_table {
+    std::unique_ptr<table_source> source;
+    row_survey survey;
+};
+
+struct loaded_lot {
+    opened_table table;
+    lot data;
+    // The user named no value column, and several could have been taken.
+    bool value_is_chosen = false;
+
+    const table_source& source() const { return *table.source; }
+    std::string place(std::int64_t record) const { return source().place(record); }
+};
+
+// Throw usage_error.
+opened_table open_table(const reading_options& options, progress& shown);
+loaded_lot read_table(opened_table table, const reading_options& options,
+                      const reading_needs& needs, progress& shown);
+loaded_lot load(const reading_options& options, const reading_needs& needs, progress& shown);
+
+// Rows dropped for one reason, with the place of the first one.
+struct dropped_account {
+    dropped_rows rows;
+    std::int64_t first_line = 0; // of a text; of other formats the record
+    std::string first_place;     // "line 52", "record 51"
+};
+
+// What was read from a file and what was not: the head of every answer.
+struct reading_account {
+    std::string file, format;
+    std::size_t columns = 0; // of the file
+    bool is_delimited = false;
+    char decimal = '.';
+    used_column x, y, value, pass;
+    std::string system; // of the positions, "" where it is not known
+    bool is_projected = false;
+    std::vector<value_candidate> candidates;
+    std::vector<dropped_account> dropped;
+    std::vector<stripped_text> stripped;
+    std::int64_t rows_read = 0;
+    std::int64_t rows_used = 0;
+    std::int64_t rows_dropped = 0;
+    std::int64_t rows_filtered = 0;
+    std::int64_t without_position = 0; // of those in use
+    std::vector<std::string> notes;
+
+    bool has_positions() const { return x.found() && y.found(); }
+};
+
+reading_account account_of(const loaded_lot& lot);
+
+} // namespace qmx_study
