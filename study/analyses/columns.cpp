@@ -15,7 +15,7 @@ std::vector<column_contents> named_columns(const loaded_lot& lot) {
     std::vector<column_contents> contents(source.columns.size());
     for (std::size_t j = 0; j < contents.size(); ++j) {
         contents[j].name = source.columns[j].name;
-        contents[j].unit = meaning_of_name(contents[j].name).unit;
+        contents[j].unit = heading_unit(source.columns[j]);
         if (contents[j].unit.empty()) contents[j].unit = lot.table.survey.columns[j].unit;
         contents[j].smallest = std::numeric_limits<double>::infinity();
         contents[j].largest = -contents[j].smallest;
@@ -68,7 +68,7 @@ columns_answer analyse(const columns_question&, loaded_lot& lot, progress& shown
         if (source.is_delimited && survey.is_out_of_place(source)) continue;
         for (std::size_t j = 0; j < answer.columns.size(); ++j) {
             const int column = static_cast<int>(j);
-            const text_value field = source.value(column, survey.style);
+            const text_value field = survey.read(source, column);
             take_field(answer.columns[j], field, source.text(column));
         }
     }

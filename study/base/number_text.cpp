@@ -12,16 +12,9 @@ namespace {
 
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 constexpr std::size_t longest_number = 64;
-constexpr std::size_t longest_unit = 16;
 
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
-}
-bool is_letter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-bool is_beyond_ascii(char c) {
-    return static_cast<unsigned char>(c) >= 0x80;
 }
 char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -58,16 +51,25 @@ std::size_t number_at_start(std::string_view text, char decimal, double& value) 
     return error == std::errc{} && stop == end && std::isfinite(value) ? taken : 0;
 }
 
-bool is_unit(std::string_view text) {
-    if (text.empty() || text.size() > longest_unit) return false;
-    if (!is_letter(text[0]) && text[0] != '%' && !is_beyond_ascii(text[0])) return false;
-    return std::all_of(text.begin(), text.end(), [](char c) {
-        return is_letter(c) || is_digit(c) || is_beyond_ascii(c) || c == '%' || c == '/' ||
-               c == '^' || c == '*' || c == '.' || c == '-';
-    });
-}
+// Sorted by their lower-case letters. "l" and "o" are none: next to digits they are typing errors.
+constexpr std::string_view units[] = {
+    "%",      "1/min",  "a",      "bar",   "bu/ac", "cm",    "daN",   "dB",    "deg",   "degC",
+    "degF",   "ft",     "ft/min", "ft/s",  "g",     "g/cm3", "g/cm³", "GPa",   "h",     "hPa",
+    "Hz",     "in",     "in.",    "J",     "K",     "kg",    "kg/ha", "kg/m2", "kg/m3", "kg/m²",
+    "kg/m³",  "kg/s",   "kHz",    "kJ",    "km",    "km/h",  "kmh",   "kN",    "kN/m",  "kN/m2",
+    "kN/m3",  "kN/m²",  "kN/m³",  "knots", "kPa",   "kph",   "ksi",   "kW",    "l/h",   "lb",
+    "lb/ft3", "lb/ft³", "lb/s",   "lbf",   "lbs",   "m",     "m/min", "m/s",   "m/s2",  "m/s²",
+    "m2",     "m3",     "m²",     "m³",    "mi/h",  "min",   "mm",    "mm/s",  "MN/m",  "MN/m2",
+    "MN/m3",  "MN/m²",  "MN/m³",  "MPa",   "mph",   "ms",    "N",     "N/mm",  "N/mm2", "N/mm²",
+    "Nm",     "pcf",    "psf",    "psi",   "rad",   "rpm",   "s",     "sec",   "t",     "t/ha",
+    "t/m3",   "t/m³",   "V",      "vpm",   "yd",    "°",     "°C",    "°F"};
 
 } // namespace
+
+bool is_known_unit(std::string_view text) {
+    return std::any_of(std::begin(units), std::end(units),
+                       [&](std::string_view unit) { return same_text(unit, text); });
+}
 
 std::vector<std::string> default_missing_texts() {
     return {"?", "NA", "N/A", "NaN", "null", "none", "-", "--", "#N/A"};
@@ -98,22 +100,33 @@ std::string lower_case(std::string_view text) {
     return result;
 }
 
+bool is_missing_number(double value, const number_style& style) {
+    return std::find(style.missing_numbers.begin(), style.missing_numbers.end(), value) !=
+           style.missing_numbers.end();
+}
+
+void name_missing(number_style& style, const std::vector<std::string>& texts) {
+    style.missing = texts;
+    style.missing_numbers.clear();
+    for (const std::string& text : texts)
+        if (double number = 0; read_plain_number(text, number))
+            style.missing_numbers.push_back(number);
+}
+
 text_value read_text_value(std::string_view text, const number_style& style) {
     text = trimmed(text);
     if (text.empty()) return {text_kind::missing, not_a_number, {}};
     double value = not_a_number;
     const std::size_t taken = number_at_start(text, style.decimal, value);
     if (taken == text.size()) {
-        // A code such as -9999 may have been named as missing too.
-        for (const std::string& missing : style.missing)
-            if (same_text(text, missing)) return {text_kind::missing, not_a_number, {}};
+        if (is_missing_number(value, style)) return {text_kind::missing, not_a_number, {}};
         return {text_kind::number, value, {}};
     }
     for (const std::string& missing : style.missing)
         if (same_text(text, missing)) return {text_kind::missing, not_a_number, {}};
     if (taken > 0) {
         const std::string_view unit = trimmed(text.substr(taken));
-        if (is_unit(unit)) return {text_kind::unit_number, value, unit};
+        if (is_known_unit(unit)) return {text_kind::unit_number, value, unit};
     } else if (text.back() == ')') {
         const std::size_t open = text.rfind('(');
         if (open != std::string_view::npos && open > 0) {

@@ -11,7 +11,7 @@ namespace qmx_study {
 enum class text_kind {
     missing,      // empty, or one of the texts that stand for a missing value
     number,       // 150.0
-    unit_number,  // 2.7km/h, 22.1 Hz: number, then the unit
+    unit_number,  // 2.7km/h, 22.1 Hz: number, then a unit that is known
     labelled,     // Medium (0.045): a label, then the number in parentheses
     not_a_number, // anything else, infinities and numbers beyond the range of a double included
 };
@@ -25,8 +25,17 @@ struct text_value {
 // How the numbers of a table are written.
 struct number_style {
     char decimal = '.'; // '.' or ','; the other one is refused inside a number
-    std::vector<std::string> missing;
+    std::vector<std::string> missing = {};
+    std::vector<double> missing_numbers =
+        {}; // those of them that are numbers: -9999 is -9999.0 too
 };
+
+// Takes these texts as the ones that stand for a missing value.
+void name_missing(number_style& style, const std::vector<std::string>& texts);
+bool is_missing_number(double value, const number_style& style);
+
+// Units that values in field data carry, as they are written: km/h, MN/m, °C, %.
+bool is_known_unit(std::string_view text);
 
 // The texts that stand for a missing value unless the user names others; compared without regard to
 // case. The empty text is always missing.

@@ -13,15 +13,15 @@ namespace {
 
 used_column use(const table_source& source, const row_survey& survey, int index, std::string why) {
     const auto at = static_cast<std::size_t>(index);
-    used_column column{index, source.columns[at].name, {}, std::move(why)};
-    column.unit = meaning_of_name(column.name).unit;
+    used_column column{index, source.unique_name(index), {}, std::move(why)};
+    column.unit = heading_unit(source.columns[at]);
     if (column.unit.empty()) column.unit = survey.columns[at].unit;
     return column;
 }
 
 used_column use_named(const table_source& source, const row_survey& survey, const std::string& name,
                       const char* option) {
-    const int index = source.column_named(name);
+    const int index = source.column_chosen(name);
     if (index < 0)
         throw usage_error(fmt::format("{}: {} names the column \"{}\", which is not there\n"
                                       "  its columns are: {}",
@@ -107,6 +107,14 @@ std::string names_of(const std::vector<used_column>& columns) {
     return names.empty() ? "none" : names;
 }
 
+// The line that was taken as the head, for a file in which it may stand elsewhere.
+std::string head_taken(const table_source& source) {
+    if (!source.is_delimited) return {};
+    const std::string names = source.column_list();
+    return fmt::format("\n  line {} was taken as its head: {}{}\n  name another with --header-line",
+                       source.lines.head_line, names.substr(0, 100), names.size() > 100 ? "…" : "");
+}
+
 } // namespace
 
 column_choice choose_columns(const table_source& source, const row_survey& survey,
@@ -150,8 +158,8 @@ column_choice choose_columns(const table_source& source, const row_survey& surve
             throw usage_error(
                 fmt::format(
                     "{}: no column of a measured value was recognised; name it with --value\n"
-                    "  columns with numbers: {}",
-                    source.file, names_of(others)),
+                    "  columns with numbers: {}{}",
+                    source.file, names_of(others), others.empty() ? head_taken(source) : ""),
                 {"--value", source.file, 0, {}});
     }
     return choice;

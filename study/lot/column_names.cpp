@@ -144,6 +144,11 @@ column_meaning meaning_of_name(std::string_view name) {
     return meaning;
 }
 
+std::string heading_unit(const source_column& column) {
+    std::string unit = meaning_of_name(column.name).unit;
+    return unit.empty() ? column.unit : unit;
+}
+
 std::string measured_value_order() {
     std::string order;
     for (const std::string_view name : measured) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "study/table/source_column.hpp"
+
 namespace qmx_study {
 
 enum class column_role { other, easting, northing, longitude, latitude, pass_count, measured };
@@ -17,6 +19,9 @@ struct column_meaning {
 // The name may carry its unit: CellE_m, yield_bu_ac, "Speed (km/h)", "Temp [°C]". Case, blanks,
 // underscores and hyphens do not count, nor does a leading "Last".
 column_meaning meaning_of_name(std::string_view name);
+
+// The unit that stands over a column: in its name, or in a line of units.
+std::string heading_unit(const source_column& column);
 
 // The order in which measured values are taken, for messages and help.
 std::string measured_value_order();

@@ -5,13 +5,23 @@
 
 #include <fmt/format.h>
 
-#include "study/lot/column_names.hpp"
-
 namespace qmx_study {
 
 namespace {
 
 constexpr double none = std::numeric_limits<double>::quiet_NaN();
+
+// An example for a message: one line of it, and not a whole page.
+std::string shortened(std::string_view text) {
+    constexpr std::size_t longest = 60;
+    std::string example(text.substr(0, text.find_first_of("\r\n")));
+    if (example.size() > longest) {
+        std::size_t end = longest;
+        while (end > 0 && (static_cast<unsigned char>(example[end]) & 0xC0) == 0x80) --end;
+        example.resize(end);
+    }
+    return example.size() < text.size() ? example + "…" : example;
+}
 
 } // namespace
 
@@ -29,28 +39,24 @@ void drop_counter::add(std::string_view role, std::string_view reason, std::stri
 }
 
 field_reader::field_reader(const used_column& use, const char* role, const row_survey& learned)
-    : column(use), survey(learned), key(role) {
-    if (column.index < 0) return;
-    unit = survey.columns[static_cast<std::size_t>(column.index)].unit;
-    if (unit.empty()) unit = meaning_of_name(column.name).unit;
-}
+    : column(use), survey(learned), key(role) {}
 
 double field_reader::read(const table_source& row, drop_counter& drops) {
-    const text_value field = row.value(column.index, survey.style);
+    const text_value field = survey.read(row, column.index);
     const auto drop = [&](const char* reason, const char* text) {
         drops.add(key, reason, column.name, text, row.record(), column.name,
-                  trimmed(row.text(column.index)));
+                  shortened(trimmed(row.text(column.index))));
         return none;
     };
     switch (field.kind) {
-    case text_kind::missing: return drop("_missing", " is missing");
-    case text_kind::not_a_number: return drop("_not_a_number", " is not a number");
+    case text_kind::missing:
+        if (field.extra.empty()) return drop("_missing", " is missing");
+        return drop("_missing_code", " is a number that stands for a missing value");
+    case text_kind::not_a_number:
+        if (is_known_unit(field.extra)) return drop("_in_another_unit", " is in another unit");
+        return drop("_not_a_number", " is not a number");
     case text_kind::number: break;
-    case text_kind::unit_number:
-        if (unit.empty()) unit = field.extra;
-        if (!same_text(field.extra, unit)) return drop("_in_another_unit", " is in another unit");
-        note_stripped(field, true);
-        break;
+    case text_kind::unit_number: note_stripped(field, true); break;
     case text_kind::labelled: note_stripped(field, false); break;
     }
     return field.value;

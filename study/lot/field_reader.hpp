@@ -38,7 +38,6 @@ public:
 private:
     const row_survey& survey;
     std::string key;
-    std::string unit; // that all values of the column must have, if they have one
 
     void note_stripped(const text_value& field, bool is_unit);
 };

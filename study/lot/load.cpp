@@ -6,7 +6,8 @@ namespace qmx_study {
 
 opened_table open_table(const reading_options& options, progress& shown) {
     opened_table table;
-    table.source = std::make_unique<table_source>(options.file, options.layer, shown);
+    table.source = std::make_unique<table_source>(
+        options.file, options.layer, shown, text_layout{options.header_line, options.comment});
     table.survey = survey_rows(*table.source, missing_texts_of(options), decimal_of(options));
     return table;
 }

@@ -29,6 +29,7 @@ public:
         for (const used_column& column : choice.values)
             values.push_back({field_reader(column, "value", survey), {}, {}, 0});
         result.decimal = survey.style.decimal;
+        result.notes = source.lines.notes;
         reads_pass = choice.pass.found() && needs.pass != need::unused && !needs.value_is_pass;
     }
 

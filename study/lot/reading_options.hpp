@@ -1,6 +1,7 @@
 // How a table is to be read as a lot: what every command that reads points is asked.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,8 @@ struct reading_options {
     std::string where;
     std::string decimal = "auto";
     std::string project;
+    std::int64_t header_line = 0; // of a text, from 1; 0: found
+    std::string comment;          // a line of a text that starts with it is no row
 };
 
 } // namespace qmx_study

@@ -32,7 +32,7 @@ row_filter::row_filter(const std::string& expression, const table_source& source
     }
     try {
         condition.emplace(expression, [&](std::string_view name) {
-            const int index = source.column_named(name);
+            const int index = source.column_chosen(name);
             return filter_expression::column{index, index >= 0 &&
                                                         is_number[static_cast<std::size_t>(index)]};
         });
@@ -55,7 +55,7 @@ bool row_filter::passes(const table_source& row) const {
     return condition->holds([&](int column) -> filter_value {
         if (column == filter_expression::record_number)
             return {false, static_cast<double>(row.record()), {}};
-        const text_value field = row.value(column, survey.style);
+        const text_value field = survey.read(row, column);
         if (field.kind == text_kind::missing) return {};
         if (!is_number[static_cast<std::size_t>(column)])
             return {false, 0, std::string(trimmed(row.text(column)))};

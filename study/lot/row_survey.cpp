@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 #include <map>
+
+#include "study/lot/column_names.hpp"
 
 namespace qmx_study {
 
@@ -99,10 +103,103 @@ bool row_survey::is_out_of_place(const table_source& row) const {
     return best <= as_it_stands - 2;
 }
 
+namespace {
+
+// 1e38, 3.4028235e38 and the like: no quantity of this earth.
+constexpr double largest_value = 1e37;
+
+} // namespace
+
+text_value row_survey::read(const table_source& row, int column) const {
+    text_value field = row.value(column, style);
+    const surveyed_column& known = columns[static_cast<std::size_t>(column)];
+    const bool has_unit = field.kind == text_kind::unit_number;
+    if (has_unit && !same_text(field.extra, known.accepted_unit))
+        return {text_kind::not_a_number, std::numeric_limits<double>::quiet_NaN(), field.extra};
+    if (!has_unit && field.kind != text_kind::number) return field;
+    const bool is_beyond = known.has_usual_numbers && std::fabs(field.value) > largest_value;
+    const bool is_code = std::find(known.missing_codes.begin(), known.missing_codes.end(),
+                                   field.value) != known.missing_codes.end();
+    if (is_beyond || is_code)
+        return {text_kind::missing, std::numeric_limits<double>::quiet_NaN(),
+                row.columns[static_cast<std::size_t>(column)].is_text() ? trimmed(row.text(column))
+                                                                        : "code"};
+    return field;
+}
+
+namespace {
+
+// What loggers write for a value that they do not have.
+constexpr double usual_codes[] = {-999, -9999, -99999, -999999};
+bool is_usual_code(double value) {
+    return std::find(std::begin(usual_codes), std::end(usual_codes), value) !=
+           std::end(usual_codes);
+}
+
+// The numbers of one column, as far as the survey goes.
+class column_range {
+public:
+    void add(double value) {
+        if (is_usual_code(value) || std::fabs(value) > largest_value) return;
+        lowest = std::min(lowest, value);
+        highest = std::max(highest, value);
+    }
+    // Codes that the other values cannot reach: below zero where none of them is, or further off than
+    // their range is wide.
+    std::vector<double> unreachable() const {
+        std::vector<double> found;
+        const double width = highest - lowest;
+        for (const double code : usual_codes) {
+            const bool is_apart = lowest >= 0 || code < lowest - width || code > highest + width;
+            if (lowest <= highest && is_apart) found.push_back(code);
+        }
+        return found;
+    }
+    bool has_numbers() const { return lowest <= highest; }
+
+private:
+    double lowest = std::numeric_limits<double>::infinity(), highest = -lowest;
+};
+
+// What the survey counts of one column.
+struct column_tally {
+    std::array<std::int64_t, 4> contents{};
+    std::map<std::string, std::int64_t, std::less<>> units;
+    column_range range;
+
+    void add(const text_value& field) {
+        ++contents[static_cast<std::size_t>(content_of(field.kind))];
+        if (field.kind == text_kind::number || field.kind == text_kind::unit_number)
+            range.add(field.value);
+        if (field.kind != text_kind::unit_number) return;
+        const auto known = units.find(field.extra);
+        if (known != units.end()) {
+            ++known->second;
+        } else if (units.size() < 100) {
+            units.emplace(field.extra, 1);
+        }
+    }
+
+    void settle(surveyed_column& column, const source_column& heading) const {
+        for (std::size_t content = 1; content < 4 && column.filled >= least_filled; ++content)
+            if (10 * contents[content] >= 9 * column.filled)
+                column.content = static_cast<column_content>(content);
+        const auto most =
+            std::max_element(units.begin(), units.end(),
+                             [](const auto& a, const auto& b) { return a.second < b.second; });
+        if (most != units.end() && 2 * most->second > column.filled) column.unit = most->first;
+        column.accepted_unit = column.unit.empty() ? heading_unit(heading) : column.unit;
+        column.missing_codes = range.unreachable();
+        column.has_usual_numbers = range.has_numbers();
+    }
+};
+
+} // namespace
+
 row_survey survey_rows(table_source& source, const std::vector<std::string>& missing,
                        char decimal) {
     row_survey survey;
-    survey.style.missing = missing;
+    name_missing(survey.style, missing);
     if (decimal != '\0') {
         survey.style.decimal = decimal;
     } else {
@@ -110,9 +207,7 @@ row_survey survey_rows(table_source& source, const std::vector<std::string>& mis
     }
     const std::size_t count = source.columns.size();
     survey.columns.resize(count);
-    std::vector<std::array<std::int64_t, 4>> contents(count, {0, 0, 0, 0});
-    std::vector<std::map<std::string, std::int64_t, std::less<>>> units(count);
-
+    std::vector<column_tally> tallies(count);
     source.rewind();
     auto odd = source.lines.odd.begin();
     for (; survey.rows < surveyed_rows && source.next(); ++survey.rows) {
@@ -122,28 +217,12 @@ row_survey survey_rows(table_source& source, const std::vector<std::string>& mis
         }
         for (std::size_t j = 0; j < count; ++j) {
             const text_value field = source.value(static_cast<int>(j), survey.style);
-            ++contents[j][static_cast<std::size_t>(content_of(field.kind))];
+            tallies[j].add(field);
             survey.columns[j].missing += field.kind == text_kind::missing;
             survey.columns[j].filled += field.kind != text_kind::missing;
-            if (field.kind != text_kind::unit_number) continue;
-            const auto known = units[j].find(field.extra);
-            if (known != units[j].end()) {
-                ++known->second;
-            } else if (units[j].size() < 100) {
-                units[j].emplace(field.extra, 1);
-            }
         }
     }
-    for (std::size_t j = 0; j < count; ++j) {
-        surveyed_column& column = survey.columns[j];
-        for (std::size_t content = 1; content < 4 && column.filled >= least_filled; ++content)
-            if (10 * contents[j][content] >= 9 * column.filled)
-                column.content = static_cast<column_content>(content);
-        const auto most =
-            std::max_element(units[j].begin(), units[j].end(),
-                             [](const auto& a, const auto& b) { return a.second < b.second; });
-        if (most != units[j].end() && 2 * most->second > column.filled) column.unit = most->first;
-    }
+    for (std::size_t j = 0; j < count; ++j) tallies[j].settle(survey.columns[j], source.columns[j]);
     source.rewind();
     return survey;
 }

@@ -20,13 +20,22 @@ struct surveyed_column {
     column_content content = column_content::unknown;
     std::int64_t filled = 0;
     std::int64_t missing = 0;
-    std::string unit; // the unit inside most of the values, "" if there is none
+    std::string unit;          // the unit inside most of the values, "" if there is none
+    std::string accepted_unit; // that a value may carry: this unit, or else that of the heading
+    // Numbers that stand for a missing value, as loggers write them, far from all other values.
+    std::vector<double> missing_codes;
+    bool has_usual_numbers = false; // so that 1e38 among them is such a code too
 };
 
 struct row_survey {
     std::vector<surveyed_column> columns;
     number_style style;
     std::int64_t rows = 0;
+
+    // A field as the rules of its column have it: a number in another unit than the column's is no
+    // number, and a code such as -9999 that the other values cannot reach is missing; `extra` then
+    // holds the code.
+    text_value read(const table_source& row, int column) const;
 
     // True when the fields of this row fit the columns much better after moving those from some
     // field on by one column.

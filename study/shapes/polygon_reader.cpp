@@ -111,7 +111,7 @@ void read_vertices(polygon_set& set, table_source& source) {
         double position[2];
         for (int i = 0; i < 2; ++i) {
             const used_column& column = i == 0 ? choice.x : choice.y;
-            const text_value field = source.value(column.index, survey.style);
+            const text_value field = survey.read(source, column.index);
             if (std::isnan(field.value))
                 throw usage_error(
                     fmt::format("{}, {}, column {}: \"{}\" is no coordinate; each row "

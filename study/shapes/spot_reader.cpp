@@ -32,7 +32,7 @@ void settle_passes(table_source& source, const row_survey& survey, lot& tests) {
     for_each_test(source, tests, [&](std::size_t i) {
         t_icdata& test = tests.points[i];
         if (test.i_passno != 0) return;
-        const text_value field = source.value(tests.pass.index, survey.style);
+        const text_value field = survey.read(source, tests.pass.index);
         if (field.kind == text_kind::missing) {
             test.i_passno = all_passes;
         } else if (field.value != 0) {

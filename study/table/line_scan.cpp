@@ -16,93 +16,66 @@ namespace {
 
 constexpr std::int64_t records_between_notes = 1 << 16;
 
-// The separator of the head line, a comma if there are several.
-char separator_of(std::string_view head) {
-    char found = '\0';
-    bool quoted = false;
-    for (const char c : head) {
-        if (c == '"') quoted = !quoted;
-        if (quoted || (c != ',' && c != ';' && c != '\t' && c != '|')) continue;
-        if (found != '\0' && found != c) return ',';
-        found = c;
-    }
-    if (found != '\0') return found;
-    return std::count(head.begin(), head.end(), ' ') == 1 ? ' ' : ',';
+// The first records, before it is known what stands between their fields.
+std::vector<opening_record> opening_of(text_records& records, const text_layout& layout) {
+    std::vector<opening_record> opening;
+    records.separator = '\0';
+    records.columns = 0;
+    records.rewind();
+    while (opening.size() < opening_records && records.next())
+        if (records.first_line >= layout.header_line)
+            opening.push_back({std::string(records.text), records.first_line, records.has_quotes});
+    return opening;
 }
 
-std::vector<std::string> fields_of(std::string_view line, char separator) {
-    std::vector<std::string> fields(1);
-    bool quoted = false;
-    for (const char c : line) {
-        if (c == '"') {
-            quoted = !quoted;
-        } else if (c == separator && !quoted) {
-            fields.emplace_back();
-        } else {
-            fields.back() += c;
-        }
-    }
-    return fields;
+void take_head(line_scan& scan, const found_head& found) {
+    scan.separator = found.separator;
+    scan.head = found.names;
+    scan.units = found.units;
+    scan.head_line = found.line;
+    scan.notes = found.notes;
+    // "name," is a single column: its rows end with a separator.
+    if (scan.head.size() == 2 && scan.head.back().empty()) scan.head.pop_back();
+    scan.head_fields = static_cast<int>(scan.head.size());
 }
 
-// Counts fields of one record. A last field that is empty is told apart, since many programs close
-// each row with a separator.
-int count_fields(std::string_view record, char separator, bool has_quotes, bool& last_is_empty) {
-    last_is_empty = !record.empty() && record.back() == separator;
-    if (!has_quotes)
-        return 1 + static_cast<int>(std::count(record.begin(), record.end(), separator));
-    int fields = 1;
-    bool quoted = false;
-    for (const char c : record) {
-        quoted ^= c == '"';
-        fields += c == separator && !quoted;
-    }
-    return fields;
-}
-
-// Takes the records one by one: first the head line, then the others.
+// Counts the records behind the head, and their fields.
 class scanner {
 public:
-    scanner(line_scan& into, const std::string& name) : scan(into), shown_name(name) {}
+    scanner(line_scan& into, const text_records& from) : scan(into), source(from) {
+        named_fields = scan.head_fields;
+        while (named_fields > 1 && scan.head[static_cast<std::size_t>(named_fields) - 1].empty())
+            --named_fields; // separators at the end of the head line need not stand in the rows
+    }
 
-    void take(const text_records& source) {
-        if (scan.head_fields == 0) {
-            take_head(source.text);
-            offset = source.first_line;
-            return;
-        }
+    void take() {
         ++scan.records;
         if (source.first_line - scan.records != offset) {
             offset = source.first_line - scan.records;
             scan.steps.push_back({scan.records, source.first_line});
         }
-        bool last_is_empty = false;
-        const int fields =
-            count_fields(source.text, scan.separator, source.has_quotes, last_is_empty);
+        const bool last_is_empty = source.text.ends_with(scan.separator);
+        const int fields = count_fields();
         const int most = scan.head_fields + last_is_empty;
         if (fields >= named_fields && fields <= most) return;
         scan.odd.push_back({scan.records, fields});
     }
 
 private:
-    void take_head(std::string_view record) {
-        if (record.find('\0') != std::string_view::npos)
-            throw usage_error(
-                fmt::format("{}: this is no text in UTF-8; save it as CSV in UTF-8", shown_name));
-        scan.separator = separator_of(record);
-        scan.head = fields_of(record, scan.separator);
-        // "name," is a single column: its rows end with a separator.
-        if (scan.head.size() == 2 && scan.head.back().empty()) scan.head.pop_back();
-        scan.head_fields = static_cast<int>(scan.head.size());
-        named_fields = scan.head_fields;
-        while (named_fields > 1 && scan.head[static_cast<std::size_t>(named_fields) - 1].empty())
-            --named_fields; // separators at the end of the head line need not stand in the rows
+    int count_fields() {
+        if (!source.has_quotes)
+            return 1 + static_cast<int>(
+                           std::count(source.text.begin(), source.text.end(), scan.separator));
+        split_fields(source.text, scan.separator, true, scratch, fields_now);
+        return static_cast<int>(fields_now.size());
     }
 
     line_scan& scan;
-    const std::string& shown_name;
+    const text_records& source;
     int named_fields = 0;
-    std::int64_t offset = 0;
+    std::string scratch;
+    std::vector<std::string_view> fields_now;
+    std::int64_t offset = 1; // of a text without anything odd
 };
 
 } // namespace
@@ -118,22 +91,47 @@ std::int64_t line_scan::line_of(std::int64_t record) const {
 
 void refuse_failure(const text_records& records, const std::string& shown_name) {
     if (records.failure().empty()) return;
+    if (records.fault_line() > 0)
+        throw usage_error(
+            fmt::format("{}, line {}: {}", shown_name, records.fault_line(), records.failure()),
+            {{}, shown_name, records.fault_line(), {}});
     throw usage_error(fmt::format("{}, after line {}: reading stopped: {}", shown_name,
                                   records.lines, records.failure()),
                       {{}, shown_name, records.lines, {}});
 }
 
-line_scan scan_lines(text_records& records, const std::string& shown_name, progress& shown) {
-    records.rewind();
+line_scan scan_lines(text_records& records, const text_layout& layout,
+                     const std::string& shown_name, progress& shown) {
+    records.comment = layout.comment;
+    const std::vector<opening_record> opening = opening_of(records, layout);
+    if (opening.empty()) {
+        refuse_failure(records, shown_name);
+        throw usage_error(layout.header_line > 1
+                              ? fmt::format("{}: --header-line {} is behind the last line",
+                                            shown_name, layout.header_line)
+                              : fmt::format("{}: the file is empty", shown_name),
+                          {layout.header_line > 1 ? "--header-line" : "", shown_name, 0, {}});
+    }
+    if (opening.front().text.find('\0') != std::string::npos)
+        throw usage_error(fmt::format("{}: this is no text; save it as CSV in UTF-8", shown_name),
+                          {{}, shown_name, opening.front().line, {}});
+    const found_head found = find_head(opening, layout);
     line_scan scan;
-    scanner lines(scan, shown_name);
+    take_head(scan, found);
+    records.separator = scan.separator;
+    records.columns = scan.head_fields;
+    records.rewind();
+    scanner rows(scan, records);
     while (records.next()) {
-        lines.take(records);
+        if (records.first_line <= found.last_line) {
+            ++scan.head_records;
+            continue;
+        }
+        rows.take();
         if (scan.records % records_between_notes == 0)
             shown.note(fmt::format("looking at line {}", records.lines));
     }
     refuse_failure(records, shown_name);
-    if (scan.head_fields == 0) throw usage_error(fmt::format("{}: the file is empty", shown_name));
     return scan;
 }
 

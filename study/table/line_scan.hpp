@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "study/table/head_search.hpp"
+
 namespace qmx_study {
 
 class progress;
@@ -20,9 +22,14 @@ struct odd_record {
 struct line_scan {
     char separator = ',';
     int head_fields = 0;
-    std::vector<std::string> head; // names of the columns
-    std::int64_t records = 0;      // without the head line and without empty lines
-    std::vector<odd_record> odd;   // ascending; an extra empty field at the end is none
+    std::vector<std::string> head;  // names of the columns
+    std::vector<std::string> units; // of the columns, where a line of its own holds them
+    std::int64_t head_records = 0;  // that are no rows: the head, and what stands round it
+    std::int64_t head_line = 0;
+    std::vector<std::string>
+        notes;                   // what was taken for what, where the layout is not the usual one
+    std::int64_t records = 0;    // without the head line and without empty lines
+    std::vector<odd_record> odd; // ascending; an extra empty field at the end is none
 
     // A line differs from (record + 1) after empty lines and after fields that span lines.
     struct step {
@@ -34,7 +41,8 @@ struct line_scan {
 
 // Reads the whole text, from its start. Throws usage_error when it cannot be read, is empty, or is no
 // text. shown_name: the file, for messages.
-line_scan scan_lines(text_records& records, const std::string& shown_name, progress& shown);
+line_scan scan_lines(text_records& records, const text_layout& layout,
+                     const std::string& shown_name, progress& shown);
 
 // Throws usage_error when reading ended before the end of the file.
 void refuse_failure(const text_records& records, const std::string& shown_name);

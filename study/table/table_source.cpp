@@ -1,6 +1,7 @@
 #include "study/table/table_source.hpp"
 
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -28,7 +29,8 @@ bool is_delimited_name(const std::string& file) {
 
 } // namespace
 
-table_source::table_source(const std::string& name, const std::string& layer, progress& shown)
+table_source::table_source(const std::string& name, const std::string& layer, progress& shown,
+                           const text_layout& layout)
     : file(name) {
     std::error_code unknown;
     if (!fs::exists(file, unknown) && !file.starts_with("/vsi"))
@@ -36,7 +38,7 @@ table_source::table_source(const std::string& name, const std::string& layer, pr
                           {{}, file, 0, {}});
     is_delimited = is_delimited_name(file);
     if (is_delimited) {
-        open_text(shown);
+        open_text(layout, shown);
         return;
     }
     vector = std::make_unique<vector_table>(file, layer);
@@ -47,12 +49,12 @@ table_source::table_source(const std::string& name, const std::string& layer, pr
     system = vector->system();
 }
 
-void table_source::open_text(progress& shown) {
+void table_source::open_text(const text_layout& layout, progress& shown) {
     format = "CSV";
     records = std::make_unique<text_records>(file);
     if (!records->is_open())
         throw usage_error(fmt::format("{}: the file cannot be opened", file), {{}, file, 0, {}});
-    lines = scan_lines(*records, file, shown);
+    lines = scan_lines(*records, layout, file, shown);
     rows = lines.records;
     name_columns_by_head();
     refuse_missing_head();
@@ -66,7 +68,8 @@ void table_source::name_columns_by_head() {
         if (clean.empty()) clean = fmt::format("field_{}", number_from_1);
         if (shape_column < 0 && (same_text(clean, "WKT") || lower_case(clean).starts_with("_wkt")))
             shape_column = static_cast<int>(columns.size());
-        columns.push_back({std::move(clean), column_type::text});
+        columns.push_back({std::move(clean), column_type::text,
+                           lines.units.empty() ? std::string() : lines.units[columns.size()]});
     }
     is_spatial = shape_column >= 0;
     if (is_spatial) read_system_beside();
@@ -87,17 +90,17 @@ void table_source::refuse_missing_head() const {
         if (kind != text_kind::number && kind != text_kind::missing) return;
     }
     throw usage_error(
-        fmt::format("{}, line 1: numbers stand where the names of the columns belong; "
+        fmt::format("{}, line {}: numbers stand where the names of the columns belong; "
                     "add a head line such as x,y,value",
-                    file),
-        {{}, file, 1, {}});
+                    file, lines.head_line),
+        {{}, file, lines.head_line, {}});
 }
 
 void table_source::rewind() {
     number = 0;
     if (vector) return vector->rewind();
     records->rewind();
-    records->next(); // the head
+    for (std::int64_t i = 0; i < lines.head_records; ++i) records->next();
 }
 
 void table_source::rewind_for(const std::vector<int>& wanted, bool with_geometry) {
@@ -114,11 +117,11 @@ bool table_source::next() {
         if (fields.size() < columns.size()) fields.resize(columns.size());
         return true;
     }
-    const std::string& failure = vector ? vector->failure() : records->failure();
-    if (!failure.empty())
+    if (records) refuse_failure(*records, file);
+    if (vector && !vector->failure().empty())
         throw usage_error(fmt::format("{}, after {}: reading stopped: {}", file,
-                                      number > 0 ? place(number) : "the head", failure),
-                          {{}, file, number > 0 ? line_of(number) : 1, {}});
+                                      number > 0 ? place(number) : "the start", vector->failure()),
+                          {{}, file, 0, {}});
     return false;
 }
 
@@ -135,10 +138,7 @@ text_value table_source::value(int column, const number_style& style) const {
     const double number_read = vector->number(column);
     if (std::isnan(number_read)) return {text_kind::missing, none, {}};
     if (std::isinf(number_read)) return {text_kind::not_a_number, none, {}};
-    // A code such as -9999 may have been named as missing.
-    for (const std::string& missing : style.missing)
-        if (double code = none; read_plain_number(missing, code) && code == number_read)
-            return {text_kind::missing, none, {}};
+    if (is_missing_number(number_read, style)) return {text_kind::missing, none, {}};
     return {text_kind::number, number_read, {}};
 }
 
@@ -168,12 +168,39 @@ int table_source::column_named(std::string_view name) const {
     return -1;
 }
 
+int table_source::column_chosen(std::string_view name) const {
+    if (const int column = column_named(name); column >= 0) return column;
+    const auto number_in = [](std::string_view text) -> std::size_t {
+        std::size_t value = 0;
+        const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        return error == std::errc{} && stop == text.data() + text.size() ? value : 0;
+    };
+    if (const std::size_t place = number_in(name); place > 0 && place <= columns.size())
+        return static_cast<int>(place - 1);
+    const std::size_t mark = name.rfind('#');
+    std::size_t left = mark == std::string_view::npos ? 0 : number_in(name.substr(mark + 1));
+    for (std::size_t i = 0; i < columns.size() && left > 0; ++i)
+        if (same_text(columns[i].name, name.substr(0, mark)) && --left == 0)
+            return static_cast<int>(i);
+    return -1;
+}
+
+std::string table_source::unique_name(int column) const {
+    const std::string& name = columns[static_cast<std::size_t>(column)].name;
+    std::size_t all = 0;
+    std::size_t own = 0;
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        if (same_text(columns[i].name, name)) {
+            ++all;
+            if (static_cast<int>(i) == column) own = all;
+        }
+    return all > 1 ? fmt::format("{}#{}", name, own) : name;
+}
+
 std::string table_source::column_list() const {
     std::string list;
-    for (const source_column& column : columns) {
-        if (!list.empty()) list += ", ";
-        list += column.name;
-    }
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        list += (i > 0 ? ", " : "") + unique_name(static_cast<int>(i));
     return list;
 }
 

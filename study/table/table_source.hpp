@@ -22,7 +22,8 @@ class table_source {
 public:
     // Opens a file. gzip is unpacked on the way; .csv, .tsv, .txt, .dat, .asc and .psv are delimited
     // text, whatever else goes by its contents. Throws usage_error.
-    table_source(const std::string& file, const std::string& layer, progress& shown);
+    table_source(const std::string& file, const std::string& layer, progress& shown,
+                 const text_layout& layout = {});
 
     std::string file;   // as the user named it
     std::string format; // "CSV", "GPKG", ...
@@ -53,6 +54,9 @@ public:
 
     int
     column_named(std::string_view name) const; // case counts first, then not; -1 if there is none
+    // As a user names one: by its name, "NAME#2" for the second of that name, or its number from 1.
+    int column_chosen(std::string_view name) const;
+    std::string unique_name(int column) const; // "NAME#2" where a name stands over several columns
     std::string column_list() const;           // for messages
 
 private:
@@ -67,7 +71,7 @@ private:
     bool is_spatial = false;
     coordinate_system system;
 
-    void open_text(progress& shown);
+    void open_text(const text_layout& layout, progress& shown);
     void name_columns_by_head();
     void read_system_beside();
     void refuse_missing_head() const;

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
+#include <fmt/format.h>
+
+#include "study/base/number_text.hpp"
 #include "study/table/encodings.hpp"
 
 namespace qmx_study {
@@ -10,6 +14,11 @@ namespace qmx_study {
 namespace {
 
 constexpr std::size_t block_size = std::size_t{1} << 20;
+constexpr std::int64_t most_lines_of_a_field = 100; // more than a person writes into one
+
+bool is_separator(char c, char separator) {
+    return separator != '\0' ? c == separator : c == ',' || c == ';' || c == '\t' || c == '|';
+}
 
 bool holds(std::string_view text, char c) {
     return !text.empty() && std::memchr(text.data(), c, text.size()) != nullptr;
@@ -21,8 +30,43 @@ bool holds_high_bytes(std::string_view text) {
     return all >= 0x80;
 }
 
-bool has_odd_quotes(std::string_view line) {
-    return std::count(line.begin(), line.end(), '"') % 2 != 0;
+// Where a character stands in its field. A quotation mark means something only at the start of a field
+// and inside a quoted one; anywhere else it is a character like others.
+enum class place_in_field { start, within, quoted, closed };
+
+place_in_field next_place(place_in_field now, char c) {
+    switch (now) {
+    case place_in_field::start: return c == '"' ? place_in_field::quoted : place_in_field::within;
+    case place_in_field::quoted: return c == '"' ? place_in_field::closed : place_in_field::quoted;
+    case place_in_field::closed: return c == '"' ? place_in_field::quoted : place_in_field::within;
+    case place_in_field::within: break;
+    }
+    return place_in_field::within;
+}
+
+struct line_end_state {
+    place_in_field place;
+    std::size_t closed_at = std::string_view::npos; // where the quotation that was open ends
+    bool is_followed_by_text = false;               // and no separator comes behind it
+};
+
+line_end_state end_of(std::string_view line, char separator, place_in_field place) {
+    line_end_state state{place};
+    bool was_open = place == place_in_field::quoted;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (state.place != place_in_field::quoted && is_separator(line[i], separator)) {
+            state.place = place_in_field::start;
+            was_open = false;
+            continue;
+        }
+        const place_in_field before = std::exchange(state.place, next_place(state.place, line[i]));
+        if (!was_open) continue;
+        if (state.place == place_in_field::closed) state.closed_at = i;
+        if (state.place == place_in_field::quoted) state.closed_at = std::string_view::npos;
+        if (before == place_in_field::closed && state.place == place_in_field::within)
+            state.is_followed_by_text = true;
+    }
+    return state;
 }
 
 } // namespace
@@ -30,7 +74,8 @@ bool has_odd_quotes(std::string_view line) {
 void text_records::rewind() {
     file.rewind();
     rest = {};
-    first_line = lines = 0;
+    first_line = lines = comments = 0;
+    fault_text.clear();
     line_end = '\n';
     has_returns = has_high_bytes = is_at_end = false;
 }
@@ -80,25 +125,72 @@ bool text_records::next_line(std::string_view& line) {
 }
 
 bool text_records::next() {
+    if (!fault_text.empty()) return false;
     do {
         if (!next_line(text)) return false;
-    } while (text.empty());
+    } while (text.empty() || is_comment(text));
     first_line = lines;
     has_quotes = holds(text, '"');
-    if (has_quotes && has_odd_quotes(text)) {
-        joined.assign(text);
-        for (bool is_within = true; is_within && next_line(text);) {
-            joined += '\n';
-            joined += text;
-            is_within = !has_odd_quotes(text);
-        }
-        text = joined;
-    }
+    if (has_quotes &&
+        end_of(text, separator, place_in_field::start).place == place_in_field::quoted &&
+        !join_lines())
+        return false;
     if (has_high_bytes && !is_utf8(text)) {
         decode_latin1(text, decoded);
         text = decoded;
     }
     return true;
+}
+
+bool text_records::is_comment(std::string_view line) {
+    const bool is_one = !comment.empty() && line.starts_with(comment);
+    comments += is_one;
+    return is_one;
+}
+
+// The lines of a quotation that is open at the end of `text`. False where it is no honest one.
+bool text_records::join_lines() {
+    joined.assign(text);
+    for (std::string_view line;;) {
+        if (!next_line(line))
+            return refuse(file.failure.empty() ? "it is not closed before the end of the file"
+                                               : "");
+        const line_end_state end = end_of(line, separator, place_in_field::quoted);
+        if (is_row(line.substr(0, end.closed_at)))
+            return refuse(fmt::format("it takes in line {}, which is a row of its own", lines));
+        joined += '\n';
+        joined += line;
+        if (end.is_followed_by_text)
+            return refuse(fmt::format("text follows where it is closed on line {}", lines));
+        if (end.place != place_in_field::quoted) break;
+        if (lines - first_line >= most_lines_of_a_field)
+            return refuse(
+                fmt::format("it is still open {} lines further on", most_lines_of_a_field));
+    }
+    text = joined;
+    return true;
+}
+
+bool text_records::refuse(const std::string& reason) {
+    if (!reason.empty())
+        fault_text =
+            fmt::format("a quotation mark opens here, but {}; close it, or leave it out", reason);
+    fault_at = first_line;
+    return false;
+}
+
+// Whether a line within a quotation looks like a record: as many fields, half of them numbers.
+bool text_records::is_row(std::string_view line) const {
+    if (columns < 2 || std::count(line.begin(), line.end(), separator) + 1 < columns) return false;
+    std::string scratch;
+    std::vector<std::string_view> fields;
+    split_fields(line, separator, holds(line, '"'), scratch, fields);
+    const auto numbers = std::count_if(fields.begin(), fields.end(), [](std::string_view field) {
+        const text_kind point = read_text_value(field, {'.', {}}).kind;
+        return point == text_kind::number ||
+               read_text_value(field, {',', {}}).kind == text_kind::number;
+    });
+    return 2 * numbers >= columns;
 }
 
 void split_fields(std::string_view record, char separator, bool has_quotes, std::string& scratch,
@@ -118,21 +210,17 @@ void split_fields(std::string_view record, char separator, bool has_quotes, std:
     scratch.resize(record.size());
     char* out = scratch.data();
     const char* field = out;
-    bool quoted = false;
+    place_in_field place = place_in_field::start;
     for (const char* c = start; c != end; ++c) {
-        if (*c == '"') {
-            const bool is_doubled = quoted && c + 1 != end && c[1] == '"';
-            if (!is_doubled) {
-                quoted = !quoted;
-                continue;
-            }
-            ++c;
-        } else if (*c == separator && !quoted) {
+        if (place != place_in_field::quoted && *c == separator) {
             fields.emplace_back(field, static_cast<std::size_t>(out - field));
             field = out;
+            place = place_in_field::start;
             continue;
         }
-        *out++ = *c;
+        const place_in_field before = std::exchange(place, next_place(place, *c));
+        const bool is_mark = *c == '"' && before != place_in_field::within;
+        if (!is_mark || (before == place_in_field::closed)) *out++ = *c;
     }
     fields.emplace_back(field, static_cast<std::size_t>(out - field));
 }

@@ -28,8 +28,17 @@ public:
     bool has_quotes = false;
     std::int64_t first_line = 0; // of the record, from 1
     std::int64_t lines = 0;      // read so far
-    // Why reading ended before the end of the file; empty if it did not.
-    const std::string& failure() const { return file.failure; }
+    // Why reading ended before the end of the file; empty if it did not. fault_line: where the reason
+    // stands in the file, 0 where it is not the text itself.
+    const std::string& failure() const { return fault_text.empty() ? file.failure : fault_text; }
+    std::int64_t fault_line() const { return fault_text.empty() ? 0 : fault_at; }
+
+    // Known once the head is read: what stands between fields ('\0': any separator there is), and how
+    // many fields a record has. Both tell an honest quotation from a stray mark.
+    char separator = '\0';
+    std::int64_t columns = 0;
+    std::string comment;       // a line that starts with it is no record; "" where none is
+    std::int64_t comments = 0; // such lines so far
 
 private:
     text_input file;
@@ -42,12 +51,19 @@ private:
     bool has_high_bytes = false;
     bool is_at_end = false;
 
+    std::string fault_text;
+    std::int64_t fault_at = 0;
+
     bool next_line(std::string_view& line);
+    bool is_comment(std::string_view line);
+    bool join_lines();
+    bool refuse(const std::string& reason);
+    bool is_row(std::string_view line) const;
     void refill();
 };
 
-// The fields of a record. Quotation marks are left out, a doubled one inside a quotation stands for
-// one. The fields are valid as long as the record and the scratch text are.
+// The fields of a record. A field that starts with a quotation mark is quoted: its marks are left out,
+// and a doubled one stands for one (RFC 4180). Elsewhere a mark is a character. The fields are valid as long as the record and the scratch text are.
 void split_fields(std::string_view record, char separator, bool has_quotes, std::string& scratch,
                   std::vector<std::string_view>& fields);
 

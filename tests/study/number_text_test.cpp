@@ -32,8 +32,8 @@ const cell_case cells[] = {{"150.0", '.', text_kind::number, 150, ""},
                            {"22,1 Hz", ',', text_kind::unit_number, 22.1, "Hz"},
                            {"35 %", '.', text_kind::unit_number, 35, "%"},
                            {"21.5°C", '.', text_kind::unit_number, 21.5, "°C"},
-                           {"2 ea", '.', text_kind::unit_number, 2, "ea"},
-                           {"5e", '.', text_kind::unit_number, 5, "e"},
+                           {"2 ea", '.', text_kind::not_a_number, none, ""},
+                           {"5e", '.', text_kind::not_a_number, none, ""},
                            {"Medium (0.045)", '.', text_kind::labelled, 0.045, "Medium"},
                            {"(0.045)", '.', text_kind::not_a_number, none, ""},
                            {"?", '.', text_kind::missing, none, ""},
@@ -45,14 +45,22 @@ const cell_case cells[] = {{"150.0", '.', text_kind::number, 150, ""},
                            {"1e999", '.', text_kind::not_a_number, none, ""},
                            {"1-2", '.', text_kind::not_a_number, none, ""},
                            {"--5", '.', text_kind::not_a_number, none, ""},
-                           {"0x10", '.', text_kind::unit_number, 0, "x10"},
+                           {"0x1F", '.', text_kind::not_a_number, none, ""},
+                           {"4O.2", '.', text_kind::not_a_number, none, ""},
+                           {"4l", '.', text_kind::not_a_number, none, ""},
+                           {"22.1hz", '.', text_kind::unit_number, 22.1, "hz"},
+                           {"-9999.00", '.', text_kind::missing, none, ""},
+                           {"-9.999e3", '.', text_kind::missing, none, ""},
+                           {"-9999 m", '.', text_kind::unit_number, -9999, "m"},
                            {"2025/Oct/01 09:31:49.500", '.', text_kind::not_a_number, none, ""},
                            {"overrange", '.', text_kind::not_a_number, none, ""}};
 
 TEST(Cell, IsReadStrictly) {
     for (const cell_case& row : cells) {
-        number_style style{row.decimal, default_missing_texts()};
-        style.missing.push_back("-9999");
+        number_style style{row.decimal};
+        std::vector<std::string> missing = default_missing_texts();
+        missing.push_back("-9999");
+        name_missing(style, missing);
         const text_value cell = read_text_value(row.text, style);
         EXPECT_EQ(cell.kind, row.kind) << row.text;
         EXPECT_EQ(cell.extra, row.extra) << row.text;

@@ -49,6 +49,15 @@ void add_reading_options(CLI::App& command, reading_options& options) {
         ->check(CLI::IsMember({"auto", "point", "comma"}))
         ->capture_default_str()
         ->group(group);
+    command
+        .add_option("--header-line", options.header_line,
+                    "Line of a text file that holds the names of the columns; otherwise found")
+        ->check(CLI::PositiveNumber)
+        ->group(group);
+    command
+        .add_option("--comment", options.comment,
+                    "Start of the lines of a text file that are comments, such as \"#\"")
+        ->group(group);
     command.add_option("--layer", options.layer, "Layer of a file with several")->group(group);
     command
         .add_option("--project", options.project,
