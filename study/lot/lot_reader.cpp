@@ -75,6 +75,7 @@ private:
     drop_counter drops;
     lot result;
     bool reads_pass = false;
+    std::int64_t further_points = 0; // of records with several
 
     std::vector<int> columns_asked_for() const {
         std::vector<int> columns = filter.columns();
@@ -118,7 +119,7 @@ private:
         const bool may_lack = needs.position == need::taken;
         drop_counter& counter = may_lack ? unwanted : drops;
         if (choice.from_geometry) {
-            const shape* const geometry = source.geometry();
+            const shape* const geometry = first_point();
             if (!geometry || geometry->is_empty) {
                 counter.add("position_missing", "the record has no point", source.record());
             } else if (geometry->kind != shape_kind::point) {
@@ -141,6 +142,34 @@ private:
         if (std::isfinite(point.d_x) && std::isfinite(point.d_y)) return true;
         point.d_x = point.d_y = none;
         return may_lack;
+    }
+
+    // The point of a record, or the first of several; null where it has none.
+    const shape* first_point() const {
+        const shape* const geometry = source.geometry();
+        const bool is_several = geometry && geometry->name == "MULTIPOINT";
+        return is_several && !geometry->parts.empty() ? &geometry->parts.front() : geometry;
+    }
+
+    // The further points of a record with several: they share its value and its pass.
+    void add_further_points(const t_icdata& first) {
+        const shape* const geometry = choice.from_geometry ? source.geometry() : nullptr;
+        if (!geometry || geometry->name != "MULTIPOINT" || std::isnan(first.d_x)) return;
+        for (std::size_t i = 1; i < geometry->parts.size(); ++i) {
+            t_icdata point = first;
+            point.d_x = geometry->parts[i].x;
+            point.d_y = geometry->parts[i].y;
+            if (!std::isfinite(point.d_x) || !std::isfinite(point.d_y)) continue;
+            ++further_points;
+            add_point(point);
+        }
+    }
+
+    void add_point(const t_icdata& point) {
+        for (value_column& column : values)
+            column.take(source, result.points.size(), result.points.capacity());
+        result.points.push_back(point);
+        result.records.push_back(source.record());
     }
 
     bool read_pass(t_icdata& point) {
@@ -170,10 +199,8 @@ private:
         t_icdata point{};
         if (!read_position(point) || !read_pass(point)) return;
         point.d_val = none;
-        for (value_column& column : values)
-            column.take(source, result.points.size(), result.points.capacity());
-        result.points.push_back(point);
-        result.records.push_back(source.record());
+        add_point(point);
+        add_further_points(point);
     }
 
     // The first candidate that is filled in at least half of the rows; if there is none, the one with
@@ -235,9 +262,61 @@ private:
             result.without_position =
                 std::count_if(result.points.begin(), result.points.end(),
                               [](const t_icdata& point) { return std::isnan(point.d_x); });
+        if (further_points > 0)
+            result.notes.push_back(
+                fmt::format("{} points are further ones of records with several; "
+                            "each counts with the value of its record",
+                            further_points));
         if (choice.from_geometry) result.system = source.reference();
+        if (!options.crs.empty()) take_named_system();
+        if (!result.system && !result.is_geographic && look_like_degrees()) {
+            result.is_geographic = true;
+            result.x.unit = result.y.unit = "deg";
+            result.notes.push_back(
+                fmt::format("{} and {} lie within a fraction of a unit and the range of degrees: "
+                            "they are taken "
+                            "as longitude and latitude; name another system with --crs",
+                            result.x.name, result.y.name));
+        }
         if (!result.system && result.is_geographic) result.system = wgs84();
         if (!options.project.empty()) project();
+    }
+
+    void take_named_system() {
+        if (!result.has_positions())
+            throw usage_error(fmt::format("{}: --crs needs positions, and no columns of them were "
+                                          "recognised; name them with --x and --y",
+                                          source.file),
+                              {"--crs", source.file, 0, {}});
+        result.system = system_from_text(options.crs);
+        if (!result.system)
+            throw usage_error(
+                fmt::format("--crs \"{}\": no such coordinate system; give a code such "
+                            "as EPSG:26915",
+                            options.crs),
+                {"--crs", {}, 0, {}});
+        result.is_geographic = result.system->is_geographic();
+        const std::string unit = result.system->length_unit();
+        for (used_column* const column : {&result.x, &result.y})
+            if (column->unit.empty() || result.is_geographic) column->unit = unit;
+    }
+
+    // A lot that is some metres wide spans a few 1e-5 degrees, and no lot spans half a metre.
+    bool look_like_degrees() const {
+        constexpr double widest = 0.5;
+        constexpr std::ptrdiff_t fewest = 3;
+        double left = 1e9, right = -1e9, bottom = 1e9, top = -1e9;
+        std::ptrdiff_t count = 0;
+        for (const t_icdata& point : result.points) {
+            if (std::isnan(point.d_x)) continue;
+            ++count;
+            left = std::min(left, point.d_x);
+            right = std::max(right, point.d_x);
+            bottom = std::min(bottom, point.d_y);
+            top = std::max(top, point.d_y);
+        }
+        return count >= fewest && left >= -180 && right <= 180 && bottom >= -90 && top <= 90 &&
+               right - left < widest && top - bottom < widest && right > left && top > bottom;
     }
 
     void project() {

@@ -15,6 +15,7 @@ struct reading_options {
     std::string where;
     std::string decimal = "auto";
     std::string project;
+    std::string crs; // the system that the positions are in, where the file does not say it
     std::int64_t header_line = 0; // of a text, from 1; 0: found
     std::string comment;          // a line of a text that starts with it is no row
 };

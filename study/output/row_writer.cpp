@@ -88,7 +88,7 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
             shown.note("writing " + output, static_cast<double>(source.record()),
                        static_cast<double>(records.back()));
         if (source.record() != *wanted) continue;
-        ++wanted;
+        while (wanted != records.end() && *wanted == source.record()) ++wanted; // several points
         if (has_points) {
             const shape* const geometry = source.geometry();
             const bool is_point =

@@ -18,7 +18,13 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view text_extensions[] = {".csv", ".tsv", ".txt", ".dat", ".asc", ".psv"};
 
+bool is_stream(const std::string& file) {
+    std::error_code unknown;
+    return file == "-" || fs::is_fifo(file, unknown) || fs::is_character_file(file, unknown);
+}
+
 bool is_delimited_name(const std::string& file) {
+    if (is_stream(file)) return true;
     std::string lower = lower_case(file);
     if (lower.starts_with("/vsi")) return false; // a place that only GDAL knows
     if (lower.ends_with(".gz")) lower.resize(lower.size() - 3);
@@ -33,8 +39,11 @@ table_source::table_source(const std::string& name, const std::string& layer, pr
                            const text_layout& layout)
     : file(name) {
     std::error_code unknown;
-    if (!fs::exists(file, unknown) && !file.starts_with("/vsi"))
+    if (!is_stream(file) && !fs::exists(file, unknown) && !file.starts_with("/vsi"))
         throw usage_error(fmt::format("{}: there is no such file, or it may not be read", file),
+                          {{}, file, 0, {}});
+    if (fs::is_directory(file, unknown))
+        throw usage_error(fmt::format("{}: this is a folder; name a file in it", file),
                           {{}, file, 0, {}});
     is_delimited = is_delimited_name(file);
     if (is_delimited) {

@@ -10,6 +10,7 @@ namespace qmx_study {
 
 class text_input {
 public:
+    // "-" is standard input. What cannot be read twice, such as a pipe, is kept in a temporary file.
     explicit text_input(const std::string& path);
     ~text_input();
     text_input(text_input&&) noexcept;

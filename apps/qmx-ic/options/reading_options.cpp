@@ -60,6 +60,11 @@ void add_reading_options(CLI::App& command, reading_options& options) {
         ->group(group);
     command.add_option("--layer", options.layer, "Layer of a file with several")->group(group);
     command
+        .add_option("--crs", options.crs,
+                    "Coordinate system of the positions, where the file does not name it: a code "
+                    "such as EPSG:26915")
+        ->group(group);
+    command
         .add_option("--project", options.project,
                     "Planar coordinate system for longitudes and latitudes: utm (the zone of the "
                     "data) or a code such as EPSG:26915")

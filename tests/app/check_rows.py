@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+"""Rows that the program reads against those that Python's csv module reads, on generated dirty files.
+
+Every file is either refused (exit code 2) or accounted for: rows read = rows used + dropped + left out,
+and rows read is what csv.reader finds, empty lines and the head aside.
+
+Usage: check_rows.py PROGRAM [FILES]
+"""
+
+import csv
+import io
+import json
+import pathlib
+import random
+import subprocess
+import sys
+import tempfile
+
+PIECES = ["1", "2.5", "-3", "", " ", "note", "12\" pipe", "\"quoted\"", "\"a, b\"", "\"two\nlines\"",
+          "\"say \"\"so\"\"\"", "\"open", "clo\"se\"", "?", "overrange", "4O.2", "-9999", "é", "2.7km/h"]
+
+
+def dirty_text(random_one):
+    clean = random_one.random()
+    separator = random_one.choice([",", ";", "\t"])
+    end = random_one.choice(["\n", "\r\n"])
+    lines = [separator.join(["x", "y", "CMV", "note"])]
+    for i in range(random_one.randrange(4, 60)):
+        fields = [str(i), str(i * 0.5), str(40 + i % 7), "ok"]
+        for k in range(4):
+            if random_one.random() > max(clean, 0.7):
+                fields[k] = random_one.choice(PIECES)
+        if random_one.random() < 0.03:
+            fields.pop()
+        if random_one.random() < 0.03:
+            fields.append("more")
+        lines.append(separator.join(fields))
+        if random_one.random() < 0.05:
+            lines.append("")
+    return separator, end.join(lines) + random_one.choice(["", end])
+
+
+def rows_by_csv(text, separator):
+    rows = list(csv.reader(io.StringIO(text, newline=""), delimiter=separator))
+    return len([row for row in rows if row]) - 1
+
+
+def main():
+    program, files = sys.argv[1], int(sys.argv[2]) if len(sys.argv) > 2 else 400
+    refused = read = 0
+    with tempfile.TemporaryDirectory() as folder:
+        path = pathlib.Path(folder) / "dirty.csv"
+        for seed in range(files):
+            separator, text = dirty_text(random.Random(seed))
+            path.write_bytes(text.encode("utf-8"))
+            end = subprocess.run([program, "columns", "--json", str(path)], capture_output=True)
+            if end.returncode == 2:
+                refused += 1
+                continue
+            if end.returncode != 0:
+                sys.exit(f"file {seed}: exit code {end.returncode}\n{text}\n{end.stderr.decode()}")
+            account = json.loads(end.stdout)["input"]
+            wanted = rows_by_csv(text, separator)
+            told = account["rows_used"] + account["rows_dropped"] + account["rows_left_out_by_filter"]
+            if account["rows_read"] != wanted or told != wanted:
+                sys.exit(f"file {seed}: csv finds {wanted} rows, read {account['rows_read']}, "
+                         f"accounted for {told}\n{text}")
+            read += 1
+    print(f"{read} files read as csv reads them, {refused} refused")
+    if read < files // 4:
+        sys.exit("too few files are read to say anything")
+
+
+if __name__ == "__main__":
+    main()
