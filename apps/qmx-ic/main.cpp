@@ -2,44 +2,57 @@
 
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <new>
+#include <string>
+#include <string_view>
 
 #include <fmt/format.h>
 
 #include "options/commands.hpp"
+#include "options/program.hpp"
 #include "study/base/errors.hpp"
+#include "study/base/output_file.hpp"
+#include "study/document/failure_document.hpp"
 
 namespace {
 
-// The message stands after whatever was printed, and is the only thing on standard error.
-int fail(int code, const char* kind, const char* message) {
-    std::fflush(stdout);
-    fmt::print(stderr, "qmx-ic: {}{}\n", kind, message);
-    return code;
-}
+using namespace qmx_terminal;
 
-int run(int argc, char** argv) {
-    using namespace qmx_terminal;
-    using qmx_study::analysis_error;
-    using qmx_study::usage_error;
-    CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
-    program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
-    program.footer("Exit codes: 0 done, 1 the analysis failed, 2 wrong usage or unreadable input,\n"
-                   "3 the target is missed (where --exit-code asks for it).\n"
-                   "qmx-ic COMMAND --help tells the options of a command.");
-    add_columns_command(program);
-    add_stats_command(program);
-    add_select_command(program);
-    add_coverage_command(program);
-    add_semivariogram_command(program);
-    add_curve_command(program);
-    add_spots_command(program);
-    add_fit_command(program);
-    add_generate_command(program);
+// Ends a run without an answer. The message is the only thing on standard error; where --json asks for
+// a document, the failure is one.
+class ending {
+public:
+    ending(const CLI::App& program, int argc, char** argv)
+        : command(command_of(program, argc, argv)) {
+        for (int i = 1; i < argc; ++i) as_json |= std::string_view(argv[i]) == "--json";
+    }
+
+    int fail(int code, const char* kind, const std::string& message,
+             const qmx_study::error_place& place = {},
+             const qmx_study::library_failure* event = nullptr) const {
+        if (as_json)
+            fmt::print("{}", qmx_study::text_of(qmx_study::failure_document(command, code, message,
+                                                                            event, place)));
+        return tell(code, kind, message);
+    }
+    static int tell(int code, const char* kind, const std::string& message) {
+        std::fflush(stdout);
+        fmt::print(stderr, "qmx-ic: {}{}\n", kind, message);
+        return code;
+    }
+
+private:
+    std::string command;
+    bool as_json = false;
+};
+
+int run(CLI::App& program, int argc, char** argv, const ending& end) {
+    constexpr const char* failed = "the analysis failed: ";
     try {
         program.parse(argc, argv);
         if (program.get_subcommands().empty())
-            throw usage_error("a command is wanted; qmx-ic --help lists them");
+            throw qmx_study::usage_error("a command is wanted; qmx-ic --help lists them");
         return done;
     } catch (const target_not_met&) {
         return target_missed;
@@ -47,27 +60,40 @@ int run(int argc, char** argv) {
         program.exit(asked);
         return done;
     } catch (const CLI::ParseError& error) {
-        return fail(wrong_usage, "",
-                    fmt::format("{}\n  qmx-ic --help tells more", error.what()).c_str());
-    } catch (const usage_error& error) {
-        return fail(wrong_usage, "", error.what());
-    } catch (const analysis_error& error) {
-        return fail(analysis_failed, "the analysis failed: ", error.what());
+        const std::string meant = suggestion_for(program, argc, argv);
+        return end.fail(wrong_usage, "",
+                        fmt::format("{}{}{}\n  qmx-ic --help tells more", error.what(),
+                                    meant.empty() ? "" : ";", meant));
+    } catch (const qmx_study::usage_error& error) {
+        return end.fail(wrong_usage, "", error.what(), error.place);
+    } catch (const printed_failure& error) {
+        return ending::tell(analysis_failed, failed, error.what());
+    } catch (const qmx_study::library_error& error) {
+        return end.fail(analysis_failed, failed, error.what(), {}, &error.event);
+    } catch (const qmx_study::analysis_error& error) {
+        return end.fail(analysis_failed, failed, error.what());
     } catch (const std::bad_alloc&) {
-        return fail(analysis_failed, "",
-                    "there is not enough memory for so many rows; divide the file");
+        return end.fail(analysis_failed, "",
+                        "there is not enough memory for so many rows; divide the file");
     }
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    int code = qmx_terminal::wrong_usage;
+    qmx_study::remove_unfinished_files_when_interrupted();
+    CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
+    program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
+    int code = wrong_usage;
     try {
-        code = run(argc, argv);
-        if (std::fflush(stdout) != 0) code = fail(2, "", "standard output could not be written");
+        set_up(program);
+        const ending end(program, argc, argv);
+        code = run(program, argc, argv, end);
+        std::cout.flush(); // help and version go there
+        if (!std::cout || std::fflush(stdout) != 0)
+            code = ending::tell(wrong_usage, "", "standard output could not be written");
     } catch (const std::exception& error) {
-        code = fail(qmx_terminal::wrong_usage, "", error.what());
+        code = ending::tell(wrong_usage, "", error.what());
     }
     return code;
 }

@@ -9,6 +9,8 @@
 
 #include "study/analyses/area_selection.hpp"
 #include "study/analyses/library_call.hpp"
+#include "study/analyses/lot_notes.hpp"
+#include "study/analyses/scattered_lattice.hpp"
 #include "study/analyses/wrong_option.hpp"
 #include "study/base/value_text.hpp"
 #include "study/shapes/coverage_areas.hpp"
@@ -56,8 +58,18 @@ aligned_areas select_points(coverage_answer& answer, const coverage_question& qu
     return areas;
 }
 
-void settle_mesh(coverage_answer& answer, const coverage_question& question,
-                 const std::optional<mesh_size>& lattice, const std::string& file) {
+// The mesh, named or that of the positions. Positions that scatter about cells are moved to them, so
+// that records of one cell meet. Returns the spacing of the positions where they lie on a lattice.
+std::optional<mesh_size> settle_mesh(coverage_answer& answer, const coverage_question& question,
+                                     lot& points, const std::string& file) {
+    std::optional<mesh_size> lattice = lattice_of(points.points);
+    if (!lattice) {
+        if (const auto scattered = scattered_lattice_of(points.points, question.mesh)) {
+            snap(points.points, *scattered);
+            lattice = scattered->mesh;
+            answer.scatter = scattered->scatter;
+        }
+    }
     if (!question.mesh && !lattice)
         throw usage_error(
             fmt::format("{}: the positions do not lie on a lattice along the axes (or on too few "
@@ -69,17 +81,16 @@ void settle_mesh(coverage_answer& answer, const coverage_question& question,
             error_place{"--mesh", file, 0, {}});
     answer.mesh = question.mesh ? *question.mesh : *lattice;
     answer.mesh_is_derived = !question.mesh;
+    return lattice;
 }
 
 // The pass count is the value; where a cell has several records, the highest is its last pass.
-void keep_last_passes(coverage_answer& answer, lot& points) {
+void keep_last_passes(coverage_answer& answer, loaded_lot& loaded) {
+    lot& points = loaded.data;
     answer.cells = summarise_cells(points);
     if (answer.all_records || answer.cells.shared_cells == 0) return;
-    for (t_icdata& point : points.points) {
-        const double passes = std::trunc(point.d_val);
-        point.i_passno = std::fabs(passes) < 2147483648.0 ? static_cast<std::int32_t>(passes) : -1;
-    }
-    answer.earlier_passes = keep_last_pass(points);
+    take_values_as_passes(points);
+    answer.earlier_passes = loaded.earlier_passes = keep_last_pass(points);
 }
 
 std::vector<t_binresult> coverage_of(const coverage_answer& answer,
@@ -89,8 +100,7 @@ std::vector<t_binresult> coverage_of(const coverage_answer& answer,
     std::vector<t_binresult> results;
     const auto failure = run_coverage(mesh, bins, points.points, areas, results);
     if (!failure) return results;
-    if (failure->event != known_event::outline_area_is_negative)
-        throw analysis_error(failure->text());
+    if (failure->event != known_event::outline_area_is_negative) throw library_error(*failure);
     throw analysis_error(fmt::format("{}\n  an outline is so thin that rounding alone decides "
                                      "its area; leave it out of the area files",
                                      failure->text()));
@@ -109,6 +119,7 @@ void calculate(coverage_answer& answer, const aligned_areas& areas, const lot& p
     if (!answer.results.empty()) answer.plan_area = answer.results.front().x_plan_area;
     answer.covered_area = sum_over_bins(answer, &t_binresult::x_compacted_area);
     answer.coverage = sum_over_bins(answer, &t_binresult::x_coverage);
+    answer.not_covered = static_cast<double>(answer.plan_area) - answer.covered_area;
     if (!(answer.plan_area > 0))
         throw analysis_error(
             fmt::format("the alignment area is {}: the excluded areas are as large as the included "
@@ -138,40 +149,94 @@ void note_bins(coverage_answer& answer, const coverage_question& question, const
                                            count_text(broken)));
 }
 
-// What makes a point stand for more or less ground than it covers.
-void note_mesh(coverage_answer& answer, const std::optional<mesh_size>& lattice,
-               const lot& points) {
-    const mesh_size& mesh = answer.mesh;
-    bool is_explained = false;
-    if (answer.all_records && answer.cells.shared_cells > 0) {
-        answer.notes.push_back(fmt::format(
-            "{} cells count several times, once for each of their records (--all-records).",
-            count_text(answer.cells.shared_cells)));
-        is_explained = true;
+double length_of(const outline& ring) {
+    double length = 0;
+    for (std::size_t i = 0; i < ring.x.size(); ++i) {
+        const std::size_t next = (i + 1) % ring.x.size();
+        length += std::hypot(ring.x[next] - ring.x[i], ring.y[next] - ring.y[i]);
     }
-    if (lattice) {
-        const double ratio = mesh.area() / lattice->area();
-        if (std::fabs(ratio - 1) > 0.01) {
-            answer.notes.push_back(fmt::format(
-                "The positions are {} × {} apart, the mesh is {} × {}: each point stands for {} "
-                "times its own cell, and the percentages are that many times those of the cells.",
-                lattice->x, lattice->y, mesh.x, mesh.y, number_text(ratio)));
-            is_explained = true;
+    return length;
+}
+
+// Percent of the area that cells may have too much where outlines cut through them: a cell counts
+// whole as soon as its centre lies inside, so half of it may stand over the outline.
+double rim_percent(const coverage_answer& answer, const aligned_areas& areas) {
+    double length = 0;
+    for (const polygon_set* const set : {&areas.included, &areas.excluded})
+        for (const polygon& area : set->polygons) {
+            length += length_of(area.outer);
+            for (const outline& hole : area.holes) length += length_of(hole);
         }
-    } else if (const double crowd = points_per_cell(points.points, mesh); crowd >= 2) {
-        answer.notes.push_back(fmt::format(
-            "The positions lie on no lattice, and a piece of ground of the mesh's size holds "
-            "{:.1f} points on average: either the mesh is too large, or several passes over the "
-            "same ground count one by one. Grid the data, or select one pass with --where.",
-            crowd));
-        is_explained = true;
-    }
-    constexpr double noticeable = 100.005; // less comes of the 32 bits of mesh and percentage
-    if (answer.coverage > noticeable && !is_explained)
+    return 100 * length * std::max(answer.mesh.x, answer.mesh.y) / 2 /
+           static_cast<double>(answer.plan_area);
+}
+
+// What makes a point stand for more ground than it covers. Then there is no verdict.
+std::string doubt_about_mesh(const coverage_answer& answer, const aligned_areas& areas,
+                             const std::optional<mesh_size>& lattice, const lot& points) {
+    if (answer.all_records && answer.cells.shared_cells > 0)
+        return fmt::format("{} cells count several times, once for each of their records "
+                           "(--all-records).",
+                           count_text(answer.cells.shared_cells));
+    const mesh_size& mesh = answer.mesh;
+    if (lattice && mesh.area() > 1.01 * lattice->area())
+        return fmt::format(
+            "The positions are {} × {} apart, the mesh is {} × {}: each point stands for {} times "
+            "its own cell, and the percentages are that many times those of the cells.",
+            lattice->x, lattice->y, mesh.x, mesh.y, number_text(mesh.area() / lattice->area()));
+    const double crowd = lattice ? 1 : points_per_cell(points.points, mesh);
+    if (crowd >= 2)
+        return fmt::format(
+            "The positions lie on no lattice, and a grid cell of the mesh's size holds {:.1f} "
+            "points on average: either the mesh is too large, or several passes over the same "
+            "ground count one by one. Grid the data, or select one pass with --where.",
+            crowd);
+    constexpr double noticeable = 0.005; // less comes of the 32 bits of mesh and percentage
+    const double rim = rim_percent(answer, areas);
+    if (answer.coverage <= 100 + noticeable + rim) return {};
+    return "More than 100 % is covered, also without the cells that an outline cuts: ground counts "
+           "several times.";
+}
+
+// Doubts take the verdict away; the numbers stand as they are.
+void find_doubts(coverage_answer& answer, const aligned_areas& areas,
+                 const std::optional<mesh_size>& lattice, const lot& points) {
+    std::vector<std::string> doubts = area_notes(areas.included, areas.excluded, answer.area_unit);
+    std::string of_mesh = doubt_about_mesh(answer, areas, lattice, points);
+    if (!of_mesh.empty()) doubts.push_back(std::move(of_mesh));
+    if (doubts.empty() && answer.coverage > 100.005)
         answer.notes.push_back(
-            "More than 100 % is covered: a point counts with its whole cell as soon as its centre "
-            "lies inside, also where the outline cuts through the cell. If the excess is more than "
-            "such a rim, the mesh is larger than the distance of the points.");
+            "More than 100 % is covered, by no more than the cells that the outline cuts: a point "
+            "counts with its whole cell as soon as its centre lies inside.");
+    if (doubts.empty()) return;
+    answer.failure.explanation = "There is no verdict. ";
+    for (const std::string& doubt : doubts) answer.failure.explanation += doubt + " ";
+    answer.failure.explanation.pop_back();
+}
+
+void note_mesh(coverage_answer& answer, const std::optional<mesh_size>& lattice) {
+    const mesh_size& mesh = answer.mesh;
+    if (answer.scatter)
+        answer.notes.push_back(fmt::format(
+            "The positions scatter by {:.2g} about cells {} × {} apart. Each counts for the cell "
+            "that it is nearest to.",
+            *answer.scatter, mesh.x, mesh.y));
+    if (lattice && mesh.area() < 0.99 * lattice->area())
+        answer.notes.push_back(fmt::format(
+            "The positions are {} × {} apart, the mesh is {} × {}: each point stands for {} of its "
+            "own cell only.",
+            lattice->x, lattice->y, mesh.x, mesh.y, number_text(mesh.area() / lattice->area())));
+    if (!lattice)
+        answer.notes.push_back("The positions lie on no lattice: the mesh is taken as it is named, "
+                               "and every record as a piece of ground of its own.");
+}
+
+// Of one unit of area, 0 where the unit of length is not known.
+double square_metres_of(const std::string& length_unit) {
+    if (length_unit == "m") return 1;
+    if (length_unit == "ft") return 0.3048 * 0.3048;
+    if (length_unit == "US survey ft") return 1200.0 / 3937 * 1200 / 3937;
+    return length_unit == "km" ? 1e6 : 0;
 }
 
 } // namespace
@@ -205,10 +270,11 @@ coverage_answer analyse(const coverage_question& question, loaded_lot& lot) {
     answer.all_records = question.all_records;
     answer.target.passes = question.target_passes.value_or(0);
     answer.target.required = static_cast<float>(question.target_coverage.value_or(90));
-    const std::optional<mesh_size> lattice = lattice_of(lot.data.points);
-    settle_mesh(answer, question, lattice, lot.source().file);
+    answer.square_metres = square_metres_of(lot.data.x.unit);
+    const std::optional<mesh_size> lattice =
+        settle_mesh(answer, question, lot.data, lot.source().file);
     const aligned_areas areas = select_points(answer, question, lot.data);
-    keep_last_passes(answer, lot.data);
+    keep_last_passes(answer, lot);
     answer.reading = account_of(lot);
     const pass_tally tally = tally_passes(lot.data.points);
     answer.bins =
@@ -216,10 +282,9 @@ coverage_answer analyse(const coverage_question& question, loaded_lot& lot) {
     answer.counts = count_in_bins(tally, answer.bins);
     calculate(answer, areas, lot.data);
 
+    note_mesh(answer, lattice);
     note_bins(answer, question, lot.data);
-    note_mesh(answer, lattice, lot.data);
-    for (std::string& note : area_notes(areas.included, areas.excluded, answer.area_unit))
-        answer.notes.push_back(std::move(note));
+    find_doubts(answer, areas, lattice, lot.data);
     return answer;
 }
 

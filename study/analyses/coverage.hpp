@@ -8,6 +8,7 @@
 
 #include <qmx_ic.h>
 
+#include "study/analyses/library_events.hpp"
 #include "study/analyses/mesh.hpp"
 #include "study/analyses/pass_bins.hpp"
 #include "study/analyses/select.hpp"
@@ -50,15 +51,21 @@ struct coverage_answer {
     cell_summary cells;
     mesh_size mesh;
     bool mesh_is_derived = false;
+    std::optional<double> scatter; // of the positions about their cells, to which they were moved
     std::vector<t_passbin> bins;
     std::vector<t_binresult> results; // of each bin
     bin_counts counts;
     double covered_area = 0; // by all bins
     double coverage = 0;     // by all bins, percent
     float plan_area = 0;
-    std::string area_unit; // "" where the unit of length is not known
-    coverage_target target;
+    double not_covered = 0;   // the rest of the plan area
+    std::string area_unit;    // "" where the unit of length is not known
+    double square_metres = 0; // of one unit of area; 0 where that is not known
+    coverage_target target;   // without a verdict where the analysis failed
+    analysis_failure failure; // what keeps the data from carrying a verdict
     std::vector<std::string> notes;
+
+    bool has_verdict() const { return target.passes > 0 && !failure.has_failed(); }
 };
 
 // Throws usage_error where the question makes no sense.

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <set>
 #include <utility>
 
 #include <fmt/format.h>
 
+#include "study/analyses/least_squares.hpp"
 #include "study/analyses/wrong_option.hpp"
 #include "study/base/value_text.hpp"
 
@@ -22,25 +24,19 @@ struct narrowed_pairs {
     std::vector<float> x, y;
 };
 
-// Without names: the first two columns of numbers, whatever they mean.
-void choose_pair(reading_options& reading, const opened_table& table) {
-    if (reading.x.empty() != reading.y.empty())
-        throw usage_error("--x and --y go together; one of them is missing",
-                          error_place{reading.x.empty() ? "--x" : "--y", {}, 0, {}});
-    if (!reading.x.empty()) return;
+// Which two columns belong together only the user knows.
+void refuse_missing_names(const reading_options& reading, const opened_table& table) {
+    if (!reading.x.empty() && !reading.y.empty()) return;
     const table_source& source = *table.source;
-    std::vector<std::string> names;
+    std::string names;
     for (std::size_t i = 0; i < source.columns.size(); ++i)
         if (source.columns[i].is_numeric() ||
             table.survey.columns[i].content == column_content::numbers)
-            names.push_back(source.columns[i].name);
-    if (names.size() < 2)
-        throw usage_error(fmt::format("{}: there are not two columns of numbers; name them with "
-                                      "--x and --y\n  its columns are: {}",
-                                      source.file, source.column_list()),
-                          error_place{"--x", source.file, 0, {}});
-    reading.x = names[0];
-    reading.y = names[1];
+            names += (names.empty() ? "" : ", ") + source.columns[i].name;
+    throw usage_error(fmt::format("{}: name the column of the abscissas with --x and that of the "
+                                  "ordinates with --y\n  its columns with numbers: {}",
+                                  source.file, names.empty() ? "none" : names),
+                      error_place{reading.x.empty() ? "--x" : "--y", source.file, 0, {}});
 }
 
 narrowed_pairs narrowed(const loaded_lot& lot, double centre) {
@@ -133,11 +129,22 @@ void add_notes(fit_answer& answer) {
             zeros, curve_points));
 }
 
+// The terms of the curve, which the library does not tell.
+void settle_terms(fit_answer& answer) {
+    std::vector<double> x;
+    for (const double abscissa : answer.data_x) x.push_back(abscissa - answer.centre);
+    const std::optional<least_squares> found =
+        polynomial_least_squares(x, answer.data_y, answer.degree);
+    if (!found) return;
+    for (std::size_t k = 0; k < found->coefficients.size(); ++k)
+        answer.terms.push_back({found->coefficients[k], found->standard_errors[k]});
+    answer.r_squared = found->r_squared;
+    answer.standard_error = found->standard_error;
+}
+
 // Why the library refused the fit, of which it says nothing.
 std::string explanation_of(const fit_answer& answer, const narrowed_pairs& pairs) {
     const used_column& x = answer.reading.x;
-    if (answer.degree > highest_degree)
-        return fmt::format("The degree is {}; {} is the highest.", answer.degree, highest_degree);
     const std::set<float> distinct(pairs.x.begin(), pairs.x.end());
     const auto constant = [](const std::vector<float>& values) {
         return std::all_of(values.begin(), values.end(),
@@ -168,15 +175,14 @@ std::string explanation_of(const fit_answer& answer, const narrowed_pairs& pairs
 } // namespace
 
 void check(const fit_question& question) {
-    if (question.degree < 0)
+    if (question.degree < 0 || question.degree > highest_degree)
         throw wrong_option("--degree", " {}: a polynomial has a degree from 0 to {}",
                            question.degree, highest_degree);
 }
 
-loaded_lot load_pairs(reading_options options, progress& shown) {
+loaded_lot load_pairs(const reading_options& options, progress& shown) {
     opened_table table = open_table(options, shown);
-    const bool is_named = !options.x.empty();
-    choose_pair(options, table);
+    refuse_missing_names(options, table);
     reading_needs needs;
     needs.position = need::required;
     needs.value = need::unused;
@@ -187,7 +193,6 @@ loaded_lot load_pairs(reading_options options, progress& shown) {
                                       "latitude, along which there is no length to fit; name "
                                       "planar columns with --x and --y",
                                       lot.source().file, lot.data.x.name, lot.data.y.name));
-    lot.data.x.why = is_named ? "named by --x and --y" : "the first two columns of numbers";
     lot.data.pass = {};
     return lot;
 }
@@ -211,6 +216,7 @@ fit_answer analyse(const fit_question& question, loaded_lot& lot) {
         answer.x[i] = answer.centre + static_cast<double>(curve.x[i]);
         answer.y[i] = static_cast<double>(curve.y[i]);
     }
+    if (answer.has_curve()) settle_terms(answer);
     if (answer.has_curve() && is_far_from_zero(answer))
         compare_with_centred(answer, narrowed(lot, middle(answer)));
     add_notes(answer);

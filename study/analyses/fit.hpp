@@ -16,6 +16,11 @@ struct fit_question {
     bool centre = false; // subtract the middle of the abscissas before the fit
 };
 
+// A coefficient of the power k of (x - centre).
+struct fit_term {
+    double coefficient = 0, standard_error = 0; // NaN where the pairs are too few for an error
+};
+
 struct fit_answer {
     reading_account reading; // its position is the two columns
     int degree = 0;
@@ -27,6 +32,10 @@ struct fit_answer {
     // By how much centring moves an ordinate at most, where it was worth a look.
     double centring_moves = std::numeric_limits<double>::quiet_NaN();
     std::array<double, curve_points> x{}, y{}; // the curve, abscissas as in the file
+    // Ordinary least squares of the pairs in 64 bits; empty where they do not settle the terms.
+    std::vector<fit_term> terms;
+    double r_squared = 0;      // percent
+    double standard_error = 0; // of an ordinate about the curve
     analysis_failure failure;
     std::string output; // file that the curve was written to, or ""
     std::vector<std::string> notes;
@@ -36,9 +45,8 @@ struct fit_answer {
 
 // Throws usage_error where the question makes no sense.
 void check(const fit_question& question);
-// Reads the pairs of the columns that --x and --y name, without names of the first two columns of
-// numbers. Throws usage_error.
-loaded_lot load_pairs(reading_options options, progress& shown);
+// Reads the pairs of the columns that --x and --y name. Throws usage_error.
+loaded_lot load_pairs(const reading_options& options, progress& shown);
 // Throws usage_error, analysis_error.
 fit_answer analyse(const fit_question& question, loaded_lot& lot);
 

@@ -25,7 +25,7 @@ std::optional<library_failure> failure_of(std::int32_t returned, const t_event& 
 }
 
 void check(std::int32_t returned, const t_event& event) {
-    if (const auto failure = failure_of(returned, event)) throw analysis_error(failure->text());
+    if (const auto failure = failure_of(returned, event)) throw library_error(*failure);
 }
 
 } // namespace
@@ -139,7 +139,7 @@ std::optional<library_failure> run_semivariogram(const std::vector<t_icdata>& po
                                     result.reading.data(), &event),
                    event);
     if (failure && failure->event != known_event::only_the_fit_failed)
-        throw analysis_error(failure->text());
+        throw library_error(*failure);
     result.practical_range = model[0];
     result.sill = model[1];
     return failure;

@@ -5,6 +5,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "study/base/errors.hpp"
 
 namespace qmx_study {
 
@@ -26,6 +29,13 @@ struct library_failure {
     std::int32_t severity = 0;
     known_event event = known_event::other;
     std::string text() const; // all of it, in two lines
+};
+
+// Thrown where nothing is left to show.
+struct library_error : analysis_error {
+    explicit library_error(library_failure failure)
+        : analysis_error(failure.text()), event(std::move(failure)) {}
+    library_failure event;
 };
 
 // An analysis that failed, though it has results to show.

@@ -1,4 +1,4 @@
-// What several analyses have to say of the lot that they were given.
+// What several analyses do with the lot that they were given, and have to say of it.
 #pragma once
 
 #include <cstdint>
@@ -13,12 +13,19 @@ namespace qmx_study {
 // Says so where the value column was chosen among several.
 void note_chosen_value(std::vector<std::string>& notes, const loaded_lot& lot);
 
-// Says so where cells hold several records. finished: "Statistics of a finished layer are those of".
-void note_all_passes(std::vector<std::string>& notes, const cell_summary& cells,
-                     const char* finished);
+// Where the values are pass counts: they are the pass numbers too.
+void take_values_as_passes(lot& points);
 
-// Keeps the last pass of each cell, and says so where the order of the rows had to tell it. Returns how
-// many records were left out.
-std::int64_t take_last_pass(std::vector<std::string>& notes, loaded_lot& lot);
+// Data of all passes brought down to the finished layer.
+struct finished_layer {
+    cell_summary cells; // of the records as they were read; none without positions
+    bool is_taken = false;
+    std::int64_t earlier_passes = 0; // records left out
+    std::vector<std::string> notes;
+};
+
+// Keeps the last pass of each cell where the lot holds all passes (or the user wants it in any case),
+// unless all records are meant. Points without a position lie in no cell: they are left out too then.
+finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_records);
 
 } // namespace qmx_study

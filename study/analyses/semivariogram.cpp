@@ -105,36 +105,75 @@ void settle_direction(semivariogram_answer& answer, const semivariogram_question
         question.bandwidth.value_or(std::max(answer.layout.whole_diagonal, answer.cut_off()));
 }
 
+double variance_of(const std::vector<t_icdata>& points) {
+    const auto count = static_cast<double>(points.size());
+    double mean = 0;
+    for (const t_icdata& point : points) mean += (point.d_val - points.front().d_val) / count;
+    mean += points.front().d_val;
+    double variance = 0;
+    for (const t_icdata& point : points)
+        variance += (point.d_val - mean) * (point.d_val - mean) / count;
+    return variance;
+}
+
+// Powers of two change no digit of a lag. The fit holds the practical range between 1 and the greatest
+// semivariance, as numbers: a lag becomes 2 or more of them, and the variance sixteen cut-offs.
+void settle_scales(semivariogram_answer& answer, const semivariogram_question& question,
+                   const std::vector<t_icdata>& points) {
+    constexpr double least_lag = 2;
+    constexpr double cut_offs_below_bound = 16;
+    constexpr double largest_value = 1e15; // whose square is still far from the end of 32 bits
+    const double variance = variance_of(points);
+    if (question.standardise && variance > 0) answer.variance = variance;
+    answer.scale_is_named = question.value_scale.has_value();
+    answer.value_scale = question.value_scale.value_or(1);
+    if (answer.scale_is_named) return;
+    if (answer.lag < least_lag)
+        answer.distance_scale = std::exp2(std::ceil(std::log2(least_lag / answer.lag)));
+    const double wanted = cut_offs_below_bound * answer.cut_off() * answer.distance_scale;
+    if (!(variance > 0) || variance >= wanted) return;
+    double largest = 0;
+    for (const t_icdata& point : points) largest = std::max(largest, std::fabs(point.d_val));
+    const double scale = std::exp2(std::ceil(std::log2(std::sqrt(wanted / variance))));
+    if (largest * scale <= largest_value) answer.value_scale = scale;
+}
+
 t_gamvset_user settings_of(const semivariogram_answer& answer) {
     t_gamvset_user settings{};
     settings.i_nlag = answer.lags;
-    settings.x_xlag = static_cast<float>(answer.lag);
+    settings.x_xlag = static_cast<float>(answer.lag * answer.distance_scale);
     settings.x_azm = static_cast<float>(answer.azimuth);
     settings.x_atol = static_cast<float>(answer.tolerance);
-    settings.x_bandwh = static_cast<float>(answer.bandwidth);
-    settings.i_standsills = answer.is_standardised ? QMX_IC_YES : QMX_IC_NO;
+    settings.x_bandwh = static_cast<float>(answer.bandwidth * answer.distance_scale);
+    settings.i_standsills = QMX_IC_NO;
     return settings;
 }
 
-// The points as the library gets them: about the origin, values scaled.
+// The points as the library gets them: about the origin, positions and values scaled.
 std::vector<t_icdata> local_points(const semivariogram_answer& answer, const lot& points) {
     std::vector<t_icdata> local = points.points;
     for (t_icdata& point : local) {
-        point.d_x -= answer.origin_x;
-        point.d_y -= answer.origin_y;
+        point.d_x = (point.d_x - answer.origin_x) * answer.distance_scale;
+        point.d_y = (point.d_y - answer.origin_y) * answer.distance_scale;
         point.d_val *= answer.value_scale;
     }
     return local;
 }
 
-// The results of scaled values in the unit of the values themselves.
-void scale_back(semivariogram& result, double scale) {
-    const double square = scale * scale;
+// The results in the units of positions and values, divided by the variance where that is asked.
+void scale_back(semivariogram_answer& answer) {
+    semivariogram& result = answer.result;
+    const double square = answer.value_scale * answer.value_scale * answer.variance;
     for (double& value : result.semivariances) value /= square;
     result.sill /= square;
     for (double& value : result.curve_y) value /= square;
     for (std::size_t i = 1; i < result.reading.size(); ++i)
         result.reading[i] = static_cast<float>(static_cast<double>(result.reading[i]) / square);
+    const double stretch = answer.distance_scale;
+    for (double& distance : result.distances) distance /= stretch;
+    result.practical_range /= stretch;
+    for (double& distance : result.curve_x) distance /= stretch;
+    result.reading[0] = static_cast<float>(static_cast<double>(result.reading[0]) / stretch);
 }
 
 // The library holds both parameters below the greatest semivariance, the range above 1 and the sill
@@ -171,6 +210,10 @@ void fill_model(semivariogram_answer& answer) {
         if (!answer.is_empty(k))
             answer.model[k] =
                 result.sill * -std::expm1(-3 * result.distances[k] / result.practical_range);
+    double squares = 0;
+    for (std::size_t k = 1; k < answer.model.size(); ++k)
+        if (!answer.is_empty(k)) squares += std::pow(result.semivariances[k] - answer.model[k], 2);
+    answer.residual_norm = std::sqrt(squares);
 }
 
 void search_and_fit(semivariogram_answer& answer, const semivariogram_question& question,
@@ -194,7 +237,7 @@ void search_and_fit(semivariogram_answer& answer, const semivariogram_question& 
     } else {
         find_bounds(answer);
     }
-    scale_back(answer.result, answer.value_scale);
+    scale_back(answer);
     fill_model(answer);
 }
 
@@ -230,9 +273,6 @@ void check(const semivariogram_question& question) {
     const double scale = question.value_scale.value_or(1);
     if (!(scale >= 1e-6 && scale <= 1e6))
         throw wrong_option("--value-scale", ": {} is no factor from 0.000001 to 1000000", scale);
-    if (question.standardise && question.value_scale)
-        throw wrong_option("--standardise", " divides by the variance, which undoes --value-scale; "
-                                            "leave one of them out");
 }
 
 reading_needs needs_of(const semivariogram_question& question) {
@@ -248,12 +288,13 @@ semivariogram_answer analyse(const semivariogram_question& question, loaded_lot&
     refuse_degrees(lot.source(), lot.data);
     refuse_mixed_units(lot.data, "a distance");
     semivariogram_answer answer;
-    answer.value_scale = question.value_scale.value_or(1);
     answer.is_standardised = question.standardise;
-    refuse_large_squares(lot, answer.value_scale);
-    answer.cells = summarise_cells(lot.data);
-    answer.last_pass = question.last_pass;
-    if (question.last_pass) answer.earlier_passes = take_last_pass(answer.notes, lot);
+    refuse_large_squares(lot, question.value_scale.value_or(1));
+    finished_layer layer = take_finished_layer(lot, question.last_pass, question.all_records);
+    answer.cells = layer.cells;
+    answer.last_pass = layer.is_taken;
+    answer.earlier_passes = layer.earlier_passes;
+    answer.notes = std::move(layer.notes);
     answer.reading = account_of(lot);
     if (!answer.is_standardised) answer.semivariance_unit = squared_unit(lot.data.value.unit);
     answer.layout = layout_of(lot.data.points);
@@ -263,8 +304,9 @@ semivariogram_answer analyse(const semivariogram_question& question, loaded_lot&
     answer.position_step = static_cast<double>(reach - std::nextafter(reach, 0.0F));
     settle_lags(answer, question, lot.data.points);
     settle_direction(answer, question);
+    settle_scales(answer, question, lot.data.points);
     search_and_fit(answer, question, local_points(answer, lot.data), shown, foreseen);
-    add_notes(answer, question.all_records);
+    add_notes(answer);
     note_chosen_value(answer.notes, lot);
     return answer;
 }

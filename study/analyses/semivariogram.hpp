@@ -47,9 +47,14 @@ struct semivariogram_answer {
     double azimuth = 0, tolerance = 0, bandwidth = 0;
     bool is_directional = false;
     bool is_standardised = false;
-    double value_scale = 1; // the library saw the values multiplied by it; results are scaled back
+    // The library saw values and distances multiplied by these, so that the bounds of its fit, which
+    // are mere numbers, do not bind; results are scaled back.
+    double value_scale = 1, distance_scale = 1;
+    bool scale_is_named = false; // by the user
+    double variance = 1;         // that standardised semivariances are divided by; 1 otherwise
 
     semivariogram result;
+    double residual_norm = 0; // root of the sum of squares of lags less model, unit of semivariance
     std::vector<double> model;       // at the mean distance of each class; NaN where there is none
     std::vector<std::int64_t> pairs; // of each class; empty where they were not counted
     analysis_failure failure;        // of the fit

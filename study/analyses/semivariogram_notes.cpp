@@ -5,17 +5,13 @@
 
 #include <fmt/format.h>
 
-#include "study/analyses/lot_notes.hpp"
 #include "study/base/value_text.hpp"
 
 namespace qmx_study {
 
 namespace {
 
-void note_cells(semivariogram_answer& answer, bool all_records_meant) {
-    if (!answer.last_pass && !all_records_meant)
-        note_all_passes(answer.notes, answer.cells,
-                        "The semivariogram of a finished layer is that of");
+void note_cells(semivariogram_answer& answer) {
     if (answer.cells.shared_cells > 0 && !answer.last_pass)
         answer.notes.push_back(
             "Where points share a place, the search may drop the pairs that follow in the order of "
@@ -74,41 +70,37 @@ void note_lags(semivariogram_answer& answer) {
     }
 }
 
-void note_range_on_bound(semivariogram_answer& answer) {
+// The bounds of the fit, in the units of the results.
+double bound_of_range(const semivariogram_answer& answer) {
     const semivariogram& result = answer.result;
     const double greatest =
         *std::max_element(result.semivariances.begin(), result.semivariances.end());
-    const double bound = greatest * answer.value_scale * answer.value_scale;
-    std::string note = fmt::format(
-        "The practical range is not a free result: the fit lets its number grow no larger than the "
-        "number of the greatest semivariance, {}, whatever the units. ",
-        number_text(bound));
-    if (answer.is_standardised) {
-        note += "Standardised semivariances are near 1, so it is always so with them; leave out "
-                "--standardise to learn the range.";
-    } else if (greatest > 0) {
-        const double scale =
-            std::exp2(std::ceil(std::log2(std::sqrt(2 * answer.cut_off() / greatest))));
-        if (scale > answer.value_scale)
-            note += fmt::format("--value-scale {} frees it: values are multiplied by that for the "
-                                "analysis, and all results are given back in their own unit.",
-                                scale);
-        else
-            note += "It is far beyond the cut-off: these lags do not show a range.";
-    }
-    answer.notes.push_back(note);
+    return greatest * answer.variance * answer.value_scale * answer.value_scale /
+           answer.distance_scale;
+}
+
+void note_scales(semivariogram_answer& answer) {
+    if (answer.scale_is_named || (answer.value_scale == 1 && answer.distance_scale == 1)) return;
+    answer.notes.push_back(fmt::format(
+        "The fit's bounds are mere numbers, whatever the unit. So that they do not hold the model, "
+        "the library got values × {} and distances × {}; all results are given back in their own "
+        "units.",
+        answer.value_scale, answer.distance_scale));
 }
 
 void note_model(semivariogram_answer& answer) {
     const semivariogram& result = answer.result;
+    note_scales(answer);
     if (answer.range_bound == model_bound::upper) {
-        note_range_on_bound(answer);
+        answer.notes.push_back(fmt::format(
+            "The practical range stands on the fit's upper bound, {}, far beyond the cut-off or "
+            "held there by --value-scale: it is no result. These lags do not show a range.",
+            number_text(bound_of_range(answer))));
     } else if (answer.range_bound == model_bound::lower) {
-        answer.notes.push_back(
-            "The practical range stands on the fit's lower bound, 1 whatever the unit: the true "
-            "one "
-            "may be shorter. The lags show no gradual rise, or the unit of the positions is too "
-            "large.");
+        answer.notes.push_back(fmt::format(
+            "The practical range stands on the fit's lower bound, {}: the true one may be shorter. "
+            "The lags show no gradual rise.",
+            number_text(1 / answer.distance_scale)));
     } else if (result.practical_range > answer.cut_off()) {
         answer.notes.push_back(
             "The practical range is beyond the cut-off: it rests on the shape of "
@@ -121,7 +113,7 @@ void note_model(semivariogram_answer& answer) {
         answer.notes.push_back(fmt::format(
             "The sill stands on the fit's lower bound, {}: the true one may be smaller. "
             "--value-scale moves the bound.",
-            number_text(0.05 / (answer.value_scale * answer.value_scale))));
+            number_text(0.05 / (answer.value_scale * answer.value_scale * answer.variance))));
     answer.notes.push_back(
         "The model has no nugget: it passes through 0 at distance 0, where its curve begins, so "
         "the "
@@ -130,8 +122,8 @@ void note_model(semivariogram_answer& answer) {
 
 } // namespace
 
-void add_notes(semivariogram_answer& answer, bool all_records_meant) {
-    note_cells(answer, all_records_meant);
+void add_notes(semivariogram_answer& answer) {
+    note_cells(answer);
     note_positions(answer);
     note_lags(answer);
     if (answer.is_fitted()) note_model(answer);

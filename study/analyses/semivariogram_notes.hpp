@@ -5,8 +5,8 @@
 
 namespace qmx_study {
 
-// Appends to the notes of an answer whose analysis is done: several records in a cell (unless they are
-// meant), stray points and coarse positions, empty and thin lags, parameters on their bounds.
-void add_notes(semivariogram_answer& answer, bool all_records_meant);
+// Appends to the notes of an answer whose analysis is done: several records in a cell,
+// stray points and coarse positions, empty and thin lags, parameters on their bounds.
+void add_notes(semivariogram_answer& answer);
 
 } // namespace qmx_study

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -30,17 +31,30 @@ t_statsout prepared(const stats_question& question) {
 }
 
 // With exactly 200 classes the library's record is full and the last cumulative percentage takes the
-// place of the target before the test reads it: that verdict is about another target.
+// place of the target before the test reads it: what it then says is about another target.
 void withdraw_overrun_target(stats_answer& answer, const stats_question& question) {
     t_statsout& result = answer.result;
     if (!answer.pass_counts || result.i_numbins != 200 || !question.target) return;
     result.x_target = static_cast<float>(*question.target);
     result.x_achieved_pct = std::numeric_limits<float>::quiet_NaN();
     result.i_target_met = 0;
-    answer.notes.push_back(
-        "Pass counts up to 199 fill all 200 classes, which leaves no room for the "
-        "target test: there is no verdict. Leave out the rows with 199 passes "
-        "(--where) to get one.");
+}
+
+// What is counted value by value.
+void count_values(stats_answer& answer, const stats_question& question,
+                  const std::vector<t_icdata>& points) {
+    std::vector<double> values;
+    values.reserve(points.size());
+    for (const t_icdata& point : points) values.push_back(point.d_val);
+    if (question.target)
+        answer.target = counted_target{*question.target, question.target_percent.value_or(90),
+                                       share_at(values, *question.target, question.below)};
+    std::vector<double> percents{25, 50, 75};
+    for (const double level : question.levels)
+        if (std::find(percents.begin(), percents.end(), level) == percents.end())
+            percents.push_back(level);
+    std::sort(percents.begin(), percents.end());
+    answer.quantiles = quantiles_of(std::move(values), percents);
 }
 
 // A sensor at its cap gives one value again and again. Says so when a twentieth of the values equal the
@@ -56,18 +70,16 @@ void note_capped_values(stats_answer& answer, const std::vector<t_icdata>& point
                                        count, points.size(), largest));
 }
 
-void add_notes(stats_answer& answer, const stats_question& question, const loaded_lot& lot) {
+void add_notes(stats_answer& answer, const loaded_lot& lot) {
     const t_statsout& result = answer.result;
-    if (!question.all_records)
-        note_all_passes(answer.notes, answer.cells, "Statistics of a finished layer are those of");
     if (answer.is_constant()) {
-        answer.notes.push_back("All values are (nearly) equal: there are no percent levels and no "
-                               "target test.");
+        answer.notes.push_back("All values are (nearly) equal: the histogram has one class, and "
+                               "nothing is read off it.");
     } else if (!(result.x_cumfreq[0] > 0) &&
                !(result.x_cumfreq[result.i_numbins > 0 ? result.i_numbins - 1 : 0] > 0)) {
         answer.notes.push_back("The values differ too little for their size: 32-bit class limits "
-                               "coincide, so the histogram, the percent levels and the target test "
-                               "carry no meaning.");
+                               "coincide, so the histogram and what is read off it carry no "
+                               "meaning.");
     }
     if (!answer.pass_counts && !answer.is_constant()) note_capped_values(answer, lot.data.points);
     note_chosen_value(answer.notes, lot);
@@ -121,14 +133,17 @@ stats_answer analyse(const stats_question& question, loaded_lot& lot) {
     answer.result = prepared(question);
     answer.pass_counts = question.pass_counts;
     answer.below = question.below;
-    answer.last_pass = question.last_pass;
-    if (lot.data.has_positions()) answer.cells = summarise_cells(lot.data);
-    if (question.last_pass) answer.earlier_passes = take_last_pass(answer.notes, lot);
+    if (question.pass_counts) take_values_as_passes(lot.data);
+    const finished_layer layer = take_finished_layer(lot, question.last_pass, question.all_records);
+    answer.cells = layer.cells;
+    answer.last_pass = layer.is_taken;
+    answer.earlier_passes = layer.earlier_passes;
+    answer.notes = layer.notes;
     answer.reading = account_of(lot);
+    count_values(answer, question, lot.data.points);
     run_statistics(question.pass_counts, question.below, lot.data.points, answer.result);
     withdraw_overrun_target(answer, question);
-    if (question.last_pass) answer.cells.shared_cells = 0;
-    add_notes(answer, question, lot);
+    add_notes(answer, lot);
     return answer;
 }
 

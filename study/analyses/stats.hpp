@@ -8,6 +8,7 @@
 
 #include <qmx_ic.h>
 
+#include "study/analyses/quantiles.hpp"
 #include "study/lot/cells.hpp"
 #include "study/lot/load.hpp"
 
@@ -19,8 +20,16 @@ struct stats_question {
     std::optional<double> target_percent; // 90 where none is given
     bool below = false;                   // values at or below the target count
     std::vector<double> levels{10, 90};   // two
-    bool last_pass = false;               // of each cell
+    bool last_pass = false;               // of each cell, also where few cells have several records
     bool all_records = false;             // are meant, though a cell has several
+};
+
+// The verdict, on the values one by one.
+struct counted_target {
+    double value = 0;
+    double required = 90; // percent
+    counted_share share;
+    bool is_met() const { return share.percent() >= required; }
 };
 
 // A number of the library's fifteen that answers show.
@@ -46,17 +55,19 @@ std::string unit_to_power(const std::string& unit, int power);
 
 struct stats_answer {
     reading_account reading;
-    t_statsout
-        result{}; // outputs that the library leaves alone are NaN, or 0 where they are integers
+    std::vector<quantile> quantiles; // type 7: the asked levels, the quartiles and the median
+    std::optional<counted_target> target;
+    t_statsout result{}; // what the library leaves alone is NaN, or 0 where it is an integer
     bool pass_counts = false;
     bool below = false;
-    bool last_pass = false;
+    bool last_pass = false;          // of each cell was taken
     std::int64_t earlier_passes = 0; // records left out for the last pass of each cell
     cell_summary cells;
     std::vector<std::string> notes;
 
     bool is_constant() const { return !pass_counts && result.i_numbins == 1; }
-    bool has_verdict() const { return result.i_target_met != 0; }
+    // The library's own test of the target, read off its histogram.
+    bool has_histogram_target() const { return result.i_target_met != 0; }
     int classes() const; // of the histogram
     std::string value_unit() const;
 };

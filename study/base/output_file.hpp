@@ -1,13 +1,38 @@
-// The file that --output names.
+// Files that come to their names only when they are complete.
 #pragma once
 
+#include <cstdio>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
 namespace qmx_study {
 
-// Throws usage_error when both are the same file.
-void refuse_input_as_output(const std::string& input, const std::string& output);
+// Written under another name beside its own and renamed by finish(). Without that, whatever stood under
+// the name stays as it was. What is no regular file (a device, a pipe) is written in place.
+class unfinished_file {
+public:
+    explicit unfinished_file(std::string name);
+    ~unfinished_file();
+    unfinished_file(const unfinished_file&) = delete;
+    unfinished_file& operator=(const unfinished_file&) = delete;
+
+    void write(std::string_view text);
+    // The error number of the first failure, 0 where the file stands under its name now.
+    int finish();
+
+private:
+    std::string name;
+    std::string temporary; // "" for what is written in place
+    std::FILE* file = nullptr;
+    int error = 0;
+};
+
+// An interrupt (Ctrl-C), a hang-up or a request to end takes unfinished files away first.
+void remove_unfinished_files_when_interrupted();
+
+// Throws usage_error when the output is one of the inputs.
+void refuse_inputs_as_output(std::initializer_list<std::string> inputs, const std::string& output);
 
 // Writes a whole file. Throws usage_error.
 void write_output(const std::string& output, std::string_view text);

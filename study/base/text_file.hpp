@@ -2,13 +2,11 @@
 #pragma once
 
 #include "study/base/errors.hpp"
+#include "study/base/output_file.hpp"
 
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -16,10 +14,11 @@
 
 namespace qmx_study {
 
-// A text file written through one large buffer. Failures are kept until close().
+// A text file written through one large buffer, under its name after close(). Failures are kept
+// until then.
 class text_file {
 public:
-    explicit text_file(std::string name) : name_(std::move(name)), file_(open(name_)) {
+    explicit text_file(const std::string& name) : name_(name), file_(name) {
         buffer_.reserve(capacity);
     }
 
@@ -47,40 +46,24 @@ public:
 
     void close() {
         flush();
-        std::FILE* const file = file_.release();
-        if (std::fclose(file) != 0 && error_ == 0) error_ = errno;
-        if (error_ != 0)
+        if (const int error = file_.finish(); error != 0)
             throw usage_error(fmt::format("{}: cannot be written ({}); free some space or name "
                                           "another place",
-                                          name_, std::strerror(error_)));
+                                          name_, std::strerror(error)),
+                              error_place{{}, name_, 0, {}});
     }
 
 private:
     static constexpr std::size_t capacity = std::size_t{1} << 20;
 
-    static std::FILE* open(const std::string& name) {
-        std::FILE* const file = std::fopen(name.c_str(), "wb");
-        if (!file)
-            throw usage_error(
-                fmt::format("{}: cannot be created ({}); name a prefix in a directory "
-                            "that can be written to",
-                            name, std::strerror(errno)));
-        return file;
-    }
     void flush() {
-        if (error_ == 0 &&
-            std::fwrite(buffer_.data(), 1, buffer_.size(), file_.get()) != buffer_.size())
-            error_ = errno;
+        file_.write(buffer_);
         buffer_.clear();
     }
 
-    struct closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
     std::string name_;
-    std::unique_ptr<std::FILE, closer> file_;
+    unfinished_file file_;
     std::string buffer_;
-    int error_ = 0;
 };
 
 } // namespace qmx_study

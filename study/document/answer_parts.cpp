@@ -36,6 +36,8 @@ void add_reading(json& document, const reading_account& reading) {
                          {"rows_used", reading.rows_used},
                          {"rows_without_position", reading.without_position},
                          {"rows_left_out_by_filter", reading.rows_filtered},
+                         {"rows_of_earlier_passes", reading.earlier_passes},
+                         {"rows_left_without_position", reading.left_without_position},
                          {"rows_dropped", reading.rows_dropped},
                          {"dropped", dropped},
                          {"stripped", stripped},

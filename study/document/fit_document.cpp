@@ -18,6 +18,14 @@ json document_of(const fit_answer& answer) {
     document["centre"] = answer.is_centred ? json(answer.centre) : json(nullptr);
     document["digits_lost_estimate"] = number_or_null(answer.digits_lost);
     document["centring_moves"] = number_or_null(answer.centring_moves);
+    document["terms"] = json::array();
+    for (const fit_term& term : answer.terms)
+        document["terms"].push_back({{"power", document["terms"].size()},
+                                     {"coefficient", number_or_null(term.coefficient)},
+                                     {"standard_error", number_or_null(term.standard_error)}});
+    const bool has_terms = !answer.terms.empty();
+    document["r_squared_percent"] = has_terms ? number_or_null(answer.r_squared) : json(nullptr);
+    document["standard_error"] = has_terms ? number_or_null(answer.standard_error) : json(nullptr);
     document["curve"] = nullptr;
     if (answer.has_curve()) {
         document["curve"] = {{"x", answer.x}, {"y", json::array()}};

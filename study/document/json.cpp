@@ -26,9 +26,9 @@ json text_or_null(const std::string& text) {
     return text;
 }
 
-json new_document(const std::string& command) {
+json new_document(const std::string& command, int version) {
     json document;
-    document["schema"] = "qmx-ic/" + command + "/1";
+    document["schema"] = fmt::format("qmx-ic/{}/{}", command, version);
     document["program"] = "qmx-ic " QMX_IC_VERSION;
     return document;
 }

@@ -33,7 +33,8 @@ json settings_json(const semivariogram_answer& answer) {
             {"tolerance", of_direction(answer.tolerance)},
             {"bandwidth", of_direction(answer.bandwidth)},
             {"standardised", answer.is_standardised},
-            {"value_scale", answer.value_scale}};
+            {"value_scale", answer.value_scale},
+            {"distance_scale", answer.distance_scale}};
 }
 
 json lags_json(const semivariogram_answer& answer) {
@@ -64,7 +65,8 @@ void add_model(json& document, const semivariogram_answer& answer) {
                          {"practical_range", narrow(result.practical_range)},
                          {"practical_range_on_bound", bound_json(answer.range_bound)},
                          {"sill", narrow(result.sill)},
-                         {"sill_on_bound", bound_json(answer.sill_bound)}};
+                         {"sill_on_bound", bound_json(answer.sill_bound)},
+                         {"residual_norm", number_or_null(answer.residual_norm)}};
     document["reading"] = {{"flattens", answer.flattens()},
                            {"range", number_or_null(result.reading[0])},
                            {"sill", number_or_null(result.reading[1])},

@@ -4,10 +4,40 @@
 
 namespace qmx_study {
 
+namespace {
+
+json quantiles_json(const stats_answer& answer) {
+    json quantiles = json::array();
+    for (const quantile& each : answer.quantiles)
+        quantiles.push_back({{"percent", each.percent}, {"value", number_or_null(each.value)}});
+    return quantiles;
+}
+
+// What the library reads off its classes by linear interpolation: coarser than what is counted.
+json histogram_readings(const stats_answer& answer) {
+    const t_statsout& result = answer.result;
+    json levels = json::array();
+    for (int i = 0; i < 2; ++i)
+        levels.push_back({{"percent", number_or_null(result.x_pctlevel[i])},
+                          {"value", number_or_null(result.x_pctvalue[i])}});
+    json target = nullptr;
+    if (result.i_flag_target == QMX_IC_YES)
+        target = {{"value", number_or_null(result.x_target)},
+                  {"side", answer.below         ? "at_or_below"
+                           : answer.pass_counts ? "at_least"
+                                                : "above"},
+                  {"achieved_percent", number_or_null(result.x_achieved_pct)},
+                  {"met", answer.has_histogram_target() ? json(result.i_target_met == QMX_IC_YES)
+                                                        : json(nullptr)}};
+    return {{"percent_levels", levels}, {"target", target}};
+}
+
+} // namespace
+
 json document_of(const stats_answer& answer) {
     const t_statsout& result = answer.result;
     const std::string unit = answer.value_unit();
-    json document = new_document("stats");
+    json document = new_document("stats", 2);
     add_reading(document, answer.reading);
     document["kind"] = answer.pass_counts ? "pass_counts" : "measure";
     document["cells"] = nullptr;
@@ -32,21 +62,17 @@ json document_of(const stats_answer& answer) {
                              {"percent", number_or_null(result.x_freq[i])},
                              {"cumulative_percent", number_or_null(result.x_cumfreq[i])}});
     document["histogram"] = histogram;
-    json levels = json::array();
-    for (int i = 0; i < 2; ++i)
-        levels.push_back({{"percent", number_or_null(result.x_pctlevel[i])},
-                          {"value", number_or_null(result.x_pctvalue[i])}});
-    document["percent_levels"] = levels;
+    document["quantiles"] = quantiles_json(answer);
+    document["quantile_type"] = 7;
     document["target"] = nullptr;
-    if (result.i_flag_target == QMX_IC_YES)
-        document["target"] = {{"value", number_or_null(result.x_target)},
-                              {"side", answer.below         ? "at_or_below"
-                                       : answer.pass_counts ? "at_least"
-                                                            : "above"},
-                              {"required_percent", number_or_null(result.x_target_pct)},
-                              {"achieved_percent", number_or_null(result.x_achieved_pct)},
-                              {"met", answer.has_verdict() ? json(result.i_target_met == QMX_IC_YES)
-                                                           : json(nullptr)}};
+    if (answer.target)
+        document["target"] = {{"value", number_or_null(answer.target->value)},
+                              {"side", answer.below ? "at_or_below" : "at_or_above"},
+                              {"required_percent", number_or_null(answer.target->required)},
+                              {"counted", answer.target->share.counted},
+                              {"counted_percent", number_or_null(answer.target->share.percent())},
+                              {"met", answer.target->is_met()}};
+    document["read_off_histogram"] = histogram_readings(answer);
     document["notes"] = answer.notes;
     return document;
 }

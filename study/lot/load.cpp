@@ -14,7 +14,7 @@ opened_table open_table(const reading_options& options, progress& shown) {
 
 loaded_lot read_table(opened_table table, const reading_options& options,
                       const reading_needs& needs, progress& shown) {
-    loaded_lot result{std::move(table), {}, false};
+    loaded_lot result{std::move(table), {}, false, 0, 0};
     result.data = read_lot(*result.table.source, result.table.survey, options, needs, shown);
     result.value_is_chosen = options.value.empty() && result.data.candidates.size() > 1;
     return result;
@@ -48,6 +48,8 @@ reading_account account_of(const loaded_lot& lot) {
     account.rows_dropped = lot.data.rows_dropped();
     account.rows_filtered = lot.data.rows_filtered;
     account.without_position = lot.data.without_position;
+    account.earlier_passes = lot.earlier_passes;
+    account.left_without_position = lot.left_without_position;
     account.notes = lot.data.notes;
     return account;
 }

@@ -21,6 +21,10 @@ struct loaded_lot {
     lot data;
     // The user named no value column, and several could have been taken.
     bool value_is_chosen = false;
+    // Points that an analysis of the finished layer left out: earlier passes of their cells, and those
+    // that lie in no cell.
+    std::int64_t earlier_passes = 0;
+    std::int64_t left_without_position = 0;
 
     const table_source& source() const { return *table.source; }
     std::string place(std::int64_t record) const { return source().place(record); }
@@ -55,7 +59,9 @@ struct reading_account {
     std::int64_t rows_used = 0;
     std::int64_t rows_dropped = 0;
     std::int64_t rows_filtered = 0;
-    std::int64_t without_position = 0; // of those in use
+    std::int64_t without_position = 0;      // of those in use
+    std::int64_t earlier_passes = 0;        // left out for the finished layer
+    std::int64_t left_without_position = 0; // left out with them
     std::vector<std::string> notes;
 
     bool has_positions() const { return x.found() && y.found(); }

@@ -20,7 +20,7 @@ std::string quoted(const std::string& name) {
 void write_curve(const std::string& output, const std::string& input, const std::string& x_name,
                  const std::string& y_name, const std::array<double, curve_points>& x,
                  const std::array<double, curve_points>& y) {
-    refuse_input_as_output(input, output);
+    refuse_inputs_as_output({input}, output);
     std::string text = quoted(x_name) + "," + quoted(y_name) + "\n";
     for (std::size_t i = 0; i < x.size(); ++i) text += fmt::format("{},{}\n", x[i], y[i]);
     write_output(output, text);

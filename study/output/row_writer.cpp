@@ -1,9 +1,6 @@
 #include "study/output/row_writer.hpp"
 
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include <fmt/format.h>
 
@@ -19,8 +16,7 @@ constexpr std::size_t written_at_once = std::size_t{1} << 20;
 class text_writer {
 public:
     text_writer(const std::string& path, char between)
-        : name(path), separator(between), file(std::fopen(path.c_str(), "wb"), std::fclose) {
-        if (!file) fail();
+        : name(path), separator(between), file(path) {
         buffer.reserve(written_at_once + 4096);
     }
 
@@ -48,22 +44,21 @@ public:
 
     void close() {
         flush();
-        if (std::fclose(file.release()) != 0) fail();
+        if (const int error = file.finish(); error != 0)
+            throw usage_error(fmt::format("--output {}: {}", name, std::strerror(error)),
+                              error_place{"--output", name, 0, {}});
     }
 
 private:
     std::string name;
     char separator;
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
+    unfinished_file file;
     std::string buffer;
     bool at_start = true;
 
     void flush() {
-        if (std::fwrite(buffer.data(), 1, buffer.size(), file.get()) != buffer.size()) fail();
+        file.write(buffer);
         buffer.clear();
-    }
-    [[noreturn]] void fail() const {
-        throw usage_error(fmt::format("--output {}: {}", name, std::strerror(errno)));
     }
 };
 
@@ -71,7 +66,7 @@ private:
 
 void write_rows(table_source& source, const std::vector<std::int64_t>& records,
                 const std::string& output, progress& shown) {
-    refuse_input_as_output(source.file, output);
+    refuse_inputs_as_output({source.file}, output);
     text_writer writer(output, source.is_delimited ? source.lines.separator : ',');
     const bool has_points = source.has_geometry() && !source.is_delimited;
     if (has_points) {

@@ -7,6 +7,7 @@
 
 #include "study/base/errors.hpp"
 #include "study/lot/column_choice.hpp"
+#include "study/lot/column_names.hpp"
 #include "study/lot/row_survey.hpp"
 #include "study/table/shape.hpp"
 #include "study/table/table_source.hpp"
@@ -96,7 +97,20 @@ int column_of_parts(const table_source& source) {
     return -1;
 }
 
+// Rows with a measured value or a pass count are points of a lot, which enclose no area.
+void refuse_points(const polygon_set& set, const table_source& source) {
+    for (const source_column& column : source.columns) {
+        const column_role role = meaning_of_name(column.name).role;
+        if (role == column_role::measured || role == column_role::pass_count)
+            throw usage_error(fmt::format("{}: there is no polygon in it: its rows are points with "
+                                          "{}, not the vertices of an outline",
+                                          set.file, column.name),
+                              {{}, set.file, 0, column.name});
+    }
+}
+
 void read_vertices(polygon_set& set, table_source& source) {
+    refuse_points(set, source);
     const row_survey survey = survey_rows(source, default_missing_texts(), '\0');
     reading_needs needs;
     needs.position = need::required;

@@ -19,7 +19,7 @@ TEST_F(Stats, JsonHoldsEveryNumberOfAKnownLot) {
     for (int i = 0; i < 100; ++i) text += fmt::format("{0},0,{0}\n", i);
     write("lot.csv", text);
     const auto document = run("stats lot.csv --json --target 49.5 --target-percent 50").json();
-    EXPECT_EQ(document["schema"], "qmx-ic/stats/1");
+    EXPECT_EQ(document["schema"], "qmx-ic/stats/2");
     EXPECT_EQ(document["units"]["mean"], "MPa");
     EXPECT_EQ(document["units"]["variance"], "MPa²");
     const auto& values = document["statistics"];
@@ -33,12 +33,32 @@ TEST_F(Stats, JsonHoldsEveryNumberOfAKnownLot) {
     EXPECT_EQ(document["histogram"][0]["percent"], 1);
     EXPECT_NEAR(document["histogram"][20]["cumulative_percent"], 100, 1e-4);
     EXPECT_EQ(document["target"]["met"], true);
-    EXPECT_NEAR(document["target"]["achieved_percent"], 50, 1);
+    EXPECT_EQ(document["target"]["counted"], 50);
+    EXPECT_NEAR(document["read_off_histogram"]["target"]["achieved_percent"], 50, 1);
     EXPECT_EQ(run("stats lot.csv --json --target 49.5 --target-percent 60").json()["target"]["met"],
               false);
     const auto below = run("stats lot.csv --json --below --target 9 --levels 25,75").json();
-    EXPECT_NEAR(below["target"]["achieved_percent"], 10, 1);
-    EXPECT_NEAR(below["percent_levels"][1]["value"], 74, 1);
+    EXPECT_EQ(below["target"]["counted_percent"], 10);
+    EXPECT_EQ(below["quantiles"].size(), 3);
+    EXPECT_EQ(below["quantiles"][2]["value"], 74.25);
+    EXPECT_NEAR(below["read_off_histogram"]["percent_levels"][1]["value"], 74, 1);
+}
+
+// A long tail: the histogram's twenty classes know nothing of what lies inside one of them.
+TEST_F(Stats, TheVerdictCountsTheValuesThemselves) {
+    std::string text = "x,y,CMV\n0,0,0\n";
+    for (int i = 1; i < 200; ++i) text += fmt::format("{},0,{}\n", i, 800 + i % 100);
+    write("tail.csv", text);
+    const std::string asked = "stats tail.csv --target-percent 50 --target 875 --exit-code";
+    const outcome missed = run(asked);
+    EXPECT_EQ(missed.code, 3);
+    EXPECT_TRUE(missed.says("25.00 % of the values (50 of 200) are at or above 875"));
+    EXPECT_TRUE(missed.says("NOT MET"));
+    const auto document = run(asked + " --json").json();
+    EXPECT_EQ(document["target"]["counted"], 50);
+    EXPECT_GT(document["read_off_histogram"]["target"]["achieved_percent"], 50);
+    EXPECT_EQ(run("stats tail.csv --target 875 --target-percent 25 --exit-code").code, 0);
+    expect_refused("stats", {{"tail.csv --exit-code", "--exit-code needs --target"}});
 }
 
 TEST_F(Stats, PassCountsAreExactAndTheirFailureIsTheAnalysis) {
@@ -50,8 +70,8 @@ TEST_F(Stats, PassCountsAreExactAndTheirFailureIsTheAnalysis) {
     EXPECT_EQ(document["histogram"].size(), 5);
     EXPECT_EQ(document["histogram"][4]["passes"], 4);
     EXPECT_EQ(document["histogram"][4]["percent"], 25);
-    EXPECT_EQ(document["target"]["achieved_percent"], 50); // at least 3 of 1, 2, 3, 4
-    EXPECT_TRUE(run("stats lot.csv --pass-counts --target 3").says("at least 3 passes"));
+    EXPECT_EQ(document["target"]["counted_percent"], 50); // at least 3 of 1, 2, 3, 4
+    EXPECT_TRUE(run("stats lot.csv --pass-counts --target 3").says("at or above 3 passes"));
 
     write("high.csv", text + "20,0,200\n");
     const std::string high = "high.csv --pass-counts";
@@ -60,12 +80,13 @@ TEST_F(Stats, PassCountsAreExactAndTheirFailureIsTheAnalysis) {
     write("short.csv", "x,y,CMV\n1,1,5\n2,2,6\n");
     expect_refused("stats", {{"short.csv", "Data points are less than 3. aborted.", 1}});
 
-    // All 200 classes used: the record has no room for the target, so there is no verdict.
+    // All 200 classes used: the library's record has no room for its test of the target.
     write("full.csv", text + "20,0,199\n");
     const auto full = run("stats full.csv --pass-counts --json --target 3").json();
     EXPECT_EQ(full["histogram"].size(), 200);
-    EXPECT_EQ(full["target"]["value"], 3);
-    EXPECT_EQ(full["target"]["met"], nullptr);
+    EXPECT_EQ(full["read_off_histogram"]["target"]["value"], 3);
+    EXPECT_EQ(full["read_off_histogram"]["target"]["met"], nullptr);
+    EXPECT_EQ(full["target"]["counted"], 11);
 }
 
 TEST_F(Stats, WhatTheDataDoNotDefineIsNull) {
@@ -74,8 +95,9 @@ TEST_F(Stats, WhatTheDataDoNotDefineIsNull) {
     ASSERT_EQ(equal.code, 0);
     const auto document = equal.json();
     EXPECT_EQ(document["histogram"].size(), 1);
-    EXPECT_EQ(document["percent_levels"][0]["value"], nullptr);
-    EXPECT_EQ(document["target"]["met"], nullptr);
+    EXPECT_EQ(document["read_off_histogram"]["percent_levels"][0]["value"], nullptr);
+    EXPECT_EQ(document["read_off_histogram"]["target"]["met"], nullptr);
+    EXPECT_EQ(document["target"]["met"], true); // all three are at or above 4
     EXPECT_EQ(equal.out.find("nan"), std::string::npos);
     write("huge.csv", "x,y,CMV\n1,1,5\n2,2,1e39\n3,3,5\n");
     expect_refused("stats", {{"huge.csv", "line 3, column CMV"}});
@@ -87,12 +109,15 @@ TEST_F(Stats, DataOfAllPassesAreNamedAndTheLastPassIsTaken) {
     for (int cell = 0; cell < 10; ++cell)
         for (const int pass : {1, 3, 2}) text += fmt::format("{0}.34,5,{1},{1}{0}\n", cell, pass);
     write("lot.csv", text);
-    EXPECT_TRUE(run("stats lot.csv").says("10 of 10 cells hold several records (up to 3)"));
-    EXPECT_EQ(run("stats lot.csv --all-records").out.find("several records"), std::string::npos);
-    const auto document = run("stats lot.csv --last-pass --json").json();
+    EXPECT_TRUE(run("stats lot.csv").says("10 cells, the last pass of each; 20 earlier records"));
+    EXPECT_EQ(run("stats lot.csv --all-records --json").json()["statistics"]["count"], 30);
+    const auto document = run("stats lot.csv --json").json();
     EXPECT_EQ(document["statistics"]["count"], 10);
     EXPECT_NEAR(document["statistics"]["mean"], 34.5, 1e-5);
     EXPECT_EQ(document["cells"]["earlier_records_left_out"], 20);
+    const auto& input = document["input"];
+    EXPECT_EQ(input["rows_read"].get<int>(),
+              input["rows_used"].get<int>() + input["rows_of_earlier_passes"].get<int>());
 }
 
 TEST_F(Select, CirclesAndPolygonsHoldTheirPointsByTheRules) {

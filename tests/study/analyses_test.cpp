@@ -1,12 +1,17 @@
 // Parts of the analyses: proposed lags, estimated pairs, mesh, bins, the line's chance.
 #include "study/analyses/lag_proposal.hpp"
+#include "study/analyses/least_squares.hpp"
 #include "study/analyses/line_statistics.hpp"
 #include "study/analyses/mesh.hpp"
 #include "study/analyses/pair_estimate.hpp"
 #include "study/analyses/pass_bins.hpp"
+#include "study/analyses/quantiles.hpp"
+#include "study/analyses/scattered_lattice.hpp"
 
 #include <cmath>
 #include <random>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include <boost/math/distributions/students_t.hpp>
@@ -144,6 +149,77 @@ TEST(PassBins, CountsGoToTheFirstBinThatHoldsThem) {
     EXPECT_EQ(counts.outside.begin()->first, INT32_MIN);
     EXPECT_TRUE(have_overlap(bins));
     EXPECT_FALSE(have_overlap(read_pass_bins("5-,1-2,3-4")));
+}
+
+// Values by another package (NumPy, method "linear").
+TEST(Quantiles, AreThoseOfTypeSeven) {
+    const std::vector<double> values = {3, 1, 4, 1, 5, 9, 2, 6, 5, 3.5};
+    const std::pair<double, double> wanted[] = {{0, 1},        {10, 1},       {25, 2.25},
+                                                {33.3, 2.997}, {50, 3.75},    {75, 5},
+                                                {90, 6.3},     {99.9, 8.973}, {100, 9}};
+    for (const auto& [percent, value] : wanted)
+        EXPECT_NEAR(qmx_study::quantiles_of(values, {percent})[0].value, value, 1e-14) << percent;
+    EXPECT_TRUE(std::isnan(qmx_study::quantiles_of({}, {50})[0].value));
+    EXPECT_EQ(qmx_study::quantiles_of({7}, {90})[0].value, 7);
+    EXPECT_EQ(qmx_study::share_at(values, 5, false).counted, 4);
+    EXPECT_EQ(qmx_study::share_at(values, 1, true).percent(), 20);
+}
+
+// A cubic through seven pairs, in exact fractions.
+TEST(LeastSquares, CoefficientsAndTheirErrorsAreExact) {
+    const std::vector<double> x = {0, 1, 2, 4, 7, 8, 11}, y = {3, 1, 4, 1, 5, 9, 2};
+    const auto found = qmx_study::polynomial_least_squares(x, y, 3);
+    ASSERT_TRUE(found);
+    const double coefficients[] = {3.4077850403944128, -2.305636976142409, 0.7252544817821166,
+                                   -0.04767966707591906};
+    const double errors[] = {2.1614885375686663, 2.0885094485485896, 0.45445934946239397,
+                             0.026470304814307927};
+    for (std::size_t k = 0; k < 4; ++k) {
+        EXPECT_NEAR(found->coefficients[k], coefficients[k], 1e-13) << k;
+        EXPECT_NEAR(found->standard_errors[k], errors[k], 1e-13) << k;
+    }
+    EXPECT_NEAR(found->r_squared, 63.630077045326, 1e-11);
+    EXPECT_NEAR(found->standard_error, 2.405109072554974, 1e-13);
+    // Through as many pairs as terms the curve is exact and there is nothing to tell an error from.
+    const auto exact = qmx_study::polynomial_least_squares({1, 2, 3}, {1, 4, 9}, 2);
+    ASSERT_TRUE(exact);
+    EXPECT_NEAR(exact->coefficients[2], 1, 1e-13);
+    EXPECT_TRUE(std::isnan(exact->standard_errors[2]));
+    EXPECT_FALSE(qmx_study::polynomial_least_squares({1, 1, 2}, {1, 2, 3}, 2));
+    EXPECT_FALSE(qmx_study::polynomial_least_squares({1, 2}, {1, 2}, 2));
+}
+
+TEST(ScatteredLattice, CellsAreFoundWherePositionsScatterAboutThem) {
+    std::mt19937 random(3);
+    const auto scattered = [&](double spacing, double scatter, int columns, int rows) {
+        std::normal_distribution<double> off(0, scatter);
+        std::vector<t_icdata> points;
+        for (int i = 0; i < columns; ++i)
+            for (int j = 0; j < rows; ++j)
+                points.push_back({432000 + spacing * i + off(random),
+                                  4862000 + spacing * j + off(random), 1, 0, 0});
+        return points;
+    };
+    for (const double spacing : {0.3, 0.34, 0.3048, 1.0}) {
+        SCOPED_TRACE(spacing);
+        auto points = scattered(spacing, 0.02, 900, 20);
+        const auto found = qmx_study::scattered_lattice_of(points, std::nullopt);
+        ASSERT_TRUE(found);
+        EXPECT_NEAR(found->mesh.x, spacing, 1e-4);
+        EXPECT_NEAR(found->mesh.y, spacing, 2e-3); // over twenty rows only
+        EXPECT_NEAR(found->scatter, 0.02 * std::sqrt(2), 0.002);
+        qmx_study::snap(points, *found);
+        std::set<std::pair<double, double>> nodes;
+        for (const t_icdata& point : points) nodes.insert({point.d_x, point.d_y});
+        EXPECT_EQ(nodes.size(), points.size());
+    }
+    // Too much scatter, or none but chance: no lattice.
+    EXPECT_FALSE(qmx_study::scattered_lattice_of(scattered(0.34, 0.12, 300, 20), std::nullopt));
+    EXPECT_FALSE(qmx_study::scattered_lattice_of(scattered(0.34, 5, 300, 20), std::nullopt));
+    EXPECT_FALSE(qmx_study::scattered_lattice_of({}, std::nullopt));
+    const auto named = scattered(0.34, 0.02, 300, 20);
+    EXPECT_TRUE(qmx_study::scattered_lattice_of(named, qmx_study::mesh_size{0.34, 0.34}));
+    EXPECT_FALSE(qmx_study::scattered_lattice_of(named, qmx_study::mesh_size{0.5, 0.5}));
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "study/base/errors.hpp"
+
 namespace qmx_terminal {
 
 // Exit codes of the program.
@@ -16,6 +18,11 @@ enum exit_code : int { done = 0, analysis_failed = 1, wrong_usage = 2, target_mi
 // The analysis is done and printed, but its target is missed, and the user asked for that as the exit
 // code: 3.
 struct target_not_met {};
+
+// The analysis failed, and its answer, which says so, is printed.
+struct printed_failure : qmx_study::analysis_error {
+    using analysis_error::analysis_error;
+};
 
 void add_columns_command(CLI::App& program);
 void add_coverage_command(CLI::App& program);

@@ -42,8 +42,8 @@ void add_fit_command(CLI::App& program) {
         program.add_subcommand("fit", "A polynomial through the pairs of two columns");
     add_reading_options(*command, options->reading);
     const std::string group = "Analysis";
-    command->get_option("--x")->description("Column of the abscissas (the first with numbers)");
-    command->get_option("--y")->description("Column of the ordinates (the second)");
+    command->get_option("--x")->description("Column of the abscissas");
+    command->get_option("--y")->description("Column of the ordinates");
     for (const char* const unused : {"--value", "--pass", "--project"})
         command->remove_option(command->get_option(unused));
     command->add_option("--degree", options->question.degree, "Degree of the polynomial, 0 to 9")

@@ -29,6 +29,7 @@ struct generate_options {
     std::string prefix = "lot";
     std::optional<double> points, lattice, azimuth;
     std::vector<double> origin;
+    bool force = false;
     bool as_json = false;
 };
 
@@ -79,6 +80,17 @@ void make_folder(const std::string& prefix_text) {
                                       prefix.parent_path().string(), problem.message()));
 }
 
+void refuse_overwriting(const file_names& names) {
+    for (const std::string& name : {names.records, names.spots, names.alignment, names.truth}) {
+        std::error_code unknown;
+        if (std::filesystem::exists(name, unknown))
+            throw usage_error(fmt::format("{}: is there already; --force writes over it, another "
+                                          "prefix leaves it",
+                                          name),
+                              error_place{"--force", name, 0, {}});
+    }
+}
+
 struct written_lot {
     std::int64_t rows = 0, sound_rows = 0;
     json truth;
@@ -112,8 +124,9 @@ void print_summary(const written_lot& lot, const lot_settings& settings, const f
 
 void run(const generate_options& options) {
     const lot_settings settings = settings_of(options);
-    make_folder(options.prefix);
     const file_names names(options.prefix);
+    if (!options.force) refuse_overwriting(names);
+    make_folder(options.prefix);
     const written_lot lot = write_lot(settings, names);
     text_file truth_file(names.truth);
     truth_file.text(lot.truth.dump(2)).text("\n");
@@ -235,6 +248,7 @@ void add_generate_command(CLI::App& program) {
             return std::string(text.starts_with('-') ? "give a whole number from 0 on" : "");
         })
         ->capture_default_str();
+    command->add_flag("--force", options->force, "Write over files that are there");
     command->add_flag("--json", options->as_json, "Print the truth file instead of a summary");
 
     add_strip_options(*command, *options);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "options/commands.hpp"
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
 #include "study/lot/column_names.hpp"
@@ -78,8 +79,8 @@ void add_json_option(CLI::App& command, bool& as_json) {
 void end_failed(const analysis_failure& failure) {
     if (!failure.has_failed()) return;
     const std::string explanation = wrapped(failure.explanation, 2);
-    if (!failure.event) throw analysis_error(explanation);
-    throw analysis_error(failure.event->text() + "\n  " + explanation);
+    if (!failure.event) throw printed_failure(explanation);
+    throw printed_failure(failure.event->text() + "\n  " + explanation);
 }
 
 } // namespace qmx_terminal

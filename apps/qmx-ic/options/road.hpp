@@ -16,7 +16,7 @@ namespace qmx_terminal {
 void add_reading_options(CLI::App& command, qmx_study::reading_options& options);
 void add_json_option(CLI::App& command, bool& as_json);
 
-// Throws analysis_error where the analysis failed, though its other results are printed.
+// Throws printed_failure where the analysis failed, though its other results are printed.
 void end_failed(const qmx_study::analysis_failure& failure);
 
 // Prints an answer as a document or as text, and ends as the analysis did.

@@ -10,6 +10,7 @@
 #include "options/road.hpp"
 #include "study/analyses/wrong_option.hpp"
 #include "study/base/number_text.hpp"
+#include "study/base/output_file.hpp"
 #include "study/document/select_document.hpp"
 #include "study/output/row_writer.hpp"
 #include "text/progress_line.hpp"
@@ -64,6 +65,7 @@ select_question question_of(const select_options& options) {
 
 void run(const select_options& options) {
     const select_question question = question_of(options);
+    refuse_inputs_as_output({options.reading.file, options.polygons}, options.output);
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(question, options.reading), shown);
     select_answer answer = analyse(question, lot);

@@ -36,7 +36,7 @@ void run(const semivariogram_options& options) {
     check(options.question);
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(options.question), shown);
-    refuse_input_as_output(options.reading.file, options.output);
+    refuse_inputs_as_output({options.reading.file}, options.output);
     semivariogram_answer answer = analyse(options.question, lot, shown, tell);
     answer.output = options.output;
     if (!answer.output.empty()) write_semivariogram(answer.output, answer);
@@ -85,21 +85,21 @@ void add_semivariogram_command(CLI::App& program) {
         ->group(analysis);
     command
         ->add_option("--value-scale", options->question.value_scale,
-                     "Multiply the values for the analysis and scale the results back; frees a "
-                     "practical range that stands on its bound")
-        ->default_str("1")
+                     "Multiply the values by this for the analysis and scale the results back; "
+                     "otherwise a factor that keeps the model off the bounds of the fit")
         ->group(analysis);
     command
         ->add_flag("--count-pairs", options->question.count_pairs,
                    "Count the pairs of each lag also where that takes seconds")
         ->group(analysis);
-    CLI::Option* const last = command
-                                  ->add_flag("--last-pass", options->question.last_pass,
-                                             "Only the last pass of each cell")
-                                  ->group(analysis);
+    CLI::Option* const last =
+        command
+            ->add_flag("--last-pass", options->question.last_pass,
+                       "The last pass of each cell, also where few cells have several records")
+            ->group(analysis);
     command
         ->add_flag("--all-records", options->question.all_records,
-                   "All records of a cell are meant, though there are several")
+                   "All records of each cell; otherwise data of all passes give their last pass")
         ->excludes(last)
         ->group(analysis);
     command

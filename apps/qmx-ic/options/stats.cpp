@@ -4,6 +4,7 @@
 
 #include "options/commands.hpp"
 #include "options/road.hpp"
+#include "study/analyses/wrong_option.hpp"
 #include "study/document/stats_document.hpp"
 #include "text/progress_line.hpp"
 #include "text/stats_text.hpp"
@@ -17,14 +18,19 @@ namespace {
 struct stats_options {
     reading_options reading;
     stats_question question;
+    bool exit_code = false;
     bool as_json = false;
 };
 
 void run(const stats_options& options) {
     check(options.question);
+    if (options.exit_code && !options.question.target)
+        throw wrong_option("--exit-code", " needs --target");
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(options.question), shown);
-    show(analyse(options.question, lot), options.as_json, stats_text);
+    const stats_answer answer = analyse(options.question, lot);
+    show(answer, options.as_json, stats_text);
+    if (options.exit_code && !answer.target->is_met()) throw target_not_met();
 }
 
 } // namespace
@@ -45,7 +51,7 @@ void add_stats_command(CLI::App& program) {
         ->group(group);
     command
         ->add_option("--target-percent", options->question.target_percent,
-                     "Percentage of the values that must lie above the target")
+                     "Percentage of the values that must be at or above the target")
         ->default_str("90")
         ->group(group);
     command
@@ -54,20 +60,25 @@ void add_stats_command(CLI::App& program) {
         ->group(group);
     command
         ->add_option("--levels", options->question.levels,
-                     "Two percent levels to be read back as values")
+                     "Two percentages whose quantiles are shown")
         ->expected(2)
         ->delimiter(',')
         ->capture_default_str()
         ->group(group);
-    CLI::Option* const last = command
-                                  ->add_flag("--last-pass", options->question.last_pass,
-                                             "Only the last pass of each cell")
-                                  ->group(group);
+    CLI::Option* const last =
+        command
+            ->add_flag("--last-pass", options->question.last_pass,
+                       "The last pass of each cell, also where few cells have several records")
+            ->group(group);
     command
         ->add_flag("--all-records", options->question.all_records,
-                   "All records of a cell are meant, though there are several")
+                   "All records of each cell; otherwise data of all passes give their last pass")
         ->excludes(last)
         ->group(group);
+    command
+        ->add_flag("--exit-code", options->exit_code,
+                   "End with 3 when the target is missed, by the counted share")
+        ->group("Output");
     add_json_option(*command, options->as_json);
     command->callback([options] { run(*options); });
 }

@@ -38,6 +38,10 @@ std::string rows_text(const reading_account& reading) {
         rows += fmt::format(", {} dropped", count_text(reading.rows_dropped));
     if (reading.rows_filtered > 0)
         rows += fmt::format(", {} left out by --where", count_text(reading.rows_filtered));
+    if (reading.earlier_passes > 0)
+        rows += fmt::format(", {} earlier passes left out", count_text(reading.earlier_passes));
+    if (reading.left_without_position > 0)
+        rows += fmt::format(", {} without a position", count_text(reading.left_without_position));
     if (reading.without_position > 0)
         rows += fmt::format(" ({} of the used without a position)",
                             count_text(reading.without_position));

@@ -1,5 +1,7 @@
 #include "text/coverage_text.hpp"
 
+#include <cmath>
+
 #include <fmt/format.h>
 
 #include "text/answer_parts.hpp"
@@ -20,10 +22,10 @@ int decimals_of(double largest) {
 }
 
 std::string area_text(double area, int decimals) {
-    const std::string text = fmt::format("{:.{}f}", area, decimals);
+    const std::string text = fmt::format("{:.{}f}", std::fabs(area), decimals);
     const std::size_t point = text.find('.');
     const std::string fraction = point == std::string::npos ? "" : text.substr(point);
-    return count_text(std::stoll(text.substr(0, point))) + fraction;
+    return (area < 0 ? "-" : "") + count_text(std::stoll(text.substr(0, point))) + fraction;
 }
 
 std::string describe(const areas_account& areas) {
@@ -58,7 +60,9 @@ std::string cells_text(const coverage_answer& answer) {
 
 std::string mesh_text(const coverage_answer& answer) {
     return with_unit(fmt::format("{} × {}", answer.mesh.x, answer.mesh.y), answer.reading.x.unit) +
-           (answer.mesh_is_derived ? "  the spacing of the positions" : "  named by --mesh");
+           (!answer.mesh_is_derived ? "  named by --mesh"
+            : answer.scatter        ? "  the spacing of the cells that the positions scatter about"
+                                    : "  the spacing of the positions");
 }
 
 // "13 with 0, 2 with 7 passes": pass counts that no bin holds.
@@ -76,24 +80,30 @@ std::string outside_text(const pass_tally& outside) {
 std::string bins_text(const coverage_answer& answer) {
     const int area_decimals = decimals_of(answer.covered_area);
     const int percent_decimals = answer.coverage < 1 ? 4 : 2;
-    text_table table("lrrrl");
-    const auto row = [&](const std::string& name, std::int64_t points, double area, double percent,
-                         const std::string& drawn) {
-        table.add({name, count_text(points), area_text(area, area_decimals),
+    const bool is_converted = answer.square_metres > 0 && answer.square_metres != 1;
+    text_table table("lrrrrl");
+    const auto row = [&](const std::string& name, const std::string& points, double area,
+                         double percent, const std::string& drawn) {
+        const double metres = area * answer.square_metres;
+        table.add({name, points, area_text(area, area_decimals),
+                   is_converted ? area_text(metres, decimals_of(answer.covered_area)) : "",
                    fmt::format("{:.{}f}", percent, percent_decimals), drawn});
     };
-    table.add({"passes", "points", with_unit("area", answer.area_unit), "% of area", ""});
+    table.add({"passes", "points", with_unit("area", answer.area_unit),
+               is_converted ? "area m²" : "", "% of area", ""});
     table.add_rule();
     for (std::size_t i = 0; i < answer.bins.size(); ++i) {
         const t_binresult& result = answer.results[i];
-        row(bin_name(answer.bins[i]), answer.counts.in_bin[i],
+        row(bin_name(answer.bins[i]), count_text(answer.counts.in_bin[i]),
             static_cast<double>(result.x_compacted_area), static_cast<double>(result.x_coverage),
             bar(static_cast<double>(result.x_coverage) / 100, widest_bar));
     }
     table.add_rule();
-    row("all bins", answer.counts.total_in_bins(), answer.covered_area, answer.coverage, "");
+    row("all bins", count_text(answer.counts.total_in_bins()), answer.covered_area, answer.coverage,
+        "");
+    row("not covered", "", answer.not_covered, 100 - answer.coverage, "");
     if (answer.counts.total_outside() > 0)
-        table.add({"no bin", count_text(answer.counts.total_outside()), "", "",
+        table.add({"no bin", count_text(answer.counts.total_outside()), "", "", "",
                    outside_text(answer.counts.outside)});
     return table.text();
 }
@@ -102,7 +112,9 @@ std::string target_sentence(const coverage_answer& answer) {
     const coverage_target& target = answer.target;
     return fmt::format("{} % of the area has {} or more passes; {} % are required: {}",
                        number_text(target.achieved), target.passes, number_text(target.required),
-                       target.is_met() ? "MET" : "NOT MET");
+                       !answer.has_verdict() ? "NO VERDICT"
+                       : target.is_met()     ? "MET"
+                                             : "NOT MET");
 }
 
 } // namespace

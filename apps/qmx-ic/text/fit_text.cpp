@@ -1,5 +1,7 @@
 #include "text/fit_text.hpp"
 
+#include <cmath>
+
 #include <fmt/format.h>
 
 #include "text/answer_parts.hpp"
@@ -35,6 +37,30 @@ std::string curve_part(const fit_answer& answer) {
                               answer.output));
 }
 
+// The coefficients by least squares in 64 bits.
+std::string terms_text(const fit_answer& answer) {
+    if (answer.terms.empty()) return {};
+    const std::string variable =
+        answer.is_centred ? fmt::format("({} - {})", answer.reading.x.name, answer.centre)
+                          : answer.reading.x.name;
+    text_table table("lrr");
+    table.add({"term", "coefficient", "standard error"});
+    table.add_rule();
+    for (std::size_t k = 0; k < answer.terms.size(); ++k)
+        table.add({k == 0   ? "1"
+                   : k == 1 ? variable
+                            : fmt::format("{}^{}", variable, k),
+                   fmt::format("{:.9g}", answer.terms[k].coefficient),
+                   number_text(answer.terms[k].standard_error)});
+    text_table quality("ll");
+    quality.add(
+        {"R²", std::isnan(answer.r_squared) ? "-" : fmt::format("{:.4f} %", answer.r_squared)});
+    quality.add({"Standard error", number_text(answer.standard_error) +
+                                       unit_suffix(answer.reading.y.unit) +
+                                       " of an ordinate about the curve"});
+    return "\nCoefficients (least squares of the pairs)\n" + table.text() + "\n" + quality.text();
+}
+
 } // namespace
 
 std::string fit_text(const fit_answer& answer) {
@@ -55,7 +81,8 @@ std::string fit_text(const fit_answer& answer) {
     return reading_text(pair, head_of_positions::as_pair) +
            fmt::format("\nPolynomial of degree {}: {} against {}\n", answer.degree,
                        named_with_unit(pair.y), named_with_unit(pair.x)) +
-           about.text() + (answer.has_curve() ? curve_part(answer) : "") + notes_text(answer.notes);
+           about.text() + terms_text(answer) + (answer.has_curve() ? curve_part(answer) : "") +
+           notes_text(answer.notes);
 }
 
 } // namespace qmx_terminal

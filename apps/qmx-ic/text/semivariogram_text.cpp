@@ -75,8 +75,8 @@ std::string lags_table(const semivariogram_answer& answer) {
 
 const char* bound_text(model_bound bound) {
     switch (bound) {
-    case model_bound::lower: return "on its lower bound";
-    case model_bound::upper: return "on its upper bound";
+    case model_bound::lower: return "ON ITS LOWER BOUND: no result";
+    case model_bound::upper: return "ON ITS UPPER BOUND: no result";
     case model_bound::none: break;
     }
     return "";
@@ -93,6 +93,7 @@ std::string model_text(const semivariogram_answer& answer) {
     model.add({"Practical range", number_text(result.practical_range), length,
                bound_text(answer.range_bound)});
     model.add({"Sill", number_text(result.sill), squared, bound_text(answer.sill_bound)});
+    model.add({"Residual norm", number_text(answer.residual_norm), squared, "over the lags"});
     text += model.text();
     text += answer.flattens()
                 ? "Read off the model's curve, where it flattens (5° in the unit square)\n"

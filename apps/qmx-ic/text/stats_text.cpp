@@ -32,17 +32,29 @@ constexpr named_statistic names[] = {{"mean", "Mean"},
                                      {"range", "Range"}};
 constexpr int coefficient_of_variation = 8;
 
-std::string target_sentence(const stats_answer& answer) {
-    const t_statsout& result = answer.result;
-    const char* const side = answer.below         ? "at or below"
-                             : answer.pass_counts ? "at least"
-                                                  : "above";
-    return fmt::format(
-        "{} % of the values are {} {}{}; {} % are required: {}{}",
-        number_text(result.x_achieved_pct), side, number_text(result.x_target),
-        answer.pass_counts ? " passes" : unit_suffix(answer.reading.value.unit),
-        number_text(result.x_target_pct), result.i_target_met == QMX_IC_YES ? "MET" : "NOT MET",
-        answer.pass_counts ? "" : "\n  (read off the histogram by linear interpolation)");
+std::string target_text(const stats_answer& answer) {
+    const counted_target& target = *answer.target;
+    const std::string unit =
+        answer.pass_counts ? " passes" : unit_suffix(answer.reading.value.unit);
+    std::string text = fmt::format(
+        "\nTarget\n  {:.2f} % of the values ({} of {}) are at or {} {}{}; {} % are required: {}\n",
+        target.share.percent(), count_text(target.share.counted), count_text(target.share.of),
+        answer.below ? "below" : "above", number_text(target.value), unit,
+        number_text(target.required), target.is_met() ? "MET" : "NOT MET");
+    if (answer.has_histogram_target())
+        text += fmt::format("  (the library reads {} % off its {}, which is no count)\n",
+                            number_text(answer.result.x_achieved_pct),
+                            answer.pass_counts ? "classes" : "histogram by linear interpolation");
+    return text;
+}
+
+std::string quantiles_text(const stats_answer& answer) {
+    text_table table("lrl");
+    for (const quantile& each : answer.quantiles)
+        table.add({each.percent == 50 ? std::string("Median")
+                                      : fmt::format("{} %", number_text(each.percent)),
+                   number_text(each.value), answer.value_unit()});
+    return "\nQuantiles (of the ordered values, type 7)\n" + table.text();
 }
 
 std::string statistics_text(const stats_answer& answer) {
@@ -70,7 +82,8 @@ std::string statistics_text(const stats_answer& answer) {
     limits("95 % limits of the variance", 12, 2);
     if (!answer.is_constant())
         for (int i = 0; i < 2; ++i)
-            table.add({fmt::format("{} % level", number_text(answer.result.x_pctlevel[i])),
+            table.add({fmt::format("{} % level, off the histogram",
+                                   number_text(answer.result.x_pctlevel[i])),
                        number_text(answer.result.x_pctvalue[i]), unit});
     return table.text();
 }
@@ -102,9 +115,9 @@ std::string stats_text(const stats_answer& answer) {
             fmt::format("Cells     {} cells, the last pass of each; {} earlier records left out\n",
                         count_text(answer.cells.cells), count_text(answer.earlier_passes));
     text += fmt::format("\nStatistics of {}\n", named_with_unit(answer.reading.value));
-    text += statistics_text(answer);
+    text += statistics_text(answer) + quantiles_text(answer);
     text += "\nHistogram\n" + histogram_text(answer);
-    if (answer.has_verdict()) text += "\nTarget\n  " + target_sentence(answer) + "\n";
+    if (answer.target) text += target_text(answer);
     return text + notes_text(answer.notes);
 }
 

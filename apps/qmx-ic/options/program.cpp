@@ -1,0 +1,106 @@
+#include "options/program.hpp"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "options/commands.hpp"
+
+namespace qmx_terminal {
+
+namespace {
+
+// Letters to change, add, drop or exchange with their neighbour until one name is the other.
+std::size_t distance(std::string_view a, std::string_view b) {
+    std::vector<std::vector<std::size_t>> steps(a.size() + 1,
+                                                std::vector<std::size_t>(b.size() + 1));
+    for (std::size_t i = 0; i <= a.size(); ++i)
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                steps[i][j] = i + j;
+                continue;
+            }
+            const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
+            steps[i][j] =
+                std::min({steps[i - 1][j] + 1, steps[i][j - 1] + 1, steps[i - 1][j - 1] + change});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                steps[i][j] = std::min(steps[i][j], steps[i - 2][j - 2] + 1);
+        }
+    return steps[a.size()][b.size()];
+}
+
+std::string nearest(std::string_view name, const std::vector<std::string>& known) {
+    std::string best;
+    std::size_t least = std::max<std::size_t>(1, name.size() / 3) + 1;
+    for (const std::string& each : known) {
+        const bool begins = name.size() >= 3 && each.starts_with(name);
+        const std::size_t steps = begins ? 1 : distance(name, each);
+        if (steps >= least) continue;
+        least = steps;
+        best = each;
+    }
+    return best;
+}
+
+std::vector<std::string> commands_of(const CLI::App& program) {
+    std::vector<std::string> names;
+    for (const CLI::App* const command : program.get_subcommands({}))
+        names.push_back(command->get_name());
+    return names;
+}
+
+std::vector<std::string> options_of(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : command.get_options())
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+} // namespace
+
+void set_up(CLI::App& program) {
+    program.footer("Exit codes: 0 done, 1 the analysis failed, 2 wrong usage or unreadable input,\n"
+                   "3 the target is missed (where --exit-code asks for it).\n"
+                   "qmx-ic COMMAND --help tells the options of a command.");
+    add_columns_command(program);
+    add_stats_command(program);
+    add_select_command(program);
+    add_coverage_command(program);
+    add_semivariogram_command(program);
+    add_curve_command(program);
+    add_spots_command(program);
+    add_fit_command(program);
+    add_generate_command(program);
+}
+
+std::string command_of(const CLI::App& program, int argc, const char* const* argv) {
+    const std::vector<std::string> commands = commands_of(program);
+    for (int i = 1; i < argc; ++i)
+        if (std::find(commands.begin(), commands.end(), argv[i]) != commands.end()) return argv[i];
+    return {};
+}
+
+std::string suggestion_for(const CLI::App& program, int argc, const char* const* argv) {
+    const std::string command = command_of(program, argc, argv);
+    if (command.empty()) {
+        const std::string_view first = argc > 1 ? argv[1] : "";
+        if (first.empty() || first.starts_with('-')) return {};
+        const std::string meant = nearest(first, commands_of(program));
+        return meant.empty() ? "" : fmt::format(" did you mean {}?", meant);
+    }
+    const std::vector<std::string> options = options_of(*program.get_subcommand(command));
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view given =
+            std::string_view(argv[i]).substr(0, std::string_view(argv[i]).find('='));
+        if (!given.starts_with("--") ||
+            std::find(options.begin(), options.end(), given) != options.end())
+            continue;
+        const std::string meant = nearest(given, options);
+        if (!meant.empty()) return fmt::format(" did you mean {}?", meant);
+    }
+    return {};
+}
+
+} // namespace qmx_terminal
