@@ -54,7 +54,7 @@ STUDY = {
     "study/shapes": STUDY_LOT,
     "study/generate": {"study/base"},
     "study/analyses": STUDY_LOT | {"study/shapes"},
-    "study/document": STUDY_LOT | {"study/shapes", "study/analyses"},
+    "study/document": STUDY_LOT | {"study/shapes", "study/analyses", "study/generate"},
     "study/output": STUDY_LOT | {"study/shapes", "study/analyses"},
 }
 # The terminal takes options and prints; it opens no room of the library.
