@@ -15,8 +15,8 @@ inline constexpr i64 model_curve_points = 100;
 //   3  polynomial of degree 2, by polycurvfit
 //
 // Models 1 and 2 are least squares by BCNLS with 1 <= X(1), 0.05 <= X(2) and both at most the
-// greatest semivariance g, in whatever unit. Where that leaves no room the upper bound holds: with g
-// below 1, X(1) stays at g; with g below 0.05, X(2) stays at g too.
+// greatest semivariance, in whatever unit. Where that leaves no room both parameters stay at the
+// greatest semivariance.
 //
 //   s_coef        [2] X; the first two coefficients of model 3
 //   s_xcurve      [100] abscissas k * step + least distance, k = 0 .. 99, where step is a hundredth
