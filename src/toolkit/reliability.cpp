@@ -5,7 +5,6 @@
 #include "events/event.hpp"
 #include "numeric/bounded/bounded_fit.hpp"
 #include "numeric/distributions/distributions.hpp"
-#include "numeric/errors/machine.hpp"
 #include "toolkit/outcome.hpp"
 
 #include <algorithm>
@@ -95,7 +94,8 @@ void fit_curve(const curve_parameters& lower, const curve_parameters& upper,
     const numeric::bounded_problem<f64> problem = {
         camfunc, camjacob, count,        parameter_count, 0,           nullptr, 1, nullptr,
         nullptr, nullptr,  lower.data(), upper.data(),    start.data()};
-    const f64 difference = std::sqrt(numeric::DMACH(4)), tolerance = std::min(difference, 1e-5);
+    const f64 difference = std::sqrt(std::numeric_limits<f64>::epsilon()),
+              tolerance = std::min(difference, 1e-5);
     i32 integers[] = {1, 2000, 0, 5, 0, 0};
     f64 reals[] = {tolerance, tolerance, tolerance, 1e-5, 1e-5, difference, 30.0};
     f64 norm = 0.0;
