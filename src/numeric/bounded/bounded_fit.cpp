@@ -16,12 +16,12 @@ namespace {
 // ---- Settings ----------------------------------------------------------------------------------
 
 constexpr i32 integer_options[integer_settings] = {
-    0, option_iterations, option_linear_only, option_far_steps, option_evaluate_only, 0};
+    0, option_iterations, option_linear_only, option_boundary_steps, option_evaluate_only, 0};
 constexpr i32 real_options[real_settings] = {option_gradient, option_step,       option_change,
                                              option_noise,    option_acceptance, option_difference,
                                              option_region};
 
-// Those that differ from the defaults.
+// The settings that differ from the defaults.
 using option_list = std::array<solver_option, integer_settings + real_settings + 1>;
 
 template <class Real> option_list options_of(const i32* IPARAM, const Real* RPARAM) {
@@ -68,6 +68,17 @@ template <class Real> bool refuse_sizes(const bounded_problem<Real>& problem) {
     return false;
 }
 
+template <class Real> bool refuse_types(const bounded_problem<Real>& problem) {
+    for (i32 i = 0; i < problem.MCON; ++i)
+        if (problem.IRTYPE[i] < 0 || problem.IRTYPE[i] > 3)
+            return refuse(5,
+                          "The value indicating the type of general linear constraint must be "
+                          "greater than or equal to zero and less than four while IRTYPE(%(i1)) = "
+                          "%(i2).",
+                          i + 1, problem.IRTYPE[i]);
+    return false;
+}
+
 void refuse_storage(i32 M, i32 N) {
     refuse(bounded_fit_storage_code,
            "The required storage cannot be allocated.  The workspace allocation is based on M and "
@@ -75,7 +86,7 @@ void refuse_storage(i32 M, i32 N) {
            M, N);
 }
 
-// What b2nls itself builds in its storage; the rest is the solver's.
+// The part of the workspace that b2nls uses itself; the solver gets the rest.
 template <class Real> struct limit_storage {
     limit_storage(storage_plan& plan, i64 n, i64 constraints)
         : lower(plan.take<Real>(n + constraints)), upper(plan.take<Real>(n + constraints)),
@@ -91,7 +102,27 @@ template <class Real> i64 limit_bytes(i64 n, i64 constraints) {
     return plan.bytes();
 }
 
-// ---- The stop code ---------------------------------------------------------------------------------
+// Indicators and limits of the parameters and, after them, of the constraints.
+template <class Real>
+void fill_limits(const bounded_problem<Real>& problem, const limit_storage<Real>& limits) {
+    constexpr Real none = static_cast<Real>(1.0e30);
+    constexpr i32 row_indicators[] = {3, 2, 1, 3};
+    for (i64 j = 0; j < problem.N; ++j) {
+        const bool has_lower = problem.XLB[j] != none;
+        const bool has_upper = problem.XUB[j] != -none;
+        limits.indicators[j] = has_lower ? (has_upper ? 3 : 1) : (has_upper ? 2 : 4);
+        limits.lower[j] = problem.XLB[j];
+        limits.upper[j] = problem.XUB[j];
+    }
+    for (i64 i = 0; i < problem.MCON; ++i) {
+        const i64 at = problem.N + i;
+        limits.indicators[at] = row_indicators[problem.IRTYPE[i]];
+        limits.lower[at] = problem.BL[i];
+        limits.upper[at] = problem.BU[i];
+    }
+}
+
+// ---- The stop code ------------------------------------------------------------------------------
 
 void report_stop(i32 stop, i32 evaluate_only, i32& ISTAT) {
     switch (stop) {
@@ -126,7 +157,7 @@ void report_stop(i32 stop, i32 evaluate_only, i32& ISTAT) {
     }
 }
 
-// ---- Array front ends -------------------------------------------------------------------------------
+// ---- Array front ends ---------------------------------------------------------------------------
 
 template <class T> void gather(const array_view<const T>& view, i64 count, T* to) {
     for (i64 i = 0; i < count; ++i) to[i] = view(i + 1);
@@ -160,8 +191,8 @@ i32 size_of(const i32* given, i64 extent) {
 }
 
 template <class Real>
-void front_end(std::string_view core_name, residual_routine<Real> FCN, jacobian_routine<Real> JAC,
-               i32 M, const front_end_arguments<Real>& given) {
+bounded_problem<Real> problem_of(residual_routine<Real> FCN, jacobian_routine<Real> JAC, i32 M,
+                                 const front_end_arguments<Real>& given) {
     bounded_problem<Real> problem{};
     problem.FCN = FCN;
     problem.JAC = JAC;
@@ -170,30 +201,39 @@ void front_end(std::string_view core_name, residual_routine<Real> FCN, jacobian_
     problem.MCON = size_of(given.MCON, given.C.rows);
     problem.C = given.C.first;
     problem.LDC = size_of(given.LDC, given.C.leading);
+    return problem;
+}
 
-    // Sizes that the core refuses need no arrays.
+template <class Real>
+void gather_all(const front_end_arguments<Real>& given, i64 n, i64 constraints,
+                const gathered<Real>& arrays) {
+    gather(given.BL, constraints, arrays.BL);
+    gather(given.BU, constraints, arrays.BU);
+    gather(given.IRTYPE, constraints, arrays.IRTYPE);
+    gather(given.XLB, n, arrays.XLB);
+    gather(given.XUB, n, arrays.XUB);
+    std::fill_n(arrays.start, n, Real{});
+    for (i64 j = 0; j < n; ++j) arrays.X[j] = given.X(j + 1);
+}
+
+template <class Real>
+void front_end(std::string_view core_name, bounded_problem<Real> problem,
+               const front_end_arguments<Real>& given) {
+    // Sizes that the core refuses allocate nothing.
     const i64 n = std::max(problem.N, 0), constraints = std::max(problem.MCON, 0);
     storage_plan counted;
     static_cast<void>(gathered<Real>(counted, n, constraints));
     const work_array<std::byte> block(counted.bytes());
     if (!block) {
         const numeric_frame frame(core_name);
-        refuse_storage(M, problem.N);
+        refuse_storage(problem.M, problem.N);
         return;
     }
     storage_plan plan(block.data());
     const gathered<Real> arrays(plan, n, constraints);
-    const bool is_sound =
-        M > 0 && problem.N > 0 && problem.MCON >= 0 && problem.LDC >= problem.MCON;
-    if (is_sound) {
-        gather(given.BL, constraints, arrays.BL);
-        gather(given.BU, constraints, arrays.BU);
-        gather(given.IRTYPE, constraints, arrays.IRTYPE);
-        gather(given.XLB, n, arrays.XLB);
-        gather(given.XUB, n, arrays.XUB);
-        std::fill_n(arrays.start, n, Real{});
-        for (i64 j = 0; j < n; ++j) arrays.X[j] = given.X(j + 1);
-    }
+    const bool is_valid =
+        problem.M > 0 && problem.N > 0 && problem.MCON >= 0 && problem.LDC >= problem.MCON;
+    if (is_valid) gather_all(given, n, constraints, arrays);
     problem.BL = arrays.BL;
     problem.BU = arrays.BU;
     problem.IRTYPE = arrays.IRTYPE;
@@ -201,18 +241,18 @@ void front_end(std::string_view core_name, residual_routine<Real> FCN, jacobian_
     problem.XUB = arrays.XUB;
     problem.XGUESS = given.XGUESS != nullptr ? given.XGUESS : arrays.start;
 
-    std::array<i32, integer_settings> IPARAM{}; // none of its own: the defaults
+    std::array<i32, integer_settings> IPARAM{}; // IPARAM(1) is 0: the defaults
     std::array<Real, real_settings> RPARAM{};
     Real norm = given.RNORM != nullptr ? *given.RNORM : Real{};
     i32 status = given.ISTAT != nullptr ? *given.ISTAT : 0;
     bcnls(problem, IPARAM.data(), RPARAM.data(), arrays.X, norm, status);
-    if (is_sound)
+    if (is_valid)
         for (i64 j = 0; j < n; ++j) given.X(j + 1) = arrays.X[j];
     if (given.RNORM != nullptr) *given.RNORM = norm;
     if (given.ISTAT != nullptr) *given.ISTAT = status;
 }
 
-// Names on the routine stack.
+// Names on the routine stack of the error state.
 template <class Real> struct names;
 template <> struct names<f32> {
     static constexpr std::string_view core = "bcnls ", inner = "b2nls ";
@@ -232,15 +272,7 @@ template <class Real>
 void b2nls(const bounded_problem<Real>& problem, i32* IPARAM, Real* RPARAM, Real* X, Real& RNORM,
            i32& ISTAT, std::byte* storage, i64 bytes) {
     const numeric_frame frame(names<Real>::inner);
-    if (refuse_sizes(problem)) return;
-    for (i32 i = 0; i < problem.MCON; ++i)
-        if (problem.IRTYPE[i] < 0 || problem.IRTYPE[i] > 3) {
-            refuse(5,
-                   "The value indicating the type of general linear constraint must be greater "
-                   "than or equal to zero and less than four while IRTYPE(%(i1)) = %(i2).",
-                   i + 1, problem.IRTYPE[i]);
-            return;
-        }
+    if (refuse_sizes(problem) || refuse_types(problem)) return;
     if (IPARAM[0] == 0) {
         const settings_table<Real> defaults = default_settings<Real>();
         std::copy(defaults.integers.begin(), defaults.integers.end(), IPARAM);
@@ -254,21 +286,7 @@ void b2nls(const bounded_problem<Real>& problem, i32* IPARAM, Real* RPARAM, Real
     storage_plan plan(storage);
     const limit_storage<Real> limits(plan, problem.N, problem.MCON);
 
-    constexpr Real none = static_cast<Real>(1.0e30);
-    constexpr i32 row_indicators[] = {3, 2, 1, 3};
-    for (i64 j = 0; j < problem.N; ++j) {
-        const bool has_lower = problem.XLB[j] != none;
-        const bool has_upper = problem.XUB[j] != -none;
-        limits.indicators[j] = has_lower ? (has_upper ? 3 : 1) : (has_upper ? 2 : 4);
-        limits.lower[j] = problem.XLB[j];
-        limits.upper[j] = problem.XUB[j];
-    }
-    for (i64 i = 0; i < problem.MCON; ++i) {
-        const i64 at = problem.N + i;
-        limits.indicators[at] = row_indicators[problem.IRTYPE[i]];
-        limits.lower[at] = problem.BL[i];
-        limits.upper[at] = problem.BU[i];
-    }
+    fill_limits(problem, limits);
     std::copy_n(problem.XGUESS, problem.N, X);
     const option_list options = options_of(IPARAM, RPARAM);
     const bool searches = IPARAM[5] != 1;
@@ -298,8 +316,9 @@ void BCNLS(residual_routine<f32> FCN, const i32& M, const coefficient_view<f32>&
            const array_view<const i32>& IRTYPE, const array_view<const f32>& XLB,
            const array_view<const f32>& XUB, const array_view<f32>& X, const i32* MCON,
            const i32* NVAR, const i32* LDC, const f32* XGUESS, f32* RNORM, i32* ISTAT) {
-    front_end<f32>(names<f32>::core, FCN, nullptr, M,
-                   {C, BL, BU, IRTYPE, XLB, XUB, X, MCON, NVAR, LDC, XGUESS, RNORM, ISTAT});
+    const front_end_arguments<f32> given{C,    BL,   BU,  IRTYPE, XLB,   XUB,  X,
+                                         MCON, NVAR, LDC, XGUESS, RNORM, ISTAT};
+    front_end(names<f32>::core, problem_of<f32>(FCN, nullptr, M, given), given);
 }
 
 void DBCLSJ(residual_routine<f64> FCN, jacobian_routine<f64> JAC, const i32& M,
@@ -308,8 +327,9 @@ void DBCLSJ(residual_routine<f64> FCN, jacobian_routine<f64> JAC, const i32& M,
             const array_view<const f64>& XLB, const array_view<const f64>& XUB,
             const array_view<f64>& X, const i32* MCON, const i32* NVAR, const i32* LDC,
             const f64* XGUESS, f64* RNORM, i32* ISTAT) {
-    front_end<f64>(names<f64>::core, FCN, JAC, M,
-                   {C, BL, BU, IRTYPE, XLB, XUB, X, MCON, NVAR, LDC, XGUESS, RNORM, ISTAT});
+    const front_end_arguments<f64> given{C,    BL,   BU,  IRTYPE, XLB,   XUB,  X,
+                                         MCON, NVAR, LDC, XGUESS, RNORM, ISTAT};
+    front_end(names<f64>::core, problem_of<f64>(FCN, JAC, M, given), given);
 }
 
 template i64 b2nls_storage(const bounded_problem<f32>&);

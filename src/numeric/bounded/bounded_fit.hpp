@@ -1,9 +1,9 @@
-// Nonlinear least squares with bounds on the parameters and linear constraints.
+// Nonlinear least squares with bounds on the parameters and linear constraints. The chamber's door:
+// called by the model fit of the semivariogram (BCNLS) and by the maturity fit (DBCLSJ). Below it,
+// a trust-region method with a multistart.
 //
 //   minimise  |F(X)|,  F: N parameters -> M residuals
 //   so that   XLB <= X <= XUB  and, for each row c of C,  BL <= c X <= BU
-//
-// Method: see trust_region.hpp.
 //
 //   XLB is 1e30  XUB is -1e30  bounds        IRTYPE  constraint on v = c X
 //   no           no            both          0       BL <= v <= BU
@@ -11,52 +11,53 @@
 //   yes          no            upper only    2       v >= BL
 //   yes          yes           none          3       BL <= v <= BU
 //
-// A bound or limit that is NaN does not bind; a row with a NaN in it is no constraint. Crossed
-// bounds are no error: the parameter stays at its upper bound. A row with one coefficient acts as a
-// bound of that parameter and holds exactly, but gives way to XLB and XUB; other rows hold to
-// within rounding, and exactly where moving one parameter by a few spacings can mend them.
-// Constraints that cannot all hold are missed by the least sum of squared distances.
+// A bound or limit that is NaN is ignored, and so is a row with a NaN coefficient. Crossed bounds
+// are accepted: the parameter stays at its upper bound. A row with one nonzero coefficient is a
+// bound on that parameter and holds exactly, unless XLB or XUB excludes it. Other rows hold to
+// within rounding, and exactly where moving one parameter by a few ulps achieves it. Constraints
+// that cannot all hold are violated by the least sum of squared distances.
 //
-// Settings, IPARAM and RPARAM (counted from 1); loaded with their defaults if IPARAM(1) is 0:
+// Settings, IPARAM and RPARAM (one-based); the defaults are loaded if IPARAM(1) is 0:
 //
 //   IPARAM  default  option
 //   1       1        -       settings are loaded
-//   2       75       2       ITMAX, most steps tried
-//   3       0        14      1: the linear model only
-//   4       5        15      that many steps in succession to the edge of the trust region without
-//                            gain: a solution at infinity
-//   5       0        16      1: only evaluates the residuals at the start
-//   6       0        -       1: no search across the bounds
+//   2       75       2       ITMAX, limit on the trial steps
+//   3       0        14      1: linear (Gauss-Newton) model only
+//   4       5        15      successive steps to the boundary of the trust region, with negligible
+//                            reduction, that mean a solution at infinity
+//   5       0        16      1: evaluates the residuals at the start and returns
+//   6       0        -       1: no multistart between the bounds
 //   RPARAM
-//   1       t        4       residual: this times the spacing counts as none; gradient: its square
-//                            is the relative gain in the sum of squares that is not worth a step
-//   2       t        5       relative step that ends the run
+//   1       t        4       residual norm: zero below this times the machine epsilon; gradient:
+//                            a predicted relative reduction of the sum of squares below its square
+//                            is negligible
+//   2       t        5       relative step length that ends the run
 //   3       t        6       its square is the relative change of the sum of squares that ends the
-//                            run; a step to the edge must gain this part of the sum
-//   4       1e-5     7       foretold relative gain that, when no step brings it, means noise
-//   5       1e-5     8       least part of the foretold gain for which a step is taken
+//                            run; a step to the boundary must reduce the sum by this fraction
+//   4       1e-5     7       predicted relative reduction that means noise when no step achieves it
+//   5       1e-5     8       least ratio of actual to predicted reduction of an accepted step
 //   6       e        9       relative difference step, e = sqrt(AMACH(4))
-//   7       30       10      first trust region, in units of a thirtieth of the parameters' size
+//   7       30       10      first trust-region radius, in thirtieths of the parameters' size
 //
-// with t = min(e, 1e-5). Relative gains and changes below the spacing of the arithmetic are none.
+// with t = min(e, 1e-5). Relative reductions and changes below the machine epsilon are negligible.
 //
 //   stop                                                       ISTAT  warning (type 3)
 //   -1  only the start was evaluated: IPARAM(5), or ITMAX < 1  5, 6   (6 if IPARAM(5) is 1)
-//   0   no parameter has room to move                          6
-//   1   no residual moves with a parameter                     6
-//   2   no residual is left                                    1
+//   0   every parameter is fixed by its bounds                 6
+//   1   no parameter changes a residual                        6
+//   2   the residuals are zero                                 1
 //   3   a solution at infinity                                 -      1
-//   4   no step promises a gain                                2
-//   5   no step brings the gain it promises, or a residual     -      2
-//       at the start is not finite
+//   4   the predicted reduction is negligible                  2
+//   5   noise: no step achieves the predicted reduction, or    -      2
+//       a residual at the start is not finite
 //   6   the parameters no longer change                        3
 //   7   the sum of squares no longer changes                   4
 //   8   ITMAX                                                  -      3
 //
-// A warning leaves ISTAT as it was, X the best point found. Terminal errors (type 5) return at once
-// and leave X, RNORM and ISTAT unwritten:
+// After a warning ISTAT is unchanged and X is the best point found. Terminal errors (type 5) return
+// at once and leave X, RNORM and ISTAT unwritten:
 //
-//   1 M < 1, 2 N < 1, 3 MCON < 0, 4 LDC < MCON, 5 IRTYPE(i) not 0 to 3, 6 out of storage
+//   1 M < 1, 2 N < 1, 3 MCON < 0, 4 LDC < MCON, 5 IRTYPE(i) not 0 to 3, 6 out of memory
 //
 // Accuracy: of fifteen nonlinear regressions with certified answers, each from two starts, with
 // ITMAX 500, the f64 member gives at least 7 digits of every parameter with the caller's Jacobian
@@ -69,7 +70,7 @@
 
 namespace qmx::numeric {
 
-// MCON by N coefficients, by columns; leading is the distance of two columns.
+// MCON by N coefficients, by columns; leading is the column stride.
 template <class Real> struct coefficient_view {
     const Real* first;
     i64 rows;
@@ -77,7 +78,7 @@ template <class Real> struct coefficient_view {
     i64 leading;
 };
 
-// F [M] at X [N]; FJAC [LDFJAC by N], by columns, its derivatives.
+// F [M], the residuals at X [N]; FJAC [LDFJAC by N], by columns, their derivatives.
 template <class Real>
 using residual_routine = void (*)(const i32& M, const i32& N, const Real* X, Real* F);
 template <class Real>
@@ -86,8 +87,8 @@ using jacobian_routine = void (*)(const i32& M, const i32& N, const Real* X, Rea
 
 inline constexpr i32 bounded_fit_storage_code = 6; // type 5
 
-// Views must hold MCON (BL, BU, IRTYPE) and N elements (XLB, XUB, X). MCON, NVAR and LDC stand for
-// the extents of C where they are absent; XGUESS [N] for zeros. RNORM and ISTAT may be absent.
+// BL, BU and IRTYPE hold MCON elements, XLB, XUB and X hold N. MCON, NVAR and LDC default to the
+// extents of C, XGUESS [N] to zeros; RNORM and ISTAT are optional.
 void BCNLS(residual_routine<f32> FCN, const i32& M, const coefficient_view<f32>& C,
            const array_view<const f32>& BL, const array_view<const f32>& BU,
            const array_view<const i32>& IRTYPE, const array_view<const f32>& XLB,
@@ -122,7 +123,7 @@ template <class Real>
 void bcnls(const bounded_problem<Real>& problem, i32* IPARAM, Real* RPARAM, Real* X, Real& RNORM,
            i32& ISTAT);
 
-// As bcnls, in storage of the caller's, as large as b2nls_storage says.
+// As bcnls, in the caller's workspace of b2nls_storage bytes.
 template <class Real>
 void b2nls(const bounded_problem<Real>& problem, i32* IPARAM, Real* RPARAM, Real* X, Real& RNORM,
            i32& ISTAT, std::byte* storage, i64 bytes);

@@ -39,7 +39,7 @@ template <class Real> solver_settings settings_without_options() {
     const auto real = [&](std::size_t i) { return static_cast<f64>(defaults.reals[i]); };
     return {.iteration_limit = defaults.integers[1],
             .linear_model_only = false,
-            .far_steps = defaults.integers[3],
+            .boundary_steps = defaults.integers[3],
             .evaluate_only = false,
             .search_across_bounds = true,
             .gradient_tolerance = real(0),
@@ -51,7 +51,7 @@ template <class Real> solver_settings settings_without_options() {
             .first_region = real(6)};
 }
 
-// False for a code that does not exist.
+// False for an unknown option code.
 bool apply(const solver_option& option, solver_settings& settings) {
     switch (option.code) {
     case option_iterations: settings.iteration_limit = truncated(option.value); return true;
@@ -63,7 +63,7 @@ bool apply(const solver_option& option, solver_settings& settings) {
     case option_difference: settings.relative_difference = option.value; return true;
     case option_region: settings.first_region = option.value; return true;
     case option_linear_only: settings.linear_model_only = option.value == 1.0; return true;
-    case option_far_steps: settings.far_steps = truncated(option.value); return true;
+    case option_boundary_steps: settings.boundary_steps = truncated(option.value); return true;
     case option_evaluate_only: settings.evaluate_only = option.value == 1.0; return true;
     default: return false;
     }
@@ -71,9 +71,9 @@ bool apply(const solver_option& option, solver_settings& settings) {
 
 constexpr i32 no_lower_or_upper = 4;
 
-// ---- What the solver sees ------------------------------------------------------------------------
+// ---- The caller's routines ----------------------------------------------------------------------
 
-// The caller's routines and the arrays they are called with.
+// The caller's routines with the arrays that they read and write.
 template <class Real> struct caller {
     const bounded_problem<Real>& problem;
     Real* x;
@@ -111,13 +111,13 @@ template <class Real> struct fit_storage {
     solver_storage solver;
 };
 
-// ---- Limits --------------------------------------------------------------------------------------
+// ---- Limits -------------------------------------------------------------------------------------
 
 struct interval {
     f64 lower, upper;
 };
 
-// What an indicator leaves of two limits; a NaN does not bind.
+// The limits that an indicator selects; a NaN is ignored.
 interval interval_of(i32 indicator, f64 lower, f64 upper) {
     constexpr f64 infinity = std::numeric_limits<f64>::infinity();
     const bool has_lower = (indicator == 1 || indicator == 3) && !std::isnan(lower);
@@ -125,14 +125,14 @@ interval interval_of(i32 indicator, f64 lower, f64 upper) {
     return {has_lower ? lower : -infinity, has_upper ? upper : infinity};
 }
 
-// The number from the middle of a bound's rounding for which factor * x keeps the limit.
+// limit / factor, rounded inward until factor * bound meets the limit.
 f64 bound_from_row(const residual_function& function, f64 factor, f64 limit, f64 inward) {
     f64 bound = limit / factor;
     if (!std::isfinite(bound)) return bound;
     bound = nearest_parameter(function, bound);
     const bool is_lower_limit = (inward > 0.0) == (factor > 0.0);
-    constexpr i32 most_spacings = 4;
-    for (i32 k = 0; k < most_spacings; ++k) {
+    constexpr i32 most_ulps = 4;
+    for (i32 k = 0; k < most_ulps; ++k) {
         const f64 value = factor * bound;
         if (is_lower_limit ? value >= limit : value <= limit) break;
         bound = next_parameter(function, bound, inward);
@@ -140,19 +140,32 @@ f64 bound_from_row(const residual_function& function, f64 factor, f64 limit, f64
     return bound;
 }
 
-// Fills lower and upper of the parameters from all that bounds them alone, and rows from the
-// constraints that tie several; returns the number of these.
-template <class Real>
-i64 share_out_limits(const bounded_problem<Real>& problem, const i32* indicators, const Real* lower,
-                     const Real* upper, const residual_function& function,
-                     const fit_storage<Real>& storage) {
+// A row with one coefficient is a bound; XLB and XUB take precedence.
+void tighten_bound(const residual_function& function, f64 coefficient, const interval& limits,
+                   f64& lower, f64& upper) {
     constexpr f64 infinity = std::numeric_limits<f64>::infinity();
+    const bool rises = coefficient > 0.0;
+    const f64 from =
+        bound_from_row(function, coefficient, rises ? limits.lower : limits.upper, infinity);
+    const f64 to =
+        bound_from_row(function, coefficient, rises ? limits.upper : limits.lower, -infinity);
+    const f64 new_upper = std::clamp(to, lower, upper);
+    lower = std::min(std::clamp(from, lower, upper), new_upper);
+    upper = new_upper;
+}
+
+// Splits the limits: bounds and rows with one nonzero coefficient become bounds of the parameters,
+// rows with several become constraints. Returns the number of constraints.
+template <class Real>
+i64 split_limits(const bounded_problem<Real>& problem, const i32* indicators, const Real* lower,
+                 const Real* upper, const residual_function& function,
+                 const fit_storage<Real>& storage) {
     const i64 n = problem.N;
     for (i64 j = 0; j < n; ++j) {
         const interval bounds =
             interval_of(indicators[j], static_cast<f64>(lower[j]), static_cast<f64>(upper[j]));
         storage.upper[j] = bounds.upper;
-        storage.lower[j] = std::min(bounds.lower, bounds.upper); // crossed: the upper one
+        storage.lower[j] = std::min(bounds.lower, bounds.upper); // crossed: the upper bound
     }
     const auto coefficient = [&](i64 i, i64 j) {
         return static_cast<f64>(problem.C[i + j * i64{problem.LDC}]);
@@ -160,14 +173,14 @@ i64 share_out_limits(const bounded_problem<Real>& problem, const i32* indicators
     i64 kept = 0;
     for (i64 i = 0; i < problem.MCON; ++i) {
         i64 used = 0, last = 0;
-        bool is_number = true;
+        bool is_finite = true;
         for (i64 j = 0; j < n; ++j) {
-            is_number = is_number && std::isfinite(coefficient(i, j));
+            is_finite = is_finite && std::isfinite(coefficient(i, j));
             if (coefficient(i, j) == 0.0) continue;
             ++used;
             last = j;
         }
-        if (!is_number || used == 0) continue;
+        if (!is_finite || used == 0) continue;
         const interval limits = interval_of(indicators[n + i], static_cast<f64>(lower[n + i]),
                                             static_cast<f64>(upper[n + i]));
         if (used > 1) {
@@ -177,17 +190,8 @@ i64 share_out_limits(const bounded_problem<Real>& problem, const i32* indicators
             ++kept;
             continue;
         }
-        // A bound in another form. The bounds proper win over it.
-        const f64 c = coefficient(i, last);
-        f64& least = storage.lower[last];
-        f64& most = storage.upper[last];
-        const f64 from =
-            bound_from_row(function, c, c > 0.0 ? limits.lower : limits.upper, infinity);
-        const f64 to =
-            bound_from_row(function, c, c > 0.0 ? limits.upper : limits.lower, -infinity);
-        const f64 new_most = std::clamp(to, least, most);
-        least = std::min(std::clamp(from, least, most), new_most);
-        most = new_most;
+        tighten_bound(function, coefficient(i, last), limits, storage.lower[last],
+                      storage.upper[last]);
     }
     return kept;
 }
@@ -201,14 +205,17 @@ template <class Real> i64 solver_bytes(const bounded_problem<Real>& problem) {
     return plan.bytes();
 }
 
+namespace {
+
+// Checks sizes, indicators, options (which it applies to settings) and workspace. True if an error
+// was posted.
 template <class Real>
-i32 solve_bounded(const bounded_problem<Real>& problem, const i32* indicators, const Real* lower,
-                  const Real* upper, const solver_option* options, bool searches, Real* X,
-                  Real& RNORM, std::byte* storage, i64 bytes) {
+bool refuse(const bounded_problem<Real>& problem, const i32* indicators,
+            const solver_option* options, i64 bytes, solver_settings& settings) {
     const auto refused = [](i32 code, std::string_view message, i32 value = 0) {
         E1STI(1, value);
         post(type_terminal, code, message);
-        return solver_refused;
+        return true;
     };
     if (problem.M < 1)
         return refused(11, "The number of equations must be positive, yet M = %(i1) is given.",
@@ -222,11 +229,21 @@ i32 solve_bounded(const bounded_problem<Real>& problem, const i32* indicators, c
     for (i64 k = 0; k < i64{problem.N} + problem.MCON; ++k)
         if (indicators[k] < 1 || indicators[k] > no_lower_or_upper)
             return refused(14, "The bounds indicators must be between 1 and 4.");
-    solver_settings settings = settings_without_options<Real>();
     for (const solver_option* option = options; option->code != option_end; ++option)
         if (!apply(*option, settings)) return refused(15, "Bad option.");
-    settings.search_across_bounds = searches;
     if (bytes < solver_bytes(problem)) return refused(16, "Short on storage.");
+    return false;
+}
+
+} // namespace
+
+template <class Real>
+i32 solve_bounded(const bounded_problem<Real>& problem, const i32* indicators, const Real* lower,
+                  const Real* upper, const solver_option* options, bool searches, Real* X,
+                  Real& RNORM, std::byte* storage, i64 bytes) {
+    solver_settings settings = settings_without_options<Real>();
+    if (refuse(problem, indicators, options, bytes, settings)) return solver_refused;
+    settings.search_across_bounds = searches;
 
     storage_plan plan(storage);
     fit_storage<Real> work(plan, problem.M, problem.N, problem.MCON, problem.JAC != nullptr);
@@ -242,7 +259,7 @@ i32 solve_bounded(const bounded_problem<Real>& problem, const i32* indicators, c
             interval_of(indicators[j], static_cast<f64>(lower[j]), static_cast<f64>(upper[j]));
         work.start[j] = std::min(std::max(static_cast<f64>(X[j]), bounds.lower), bounds.upper);
     }
-    const i64 rows = share_out_limits(problem, indicators, lower, upper, function, work);
+    const i64 rows = split_limits(problem, indicators, lower, upper, function, work);
     const fit_limits limits{work.lower,
                             work.upper,
                             {work.rows, rows, problem.N, problem.MCON},

@@ -37,7 +37,7 @@ void add_image(const dense_matrix& r, const f64* s, f64* v) {
     }
 }
 
-// The state of one solution: the step so far and which limits hold it.
+// The step so far and its active limits.
 class active_set {
 public:
     active_set(const model_problem& problem, f64* s, const step_storage& storage)
@@ -69,7 +69,7 @@ private:
         }
     }
 
-    // A first guess that saves one change for each bound.
+    // First guess of the active bounds; saves one change of the active set for each.
     void hold_bounds_pushed_against() {
         for (i64 j = 0; j < n_; ++j) {
             limit_state& state = work_.bound_state[j];
@@ -92,7 +92,7 @@ private:
                 work_.active[active_++] = i;
     }
 
-    // Columns of the basis span the moves of the free variables that keep the active rows.
+    // Null-space basis: moves of the free variables that keep the active rows.
     void make_basis() {
         active_factors_ = {work_.active_rows, free_, active_, n_};
         for (i64 k = 0; k < active_; ++k)
@@ -109,8 +109,8 @@ private:
         }
     }
 
-    // Moves towards the minimum within the basis, up to the first limit in the way, which becomes
-    // active. True where none was.
+    // Moves towards the minimum in the null space, up to the first blocking limit, which becomes
+    // active. True if none blocked.
     bool move() {
         const bool is_bounded =
             problem_.curvature == nullptr ? solve_linear_model() : solve_quadratic_model();
@@ -120,47 +120,65 @@ private:
             for (i64 c = 0; c < basis_size_; ++c)
                 direction[work_.free_variables[j]] += basis_(j, c) * work_.reduced[c];
 
-        f64 length = is_bounded ? 1.0 : infinity;
-        i64 blocking_bound = -1, blocking_row = -1;
-        limit_state side = limit_state::inactive;
-        const auto consider = [&](f64 at, f64 rate, f64 lower, f64 upper) {
+        blocking_limit blocking{is_bounded ? 1.0 : infinity, nullptr, -1, limit_state::inactive};
+        find_blocking_bound(direction, blocking);
+        find_blocking_row(direction, blocking);
+        if (!std::isfinite(blocking.length)) return true; // no curvature and no limit
+        for (i64 j = 0; j < n_; ++j)
+            s_[j] = std::clamp(s_[j] + blocking.length * direction[j], problem_.lower[j],
+                               problem_.upper[j]);
+        if (blocking.state == nullptr) return true;
+        *blocking.state = blocking.side;
+        if (blocking.bound >= 0)
+            s_[blocking.bound] = blocking.side == limit_state::at_lower
+                                     ? problem_.lower[blocking.bound]
+                                     : problem_.upper[blocking.bound];
+        return false;
+    }
+
+    // The first limit in the way of a move.
+    struct blocking_limit {
+        f64 length; // of the move, in units of the direction
+        limit_state* state;
+        i64 bound; // -1: a row
+        limit_state side;
+
+        bool consider(f64 at, f64 rate, f64 lower, f64 upper) {
             const f64 limit = rate < 0.0 ? lower : upper;
             const f64 reach = std::max(0.0, (limit - at) / rate);
             if (!(reach < length)) return false;
             length = reach;
             side = rate < 0.0 ? limit_state::at_lower : limit_state::at_upper;
             return true;
-        };
+        }
+    };
+
+    void find_blocking_bound(const f64* direction, blocking_limit& blocking) const {
         for (i64 k = 0; k < free_; ++k) {
             const i64 j = work_.free_variables[k];
-            if (direction[j] == 0.0) continue;
-            if (consider(s_[j], direction[j], problem_.lower[j], problem_.upper[j]))
-                blocking_bound = j;
+            if (direction[j] == 0.0 ||
+                !blocking.consider(s_[j], direction[j], problem_.lower[j], problem_.upper[j]))
+                continue;
+            blocking.state = work_.bound_state + j;
+            blocking.bound = j;
         }
+    }
+
+    void find_blocking_row(const f64* direction, blocking_limit& blocking) const {
         const f64 direction_length = std::sqrt(dot(direction, direction, n_));
         for (i64 i = 0; i < problem_.rows.rows; ++i) {
             if (work_.row_state[i] != limit_state::inactive) continue;
             const f64 rate = row_product(problem_.rows, i, direction);
-            // Across a row only as far as rounding says.
+            // A rate within rounding of 0 is a move along the row.
             if (!(std::abs(rate) >
                   64.0 * epsilon * row_length(problem_.rows, i) * direction_length))
                 continue;
-            if (consider(row_product(problem_.rows, i, s_), rate, problem_.row_lower[i],
-                         problem_.row_upper[i]))
-                blocking_row = i;
+            if (!blocking.consider(row_product(problem_.rows, i, s_), rate, problem_.row_lower[i],
+                                   problem_.row_upper[i]))
+                continue;
+            blocking.state = work_.row_state + i;
+            blocking.bound = -1;
         }
-        if (!std::isfinite(length)) return true; // nothing to move along
-        for (i64 j = 0; j < n_; ++j)
-            s_[j] = std::clamp(s_[j] + length * direction[j], problem_.lower[j], problem_.upper[j]);
-        if (blocking_row >= 0) {
-            work_.row_state[blocking_row] = side;
-            return false;
-        }
-        if (blocking_bound < 0) return true;
-        work_.bound_state[blocking_bound] = side;
-        s_[blocking_bound] = side == limit_state::at_lower ? problem_.lower[blocking_bound]
-                                                           : problem_.upper[blocking_bound];
-        return false;
     }
 
     // image := R Z
@@ -174,12 +192,11 @@ private:
             }
     }
 
-    // Least-squares solution of (R Z) p = -residual. Directions that do not change the residual
-    // stay out of it.
+    // Basic least-squares solution of (R Z) p = -residual; numerically dependent columns get 0.
     bool solve_linear_model() {
         make_image();
         factor(image_, work_.image_beta, work_.order);
-        f64* right = work_.residual; // made anew after the move
+        f64* right = work_.residual; // overwritten by the next update_gradient
         for (i64 i = 0; i < image_.rows; ++i) right[i] = -right[i];
         apply_q_transposed(image_, work_.image_beta, right);
         const f64 size = static_cast<f64>(std::max(image_.rows, image_.columns));
@@ -190,11 +207,9 @@ private:
         return true;
     }
 
-    // The minimum where the reduced matrix is positive definite; else a direction in which the
-    // model falls without end: then false.
-    bool solve_quadratic_model() {
+    // hessian := Z'(R'R + S)Z
+    void make_reduced_hessian(const dense_matrix& hessian) {
         make_image();
-        const dense_matrix hessian = {work_.hessian, basis_size_, basis_size_, n_};
         for (i64 c = 0; c < basis_size_; ++c) {
             for (i64 j = 0; j < free_; ++j) {
                 f64 sum = 0.0;
@@ -208,6 +223,13 @@ private:
                 hessian(e, c) = dot(image_.column(e), image_.column(c), image_.rows) +
                                 dot(basis_.column(e), work_.direction, free_);
         }
+    }
+
+    // The minimum if the reduced Hessian is positive definite; otherwise a direction of negative
+    // curvature, and false.
+    bool solve_quadratic_model() {
+        const dense_matrix hessian = {work_.hessian, basis_size_, basis_size_, n_};
+        make_reduced_hessian(hessian);
         f64* p = work_.reduced;
         f64 largest = 0.0;
         for (i64 c = 0; c < basis_size_; ++c) {
@@ -216,7 +238,7 @@ private:
                 p[c] -= basis_(j, c) * work_.gradient[work_.free_variables[j]];
             largest = std::max(largest, std::abs(hessian(c, c)));
         }
-        // Cholesky factors, upper triangle, while the pivots stay positive.
+        // Upper Cholesky factor, as long as the pivots are positive.
         for (i64 c = 0; c < basis_size_; ++c) {
             for (i64 e = 0; e <= c; ++e) {
                 f64 sum = hessian(e, c);
@@ -236,8 +258,8 @@ private:
         return true;
     }
 
-    // The pivot of column c failed: p := (-x, 1, 0...) with H x = column c in the part before it
-    // has that pivot as its curvature. Turned so that the model falls.
+    // After a failed pivot in column c: p := (-x, 1, 0...) with H x = column c in the leading part
+    // has that pivot as its curvature. Its sign makes the model decrease.
     void follow_negative_curvature(const dense_matrix& hessian, i64 c) {
         f64* p = work_.reduced;
         f64* downhill = work_.direction;
@@ -250,18 +272,22 @@ private:
             for (i64 k = 0; k <= c; ++k) p[k] = -p[k];
     }
 
-    // Lets go of the limit that holds the step back most. False where every active limit is
-    // pushed against: the step is the minimum.
-    bool release_worst() {
+    // Multipliers of the active rows; 0 if the rows are numerically dependent.
+    void make_multipliers() {
         f64* multipliers = work_.multipliers;
         for (i64 k = 0; k < free_; ++k) work_.reduced[k] = work_.gradient[work_.free_variables[k]];
         apply_q_transposed(active_factors_, work_.active_beta, work_.reduced);
         std::fill_n(multipliers, active_, 0.0);
-        if (rank_of_r(active_factors_, epsilon) == active_) {
-            std::copy_n(work_.reduced, active_, multipliers);
-            solve_r(active_factors_, active_, multipliers);
-        }
+        if (rank_of_r(active_factors_, epsilon) != active_) return;
+        std::copy_n(work_.reduced, active_, multipliers);
+        solve_r(active_factors_, active_, multipliers);
+    }
 
+    // Releases the active limit with the worst multiplier. False if no multiplier has the wrong
+    // sign: the step is the minimum.
+    bool release_worst() {
+        make_multipliers();
+        const f64* multipliers = work_.multipliers;
         const f64 start = std::sqrt(dot(problem_.d, problem_.d, problem_.r.rows));
         f64 worst = 0.0;
         limit_state* released = nullptr;

@@ -1,15 +1,15 @@
-// The step of the trust-region method: a small quadratic problem under bounds and linear
-// constraints.
+// The step of the trust-region method: a small quadratic program under bounds and linear
+// constraints. Called by the local model and, for the feasible start, by meet_constraints.
 //
 //   minimise  1/2 |R s + d|^2 + 1/2 s' S s
 //   so that   lower <= s <= upper  and  row_lower <= A s <= row_upper
 //
-// s = 0 must be feasible: lower <= 0 <= upper, row_lower <= 0 <= row_upper. A bound holds exactly,
-// a row as far as rounding lets it. S may be null, and need not be positive definite as long as all
-// bounds are finite: the step then follows a direction of negative curvature to a bound.
+// s = 0 must be feasible: lower <= 0 <= upper, row_lower <= 0 <= row_upper. Bounds hold exactly,
+// rows to within rounding. S may be null, and may be indefinite if all bounds are finite: the step
+// then follows a direction of negative curvature to a bound.
 //
-// Method: a primal active-set method in the null space of the active rows; the linear model is
-// solved by orthogonal factors, without forming R'R (Gill, Murray and Wright, Practical
+// Method: primal active set in the null space of the active rows; the linear model is solved by QR
+// factors, without forming R'R (Gill, Murray and Wright, Practical
 // Optimization, 1981, chapter 5).
 #pragma once
 
@@ -33,7 +33,7 @@ struct model_problem {
 
 enum class limit_state : i32 { inactive, at_lower, at_upper };
 
-// Working storage for problems of up to these sizes.
+// Workspace for problems of up to these sizes.
 struct step_storage {
     step_storage(storage_plan& plan, i64 variables, i64 rows_of_r, i64 constraints);
 
@@ -43,10 +43,10 @@ struct step_storage {
     limit_state *bound_state, *row_state;
 };
 
-// Writes the step s [n]. What it reaches is never worse than s = 0.
+// Writes the step s [n]; the model there is never worse than at s = 0.
 void constrained_step(const model_problem& problem, f64* s, const step_storage& storage);
 
-// The value of the model at s less its value at 0; work [rows of r].
+// Change of the model from 0 to s; work [rows of r].
 f64 model_change(const model_problem& problem, const f64* s, f64* work);
 
 } // namespace qmx::numeric

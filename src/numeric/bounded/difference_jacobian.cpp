@@ -11,7 +11,7 @@ namespace {
 constexpr f64 widening = 4.0;
 constexpr i32 most_shrinks = 16;
 
-// The offsets of one parameter, and the residuals there.
+// One parameter moved by offsets, and the residuals there.
 class offset_line {
 public:
     offset_line(const residual_function& function, f64 scale, const f64* lower, const f64* upper,
@@ -22,13 +22,13 @@ public:
     }
 
     f64 room(f64 side) const { return side > 0.0 ? upper_ - at_ : at_ - lower_; }
-    // A length that stands for the parameter.
+    // Typical size of the parameter.
     f64 size() const {
         if (at_ != 0.0) return std::abs(at_);
         return std::min(1.0, upper_ - lower_);
     }
-    // Moves to at + offset, or as far as the bound, and evaluates there. offset becomes the
-    // distance really covered, which is not 0 where there is room.
+    // Evaluates at at + offset, rounded to a representable parameter within the bounds. offset
+    // becomes the rounded distance: not 0 where there is room.
     f64 evaluate_at(f64& offset, f64* f) {
         f64 place = nearest_parameter(function_, at_ + offset);
         if (place == at_) place = next_parameter(function_, at_, at_ + offset);
@@ -48,7 +48,7 @@ private:
     f64 lower_, upper_;
 };
 
-// Whether any residual changed by more than rounding does.
+// Whether any residual changed by more than rounding.
 bool moved(const f64* f, const f64* f0, i64 m, f64 rounding) {
     for (i64 i = 0; i < m; ++i)
         if (std::abs(f[i] - f0[i]) > rounding) return true;
@@ -59,7 +59,7 @@ void quotient(const f64* f, const f64* f0, f64 offset, i64 m, f64* column) {
     for (i64 i = 0; i < m; ++i) column[i] = (f[i] - f0[i]) / offset;
 }
 
-// Three points; false where they do not serve.
+// Three-point formula; false where a point is infeasible or not finite, or no residual changed.
 bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* column,
                         f64 rounding, const difference_storage& storage) {
     f64 first = step, second = -step;
@@ -82,6 +82,25 @@ bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* 
     return true;
 }
 
+// Forward difference, or backward where there is more room. The step shrinks while the residuals
+// are not finite on either side. False if no residual changed.
+bool two_point_column(offset_line& line, f64 step, f64 side, const f64* f0, i64 m, f64* column,
+                      f64 rounding, const difference_storage& storage) {
+    for (i32 shrink = 0; shrink < most_shrinks; ++shrink, step /= widening) {
+        bool is_finite = false;
+        for (const f64 direction : {side, -side}) {
+            f64 offset = direction * step;
+            if (std::isinf(line.evaluate_at(offset, storage.first))) continue;
+            is_finite = true;
+            if (!moved(storage.first, f0, m, rounding)) continue;
+            quotient(storage.first, f0, offset, m, column);
+            return true;
+        }
+        if (is_finite) return false;
+    }
+    return false;
+}
+
 } // namespace
 
 bool difference_column(const residual_function& function, f64 scale, const difference_rule& rule,
@@ -90,30 +109,18 @@ bool difference_column(const residual_function& function, f64 scale, const diffe
     const i64 m = function.m;
     offset_line line(function, scale, lower, upper, x, j, storage.x);
     const f64 size = line.size();
-    const f64 rounding = 4.0 * spacing_of(function);
+    const f64 rounding = 4.0 * epsilon_of(function);
     if (rule.is_central && three_point_column(line, std::pow(rule.relative_step, 2.0 / 3.0) * size,
                                               f, m, column, rounding, storage))
         return false;
-
     f64 step = rule.relative_step * size;
     f64 side = 1.0;
     if (line.room(side) < step && line.room(-1.0) > line.room(side)) side = -1.0;
-    for (i32 shrink = 0; shrink < most_shrinks; ++shrink, step /= widening) {
-        bool is_finite = false;
-        for (const f64 direction : {side, -side}) {
-            f64 offset = direction * step;
-            if (std::isinf(line.evaluate_at(offset, storage.first))) continue;
-            is_finite = true;
-            if (!moved(storage.first, f, m, rounding)) continue;
-            quotient(storage.first, f, offset, m, column);
-            return false;
-        }
-        if (is_finite) break; // but no residual moved
-    }
+    if (two_point_column(line, step, side, f, m, column, rounding, storage)) return false;
 
-    const f64 farthest = std::max(size, 1.0) / rule.relative_step; // where no bound ends the search
+    const f64 farthest = std::max(size, 1.0) / rule.relative_step; // without a bound
     bool has_room = true, is_downhill = false;
-    f64 downhill = 0.0; // the side on which a widened step came upon a better point
+    f64 downhill = 0.0; // side of the better point
     for (step = rule.relative_step * size * widening; has_room; step *= widening) {
         has_room = false;
         for (const f64 direction : {side, -side}) {

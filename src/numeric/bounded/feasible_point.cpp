@@ -19,21 +19,21 @@ f64 row_size(const dense_matrix& rows, i64 i, const f64* x) {
     return sum;
 }
 
-struct mending {
+struct repair {
     f64 value;     // of the parameter
     f64 violation; // of the row, in magnitude
 };
 
-// What moving parameter j alone can make of row i: a few numbers around the one that meets it.
-mending mend_with(const residual_function& function, const fit_limits& limits, i64 i, i64 j,
-                  f64 violation, f64* x) {
+// The best repair of row i by parameter j alone: tries a few ulps around the value that meets it.
+repair repair_with(const residual_function& function, const fit_limits& limits, i64 i, i64 j,
+                   f64 violation, f64* x) {
     constexpr f64 infinity = std::numeric_limits<f64>::infinity();
     const f64 before = x[j];
-    mending best{before, std::abs(violation)};
+    repair best{before, std::abs(violation)};
     const f64 goal = before - violation / limits.rows(i, j);
     f64 value = nearest_parameter(function, goal);
-    constexpr i32 most_spacings = 4;
-    for (i32 k = 0; k < most_spacings && best.violation != 0.0; ++k) {
+    constexpr i32 most_ulps = 4;
+    for (i32 k = 0; k < most_ulps && best.violation != 0.0; ++k) {
         if (!(value >= limits.lower[j] && value <= limits.upper[j])) break;
         x[j] = value;
         const f64 left = std::abs(row_violation(limits, i, x));
@@ -58,31 +58,31 @@ void put_within_bounds(const fit_limits& limits, f64* x) {
         x[j] = std::min(std::max(x[j], limits.lower[j]), limits.upper[j]);
 }
 
-void put_on_numbers(const residual_function& function, const fit_limits& limits, f64* x) {
+void round_to_representable(const residual_function& function, const fit_limits& limits, f64* x) {
     for (i64 j = 0; j < function.n; ++j) x[j] = nearest_parameter(function, x[j]);
     put_within_bounds(limits, x);
-    constexpr i32 sweeps = 3; // mending one row may break another
+    constexpr i32 sweeps = 3; // a repair may violate another row
     for (i32 sweep = 0; sweep < sweeps; ++sweep) {
-        bool is_mended = true;
+        bool is_repaired = true;
         for (i64 i = 0; i < limits.rows.rows; ++i) {
             const f64 violation = row_violation(limits, i, x);
-            // More than rounding is not for this place to mend.
+            // Larger violations are not rounding: an infeasible problem.
             if (violation == 0.0 ||
-                std::abs(violation) > 256.0 * spacing_of(function) * row_size(limits.rows, i, x))
+                std::abs(violation) > 256.0 * epsilon_of(function) * row_size(limits.rows, i, x))
                 continue;
-            is_mended = false;
+            is_repaired = false;
             i64 chosen = -1;
-            mending best{0.0, std::abs(violation)};
+            repair best{0.0, std::abs(violation)};
             for (i64 j = 0; j < function.n; ++j) {
                 if (limits.rows(i, j) == 0.0) continue;
-                const mending found = mend_with(function, limits, i, j, violation, x);
+                const repair found = repair_with(function, limits, i, j, violation, x);
                 if (!(found.violation < best.violation)) continue;
                 best = found;
                 chosen = j;
             }
             if (chosen >= 0) x[chosen] = best.value;
         }
-        if (is_mended) return;
+        if (is_repaired) return;
     }
 }
 
@@ -93,17 +93,14 @@ feasible_storage::feasible_storage(storage_plan& plan, i64 n, i64 constraints)
       rows(plan.take<f64>(constraints, n)), row_lower(plan.take<f64>(constraints)),
       row_upper(plan.take<f64>(constraints)), target(plan.take<f64>(n)) {}
 
-void meet_constraints(const fit_limits& limits, f64* x, const feasible_storage& storage,
+namespace {
+
+// Moves x to a point with the least violation: minimises |C x - z| over x within its bounds and z
+// within the limits, with the rows scaled to length 1.
+void reduce_violation(const fit_limits& limits, f64* x, const feasible_storage& storage,
                       const step_storage& inner) {
     const i64 n = limits.rows.columns;
     const i64 constraints = limits.rows.rows;
-    bool is_met = true;
-    for (i64 i = 0; i < constraints; ++i) is_met = is_met && row_violation(limits, i, x) == 0.0;
-    if (is_met) return;
-    std::copy_n(x, n, storage.target);
-
-    // First a point that meets them: with z for the values of the rows, made of length 1 each,
-    // minimise |C x - z| over x within its bounds and z within its limits.
     const dense_matrix model{storage.model, constraints, n + constraints, constraints};
     std::fill_n(model.first, constraints * (n + constraints), 0.0);
     for (i64 i = 0; i < constraints; ++i) {
@@ -133,8 +130,13 @@ void meet_constraints(const fit_limits& limits, f64* x, const feasible_storage& 
                      storage.step, inner);
     for (i64 j = 0; j < n; ++j) x[j] += storage.step[j];
     put_within_bounds(limits, x);
+}
 
-    // Then the nearest such point to where x came from.
+// Moves x to the point nearest to storage.target that violates the constraints no more than x.
+void approach_target(const fit_limits& limits, f64* x, const feasible_storage& storage,
+                     const step_storage& inner) {
+    const i64 n = limits.rows.columns;
+    const i64 constraints = limits.rows.rows;
     const dense_matrix distance{storage.model, n, n, n};
     std::fill_n(distance.first, n * n, 0.0);
     for (i64 j = 0; j < n; ++j) {
@@ -153,6 +155,19 @@ void meet_constraints(const fit_limits& limits, f64* x, const feasible_storage& 
                      storage.step, inner);
     for (i64 j = 0; j < n; ++j) x[j] += storage.step[j];
     put_within_bounds(limits, x);
+}
+
+} // namespace
+
+void meet_constraints(const fit_limits& limits, f64* x, const feasible_storage& storage,
+                      const step_storage& inner) {
+    bool is_met = true;
+    for (i64 i = 0; i < limits.rows.rows; ++i)
+        is_met = is_met && row_violation(limits, i, x) == 0.0;
+    if (is_met) return;
+    std::copy_n(x, limits.rows.columns, storage.target);
+    reduce_violation(limits, x, storage, inner);
+    approach_target(limits, x, storage, inner);
 }
 
 } // namespace qmx::numeric

@@ -1,4 +1,5 @@
-// Points within bounds and linear constraints.
+// Feasible points: within the bounds and linear constraints, in the residuals' precision. Called for
+// the start, for every trial point and by the multistart.
 #pragma once
 
 #include "numeric/bounded/constrained_step.hpp"
@@ -14,16 +15,15 @@ struct fit_limits {
     const f64* row_upper;
 };
 
-// Distance by which row i misses its limits at x: negative below the lower one, positive above the
-// upper one, 0 between.
+// Signed violation of row i at x: negative below its lower limit, positive above the upper one.
 f64 row_violation(const fit_limits& limits, i64 i, const f64* x);
 
-// Puts each parameter within its bounds; the upper one is applied last.
+// Projects x onto the bounds; the upper bound is applied last.
 void put_within_bounds(const fit_limits& limits, f64* x);
 
-// Replaces x by numbers that the residuals can be asked for, within the bounds. A constraint that
-// rounding broke is mended by moving the parameter that leaves least of the violation.
-void put_on_numbers(const residual_function& function, const fit_limits& limits, f64* x);
+// Rounds x to parameters representable in the residuals' precision, within the bounds. A constraint
+// violated by rounding is repaired by moving the one parameter that leaves the least violation.
+void round_to_representable(const residual_function& function, const fit_limits& limits, f64* x);
 
 struct feasible_storage {
     feasible_storage(storage_plan& plan, i64 n, i64 constraints);
@@ -31,9 +31,8 @@ struct feasible_storage {
     f64 *model, *offset, *lower, *upper, *step, *rows, *row_lower, *row_upper, *target;
 };
 
-// Moves x, which is within the bounds, to the nearest point that meets the constraints; where none
-// does, to one that misses them by the least sum of squared distances. inner must serve n plus the
-// number of constraints variables.
+// Moves x, within the bounds, to the nearest point that meets the constraints, or else to one with
+// the least sum of squared violations. inner must hold n plus the number of constraints variables.
 void meet_constraints(const fit_limits& limits, f64* x, const feasible_storage& storage,
                       const step_storage& inner);
 

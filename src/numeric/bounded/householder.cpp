@@ -8,7 +8,7 @@
 namespace qmx::numeric {
 namespace {
 
-// Length of v(from..) without overflow on the way.
+// Length of v[from..], scaled against overflow.
 f64 length_of(const f64* v, i64 from, i64 rows) {
     f64 largest = 0.0;
     for (i64 i = from; i < rows; ++i) largest = std::max(largest, std::abs(v[i]));
@@ -21,7 +21,7 @@ f64 length_of(const f64* v, i64 from, i64 rows) {
     return largest * std::sqrt(sum);
 }
 
-// v := (I - beta h h') v, where h(k) = 1 and h(k+1..) stands below the diagonal of column k.
+// v := (I - beta h h') v, where h[k] = 1 and h[k+1..] is stored below the diagonal of column k.
 void reflect(const dense_matrix& factors, i64 k, f64 beta, f64* v) {
     const f64* h = factors.column(k);
     f64 product = v[k];
@@ -31,7 +31,7 @@ void reflect(const dense_matrix& factors, i64 k, f64 beta, f64* v) {
     for (i64 i = k + 1; i < factors.rows; ++i) v[i] -= product * h[i];
 }
 
-void bring_longest_column(const dense_matrix& a, i64 k, i32* order) {
+void pivot_longest_column(const dense_matrix& a, i64 k, i32* order) {
     i64 longest = k;
     f64 most = -1.0;
     for (i64 j = k; j < a.columns; ++j) {
@@ -52,7 +52,7 @@ void factor(const dense_matrix& a, f64* beta, i32* order) {
     if (order != nullptr) std::iota(order, order + a.columns, 0);
     const i64 steps = std::min(a.rows, a.columns);
     for (i64 k = 0; k < steps; ++k) {
-        if (order != nullptr) bring_longest_column(a, k, order);
+        if (order != nullptr) pivot_longest_column(a, k, order);
         f64* h = a.column(k);
         const f64 length = length_of(h, k, a.rows);
         beta[k] = 0.0;

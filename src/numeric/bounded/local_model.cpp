@@ -43,7 +43,7 @@ bool local_model::linearise(bool is_central) {
         } else {
             for (i64 i = 0; i < m_; ++i) column[i] *= residual_scale;
         }
-        // A derivative that does not exist leaves the parameter where it is.
+        // A column that is not finite fixes its parameter.
         if (!std::all_of(column, column + m_, [](f64 value) { return std::isfinite(value); }))
             std::fill_n(column, m_, 0.0);
     }
@@ -101,19 +101,19 @@ void local_model::build() {
 
 f64 local_model::farthest_of(i64 j) const {
     const f64 size = std::abs(work_.current.x[j]);
-    const f64 rounding = 64.0 * spacing_of(function_) * work_.largest[j]; // counts as zero
+    const f64 rounding = 64.0 * epsilon_of(function_) * work_.largest[j]; // zero below this
     const bool is_open = std::isinf(limits_.lower[j]) || std::isinf(limits_.upper[j]);
     return size > rounding && is_open ? size : infinity;
 }
 
-void local_model::limit_step(f64 region) {
+void local_model::limit_step(f64 radius) {
     for (i64 j = 0; j < n_; ++j) {
         const f64 at = work_.current.x[j];
         const bool stays = column_length(j) == 0.0;
         const f64 divisor = divisor_of(j);
         const f64 down = std::min(0.0, limits_.lower[j] - at) * divisor;
         const f64 up = std::max(0.0, limits_.upper[j] - at) * divisor;
-        const f64 most = std::min(region, farthest_of(j) * divisor);
+        const f64 most = std::min(radius, farthest_of(j) * divisor);
         work_.lower[j] = stays ? 0.0 : std::max(-most, down);
         work_.upper[j] = stays ? 0.0 : std::min(most, up);
     }
@@ -142,13 +142,13 @@ bool local_model::make_trial(bool with_curvature) {
     for (i64 j = 0; j < n_; ++j) {
         const f64 reach = work_.step[j] / divisor_of(j);
         work_.trial.x[j] = current.x[j] + reach;
-        // Onto the bound itself, which the division may have missed.
+        // Exactly onto the bound, which the division may miss by an ulp.
         const f64 scaled_lower = (limits_.lower[j] - current.x[j]) * divisor_of(j);
         const f64 scaled_upper = (limits_.upper[j] - current.x[j]) * divisor_of(j);
         if (reach < 0.0 && work_.step[j] == scaled_lower) work_.trial.x[j] = limits_.lower[j];
         if (reach > 0.0 && work_.step[j] == scaled_upper) work_.trial.x[j] = limits_.upper[j];
     }
-    put_on_numbers(function_, limits_, work_.trial.x);
+    round_to_representable(function_, limits_, work_.trial.x);
     bool moves = false;
     for (i64 j = 0; j < n_; ++j) {
         work_.change[j] = work_.trial.x[j] - current.x[j];
@@ -159,20 +159,20 @@ bool local_model::make_trial(bool with_curvature) {
 }
 
 f64 local_model::correct_trial() {
-    f64* bend = work_.differences.first;
+    f64* deviation = work_.differences.first;
     if (std::isinf(work_.trial.square)) return infinity;
-    for (i64 i = 0; i < m_; ++i) bend[i] = work_.trial.f[i] - work_.current.f[i];
+    for (i64 i = 0; i < m_; ++i) deviation[i] = work_.trial.f[i] - work_.current.f[i];
     for (i64 j = 0; j < n_; ++j)
-        for (i64 i = 0; i < m_; ++i) bend[i] -= work_.jacobian[i + j * m_] * work_.change[j];
+        for (i64 i = 0; i < m_; ++i) deviation[i] -= work_.jacobian[i + j * m_] * work_.change[j];
     const dense_matrix factors{work_.factors, m_, n_, m_};
-    apply_q_transposed(factors, work_.beta, bend);
-    for (i64 i = 0; i < rows_; ++i) bend[i] += work_.rotated[i];
+    apply_q_transposed(factors, work_.beta, deviation);
+    for (i64 i = 0; i < rows_; ++i) deviation[i] += work_.rotated[i];
     std::copy_n(work_.step, n_, work_.old_step);
     std::copy_n(work_.change, n_, work_.old_change);
     std::swap(work_.trial, work_.widened);
-    std::swap(work_.rotated, bend);
+    std::swap(work_.rotated, deviation);
     const bool moves = make_trial(false);
-    std::swap(work_.rotated, bend);
+    std::swap(work_.rotated, deviation);
     if (moves && evaluate_at(work_.trial) < work_.widened.square) return work_.trial.square;
     std::swap(work_.trial, work_.widened);
     std::copy_n(work_.old_step, n_, work_.step);
@@ -180,7 +180,7 @@ f64 local_model::correct_trial() {
     return work_.trial.square;
 }
 
-f64 local_model::foretold_gain(bool with_curvature) const {
+f64 local_model::predicted_reduction(bool with_curvature) const {
     return -2.0 * model_change(problem(with_curvature), work_.step, work_.inner.residual);
 }
 
@@ -192,7 +192,7 @@ void local_model::forget_curvature() {
 void local_model::update_curvature() {
     f64* s = work_.change;
     f64* old_image = work_.step;
-    f64* gap = work_.lower; // made anew with the next step
+    f64* gap = work_.lower; // free until the next limit_step
     f64* y = work_.upper;
     f64 sy = 0.0, sz = 0.0, sss = 0.0, length_s = 0.0, length_y = 0.0;
     for (i64 j = 0; j < n_; ++j) {
@@ -211,7 +211,7 @@ void local_model::update_curvature() {
         length_s += s[j] * d * s[j] * d;
         length_y += y[j] / d * (y[j] / d);
     }
-    // Over a shorter step the change of a difference quotient is rounding.
+    // Over a shorter step the change of a difference quotient is rounding error.
     if (function_.jacobian == nullptr &&
         std::sqrt(length_s) <= settings_.relative_difference * scaled_size(work_.current.x))
         return;

@@ -1,4 +1,5 @@
-// The model of the residuals around a point, and the steps it proposes.
+// The linear and quadratic models of the residuals around a point, and the steps that minimise them.
+// Called by descent and multistart.
 #pragma once
 
 #include "numeric/bounded/trust_region.hpp"
@@ -8,7 +9,7 @@
 namespace qmx::numeric {
 
 // Works on the current and trial points of the storage. Scaled parameters are parameters times
-// their scale, which follows the columns of the Jacobian.
+// their scale, a decaying maximum of the lengths of the Jacobian's columns.
 class local_model {
 public:
     local_model(const residual_function& function, const fit_limits& limits,
@@ -18,57 +19,56 @@ public:
 
     f64 residual_scale = 1.0; // a power of two, see evaluate
 
-    // Fills in residuals and sum of squares, which it returns.
+    // Sets the residuals and the sum of squares, which it returns.
     f64 evaluate_at(solver_storage::point& at);
 
     bool meets_rows(const f64* x) const;
 
-    // The Jacobian at current, without the columns of parameters that do not move. False where a
-    // widened step came upon a better point: current is then that one.
+    // The Jacobian at current; columns of fixed parameters are zero. False where a widened
+    // difference step found a better point, which becomes current.
     bool linearise(bool is_central);
 
     bool any_column_moves() const;
 
-    // The parameters' scale follows the columns of the Jacobian, and forgets slowly.
+    // Sets the scale from the column lengths; earlier lengths decay slowly.
     void update_scale(bool is_first);
 
-    // The model itself, out of Jacobian, scale and curvature.
+    // Builds the models from Jacobian, scale and curvature.
     void build();
 
-    // The scale of a parameter, 1 for one that moves nothing.
+    // The scale of a parameter; 1 where its column is zero.
     f64 divisor_of(i64 j) const { return work_.scale[j] > 0.0 ? work_.scale[j] : 1.0; }
 
-    // A parameter without bounds at most doubles in a step: a residual that it hardly changes, far
-    // from the solution, must not throw it out of sight.
+    // Largest change of a parameter in one step. Without two bounds it at most doubles: a nearly
+    // flat residual far from the solution must not send it to infinity.
     f64 farthest_of(i64 j) const;
 
-    // The limits of a step in scaled parameters, no longer than the region.
-    void limit_step(f64 region);
+    // Sets the limits of the step, in scaled parameters, from radius, bounds and constraints.
+    void limit_step(f64 radius);
 
-    // Solves the model and puts the trial point on numbers; change is what it really moves, in
-    // scaled parameters in step. False where nothing moves.
+    // Minimises the model and rounds the trial point to representable parameters. change is the
+    // rounded step, step the same in scaled parameters. False if both are zero.
     bool make_trial(bool with_curvature);
 
-    // The trial shows how far the residuals bend away from the linear model along the step. Solves
-    // the model again with that bend added, and takes what comes out for the trial if it is better.
-    // Returns the sum of squares there. In a curved valley this leads back to its floor.
+    // Second-order correction after a poor predicted reduction: adds the residuals' deviation from
+    // the linear model along the step, minimises again and keeps the better trial. In a curved
+    // valley this returns to the floor. Returns the sum of squares at the trial.
     f64 correct_trial();
 
-    // What the model says the sum of squares will lose with the step.
-    f64 foretold_gain(bool with_curvature) const;
+    // Reduction of the sum of squares that the model predicts for the step.
+    f64 predicted_reduction(bool with_curvature) const;
 
     void forget_curvature();
 
-    // After a step from old_jacobian to jacobian: S becomes the symmetric matrix nearest to its
-    // sized old self, in the norm of the secant pair, that maps the step onto the change of J'F for
-    // fixed F.
+    // Secant update of the curvature S after a step from old_jacobian to jacobian: the symmetric
+    // matrix nearest to the sized old S (in the norm of the secant pair) that maps the step onto
+    // the change of J'F at fixed F.
     void update_curvature();
 
     // Largest scaled parameter.
     f64 scaled_size(const f64* x) const;
 
-    // Parameters whose difference step had to be widened stay where they are; false if there are
-    // none.
+    // Sets the columns of widened difference steps to zero; false if there are none.
     bool drop_widened_columns();
 
     bool has_curvature() const { return has_curvature_; }

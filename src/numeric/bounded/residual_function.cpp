@@ -29,7 +29,7 @@ f64 next_parameter(const residual_function& function, f64 x, f64 toward) {
     return static_cast<f64>(std::nextafter(static_cast<f32>(x), side));
 }
 
-f64 spacing_of(const residual_function& function) {
+f64 epsilon_of(const residual_function& function) {
     return function.is_single ? static_cast<f64>(std::numeric_limits<f32>::epsilon())
                               : std::numeric_limits<f64>::epsilon();
 }
