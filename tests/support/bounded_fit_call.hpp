@@ -18,6 +18,17 @@ using namespace qmx;
 using namespace qmx::numeric;
 
 constexpr double none_below = 1.0e30, none_above = -1.0e30; // no lower, no upper bound
+constexpr double no_number = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+template <class Real> Real to(double value) {
+    return static_cast<Real>(value);
+}
+
+template <class Real> void rosenbrock(const i32&, const i32&, const Real* x, Real* f) {
+    f[0] = to<Real>(10) * (x[1] - x[0] * x[0]);
+    f[1] = to<Real>(1) - x[0];
+}
 
 struct row {
     std::vector<double> coefficients;
@@ -37,24 +48,21 @@ template <class Real> struct fit_call {
 
     std::vector<Real> x = {};
     Real norm = -1;
-    i32 status = -7; // what is there on entry stays where no stop code has a status
+    i32 status = -7; // unchanged where the stop code has no status
     i32 code = 0;
 
     void run() {
         const std::size_t n = start.size(), constraints = rows.size();
-        std::vector<Real> XLB(n, static_cast<Real>(none_below));
-        std::vector<Real> XUB(n, static_cast<Real>(none_above));
-        for (std::size_t j = 0; j < lower.size(); ++j) {
-            XLB[j] = static_cast<Real>(lower[j]);
-            XUB[j] = static_cast<Real>(upper[j]);
-        }
+        std::vector<Real> XLB(lower.begin(), lower.end()), XUB(upper.begin(), upper.end());
+        XLB.resize(n, to<Real>(none_below));
+        XUB.resize(n, to<Real>(none_above));
         std::vector<Real> C(constraints * n), BL, BU, guess(start.begin(), start.end());
         std::vector<i32> IRTYPE;
         for (std::size_t i = 0; i < constraints; ++i) {
             for (std::size_t j = 0; j < n; ++j)
-                C[i + j * constraints] = static_cast<Real>(rows[i].coefficients[j]);
-            BL.push_back(static_cast<Real>(rows[i].lower));
-            BU.push_back(static_cast<Real>(rows[i].upper));
+                C[i + j * constraints] = to<Real>(rows[i].coefficients[j]);
+            BL.push_back(to<Real>(rows[i].lower));
+            BU.push_back(to<Real>(rows[i].upper));
             IRTYPE.push_back(rows[i].type);
         }
         x.assign(n, Real{-99});
@@ -64,16 +72,15 @@ template <class Real> struct fit_call {
                     IPARAM.data(), RPARAM.data(), x.data(), norm, status);
         code = IERCD();
     }
-    // Room for slow problems.
-    void allow_iterations(i32 limit) {
+    void limit_iterations(i32 limit) {
         IPARAM = {1, limit, 0, 5, 0, 0};
         const Real root = std::sqrt(std::numeric_limits<Real>::epsilon());
-        const Real small = static_cast<Real>(1.0e-5), tolerance = std::min(root, small);
+        const Real small = to<Real>(1.0e-5), tolerance = std::min(root, small);
         RPARAM = {tolerance, tolerance, tolerance, small, small, root, Real{30}};
     }
 };
 
-// Nothing prints, nothing stops the tests.
+// Errors neither print nor stop the tests.
 class silent_fit : public testing::Test {
 protected:
     silent_fit() { ERSET(0, 0, 0); }
