@@ -83,7 +83,8 @@ bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* 
 }
 
 // Forward difference, or backward where there is more room. The step shrinks while the residuals
-// are not finite on either side. False if no residual changed.
+// Forward difference, or backward where the forward one does not serve; the step shrinks while the
+// residuals are finite on neither side. False if no residual changed.
 bool two_point_column(offset_line& line, f64 step, f64 side, const f64* f0, i64 m, f64* column,
                       f64 rounding, const difference_storage& storage) {
     for (i32 shrink = 0; shrink < most_shrinks; ++shrink, step /= widening) {
