@@ -10,6 +10,7 @@ namespace {} // namespace
 
 stop_code descent::run(f64 start_norm) {
     start_norm_ = start_norm;
+    iterations_ = 0;
     progress so_far;
     forget_curvature();
     for (i64 j = 0; j < n_; ++j) work_.largest[j] = std::abs(work_.current.x[j]);
@@ -96,18 +97,9 @@ descent::turn descent::renew_derivatives(progress& so_far) {
     return turn::new_model;
 }
 
-// The model at the current point; none where the differences found a better point.
+// The model at the current point.
 descent::turn descent::make_model(progress& so_far) {
-    if (!model_.linearise(so_far.is_central)) {
-        if (iterations_ >= settings_.iteration_limit)
-            return stop_for(stop_code::too_many_iterations);
-        ++iterations_;
-        so_far.has_moved = true;
-        so_far.is_new = true;
-        so_far.follows_step = false;
-        forget_curvature();
-        return turn::new_model;
-    }
+    model_.linearise(so_far.is_central);
     model_.update_scale(so_far.is_new);
     model_.build();
     if (so_far.follows_step && !settings_.linear_model_only) {

@@ -48,11 +48,8 @@ private:
     f64 lower_, upper_;
 };
 
-// Whether any residual changed by more than rounding.
-bool moved(const f64* f, const f64* f0, i64 m, f64 rounding) {
-    for (i64 i = 0; i < m; ++i)
-        if (std::abs(f[i] - f0[i]) > rounding) return true;
-    return false;
+bool changed(const f64* f, const f64* f0, i64 m) {
+    return !std::equal(f, f + m, f0);
 }
 
 void quotient(const f64* f, const f64* f0, f64 offset, i64 m, f64* column) {
@@ -60,8 +57,7 @@ void quotient(const f64* f, const f64* f0, f64 offset, i64 m, f64* column) {
 }
 
 // Three-point formula; false where a point is infeasible or not finite, or no residual changed.
-bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* column,
-                        f64 rounding, const difference_storage& storage) {
+bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* column, const difference_storage& storage) {
     f64 first = step, second = -step;
     if (line.room(1.0) < step || line.room(-1.0) < step) {
         const f64 side = line.room(1.0) >= line.room(-1.0) ? 1.0 : -1.0;
@@ -72,7 +68,7 @@ bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* 
     if (std::isinf(line.evaluate_at(first, storage.first)) ||
         std::isinf(line.evaluate_at(second, storage.second)) || first == second)
         return false;
-    if (!moved(storage.first, f0, m, rounding) && !moved(storage.second, f0, m, rounding))
+    if (!changed(storage.first, f0, m) && !changed(storage.second, f0, m))
         return false;
     const f64 weight_of_first = second / (second - first);
     const f64 weight_of_second = first / (second - first);
@@ -85,15 +81,14 @@ bool three_point_column(offset_line& line, f64 step, const f64* f0, i64 m, f64* 
 // Forward difference, or backward where there is more room. The step shrinks while the residuals
 // Forward difference, or backward where the forward one does not serve; the step shrinks while the
 // residuals are finite on neither side. False if no residual changed.
-bool two_point_column(offset_line& line, f64 step, f64 side, const f64* f0, i64 m, f64* column,
-                      f64 rounding, const difference_storage& storage) {
+bool two_point_column(offset_line& line, f64 step, f64 side, const f64* f0, i64 m, f64* column, const difference_storage& storage) {
     for (i32 shrink = 0; shrink < most_shrinks; ++shrink, step /= widening) {
         bool is_finite = false;
         for (const f64 direction : {side, -side}) {
             f64 offset = direction * step;
             if (std::isinf(line.evaluate_at(offset, storage.first))) continue;
             is_finite = true;
-            if (!moved(storage.first, f0, m, rounding)) continue;
+            if (!changed(storage.first, f0, m)) continue;
             quotient(storage.first, f0, offset, m, column);
             return true;
         }
@@ -106,44 +101,33 @@ bool two_point_column(offset_line& line, f64 step, f64 side, const f64* f0, i64 
 
 bool difference_column(const residual_function& function, f64 scale, const difference_rule& rule,
                        const f64* lower, const f64* upper, const f64* x, const f64* f, i64 j,
-                       f64* column, best_seen& seen, const difference_storage& storage) {
+                       f64* column, const difference_storage& storage) {
     const i64 m = function.m;
     offset_line line(function, scale, lower, upper, x, j, storage.x);
     const f64 size = line.size();
-    const f64 rounding = 4.0 * epsilon_of(function);
     if (rule.is_central && three_point_column(line, std::pow(rule.relative_step, 2.0 / 3.0) * size,
-                                              f, m, column, rounding, storage))
+                                              f, m, column, storage))
         return false;
     f64 step = rule.relative_step * size;
     f64 side = 1.0;
     if (line.room(side) < step && line.room(-1.0) > line.room(side)) side = -1.0;
-    if (two_point_column(line, step, side, f, m, column, rounding, storage)) return false;
+    if (two_point_column(line, step, side, f, m, column, storage)) return false;
 
     const f64 farthest = std::max(size, 1.0) / rule.relative_step; // without a bound
-    bool has_room = true, is_downhill = false;
-    f64 downhill = 0.0; // side of the better point
+    bool has_room = true;
     for (step = rule.relative_step * size * widening; has_room; step *= widening) {
         has_room = false;
         for (const f64 direction : {side, -side}) {
-            if (is_downhill && direction != downhill) continue;
             f64 offset = direction * step;
             const f64 room = line.room(direction);
             has_room = has_room || (std::isinf(room) ? farthest : room) > step;
-            const f64 square = line.evaluate_at(offset, storage.first);
-            const bool is_better = square < seen.square;
-            if (is_downhill && !is_better) return true; // no further down this side
-            if (std::isinf(square) || !moved(storage.first, f, m, rounding)) continue;
-            if (!is_downhill) quotient(storage.first, f, offset, m, column);
-            if (!is_better) return true;
-            std::copy_n(line.x(), function.n, seen.x);
-            std::copy_n(storage.first, m, seen.f);
-            seen.square = square;
-            seen.found = true;
-            is_downhill = true;
-            downhill = direction;
+            if (std::isinf(line.evaluate_at(offset, storage.first)) ||
+                !changed(storage.first, f, m))
+                continue;
+            quotient(storage.first, f, offset, m, column);
+            return true;
         }
     }
-    if (is_downhill) return true;
     std::fill_n(column, m, 0.0);
     return false;
 }

@@ -22,14 +22,6 @@ struct difference_rule {
     bool is_central;
 };
 
-// The best point of the widened steps, if its sum of squares is below the initial square.
-struct best_seen {
-    f64* x; // [n]
-    f64* f; // [m]
-    f64 square;
-    bool found;
-};
-
 struct difference_storage {
     f64* x;      // [n]
     f64* first;  // [m]
@@ -37,9 +29,9 @@ struct difference_storage {
 };
 
 // Writes column j (from 0) of the Jacobian at x, where the residuals are f; bounds may be infinite.
-// True if the step was widened; seen then receives a better point.
+// True if the step was widened.
 bool difference_column(const residual_function& function, f64 scale, const difference_rule& rule,
                        const f64* lower, const f64* upper, const f64* x, const f64* f, i64 j,
-                       f64* column, best_seen& seen, const difference_storage& storage);
+                       f64* column, const difference_storage& storage);
 
 } // namespace qmx::numeric

@@ -25,9 +25,8 @@ bool local_model::meets_rows(const f64* x) const {
     return true;
 }
 
-bool local_model::linearise(bool is_central) {
-    point& current = work_.current;
-    best_seen seen{work_.widened.x, work_.widened.f, current.square, false};
+void local_model::linearise(bool is_central) {
+    const point& current = work_.current;
     if (function_.jacobian != nullptr)
         function_.jacobian(function_.context, current.x, work_.jacobian);
     for (i64 j = 0; j < n_; ++j) {
@@ -39,7 +38,7 @@ bool local_model::linearise(bool is_central) {
             work_.is_widened[j] = difference_column(function_, residual_scale,
                                                     {settings_.relative_difference, is_central},
                                                     limits_.lower, limits_.upper, current.x,
-                                                    current.f, j, column, seen, work_.differences);
+                                                    current.f, j, column, work_.differences);
         } else {
             for (i64 i = 0; i < m_; ++i) column[i] *= residual_scale;
         }
@@ -47,10 +46,6 @@ bool local_model::linearise(bool is_central) {
         if (!std::all_of(column, column + m_, [](f64 value) { return std::isfinite(value); }))
             std::fill_n(column, m_, 0.0);
     }
-    if (!seen.found || !meets_rows(work_.widened.x)) return true;
-    work_.widened.square = seen.square;
-    std::swap(work_.current, work_.widened);
-    return false;
 }
 
 f64 local_model::column_length(i64 j) const {
@@ -169,12 +164,12 @@ f64 local_model::correct_trial() {
     for (i64 i = 0; i < rows_; ++i) deviation[i] += work_.rotated[i];
     std::copy_n(work_.step, n_, work_.old_step);
     std::copy_n(work_.change, n_, work_.old_change);
-    std::swap(work_.trial, work_.widened);
+    std::swap(work_.trial, work_.corrected);
     std::swap(work_.rotated, deviation);
     const bool moves = make_trial(false);
     std::swap(work_.rotated, deviation);
-    if (moves && evaluate_at(work_.trial) < work_.widened.square) return work_.trial.square;
-    std::swap(work_.trial, work_.widened);
+    if (moves && evaluate_at(work_.trial) < work_.corrected.square) return work_.trial.square;
+    std::swap(work_.trial, work_.corrected);
     std::copy_n(work_.old_step, n_, work_.step);
     std::copy_n(work_.old_change, n_, work_.change);
     return work_.trial.square;

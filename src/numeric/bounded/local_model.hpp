@@ -24,9 +24,8 @@ public:
 
     bool meets_rows(const f64* x) const;
 
-    // The Jacobian at current; columns of fixed parameters are zero. False where a widened
-    // difference step found a better point, which becomes current.
-    bool linearise(bool is_central);
+    // The Jacobian at current; columns of fixed parameters are zero.
+    void linearise(bool is_central);
 
     bool any_column_moves() const;
 

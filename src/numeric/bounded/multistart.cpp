@@ -10,21 +10,20 @@ namespace {
 
 constexpr f64 infinity = std::numeric_limits<f64>::infinity();
 
-constexpr i32 geometric_places = 22; // from the lower bound, of ratio 2
-constexpr i32 even_places = 16;
 constexpr i64 most_searched_parameters = 8;
 constexpr i32 most_minima = 3;   // descended from, for one parameter
 constexpr f64 worth_while = 2.0; // greatest sum of squares of a start, relative to the best
 
 // A place as a fraction of the distance of the bounds: geometric from either bound, even between.
+constexpr i32 geometric_places = 22; // from the lower bound, of ratio 2
+constexpr i32 even_places = 16;
 f64 part_of_width(i32 place) {
-    if (place < geometric_places)
-        return std::exp2(static_cast<f64>(place - geometric_places) - 3.0);
+    if (place < geometric_places) return std::ldexp(1.0, place - geometric_places - 3);
     place -= geometric_places;
     if (place < even_places) return 0.125 + 0.8125 * place / even_places;
     place -= even_places;
-    constexpr i32 upper_places = places_across - geometric_places - even_places;
-    return place == upper_places - 1 ? 1.0 : 1.0 - std::exp2(-4.0 - place);
+    constexpr i32 upper_places = most_places - geometric_places - even_places;
+    return place == upper_places - 1 ? 1.0 : 1.0 - std::ldexp(1.0, -4 - place);
 }
 
 bool is_warning(stop_code code) {
@@ -41,57 +40,258 @@ void multistart::copy_point(const point& from, point& to) const {
 }
 
 stop_code multistart::run(f64 start_norm) {
-    stop_code code = descent_.run(start_norm);
+    start_norm_ = start_norm;
+    std::copy_n(work_.current.x, n_, work_.start);
+    code_ = descent_.run(start_norm);
     if (!settings_.search_across_bounds || n_ > most_searched_parameters ||
-        code == stop_code::small_residual || code == stop_code::too_many_iterations)
-        return code;
+        code_ == stop_code::small_residual || code_ == stop_code::too_many_iterations)
+        return code_;
     copy_point(work_.current, work_.best);
+    if (!is_affine()) {
+        leave_saddle();
+        constexpr i32 most_rounds = 2;
+        for (i32 round = 0; round < most_rounds && scan_all(); ++round) {}
+    }
+    copy_point(work_.best, work_.current);
+    return code_;
+}
+
+// Descends from the current point and keeps the better end. A warning of the first descent does not
+// apply to a point as good that another descent ends at ordinarily. True if the best point improved.
+bool multistart::descend_again() {
+    const stop_code found = descent_.run(start_norm_);
+    const f64 before = work_.best.square, reached = work_.current.square;
+    const f64 equal = 1.0 + 1e-6;
+    const bool lifts_warning = is_warning(code_) && !is_warning(found) && reached <= before * equal;
+    if (lifts_warning) code_ = found;
+    if (!(reached < before) && !lifts_warning) return false;
+    copy_point(work_.current, work_.best);
+    return reached < 0.999 * before;
+}
+
+// ---- Affine residuals ---------------------------------------------------------------------------
+
+bool multistart::has_two_bounds(i64 j) const {
+    return !std::isinf(limits_.lower[j]) && !std::isinf(limits_.upper[j]);
+}
+
+// Evaluates at the best point with parameter j moved; false where that is not possible.
+bool multistart::move_from_best(i64 j, f64 to) {
+    point& trial = work_.trial;
+    std::copy_n(work_.best.x, n_, trial.x);
+    trial.x[j] = std::clamp(nearest_parameter(function_, to), limits_.lower[j], limits_.upper[j]);
+    return trial.x[j] != work_.best.x[j] && model_.meets_rows(trial.x) &&
+           std::isfinite(model_.evaluate_at(trial));
+}
+
+// Compares two ways of moving parameter j; fills its column of old_jacobian with the residuals'
+// change and start of trial for the joint test.
+bool multistart::is_affine_in(i64 j) {
+    const f64 at = work_.best.x[j];
+    const f64 size = std::max(std::abs(at), 1.0);
+    f64 low = std::isinf(limits_.lower[j]) ? at - size : limits_.lower[j];
+    f64 high = std::isinf(limits_.upper[j]) ? at + size : limits_.upper[j];
+    if (at <= low) low = low + 0.25 * (high - low);
+    if (at >= high) high = high - 0.25 * (high - low);
+    f64* change = work_.old_jacobian + j * m_;
+    if (!move_from_best(j, low)) return false;
+    const f64 first = work_.trial.x[j] - at;
+    f64 largest = 0.0;
+    for (i64 i = 0; i < m_; ++i) {
+        change[i] = work_.trial.f[i] - work_.best.f[i];
+        largest = std::max(largest, std::abs(work_.trial.f[i]));
+    }
+    if (!move_from_best(j, high)) return false;
+    const f64 second = work_.trial.x[j] - at;
+    work_.far_x[j] = work_.trial.x[j];
+    for (i64 i = 0; i < m_; ++i) {
+        largest = std::max(largest, std::abs(work_.trial.f[i]));
+        largest = std::max(largest, std::abs(work_.best.f[i]));
+    }
+    const f64 tolerance = 16.0 * epsilon_of(function_) * std::max(largest, 1.0);
+    const f64 ratio = first / second;
+    bool is_straight = true;
+    for (i64 i = 0; i < m_; ++i) {
+        const f64 to_high = work_.trial.f[i] - work_.best.f[i];
+        is_straight = is_straight && std::abs(change[i] - to_high * ratio) <=
+                                         tolerance * (1.0 + std::abs(ratio));
+        change[i] = to_high;
+    }
+    return is_straight;
+}
+
+// Whether the residuals are affine in all parameters together. Sets is_affine_in of each.
+bool multistart::is_affine() {
+    bool is_all = true;
     for (i64 j = 0; j < n_; ++j) {
-        if (work_.is_fixed[j] || std::isinf(limits_.lower[j]) || std::isinf(limits_.upper[j]))
+        work_.is_affine[j] = work_.is_fixed[j] || is_affine_in(j);
+        is_all = is_all && work_.is_affine[j];
+    }
+    if (!is_all) return false;
+    point& trial = work_.trial;
+    std::copy_n(work_.best.x, n_, trial.x);
+    for (i64 j = 0; j < n_; ++j)
+        if (!work_.is_fixed[j]) trial.x[j] = work_.far_x[j];
+    bool is_joint = model_.meets_rows(trial.x) && std::isfinite(model_.evaluate_at(trial));
+    for (i64 i = 0; i < m_ && is_joint; ++i) {
+        f64 sum = work_.best.f[i], size = std::max(1.0, std::abs(sum));
+        for (i64 j = 0; j < n_; ++j)
+            if (!work_.is_fixed[j]) {
+                sum += work_.old_jacobian[i + j * m_];
+                size += std::abs(work_.old_jacobian[i + j * m_]);
+            }
+        is_joint = std::abs(sum - trial.f[i]) <= 16.0 * epsilon_of(function_) * size;
+    }
+    if (!is_joint) std::fill_n(work_.is_affine, n_, false); // each alone, but not together
+    return is_joint;
+}
+
+// ---- Saddle points ------------------------------------------------------------------------------
+
+// Takes a step of the model with the second-order part by differences, which finds a direction of
+// negative curvature where the gradient is zero.
+bool multistart::leave_saddle() {
+    if (limits_.rows.rows > 0) return false;
+    const f64 part = std::sqrt(std::sqrt(epsilon_of(function_)));
+    f64* moved = work_.old_jacobian;
+    f64* reach = work_.old_step;
+    std::fill_n(work_.curvature, n_ * n_, 0.0);
+    const f64* best = work_.best.f;
+    for (i64 j = 0; j < n_; ++j) {
+        const f64 at = work_.best.x[j];
+        const f64 step = part * (at != 0.0 ? std::abs(at) : 1.0);
+        reach[j] = 0.0;
+        if (work_.is_fixed[j] || at - step < limits_.lower[j] || at + step > limits_.upper[j] ||
+            !move_from_best(j, at - step))
             continue;
-        scan(j);
+        const f64 back = work_.trial.x[j] - at;
+        std::copy_n(work_.trial.f, m_, work_.differences.first);
+        if (!move_from_best(j, at + step)) continue;
+        reach[j] = work_.trial.x[j] - at;
+        std::copy_n(work_.trial.f, m_, moved + j * m_);
+        for (i64 i = 0; i < m_; ++i)
+            work_.curvature[j + j * n_] +=
+                2.0 * best[i] *
+                ((work_.trial.f[i] - best[i]) / reach[j] -
+                 (work_.differences.first[i] - best[i]) / back) /
+                (reach[j] - back);
+    }
+    for (i64 j = 0; j < n_; ++j)
+        for (i64 k = 0; k < j; ++k) {
+            if (reach[j] == 0.0 || reach[k] == 0.0) continue;
+            std::copy_n(work_.best.x, n_, work_.trial.x);
+            work_.trial.x[j] += reach[j];
+            work_.trial.x[k] += reach[k];
+            if (!std::isfinite(model_.evaluate_at(work_.trial))) continue;
+            f64 sum = 0.0;
+            for (i64 i = 0; i < m_; ++i)
+                sum += best[i] * (work_.trial.f[i] - moved[i + j * m_] - moved[i + k * m_] + best[i]);
+            work_.curvature[j + k * n_] = work_.curvature[k + j * n_] = sum / (reach[j] * reach[k]);
+        }
+    copy_point(work_.best, work_.current);
+    model_.linearise(true);
+    if (!model_.any_column_moves()) return false;
+    model_.update_scale(true);
+    model_.build();
+    const f64 size = model_.scaled_size(work_.best.x);
+    for (const f64 radius : {0.3 * size, 0.03 * size}) {
+        model_.limit_step(radius);
+        if (!model_.make_trial(true)) continue;
+        if (!(model_.predicted_reduction(true) > 1e-3 * work_.best.square)) return false;
+        if (!(model_.evaluate_at(work_.trial) < 0.9999 * work_.best.square)) continue;
+        std::swap(work_.current, work_.trial);
+        return descend_again();
+    }
+    return false;
+}
+
+// ---- Scans --------------------------------------------------------------------------------------
+
+// Marks the parameters whose change by their own size hardly changes the residuals.
+bool multistart::find_plateaus() {
+    copy_point(work_.best, work_.current);
+    model_.linearise(false);
+    bool any = false;
+    for (i64 j = 0; j < n_; ++j) {
+        const f64* column = work_.jacobian + j * m_;
+        f64 sum = 0.0;
+        for (i64 i = 0; i < m_; ++i) sum += column[i] * column[i];
+        const f64 size = std::max(std::abs(work_.best.x[j]), std::abs(work_.start[j]));
+        work_.is_plateau[j] = !work_.is_fixed[j] && (work_.is_widened[j] || sum * size * size <= 1e-6 * work_.best.square);
+        any = any || work_.is_plateau[j];
+    }
+    return any;
+}
+
+// The places of parameter j, into the scan's values; their number.
+i32 multistart::choose_places(i64 j) {
+    const f64 lower = limits_.lower[j], upper = limits_.upper[j];
+    if (has_two_bounds(j)) {
+        for (i32 place = 0; place < most_places; ++place)
+            work_.place_values[place] = lower + (upper - lower) * part_of_width(place);
+        return most_places;
+    }
+    const f64 start = work_.start[j] != 0.0 ? work_.start[j] : 1.0;
+    i32 count = 0;
+    for (i32 place = 0; place < most_places; ++place) {
+        const f64 value = start * std::ldexp(1.0, place - most_places / 2);
+        if (value >= lower && value <= upper) work_.place_values[count++] = value;
+    }
+    return count;
+}
+
+// Scans parameters one by one. True if the best point improved.
+bool multistart::scan_all() {
+    bool any = false;
+    bool any_unbounded = false;
+    for (i64 j = 0; j < n_; ++j)
+        any_unbounded = any_unbounded || (!work_.is_fixed[j] && !has_two_bounds(j));
+    const bool has_plateau = any_unbounded && find_plateaus();
+    for (i64 j = 0; j < n_; ++j) {
+        if (work_.is_fixed[j] || work_.is_affine[j]) continue;
+        if (!has_two_bounds(j) && !(has_plateau && work_.is_plateau[j])) continue;
+        const i32 places = choose_places(j);
+        scan(j, places);
         for (i32 minimum = 0; minimum < most_minima; ++minimum) {
-            const i32 place = deepest_minimum(work_.best.x[j], j);
+            const i32 place = deepest_minimum(j, places);
             if (place < 0) break;
             std::copy_n(work_.places + place * n_, n_, work_.current.x);
             model_.evaluate_at(work_.current);
             work_.place_squares[place] = infinity;
-            const stop_code found = descent_.run(start_norm);
-            const f64 equal = 1.0 + 1e-6;
-            const bool ends_better = is_warning(code) && !is_warning(found) &&
-                                     work_.current.square <= work_.best.square * equal;
-            if (!(work_.current.square < work_.best.square) && !ends_better) continue;
-            copy_point(work_.current, work_.best);
-            code = found;
+            if (descend_again()) any = true;
         }
     }
-    copy_point(work_.best, work_.current);
-    return code;
+    return any;
 }
 
-// Sets parameter j to each of its places, fits the others there by the linear model, and records
-// the points reached.
-void multistart::scan(i64 j) {
+// Sets parameter j to each place, fits the others there by the linear model, and records the points
+// reached.
+void multistart::scan(i64 j, i32 places) {
+    bool others_affine = true;
+    for (i64 k = 0; k < n_; ++k) others_affine = others_affine && (k == j || work_.is_affine[k]);
     work_.is_fixed[j] = true;
-    const f64 width = limits_.upper[j] - limits_.lower[j];
-    for (i32 place = 0; place < places_across; ++place) {
+    for (i32 place = 0; place < places; ++place) {
         point& current = work_.current;
         std::copy_n(work_.best.x, n_, current.x);
-        current.x[j] = limits_.lower[j] + width * part_of_width(place);
+        current.x[j] = work_.place_values[place];
         round_to_representable(function_, limits_, current.x);
-        model_.evaluate_at(current);
-        if (!model_.meets_rows(current.x)) current.square = infinity;
-        constexpr i32 most_fits = 2;
-        for (i32 fit = 0; fit < most_fits && std::isfinite(work_.current.square); ++fit) {
-            if (model_.linearise(false)) {
-                model_.drop_widened_columns();
-                if (!model_.any_column_moves()) break;
+        current.square = infinity;
+        if (model_.meets_rows(current.x) && std::isfinite(model_.evaluate_at(current))) {
+            model_.linearise(false);
+            model_.drop_widened_columns();
+            if (model_.any_column_moves()) {
                 model_.update_scale(true);
                 model_.build();
                 model_.limit_step(infinity);
-                if (!model_.make_trial(false)) break;
-                if (!(model_.evaluate_at(work_.trial) < work_.current.square)) break;
-                std::swap(work_.current, work_.trial);
+                if (model_.make_trial(false)) {
+                    const f64 predicted = current.square - model_.predicted_reduction(false);
+                    if (others_affine) {
+                        std::copy_n(work_.trial.x, n_, current.x);
+                        current.square = std::max(0.0, predicted);
+                    } else if (model_.evaluate_at(work_.trial) < current.square) {
+                        std::swap(work_.current, work_.trial);
+                    }
+                }
             }
         }
         std::copy_n(work_.current.x, n_, work_.places + place * n_);
@@ -101,20 +301,21 @@ void multistart::scan(i64 j) {
 }
 
 // The place with the smallest sum of squares among the local minima of the profile. A minimum beside
-// the value at of parameter j counts only if it is better than the best point. -1: none.
-i32 multistart::deepest_minimum(f64 at, i64 j) const {
+// the best point counts only if it is better. -1: none.
+i32 multistart::deepest_minimum(i64 j, i32 places) const {
     const f64* squares = work_.place_squares;
+    const f64 at = work_.best.x[j];
     const auto x_of = [&](i32 place) { return work_.places[place * n_ + j]; };
     i32 deepest = -1;
-    for (i32 place = 0; place < places_across; ++place) {
+    for (i32 place = 0; place < places; ++place) {
         const f64 square = squares[place];
         const i32 before = std::max(place - 1, 0);
-        const i32 after = std::min(place + 1, places_across - 1);
+        const i32 after = std::min(place + 1, places - 1);
         if (!(square < worth_while * work_.best.square) || squares[before] < square ||
             squares[after] < square)
             continue;
-        const bool is_beside = at >= x_of(before) && at <= x_of(after);
-        if (is_beside && !(square < work_.best.square)) continue;
+        const f64 low = std::min(x_of(before), x_of(after)), high = std::max(x_of(before), x_of(after));
+        if (at >= low && at <= high && !(square < work_.best.square)) continue;
         if (deepest < 0 || square < squares[deepest]) deepest = place;
     }
     return deepest;

@@ -1,10 +1,13 @@
-// Search for a better local minimum between the bounds, after the first descent has ended. Called by
-// minimise with the current point at the end of that descent.
+// Search for a better minimum after the first descent. Called by minimise with the start as the
+// current point; the first descent alone decides the stop code of a fit that ends ordinarily.
 //
-// Fits of curves have plateaus, and minima on bounds that are not the best. Each parameter with two
-// finite bounds is set to 48 places between them, the others are fitted to each place by a linear
-// model, and descents start from the best local minima of this profile. Places that violate a
-// constraint are skipped. The search is left out with more than 8 parameters, or on request.
+// Three things end a descent short of the best point: a saddle point, a plateau, and a minimum beside
+// a better one. Hence a direction of negative curvature at the end is followed, and each parameter
+// between two bounds, or on a plateau, is scanned: set to places across its range, with the others
+// fitted to each place by the linear model. Descents start from the best local minima of this
+// profile. Residuals that are affine between the bounds have one minimum and are not searched;
+// parameters in which they are affine are fitted, not scanned. The search is left out with more than
+// 8 parameters, or on request.
 #pragma once
 
 #include "numeric/bounded/descent.hpp"
@@ -26,8 +29,19 @@ private:
     using point = solver_storage::point;
 
     void copy_point(const point& from, point& to) const;
-    void scan(i64 j);
-    i32 deepest_minimum(f64 at, i64 j) const;
+    bool descend_again();
+
+    bool has_two_bounds(i64 j) const;
+    bool is_affine();
+    bool is_affine_in(i64 j);
+    bool move_from_best(i64 j, f64 to);
+
+    bool leave_saddle();
+    bool scan_all();
+    bool find_plateaus();
+    i32 choose_places(i64 j);
+    void scan(i64 j, i32 places);
+    i32 deepest_minimum(i64 j, i32 places) const;
 
     const residual_function& function_;
     const fit_limits& limits_;
@@ -36,9 +50,11 @@ private:
     local_model& model_;
     descent& descent_;
     i64 m_, n_;
+    f64 start_norm_ = 0.0;
+    stop_code code_ = stop_code::nothing_asked;
 };
 
-// Places of a parameter between its bounds.
-inline constexpr i32 places_across = 48;
+// Most places of a scanned parameter.
+inline constexpr i32 most_places = 48;
 
 } // namespace qmx::numeric

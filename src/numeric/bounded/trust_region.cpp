@@ -107,7 +107,7 @@ point take_point(storage_plan& plan, i64 m, i64 n) {
 
 solver_storage::solver_storage(storage_plan& plan, i64 m, i64 n, i64 constraints)
     : current(take_point(plan, m, n)), trial(take_point(plan, m, n)), best(take_point(plan, m, n)),
-      widened(take_point(plan, m, n)), jacobian(plan.take<f64>(m, n)),
+      corrected(take_point(plan, m, n)), jacobian(plan.take<f64>(m, n)),
       old_jacobian(plan.take<f64>(m, n)), factors(plan.take<f64>(m, n)), beta(plan.take<f64>(n)),
       rotated(plan.take<f64>(m)), model(plan.take<f64>(std::min(m, n), n)),
       curvature(plan.take<f64>(n, n)), scaled_curvature(plan.take<f64>(n, n)),
@@ -116,9 +116,10 @@ solver_storage::solver_storage(storage_plan& plan, i64 m, i64 n, i64 constraints
       old_step(plan.take<f64>(n)), old_change(plan.take<f64>(n)), gradient(plan.take<f64>(n)),
       old_gradient(plan.take<f64>(n)), lower(plan.take<f64>(n)), upper(plan.take<f64>(n)),
       row_lower(plan.take<f64>(constraints)), row_upper(plan.take<f64>(constraints)),
-      places(plan.take<f64>(places_across, n)), place_squares(plan.take<f64>(places_across)),
-      is_fixed(plan.take<bool>(n)),
-      is_widened(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),
+      start(plan.take<f64>(n)), far_x(plan.take<f64>(n)), places(plan.take<f64>(most_places, n)),
+      place_values(plan.take<f64>(most_places)), place_squares(plan.take<f64>(most_places)),
+      is_fixed(plan.take<bool>(n)), is_widened(plan.take<bool>(n)), is_affine(plan.take<bool>(n)),
+      is_plateau(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),
                                                   plan.take<f64>(m)},
       inner(plan, n + constraints, std::max(n, constraints), constraints),
       feasible(plan, n, constraints) {}

@@ -59,13 +59,13 @@ struct solver_storage {
         f64* f; // [m]
         f64 square;
     };
-    point current, trial, best, widened;
+    point current, trial, best, corrected;
     f64 *jacobian, *old_jacobian, *factors, *beta, *rotated;
     f64 *model, *curvature, *scaled_curvature, *scaled_rows;
     f64 *scale, *largest, *step, *change, *old_step, *old_change, *gradient, *old_gradient;
     f64 *lower, *upper, *row_lower, *row_upper; // of the step
-    f64 *places, *place_squares;
-    bool *is_fixed, *is_widened;
+    f64 *start, *far_x, *places, *place_values, *place_squares; // of the multistart
+    bool *is_fixed, *is_widened, *is_affine, *is_plateau;
     difference_storage differences;
     step_storage inner;
     feasible_storage feasible;
