@@ -11,6 +11,7 @@ namespace {} // namespace
 stop_code descent::run(f64 start_norm) {
     start_norm_ = start_norm;
     iterations_ = 0;
+    model_.fits_affine = choose_affine();
     progress so_far;
     forget_curvature();
     for (i64 j = 0; j < n_; ++j) work_.largest[j] = std::abs(work_.current.x[j]);
@@ -25,6 +26,17 @@ stop_code descent::run(f64 start_norm) {
 descent::turn descent::stop_for(stop_code reason) {
     stop_ = reason;
     return turn::stop;
+}
+
+// Only with parameters of both kinds, and where every one can move by itself.
+bool descent::choose_affine() const {
+    bool any_affine = false, any_other = false;
+    for (i64 j = 0; j < n_; ++j) {
+        if (work_.is_fixed[j]) continue;
+        any_affine = any_affine || work_.is_affine[j];
+        any_other = any_other || !work_.is_affine[j];
+    }
+    return any_affine && any_other && limits_.rows.rows == 0 && function_.jacobian == nullptr;
 }
 
 // ---- The trust region ---------------------------------------------------------------------------
@@ -43,13 +55,16 @@ f64 descent::first_radius() const {
 
 f64 descent::step_length() const {
     f64 largest = 0.0;
-    for (i64 j = 0; j < n_; ++j) largest = std::max(largest, std::abs(work_.step[j]));
+    for (i64 j = 0; j < n_; ++j)
+        if (!model_.fits_affine || !work_.is_affine[j])
+            largest = std::max(largest, std::abs(work_.step[j]));
     return largest;
 }
 
 descent::contact descent::contact_of_step(f64 radius) const {
     contact at{false, false};
     for (i64 j = 0; j < n_; ++j) {
+        if (model_.fits_affine && work_.is_affine[j]) continue;
         const f64 boundary = std::min(radius, model_.farthest_of(j) * model_.divisor_of(j));
         if (!(std::abs(work_.step[j]) >= 0.999 * boundary) || work_.step[j] == 0.0) continue;
         const f64 bound = work_.step[j] < 0.0 ? limits_.lower[j] : limits_.upper[j];
@@ -102,7 +117,7 @@ descent::turn descent::make_model(progress& so_far) {
     model_.linearise(so_far.is_central);
     model_.update_scale(so_far.is_new);
     model_.build();
-    if (so_far.follows_step && !settings_.linear_model_only) {
+    if (so_far.follows_step && !settings_.linear_model_only && !model_.fits_affine) {
         model_.update_curvature();
         uses_curvature_ = uses_curvature_ && model_.has_curvature();
         model_.build();
@@ -181,14 +196,32 @@ descent::turn descent::end_without_reduction(progress& so_far, const proposal& s
 descent::trial_result descent::try_step(const proposal& step) {
     const f64 square = work_.current.square;
     trial_result result{};
-    result.actual = square - model_.evaluate_at(work_.trial);
-    if (result.actual < 0.75 * step.predicted)
-        result.actual = std::max(result.actual, square - model_.correct_trial());
+    result.actual = square - evaluate_trial(step.predicted);
     result.length = step_length();
     const f64 size =
         std::max(model_.scaled_size(work_.trial.x), model_.scaled_size(work_.current.x));
     result.is_short = result.length <= settings_.step_tolerance * size;
     return result;
+}
+
+// The sum of squares at the trial point, after the affine parameters were fitted there, or after the
+// second-order correction of a poor predicted reduction.
+f64 descent::evaluate_trial(f64 predicted) {
+    solver_storage::point& trial = work_.trial;
+    const f64 first = model_.evaluate_at(trial);
+    if (!model_.fits_affine) {
+        const bool is_poor = work_.current.square - first < 0.75 * predicted;
+        return is_poor ? std::min(first, model_.correct_trial()) : first;
+    }
+    if (std::isinf(first)) return first;
+    std::copy_n(trial.x, n_, work_.corrected.x);
+    std::copy_n(trial.f, m_, work_.corrected.f);
+    work_.corrected.square = first;
+    affine_.refit(work_.corrected);
+    if (model_.evaluate_at(work_.corrected) < first) std::swap(work_.trial, work_.corrected);
+    model_.build();
+    model_.measure_step();
+    return work_.trial.square;
 }
 
 descent::turn descent::accept(progress& so_far, const proposal& step, const trial_result& result,

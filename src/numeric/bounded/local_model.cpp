@@ -109,6 +109,11 @@ void local_model::limit_step(f64 radius) {
         const f64 down = std::min(0.0, limits_.lower[j] - at) * divisor;
         const f64 up = std::max(0.0, limits_.upper[j] - at) * divisor;
         const f64 most = std::min(radius, farthest_of(j) * divisor);
+        if (fits_affine && work_.is_affine[j]) { // only a bound that already holds it is kept
+            work_.lower[j] = stays || down == 0.0 ? 0.0 : -infinity;
+            work_.upper[j] = stays || up == 0.0 ? 0.0 : infinity;
+            continue;
+        }
         work_.lower[j] = stays ? 0.0 : std::max(-most, down);
         work_.upper[j] = stays ? 0.0 : std::min(most, up);
     }
@@ -133,6 +138,7 @@ model_problem local_model::problem(bool with_curvature) const {
 
 bool local_model::make_trial(bool with_curvature) {
     constrained_step(problem(with_curvature), work_.step, work_.inner);
+    unrounded_reduction_ = -2.0 * model_change(problem(with_curvature), work_.step, work_.inner.residual);
     const point& current = work_.current;
     for (i64 j = 0; j < n_; ++j) {
         const f64 reach = work_.step[j] / divisor_of(j);
@@ -144,9 +150,13 @@ bool local_model::make_trial(bool with_curvature) {
         if (reach > 0.0 && work_.step[j] == scaled_upper) work_.trial.x[j] = limits_.upper[j];
     }
     round_to_representable(function_, limits_, work_.trial.x);
+    return measure_step();
+}
+
+bool local_model::measure_step() {
     bool moves = false;
     for (i64 j = 0; j < n_; ++j) {
-        work_.change[j] = work_.trial.x[j] - current.x[j];
+        work_.change[j] = work_.trial.x[j] - work_.current.x[j];
         work_.step[j] = work_.change[j] * divisor_of(j);
         moves = moves || work_.change[j] != 0.0;
     }
@@ -176,6 +186,7 @@ f64 local_model::correct_trial() {
 }
 
 f64 local_model::predicted_reduction(bool with_curvature) const {
+    if (fits_affine) return unrounded_reduction_;
     return -2.0 * model_change(problem(with_curvature), work_.step, work_.inner.residual);
 }
 
@@ -232,7 +243,9 @@ void local_model::update_curvature() {
 
 f64 local_model::scaled_size(const f64* x) const {
     f64 largest = 0.0;
-    for (i64 j = 0; j < n_; ++j) largest = std::max(largest, std::abs(x[j]) * work_.scale[j]);
+    for (i64 j = 0; j < n_; ++j)
+        if (!fits_affine || !work_.is_affine[j])
+            largest = std::max(largest, std::abs(x[j]) * work_.scale[j]);
     return largest;
 }
 

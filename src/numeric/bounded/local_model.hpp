@@ -17,7 +17,8 @@ public:
         : function_(function), limits_(limits), settings_(settings), work_(storage), m_(function.m),
           n_(function.n), rows_(std::min(function.m, function.n)) {}
 
-    f64 residual_scale = 1.0; // a power of two, see evaluate
+    f64 residual_scale = 1.0;  // a power of two, see evaluate
+    bool fits_affine = false; // affine parameters are fitted again after each step
 
     // Sets the residuals and the sum of squares, which it returns.
     f64 evaluate_at(solver_storage::point& at);
@@ -48,6 +49,9 @@ public:
     // Minimises the model and rounds the trial point to representable parameters. change is the
     // rounded step, step the same in scaled parameters. False if both are zero.
     bool make_trial(bool with_curvature);
+
+    // Sets change and step from the trial point; false if both are zero.
+    bool measure_step();
 
     // Second-order correction after a poor predicted reduction: adds the residuals' deviation from
     // the linear model along the step, minimises again and keeps the better trial. In a curved
@@ -82,6 +86,7 @@ private:
     solver_storage& work_;
     i64 m_, n_, rows_; // rows of R
     bool has_curvature_ = false;
+    f64 unrounded_reduction_ = 0.0;
 };
 
 } // namespace qmx::numeric

@@ -42,15 +42,17 @@ void multistart::copy_point(const point& from, point& to) const {
 stop_code multistart::run(f64 start_norm) {
     start_norm_ = start_norm;
     std::copy_n(work_.current.x, n_, work_.start);
+    const bool is_affine = n_ <= most_searched_parameters && affine_.find();
     code_ = descent_.run(start_norm);
     if (!settings_.search_across_bounds || n_ > most_searched_parameters ||
         code_ == stop_code::small_residual || code_ == stop_code::too_many_iterations)
         return code_;
     copy_point(work_.current, work_.best);
-    if (!is_affine()) {
+    model_.fits_affine = false;
+    constexpr i32 most_rounds = 2;
+    for (i32 round = 0; round < most_rounds && !is_affine; ++round) {
         leave_saddle();
-        constexpr i32 most_rounds = 2;
-        for (i32 round = 0; round < most_rounds && scan_all(); ++round) {}
+        if (!scan_all()) break;
     }
     copy_point(work_.best, work_.current);
     return code_;
@@ -60,6 +62,7 @@ stop_code multistart::run(f64 start_norm) {
 // apply to a point as good that another descent ends at ordinarily. True if the best point improved.
 bool multistart::descend_again() {
     const stop_code found = descent_.run(start_norm_);
+    model_.fits_affine = false;
     const f64 before = work_.best.square, reached = work_.current.square;
     const f64 equal = 1.0 + 1e-6;
     const bool lifts_warning = is_warning(code_) && !is_warning(found) && reached <= before * equal;
@@ -68,8 +71,6 @@ bool multistart::descend_again() {
     copy_point(work_.current, work_.best);
     return reached < 0.999 * before;
 }
-
-// ---- Affine residuals ---------------------------------------------------------------------------
 
 bool multistart::has_two_bounds(i64 j) const {
     return !std::isinf(limits_.lower[j]) && !std::isinf(limits_.upper[j]);
@@ -82,68 +83,6 @@ bool multistart::move_from_best(i64 j, f64 to) {
     trial.x[j] = std::clamp(nearest_parameter(function_, to), limits_.lower[j], limits_.upper[j]);
     return trial.x[j] != work_.best.x[j] && model_.meets_rows(trial.x) &&
            std::isfinite(model_.evaluate_at(trial));
-}
-
-// Compares two ways of moving parameter j; fills its column of old_jacobian with the residuals'
-// change and start of trial for the joint test.
-bool multistart::is_affine_in(i64 j) {
-    const f64 at = work_.best.x[j];
-    const f64 size = std::max(std::abs(at), 1.0);
-    f64 low = std::isinf(limits_.lower[j]) ? at - size : limits_.lower[j];
-    f64 high = std::isinf(limits_.upper[j]) ? at + size : limits_.upper[j];
-    if (at <= low) low = low + 0.25 * (high - low);
-    if (at >= high) high = high - 0.25 * (high - low);
-    f64* change = work_.old_jacobian + j * m_;
-    if (!move_from_best(j, low)) return false;
-    const f64 first = work_.trial.x[j] - at;
-    f64 largest = 0.0;
-    for (i64 i = 0; i < m_; ++i) {
-        change[i] = work_.trial.f[i] - work_.best.f[i];
-        largest = std::max(largest, std::abs(work_.trial.f[i]));
-    }
-    if (!move_from_best(j, high)) return false;
-    const f64 second = work_.trial.x[j] - at;
-    work_.far_x[j] = work_.trial.x[j];
-    for (i64 i = 0; i < m_; ++i) {
-        largest = std::max(largest, std::abs(work_.trial.f[i]));
-        largest = std::max(largest, std::abs(work_.best.f[i]));
-    }
-    const f64 tolerance = 16.0 * epsilon_of(function_) * std::max(largest, 1.0);
-    const f64 ratio = first / second;
-    bool is_straight = true;
-    for (i64 i = 0; i < m_; ++i) {
-        const f64 to_high = work_.trial.f[i] - work_.best.f[i];
-        is_straight = is_straight && std::abs(change[i] - to_high * ratio) <=
-                                         tolerance * (1.0 + std::abs(ratio));
-        change[i] = to_high;
-    }
-    return is_straight;
-}
-
-// Whether the residuals are affine in all parameters together. Sets is_affine_in of each.
-bool multistart::is_affine() {
-    bool is_all = true;
-    for (i64 j = 0; j < n_; ++j) {
-        work_.is_affine[j] = work_.is_fixed[j] || is_affine_in(j);
-        is_all = is_all && work_.is_affine[j];
-    }
-    if (!is_all) return false;
-    point& trial = work_.trial;
-    std::copy_n(work_.best.x, n_, trial.x);
-    for (i64 j = 0; j < n_; ++j)
-        if (!work_.is_fixed[j]) trial.x[j] = work_.far_x[j];
-    bool is_joint = model_.meets_rows(trial.x) && std::isfinite(model_.evaluate_at(trial));
-    for (i64 i = 0; i < m_ && is_joint; ++i) {
-        f64 sum = work_.best.f[i], size = std::max(1.0, std::abs(sum));
-        for (i64 j = 0; j < n_; ++j)
-            if (!work_.is_fixed[j]) {
-                sum += work_.old_jacobian[i + j * m_];
-                size += std::abs(work_.old_jacobian[i + j * m_]);
-            }
-        is_joint = std::abs(sum - trial.f[i]) <= 16.0 * epsilon_of(function_) * size;
-    }
-    if (!is_joint) std::fill_n(work_.is_affine, n_, false); // each alone, but not together
-    return is_joint;
 }
 
 // ---- Saddle points ------------------------------------------------------------------------------
@@ -264,11 +203,24 @@ bool multistart::scan_all() {
     return any;
 }
 
+// One step of the linear model in the parameters that are not fixed, if it lowers the sum.
+void multistart::fit_others() {
+    model_.linearise(false);
+    model_.drop_widened_columns();
+    if (!model_.any_column_moves()) return;
+    model_.update_scale(true);
+    model_.build();
+    model_.limit_step(infinity);
+    if (model_.make_trial(false) && model_.evaluate_at(work_.trial) < work_.current.square)
+        std::swap(work_.current, work_.trial);
+}
+
 // Sets parameter j to each place, fits the others there by the linear model, and records the points
 // reached.
 void multistart::scan(i64 j, i32 places) {
-    bool others_affine = true;
-    for (i64 k = 0; k < n_; ++k) others_affine = others_affine && (k == j || work_.is_affine[k]);
+    bool others_affine = limits_.rows.rows == 0;
+    for (i64 k = 0; k < n_; ++k)
+        others_affine = others_affine && (k == j || work_.is_affine[k] || work_.is_fixed[k]);
     work_.is_fixed[j] = true;
     for (i32 place = 0; place < places; ++place) {
         point& current = work_.current;
@@ -277,22 +229,10 @@ void multistart::scan(i64 j, i32 places) {
         round_to_representable(function_, limits_, current.x);
         current.square = infinity;
         if (model_.meets_rows(current.x) && std::isfinite(model_.evaluate_at(current))) {
-            model_.linearise(false);
-            model_.drop_widened_columns();
-            if (model_.any_column_moves()) {
-                model_.update_scale(true);
-                model_.build();
-                model_.limit_step(infinity);
-                if (model_.make_trial(false)) {
-                    const f64 predicted = current.square - model_.predicted_reduction(false);
-                    if (others_affine) {
-                        std::copy_n(work_.trial.x, n_, current.x);
-                        current.square = std::max(0.0, predicted);
-                    } else if (model_.evaluate_at(work_.trial) < current.square) {
-                        std::swap(work_.current, work_.trial);
-                    }
-                }
-            }
+            if (others_affine)
+                current.square = affine_.refit(current);
+            else
+                fit_others();
         }
         std::copy_n(work_.current.x, n_, work_.places + place * n_);
         work_.place_squares[place] = work_.current.square;

@@ -18,9 +18,9 @@ class multistart {
 public:
     multistart(const residual_function& function, const fit_limits& limits,
                const solver_settings& settings, solver_storage& storage, local_model& model,
-               descent& descent)
+               affine_parameters& affine, descent& descent)
         : function_(function), limits_(limits), settings_(settings), work_(storage), model_(model),
-          descent_(descent), m_(function.m), n_(function.n) {}
+          affine_(affine), descent_(descent), m_(function.m), n_(function.n) {}
 
     // Descends from the current point, then searches. Leaves the best point in current.
     stop_code run(f64 start_norm);
@@ -32,14 +32,13 @@ private:
     bool descend_again();
 
     bool has_two_bounds(i64 j) const;
-    bool is_affine();
-    bool is_affine_in(i64 j);
     bool move_from_best(i64 j, f64 to);
 
     bool leave_saddle();
     bool scan_all();
     bool find_plateaus();
     i32 choose_places(i64 j);
+    void fit_others();
     void scan(i64 j, i32 places);
     i32 deepest_minimum(i64 j, i32 places) const;
 
@@ -48,6 +47,7 @@ private:
     const solver_settings& settings_;
     solver_storage& work_;
     local_model& model_;
+    affine_parameters& affine_;
     descent& descent_;
     i64 m_, n_;
     f64 start_norm_ = 0.0;

@@ -1,5 +1,6 @@
 #include "numeric/bounded/trust_region.hpp"
 
+#include "numeric/bounded/affine_parameters.hpp"
 #include "numeric/bounded/descent.hpp"
 #include "numeric/bounded/local_model.hpp"
 #include "numeric/bounded/multistart.hpp"
@@ -20,8 +21,9 @@ public:
         const solver_settings& settings, solver_storage& storage)
         : function_(function), limits_(limits), settings_(settings), work_(storage),
           model_(function, limits, settings, storage),
-          descent_(function, limits, settings, storage, model_),
-          multistart_(function, limits, settings, storage, model_, descent_), m_(function.m),
+          affine_(function, limits, storage, model_),
+          descent_(function, limits, settings, storage, model_, affine_),
+          multistart_(function, limits, settings, storage, model_, affine_, descent_), m_(function.m),
           n_(function.n) {}
 
     stop_code run(f64* x, f64& norm) {
@@ -92,6 +94,7 @@ private:
     const solver_settings& settings_;
     solver_storage& work_;
     local_model model_;
+    affine_parameters affine_;
     descent descent_;
     multistart multistart_;
     i64 m_, n_;
@@ -116,7 +119,7 @@ solver_storage::solver_storage(storage_plan& plan, i64 m, i64 n, i64 constraints
       old_step(plan.take<f64>(n)), old_change(plan.take<f64>(n)), gradient(plan.take<f64>(n)),
       old_gradient(plan.take<f64>(n)), lower(plan.take<f64>(n)), upper(plan.take<f64>(n)),
       row_lower(plan.take<f64>(constraints)), row_upper(plan.take<f64>(constraints)),
-      start(plan.take<f64>(n)), far_x(plan.take<f64>(n)), places(plan.take<f64>(most_places, n)),
+      divisors(plan.take<f64>(n)), far_x(plan.take<f64>(n)), start(plan.take<f64>(n)), places(plan.take<f64>(most_places, n)),
       place_values(plan.take<f64>(most_places)), place_squares(plan.take<f64>(most_places)),
       is_fixed(plan.take<bool>(n)), is_widened(plan.take<bool>(n)), is_affine(plan.take<bool>(n)),
       is_plateau(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),
