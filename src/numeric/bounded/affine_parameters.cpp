@@ -63,8 +63,8 @@ bool affine_parameters::is_affine(i64 j) {
     bool is_straight = true;
     for (i64 i = 0; i < m_; ++i) {
         const f64 to_high = work_.trial.f[i] - work_.current.f[i];
-        is_straight = is_straight && std::abs(change[i] - to_high * ratio) <=
-                                         tolerance * (1.0 + std::abs(ratio));
+        is_straight = is_straight &&
+                      std::abs(change[i] - to_high * ratio) <= tolerance * (1.0 + std::abs(ratio));
         change[i] = to_high;
     }
     constexpr f64 significant = 64.0;
@@ -95,7 +95,8 @@ f64 affine_parameters::difference(point& at, i64 j, f64* column) {
     const f64 from = at.x[j];
     const f64 up = limits_.upper[j] - from, down = from - limits_.lower[j];
     const f64 size = from != 0.0 ? std::abs(from) : 1.0;
-    const f64 to = up >= std::min(size, down) ? from + std::min(size, up) : from - std::min(size, down);
+    const f64 to =
+        up >= std::min(size, down) ? from + std::min(size, up) : from - std::min(size, down);
     at.x[j] = std::clamp(nearest_parameter(function_, to), limits_.lower[j], limits_.upper[j]);
     const f64 distance = at.x[j] - from;
     const f64 square = evaluate(function_, model_.residual_scale, at.x, column);
@@ -131,8 +132,9 @@ f64 affine_parameters::refit(point& at) {
     const i64 rows = std::min(m_, n_);
     for (i64 j = 0; j < n_; ++j)
         for (i64 i = 0; i < rows; ++i) work_.model[i + j * rows] = i <= j ? factors(i, j) : 0.0;
-    const model_problem problem{{work_.model, rows, n_, rows}, work_.rotated, nullptr,
-                                work_.lower, work_.upper, {nullptr, 0, n_, 0}, nullptr, nullptr};
+    const model_problem problem{
+        {work_.model, rows, n_, rows}, work_.rotated, nullptr, work_.lower, work_.upper,
+        {nullptr, 0, n_, 0},           nullptr,       nullptr};
     constrained_step(problem, work_.step, work_.inner);
     const f64 change = 2.0 * model_change(problem, work_.step, work_.inner.residual);
     for (i64 j = 0; j < n_; ++j) at.x[j] += work_.step[j] / work_.divisors[j];

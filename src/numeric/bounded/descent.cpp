@@ -14,7 +14,11 @@ stop_code descent::run(f64 start_norm) {
     model_.fits_affine = choose_affine();
     progress so_far;
     forget_curvature();
-    for (i64 j = 0; j < n_; ++j) work_.largest[j] = std::abs(work_.current.x[j]);
+    for (i64 j = 0; j < n_; ++j) {
+        const f64 at = std::abs(work_.current.x[j]);
+        const f64 width = limits_.upper[j] - limits_.lower[j];
+        work_.largest[j] = at > 0.0 ? at : std::min(1.0, width);
+    }
     const f64 zero_norm = epsilon_of(function_) * settings_.gradient_tolerance;
     for (;;) {
         if (work_.current.square <= zero_norm * zero_norm) return stop_code::small_residual;
@@ -66,7 +70,10 @@ descent::contact descent::contact_of_step(f64 radius) const {
     for (i64 j = 0; j < n_; ++j) {
         if (model_.fits_affine && work_.is_affine[j]) continue;
         const f64 boundary = std::min(radius, model_.farthest_of(j) * model_.divisor_of(j));
-        if (!(std::abs(work_.step[j]) >= 0.999 * boundary) || work_.step[j] == 0.0) continue;
+        const f64 rounding = epsilon_of(function_) * model_.divisor_of(j) *
+                             std::max(std::abs(work_.current.x[j]), std::abs(work_.trial.x[j]));
+        if (!(std::abs(work_.step[j]) + rounding >= 0.999 * boundary) || work_.step[j] == 0.0)
+            continue;
         const f64 bound = work_.step[j] < 0.0 ? limits_.lower[j] : limits_.upper[j];
         const f64 room = std::abs(bound - work_.current.x[j]) * model_.divisor_of(j);
         at.region = at.region || room > boundary;
@@ -174,12 +181,14 @@ descent::proposal descent::propose(progress& so_far) {
     return step;
 }
 
-// A predicted reduction that no step achieved. Residuals are differences of numbers about as large
-// as the residuals at the start, so the norm is known to a few machine epsilons of the start norm.
+// A significant predicted reduction that no step achieved. Residuals are differences of terms about
+// as large as those at the start or as the linear terms here, which bounds their rounding errors,
+// and so the accuracy of the sum of squares and of the differences.
 bool descent::is_noise(f64 first_reduction) const {
-    const f64 resolution = 4.0 * epsilon_of(function_) * start_norm_;
+    const f64 resolution = 4.0 * epsilon_of(function_) * (start_norm_ + model_.term_size());
     return first_reduction > settings_.noise_tolerance * work_.current.square &&
-           first_reduction > resolution * (resolution + 2.0 * std::sqrt(work_.current.square));
+           first_reduction > resolution * (resolution + 2.0 * std::sqrt(work_.current.square)) &&
+           first_reduction > 4.0 * model_.reduction_error(resolution);
 }
 
 descent::turn descent::end_without_reduction(progress& so_far, const proposal& step,
@@ -277,6 +286,7 @@ descent::turn descent::reject(progress& so_far, const trial_result& result, atte
     if (model_.drop_widened_columns()) {
         if (!model_.any_column_moves()) return stop_without_columns(so_far);
         model_.build();
+        so_far.first_reduction = -1.0;
     } else if (model_.has_curvature() && !tried.has_switched_model) {
         tried.has_switched_model = true;
         uses_curvature_ = !uses_curvature_;

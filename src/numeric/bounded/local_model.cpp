@@ -35,10 +35,14 @@ void local_model::linearise(bool is_central) {
         if (work_.is_fixed[j]) {
             std::fill_n(column, m_, 0.0);
         } else if (function_.jacobian == nullptr) {
-            work_.is_widened[j] = difference_column(function_, residual_scale,
-                                                    {settings_.relative_difference, is_central},
-                                                    limits_.lower, limits_.upper, current.x,
-                                                    current.f, j, column, work_.differences);
+            const difference_rule rule{settings_.relative_difference,
+                                       is_central ? settings_.central_difference : 0.0,
+                                       work_.largest[j]};
+            const difference_step made =
+                difference_column(function_, residual_scale, rule, limits_.lower, limits_.upper,
+                                  current.x, current.f, j, column, work_.differences);
+            work_.is_widened[j] = made.is_widened;
+            work_.difference_lengths[j] = made.length;
         } else {
             for (i64 i = 0; i < m_; ++i) column[i] *= residual_scale;
         }
@@ -138,7 +142,8 @@ model_problem local_model::problem(bool with_curvature) const {
 
 bool local_model::make_trial(bool with_curvature) {
     constrained_step(problem(with_curvature), work_.step, work_.inner);
-    unrounded_reduction_ = -2.0 * model_change(problem(with_curvature), work_.step, work_.inner.residual);
+    unrounded_reduction_ =
+        -2.0 * model_change(problem(with_curvature), work_.step, work_.inner.residual);
     const point& current = work_.current;
     for (i64 j = 0; j < n_; ++j) {
         const f64 reach = work_.step[j] / divisor_of(j);
@@ -247,6 +252,31 @@ f64 local_model::scaled_size(const f64* x) const {
         if (!fits_affine || !work_.is_affine[j])
             largest = std::max(largest, std::abs(x[j]) * work_.scale[j]);
     return largest;
+}
+
+f64 local_model::term_size() const {
+    f64 sum = 0.0;
+    for (i64 j = 0; j < n_; ++j) sum += column_length(j) * std::abs(work_.current.x[j]);
+    return sum;
+}
+
+f64 local_model::reduction_error(f64 rounding) const {
+    if (function_.jacobian != nullptr) return 0.0;
+    const dense_matrix r{work_.model, rows_, n_, rows_};
+    f64* gradient_error = work_.inner.reduced;
+    f64 sum = 0.0;
+    for (i64 j = 0; j < n_; ++j) {
+        if (!(work_.difference_lengths[j] > 0.0) || column_length(j) == 0.0) continue;
+        std::fill_n(gradient_error, n_, 0.0);
+        gradient_error[j] = rounding / (work_.difference_lengths[j] * divisor_of(j));
+        for (i64 i = 0; i < rows_; ++i) { // R'z = error, as far as R has full rank
+            f64 rest = gradient_error[i];
+            for (i64 k = 0; k < i; ++k) rest -= r(k, i) * gradient_error[k];
+            gradient_error[i] = std::abs(r(i, i)) > epsilon_of(function_) ? rest / r(i, i) : 0.0;
+            sum += gradient_error[i] * gradient_error[i];
+        }
+    }
+    return sum * work_.current.square;
 }
 
 bool local_model::drop_widened_columns() {

@@ -17,7 +17,7 @@ public:
         : function_(function), limits_(limits), settings_(settings), work_(storage), m_(function.m),
           n_(function.n), rows_(std::min(function.m, function.n)) {}
 
-    f64 residual_scale = 1.0;  // a power of two, see evaluate
+    f64 residual_scale = 1.0; // a power of two, see evaluate
     bool fits_affine = false; // affine parameters are fitted again after each step
 
     // Sets the residuals and the sum of squares, which it returns.
@@ -70,6 +70,13 @@ public:
 
     // Largest scaled parameter.
     f64 scaled_size(const f64* x) const;
+
+    // Size of the linear terms: column lengths times parameters.
+    f64 term_size() const;
+
+    // Error of the predicted reduction from the differences of residuals with rounding errors of
+    // this size.
+    f64 reduction_error(f64 rounding) const;
 
     // Sets the columns of widened difference steps to zero; false if there are none.
     bool drop_widened_columns();

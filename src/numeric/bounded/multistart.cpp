@@ -1,5 +1,7 @@
 #include "numeric/bounded/multistart.hpp"
 
+#include "base/elementary_functions.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -14,17 +16,7 @@ constexpr i64 most_searched_parameters = 8;
 constexpr i32 most_minima = 3;   // descended from, for one parameter
 constexpr f64 worth_while = 2.0; // greatest sum of squares of a start, relative to the best
 
-// A place as a fraction of the distance of the bounds: geometric from either bound, even between.
-constexpr i32 geometric_places = 22; // from the lower bound, of ratio 2
-constexpr i32 even_places = 16;
-f64 part_of_width(i32 place) {
-    if (place < geometric_places) return std::ldexp(1.0, place - geometric_places - 3);
-    place -= geometric_places;
-    if (place < even_places) return 0.125 + 0.8125 * place / even_places;
-    place -= even_places;
-    constexpr i32 upper_places = most_places - geometric_places - even_places;
-    return place == upper_places - 1 ? 1.0 : 1.0 - std::ldexp(1.0, -4 - place);
-}
+constexpr i32 geometric_places = 24, even_places = 8;
 
 bool is_warning(stop_code code) {
     return code == stop_code::far_away || code == stop_code::noise ||
@@ -43,6 +35,7 @@ stop_code multistart::run(f64 start_norm) {
     start_norm_ = start_norm;
     std::copy_n(work_.current.x, n_, work_.start);
     const bool is_affine = n_ <= most_searched_parameters && affine_.find();
+    if (n_ > most_searched_parameters) std::fill_n(work_.is_affine, n_, false);
     code_ = descent_.run(start_norm);
     if (!settings_.search_across_bounds || n_ > most_searched_parameters ||
         code_ == stop_code::small_residual || code_ == stop_code::too_many_iterations)
@@ -109,11 +102,10 @@ bool multistart::leave_saddle() {
         reach[j] = work_.trial.x[j] - at;
         std::copy_n(work_.trial.f, m_, moved + j * m_);
         for (i64 i = 0; i < m_; ++i)
-            work_.curvature[j + j * n_] +=
-                2.0 * best[i] *
-                ((work_.trial.f[i] - best[i]) / reach[j] -
-                 (work_.differences.first[i] - best[i]) / back) /
-                (reach[j] - back);
+            work_.curvature[j + j * n_] += 2.0 * best[i] *
+                                           ((work_.trial.f[i] - best[i]) / reach[j] -
+                                            (work_.differences.first[i] - best[i]) / back) /
+                                           (reach[j] - back);
     }
     for (i64 j = 0; j < n_; ++j)
         for (i64 k = 0; k < j; ++k) {
@@ -124,7 +116,8 @@ bool multistart::leave_saddle() {
             if (!std::isfinite(model_.evaluate_at(work_.trial))) continue;
             f64 sum = 0.0;
             for (i64 i = 0; i < m_; ++i)
-                sum += best[i] * (work_.trial.f[i] - moved[i + j * m_] - moved[i + k * m_] + best[i]);
+                sum +=
+                    best[i] * (work_.trial.f[i] - moved[i + j * m_] - moved[i + k * m_] + best[i]);
             work_.curvature[j + k * n_] = work_.curvature[k + j * n_] = sum / (reach[j] * reach[k]);
         }
     copy_point(work_.best, work_.current);
@@ -156,26 +149,42 @@ bool multistart::find_plateaus() {
         f64 sum = 0.0;
         for (i64 i = 0; i < m_; ++i) sum += column[i] * column[i];
         const f64 size = std::max(std::abs(work_.best.x[j]), std::abs(work_.start[j]));
-        work_.is_plateau[j] = !work_.is_fixed[j] && (work_.is_widened[j] || sum * size * size <= 1e-6 * work_.best.square);
+        work_.is_plateau[j] = !work_.is_fixed[j] && (work_.is_widened[j] ||
+                                                     sum * size * size <= 1e-6 * work_.best.square);
         any = any || work_.is_plateau[j];
     }
     return any;
 }
 
-// The places of parameter j, into the scan's values; their number.
+// The places of parameter j, ascending, into place_values; their number. Between two bounds they are
+// geometric and even; without them, powers of two times the start.
 i32 multistart::choose_places(i64 j) {
     const f64 lower = limits_.lower[j], upper = limits_.upper[j];
-    if (has_two_bounds(j)) {
-        for (i32 place = 0; place < most_places; ++place)
-            work_.place_values[place] = lower + (upper - lower) * part_of_width(place);
-        return most_places;
-    }
-    const f64 start = work_.start[j] != 0.0 ? work_.start[j] : 1.0;
+    f64* values = work_.place_values;
     i32 count = 0;
-    for (i32 place = 0; place < most_places; ++place) {
-        const f64 value = start * std::ldexp(1.0, place - most_places / 2);
-        if (value >= lower && value <= upper) work_.place_values[count++] = value;
+    if (!has_two_bounds(j)) {
+        const f64 start = work_.start[j] != 0.0 ? work_.start[j] : 1.0;
+        for (i32 place = 0; place < most_places; ++place) {
+            const f64 value = start * std::ldexp(1.0, place - most_places / 2);
+            if (value >= lower && value <= upper) values[count++] = value;
+        }
+    } else {
+        const f64 width = upper - lower;
+        if (lower > 0.0) {
+            const f64 ratio = power(upper / lower, 1.0 / (geometric_places - 1));
+            for (f64 value = lower; count < geometric_places; value *= ratio)
+                values[count++] = std::min(value, upper);
+        } else {
+            for (; count < geometric_places; ++count) // from either bound
+                values[count] =
+                    count < geometric_places / 2
+                        ? lower + width * std::ldexp(1.0, -4 - 2 * count)
+                        : upper - width * std::ldexp(1.0, -4 - 2 * (count - geometric_places / 2));
+        }
+        for (i32 place = 0; place <= even_places; ++place)
+            values[count++] = lower + width * place / even_places;
     }
+    std::sort(values, values + count);
     return count;
 }
 
@@ -254,7 +263,8 @@ i32 multistart::deepest_minimum(i64 j, i32 places) const {
         if (!(square < worth_while * work_.best.square) || squares[before] < square ||
             squares[after] < square)
             continue;
-        const f64 low = std::min(x_of(before), x_of(after)), high = std::max(x_of(before), x_of(after));
+        const f64 low = std::min(x_of(before), x_of(after)),
+                  high = std::max(x_of(before), x_of(after));
         if (at >= low && at <= high && !(square < work_.best.square)) continue;
         if (deepest < 0 || square < squares[deepest]) deepest = place;
     }

@@ -20,11 +20,10 @@ public:
     fit(const residual_function& function, const fit_limits& limits,
         const solver_settings& settings, solver_storage& storage)
         : function_(function), limits_(limits), settings_(settings), work_(storage),
-          model_(function, limits, settings, storage),
-          affine_(function, limits, storage, model_),
+          model_(function, limits, settings, storage), affine_(function, limits, storage, model_),
           descent_(function, limits, settings, storage, model_, affine_),
-          multistart_(function, limits, settings, storage, model_, affine_, descent_), m_(function.m),
-          n_(function.n) {}
+          multistart_(function, limits, settings, storage, model_, affine_, descent_),
+          m_(function.m), n_(function.n) {}
 
     stop_code run(f64* x, f64& norm) {
         point& current = work_.current;
@@ -119,7 +118,8 @@ solver_storage::solver_storage(storage_plan& plan, i64 m, i64 n, i64 constraints
       old_step(plan.take<f64>(n)), old_change(plan.take<f64>(n)), gradient(plan.take<f64>(n)),
       old_gradient(plan.take<f64>(n)), lower(plan.take<f64>(n)), upper(plan.take<f64>(n)),
       row_lower(plan.take<f64>(constraints)), row_upper(plan.take<f64>(constraints)),
-      divisors(plan.take<f64>(n)), far_x(plan.take<f64>(n)), start(plan.take<f64>(n)), places(plan.take<f64>(most_places, n)),
+      difference_lengths(plan.take<f64>(n)), divisors(plan.take<f64>(n)), far_x(plan.take<f64>(n)),
+      start(plan.take<f64>(n)), places(plan.take<f64>(most_places, n)),
       place_values(plan.take<f64>(most_places)), place_squares(plan.take<f64>(most_places)),
       is_fixed(plan.take<bool>(n)), is_widened(plan.take<bool>(n)), is_affine(plan.take<bool>(n)),
       is_plateau(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),

@@ -32,8 +32,8 @@ struct solver_settings {
     f64 step_tolerance;
     f64 change_tolerance;
     f64 noise_tolerance;
-    f64 acceptance; // least ratio of actual to predicted reduction
-    f64 relative_difference;
+    f64 acceptance;                              // least ratio of actual to predicted reduction
+    f64 relative_difference, central_difference; // relative steps, of two points and of three
     f64 first_region; // first radius, in thirtieths of the parameters' size
 };
 
@@ -63,8 +63,9 @@ struct solver_storage {
     f64 *jacobian, *old_jacobian, *factors, *beta, *rotated;
     f64 *model, *curvature, *scaled_curvature, *scaled_rows;
     f64 *scale, *largest, *step, *change, *old_step, *old_change, *gradient, *old_gradient;
-    f64 *lower, *upper, *row_lower, *row_upper; // of the step
-    f64 *divisors, *far_x; // of the affine parameters
+    f64 *lower, *upper, *row_lower, *row_upper;         // of the step
+    f64* difference_lengths;                            // of the Jacobian's columns
+    f64 *divisors, *far_x;                              // of the affine parameters
     f64 *start, *places, *place_values, *place_squares; // of the multistart
     bool *is_fixed, *is_widened, *is_affine, *is_plateau;
     difference_storage differences;
