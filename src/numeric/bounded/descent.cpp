@@ -8,10 +8,10 @@
 namespace qmx::numeric {
 namespace {} // namespace
 
-stop_code descent::run(f64 start_norm) {
+stop_code descent::run(f64 start_norm, bool may_fit_affine) {
     start_norm_ = start_norm;
     iterations_ = 0;
-    model_.fits_affine = choose_affine();
+    model_.fits_affine = may_fit_affine && choose_affine();
     progress so_far;
     forget_curvature();
     for (i64 j = 0; j < n_; ++j) {

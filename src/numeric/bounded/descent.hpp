@@ -17,7 +17,7 @@ public:
           affine_(affine), m_(function.m), n_(function.n) {}
 
     // start_norm: residual norm at the caller's start.
-    stop_code run(f64 start_norm);
+    stop_code run(f64 start_norm, bool may_fit_affine = true);
 
 private:
     // What a step reaches.

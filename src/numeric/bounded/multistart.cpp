@@ -38,27 +38,34 @@ stop_code multistart::run(f64 start_norm) {
     if (n_ > most_searched_parameters) std::fill_n(work_.is_affine, n_, false);
     code_ = descent_.run(start_norm);
     if (!settings_.search_across_bounds || n_ > most_searched_parameters ||
-        code_ == stop_code::small_residual || code_ == stop_code::too_many_iterations)
+        code_ == stop_code::small_residual)
         return code_;
     copy_point(work_.current, work_.best);
+    if (model_.fits_affine && any_unbounded()) { // nothing below searches as widely there
+        go_to_start();
+        descend_again(false);
+    }
     model_.fits_affine = false;
     constexpr i32 most_rounds = 2;
     for (i32 round = 0; round < most_rounds && !is_affine; ++round) {
-        leave_saddle();
-        if (!scan_all()) break;
+        const bool has_left = leave_saddle();
+        const bool has_found = scan_along_start() || scan_all();
+        if (!has_left && !has_found) break;
     }
     copy_point(work_.best, work_.current);
     return code_;
 }
 
-// Descends from the current point and keeps the better end. A warning of the first descent does not
-// apply to a point as good that another descent ends at ordinarily. True if the best point improved.
-bool multistart::descend_again() {
-    const stop_code found = descent_.run(start_norm_);
+// Descends from the current point and keeps the better end. Noise or a solution at infinity, noted by
+// the first descent, does not apply to a point as good where this one ends ordinarily. True if the
+// best point improved.
+bool multistart::descend_again(bool may_fit_affine) {
+    const stop_code found = descent_.run(start_norm_, may_fit_affine);
     model_.fits_affine = false;
     const f64 before = work_.best.square, reached = work_.current.square;
     const f64 equal = 1.0 + 1e-6;
-    const bool lifts_warning = is_warning(code_) && !is_warning(found) && reached <= before * equal;
+    const bool is_open = code_ == stop_code::far_away || code_ == stop_code::noise;
+    const bool lifts_warning = is_open && !is_warning(found) && reached <= before * equal;
     if (lifts_warning) code_ = found;
     if (!(reached < before) && !lifts_warning) return false;
     copy_point(work_.current, work_.best);
@@ -139,37 +146,60 @@ bool multistart::leave_saddle() {
 
 // ---- Scans --------------------------------------------------------------------------------------
 
-// Marks the parameters whose change by their own size hardly changes the residuals.
-bool multistart::find_plateaus() {
-    copy_point(work_.best, work_.current);
-    model_.linearise(false);
-    bool any = false;
-    for (i64 j = 0; j < n_; ++j) {
-        const f64* column = work_.jacobian + j * m_;
-        f64 sum = 0.0;
-        for (i64 i = 0; i < m_; ++i) sum += column[i] * column[i];
-        const f64 size = std::max(std::abs(work_.best.x[j]), std::abs(work_.start[j]));
-        work_.is_plateau[j] = !work_.is_fixed[j] && (work_.is_widened[j] ||
-                                                     sum * size * size <= 1e-6 * work_.best.square);
-        any = any || work_.is_plateau[j];
-    }
-    return any;
+bool multistart::any_unbounded() const {
+    for (i64 j = 0; j < n_; ++j)
+        if (!work_.is_fixed[j] && !has_two_bounds(j)) return true;
+    return false;
 }
 
-// The places of parameter j, ascending, into place_values; their number. Between two bounds they are
-// geometric and even; without them, powers of two times the start.
+void multistart::go_to_start() {
+    std::copy_n(work_.start, n_, work_.current.x);
+    model_.evaluate_at(work_.current);
+}
+
+// Whether the best point lies on a plateau, or where the columns of the Jacobian nearly depend on
+// each other.
+bool multistart::is_poorly_determined() {
+    copy_point(work_.best, work_.current);
+    model_.linearise(false);
+    model_.update_scale(true);
+    model_.build();
+    const i64 rows = std::min(m_, n_);
+    for (i64 j = 0; j < n_; ++j) {
+        if (work_.is_fixed[j]) continue;
+        constexpr f64 dependent = 1e-3, little = 1e-3;
+        const f64 size = std::max(std::abs(work_.best.x[j]), std::abs(work_.start[j]));
+        if (work_.is_widened[j] || j >= rows ||
+            !(std::abs(work_.model[j + j * rows]) > dependent) ||
+            work_.scale[j] * size <= little * std::sqrt(work_.best.square))
+            return true;
+    }
+    return false;
+}
+
+// Multiplies the parameters that no bounds delimit and that are not affine by powers of two, all at
+// once: curves of an unknown time scale. True if the best point improved.
+bool multistart::scan_along_start() {
+    bool any = false;
+    for (i64 j = 0; j < n_; ++j) {
+        work_.is_scanned[j] = !work_.is_fixed[j] && !work_.is_affine[j] && !has_two_bounds(j) &&
+                              work_.start[j] != 0.0;
+        any = any || work_.is_scanned[j];
+    }
+    if (!any || !is_poorly_determined()) return false;
+    constexpr i32 powers = 32;
+    for (i32 place = 0; place < powers; ++place)
+        work_.place_values[place] = std::ldexp(1.0, place - powers / 2);
+    scan(n_, powers);
+    return descend_from_minima(n_, powers);
+}
+
+// The places of parameter j between its two bounds, ascending, into place_values; their number.
 i32 multistart::choose_places(i64 j) {
-    const f64 lower = limits_.lower[j], upper = limits_.upper[j];
+    const f64 lower = limits_.lower[j], upper = limits_.upper[j], width = upper - lower;
     f64* values = work_.place_values;
     i32 count = 0;
-    if (!has_two_bounds(j)) {
-        const f64 start = work_.start[j] != 0.0 ? work_.start[j] : 1.0;
-        for (i32 place = 0; place < most_places; ++place) {
-            const f64 value = start * std::ldexp(1.0, place - most_places / 2);
-            if (value >= lower && value <= upper) values[count++] = value;
-        }
-    } else {
-        const f64 width = upper - lower;
+    {
         if (lower > 0.0) {
             const f64 ratio = power(upper / lower, 1.0 / (geometric_places - 1));
             for (f64 value = lower; count < geometric_places; value *= ratio)
@@ -188,26 +218,29 @@ i32 multistart::choose_places(i64 j) {
     return count;
 }
 
-// Scans parameters one by one. True if the best point improved.
+// Scans the parameters one by one. True if the best point improved.
 bool multistart::scan_all() {
     bool any = false;
-    bool any_unbounded = false;
-    for (i64 j = 0; j < n_; ++j)
-        any_unbounded = any_unbounded || (!work_.is_fixed[j] && !has_two_bounds(j));
-    const bool has_plateau = any_unbounded && find_plateaus();
     for (i64 j = 0; j < n_; ++j) {
-        if (work_.is_fixed[j] || work_.is_affine[j]) continue;
-        if (!has_two_bounds(j) && !(has_plateau && work_.is_plateau[j])) continue;
+        if (work_.is_fixed[j] || work_.is_affine[j] || !has_two_bounds(j)) continue;
         const i32 places = choose_places(j);
+        std::fill_n(work_.is_scanned, n_, false);
+        work_.is_scanned[j] = true;
         scan(j, places);
-        for (i32 minimum = 0; minimum < most_minima; ++minimum) {
-            const i32 place = deepest_minimum(j, places);
-            if (place < 0) break;
-            std::copy_n(work_.places + place * n_, n_, work_.current.x);
-            model_.evaluate_at(work_.current);
-            work_.place_squares[place] = infinity;
-            if (descend_again()) any = true;
-        }
+        any = descend_from_minima(j, places) || any;
+    }
+    return any;
+}
+
+bool multistart::descend_from_minima(i64 j, i32 places) {
+    bool any = false;
+    for (i32 minimum = 0; minimum < most_minima; ++minimum) {
+        const i32 place = deepest_minimum(j, places);
+        if (place < 0) break;
+        std::copy_n(work_.places + place * n_, n_, work_.current.x);
+        model_.evaluate_at(work_.current);
+        work_.place_squares[place] = infinity;
+        any = descend_again() || any;
     }
     return any;
 }
@@ -224,17 +257,20 @@ void multistart::fit_others() {
         std::swap(work_.current, work_.trial);
 }
 
-// Sets parameter j to each place, fits the others there by the linear model, and records the points
-// reached.
+// Sets the scanned parameters to each place, fits the others there, and records the points reached.
+// Parameter j takes the place's value; with j = n the start is multiplied by it.
 void multistart::scan(i64 j, i32 places) {
     bool others_affine = limits_.rows.rows == 0;
     for (i64 k = 0; k < n_; ++k)
-        others_affine = others_affine && (k == j || work_.is_affine[k] || work_.is_fixed[k]);
-    work_.is_fixed[j] = true;
+        others_affine =
+            others_affine && (work_.is_scanned[k] || work_.is_affine[k] || work_.is_fixed[k]);
+    for (i64 k = 0; k < n_; ++k) work_.is_fixed[k] = work_.is_fixed[k] || work_.is_scanned[k];
     for (i32 place = 0; place < places; ++place) {
         point& current = work_.current;
-        std::copy_n(work_.best.x, n_, current.x);
-        current.x[j] = work_.place_values[place];
+        const f64 value = work_.place_values[place];
+        std::copy_n(j == n_ ? work_.start : work_.best.x, n_, current.x);
+        for (i64 k = 0; k < n_; ++k)
+            if (work_.is_scanned[k]) current.x[k] = j == n_ ? work_.start[k] * value : value;
         round_to_representable(function_, limits_, current.x);
         current.square = infinity;
         if (model_.meets_rows(current.x) && std::isfinite(model_.evaluate_at(current))) {
@@ -246,14 +282,13 @@ void multistart::scan(i64 j, i32 places) {
         std::copy_n(work_.current.x, n_, work_.places + place * n_);
         work_.place_squares[place] = work_.current.square;
     }
-    work_.is_fixed[j] = false;
+    for (i64 k = 0; k < n_; ++k) work_.is_fixed[k] = work_.is_fixed[k] && !work_.is_scanned[k];
 }
 
 // The place with the smallest sum of squares among the local minima of the profile. A minimum beside
 // the best point counts only if it is better. -1: none.
 i32 multistart::deepest_minimum(i64 j, i32 places) const {
     const f64* squares = work_.place_squares;
-    const f64 at = work_.best.x[j];
     const auto x_of = [&](i32 place) { return work_.places[place * n_ + j]; };
     i32 deepest = -1;
     for (i32 place = 0; place < places; ++place) {
@@ -263,9 +298,11 @@ i32 multistart::deepest_minimum(i64 j, i32 places) const {
         if (!(square < worth_while * work_.best.square) || squares[before] < square ||
             squares[after] < square)
             continue;
-        const f64 low = std::min(x_of(before), x_of(after)),
-                  high = std::max(x_of(before), x_of(after));
-        if (at >= low && at <= high && !(square < work_.best.square)) continue;
+        if (j < n_) {
+            const f64 low = x_of(before), high = x_of(after);
+            const f64 at = work_.best.x[j];
+            if (at >= low && at <= high && !(square < work_.best.square)) continue;
+        }
         if (deepest < 0 || square < squares[deepest]) deepest = place;
     }
     return deepest;

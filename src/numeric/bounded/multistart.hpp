@@ -29,17 +29,19 @@ private:
     using point = solver_storage::point;
 
     void copy_point(const point& from, point& to) const;
-    bool descend_again();
-
+    bool descend_again(bool may_fit_affine = true);
     bool has_two_bounds(i64 j) const;
+    bool any_unbounded() const;
     bool move_from_best(i64 j, f64 to);
-
     bool leave_saddle();
+    void go_to_start();
+    bool is_poorly_determined();
+    bool scan_along_start();
     bool scan_all();
-    bool find_plateaus();
     i32 choose_places(i64 j);
     void fit_others();
     void scan(i64 j, i32 places);
+    bool descend_from_minima(i64 j, i32 places);
     i32 deepest_minimum(i64 j, i32 places) const;
 
     const residual_function& function_;

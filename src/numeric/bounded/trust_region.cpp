@@ -122,7 +122,7 @@ solver_storage::solver_storage(storage_plan& plan, i64 m, i64 n, i64 constraints
       start(plan.take<f64>(n)), places(plan.take<f64>(most_places, n)),
       place_values(plan.take<f64>(most_places)), place_squares(plan.take<f64>(most_places)),
       is_fixed(plan.take<bool>(n)), is_widened(plan.take<bool>(n)), is_affine(plan.take<bool>(n)),
-      is_plateau(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),
+      is_scanned(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),
                                                   plan.take<f64>(m)},
       inner(plan, n + constraints, std::max(n, constraints), constraints),
       feasible(plan, n, constraints) {}

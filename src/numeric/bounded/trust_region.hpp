@@ -67,7 +67,7 @@ struct solver_storage {
     f64* difference_lengths;                            // of the Jacobian's columns
     f64 *divisors, *far_x;                              // of the affine parameters
     f64 *start, *places, *place_values, *place_squares; // of the multistart
-    bool *is_fixed, *is_widened, *is_affine, *is_plateau;
+    bool *is_fixed, *is_widened, *is_affine, *is_scanned;
     difference_storage differences;
     step_storage inner;
     feasible_storage feasible;
