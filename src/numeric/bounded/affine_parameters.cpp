@@ -137,6 +137,10 @@ f64 affine_parameters::refit(point& at) {
         {nullptr, 0, n_, 0},           nullptr,       nullptr};
     constrained_step(problem, work_.step, work_.inner);
     const f64 change = 2.0 * model_change(problem, work_.step, work_.inner.residual);
+    for (i64 i = 0; i < rows; ++i)
+        for (i64 j = i; j < n_; ++j) work_.rotated[i] += factors(i, j) * work_.step[j];
+    std::copy_n(work_.rotated, m_, at.f);
+    apply_q(factors, work_.beta, at.f);
     for (i64 j = 0; j < n_; ++j) at.x[j] += work_.step[j] / work_.divisors[j];
     round_to_representable(function_, limits_, at.x);
     return std::max(0.0, at.square + change);

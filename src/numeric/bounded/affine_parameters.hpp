@@ -21,7 +21,7 @@ public:
     bool find();
 
     // Moves the affine parameters to the least sum of squares for the other parameters of at, whose
-    // residuals are known. Returns the sum predicted there; the residuals of at stay as they were.
+    // residuals are known. Residuals and sum, which it returns, are the predicted ones.
     f64 refit(solver_storage::point& at);
 
 private:

@@ -17,7 +17,7 @@ stop_code descent::run(f64 start_norm, bool may_fit_affine) {
     for (i64 j = 0; j < n_; ++j) {
         const f64 at = std::abs(work_.current.x[j]);
         const f64 width = limits_.upper[j] - limits_.lower[j];
-        work_.largest[j] = at > 0.0 ? at : std::min(1.0, width);
+        work_.largest[j] = work_.typical[j] = at > 0.0 ? at : std::min(1.0, width);
     }
     const f64 zero_norm = epsilon_of(function_) * settings_.gradient_tolerance;
     for (;;) {
@@ -263,7 +263,9 @@ descent::turn descent::move_to_trial(progress& so_far, const proposal& step,
     so_far.has_model = false;
     so_far.follows_step = true;
     for (i64 j = 0; j < n_; ++j) {
-        work_.largest[j] = std::max(work_.largest[j], std::abs(work_.trial.x[j]));
+        const f64 at = std::abs(work_.trial.x[j]);
+        work_.largest[j] = std::max(work_.largest[j], at);
+        work_.typical[j] = std::max(0.25 * work_.typical[j], at);
         // The change of a widened quotient is no second derivative.
         so_far.follows_step = so_far.follows_step && !work_.is_widened[j];
     }

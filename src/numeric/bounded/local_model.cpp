@@ -37,7 +37,7 @@ void local_model::linearise(bool is_central) {
         } else if (function_.jacobian == nullptr) {
             const difference_rule rule{settings_.relative_difference,
                                        is_central ? settings_.central_difference : 0.0,
-                                       work_.largest[j]};
+                                       work_.typical[j]};
             const difference_step made =
                 difference_column(function_, residual_scale, rule, limits_.lower, limits_.upper,
                                   current.x, current.f, j, column, work_.differences);

@@ -31,17 +31,26 @@ private:
     void copy_point(const point& from, point& to) const;
     bool descend_again(bool may_fit_affine = true);
     bool has_two_bounds(i64 j) const;
+    bool explains_all() const;
     bool any_unbounded() const;
     bool move_from_best(i64 j, f64 to);
     bool leave_saddle();
     void go_to_start();
     bool is_poorly_determined();
     bool scan_along_start();
-    bool scan_all();
+    bool search_box();
+    f64 place_between(i64 j, f64 part) const;
     i32 choose_places(i64 j);
+    void sample_box(i64 sides);
+    bool descend_from_samples(i32 places);
+    void hold_scanned(bool is_held);
+    void fit_at_place(bool others_affine);
     void fit_others();
-    void scan(i64 j, i32 places);
+    void record_place(i32 place);
+    void record_between(i32 index);
+    i32 scan(i64 j, i32 places);
     bool descend_from_minima(i64 j, i32 places);
+    bool descend_from_place(i32 place);
     i32 deepest_minimum(i64 j, i32 places) const;
 
     const residual_function& function_;
@@ -57,6 +66,6 @@ private:
 };
 
 // Most places of a scanned parameter.
-inline constexpr i32 most_places = 48;
+inline constexpr i32 most_places = 96;
 
 } // namespace qmx::numeric

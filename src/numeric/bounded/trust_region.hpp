@@ -63,10 +63,11 @@ struct solver_storage {
     f64 *jacobian, *old_jacobian, *factors, *beta, *rotated;
     f64 *model, *curvature, *scaled_curvature, *scaled_rows;
     f64 *scale, *largest, *step, *change, *old_step, *old_change, *gradient, *old_gradient;
-    f64 *lower, *upper, *row_lower, *row_upper;         // of the step
-    f64* difference_lengths;                            // of the Jacobian's columns
-    f64 *divisors, *far_x;                              // of the affine parameters
-    f64 *start, *places, *place_values, *place_squares; // of the multistart
+    f64 *lower, *upper, *row_lower, *row_upper; // of the step
+    f64* typical;                               // sizes of the parameters, forgotten slowly
+    f64* difference_lengths;                    // of the Jacobian's columns
+    f64 *divisors, *far_x;                      // of the affine parameters
+    f64 *start, *places, *place_values, *place_squares, *previous_f; // of the multistart
     bool *is_fixed, *is_widened, *is_affine, *is_scanned;
     difference_storage differences;
     step_storage inner;
