@@ -47,6 +47,7 @@ bool descent::choose_affine() const {
 
 // The size of a parameter with two bounds is their distance, so that the first step may cross it.
 f64 descent::first_radius() const {
+    if (model_.is_affine) return std::numeric_limits<f64>::infinity();
     f64 size = 0.0;
     for (i64 j = 0; j < n_; ++j) {
         const f64 width = limits_.upper[j] - limits_.lower[j];
@@ -105,9 +106,10 @@ void descent::forget_curvature() {
     uses_curvature_ = false;
 }
 
-// Switches once to central differences; false with the caller's Jacobian or after the switch.
+// Switches once to central differences; false with the caller's Jacobian, with affine residuals, or
+// after the switch.
 bool descent::switch_to_central(progress& so_far) const {
-    if (function_.jacobian != nullptr || so_far.is_central) return false;
+    if (function_.jacobian != nullptr || model_.is_affine || so_far.is_central) return false;
     so_far.is_central = true;
     return true;
 }
@@ -124,7 +126,8 @@ descent::turn descent::make_model(progress& so_far) {
     model_.linearise(so_far.is_central);
     model_.update_scale(so_far.is_new);
     model_.build();
-    if (so_far.follows_step && !settings_.linear_model_only && !model_.fits_affine) {
+    if (so_far.follows_step && !settings_.linear_model_only && !model_.fits_affine &&
+        !model_.is_affine) {
         model_.update_curvature();
         uses_curvature_ = uses_curvature_ && model_.has_curvature();
         model_.build();

@@ -35,7 +35,7 @@ void local_model::linearise(bool is_central) {
         if (work_.is_fixed[j]) {
             std::fill_n(column, m_, 0.0);
         } else if (function_.jacobian == nullptr) {
-            const difference_rule rule{settings_.relative_difference,
+            const difference_rule rule{is_affine ? 0.5 : settings_.relative_difference,
                                        is_central ? settings_.central_difference : 0.0,
                                        work_.typical[j]};
             const difference_step made =
@@ -102,7 +102,7 @@ f64 local_model::farthest_of(i64 j) const {
     const f64 size = std::abs(work_.current.x[j]);
     const f64 rounding = 64.0 * epsilon_of(function_) * work_.largest[j]; // zero below this
     const bool is_open = std::isinf(limits_.lower[j]) || std::isinf(limits_.upper[j]);
-    return size > rounding && is_open ? size : infinity;
+    return size > rounding && is_open && !is_affine ? size : infinity;
 }
 
 void local_model::limit_step(f64 radius) {

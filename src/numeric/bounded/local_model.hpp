@@ -19,6 +19,7 @@ public:
 
     f64 residual_scale = 1.0; // a power of two, see evaluate
     bool fits_affine = false; // affine parameters are fitted again after each step
+    bool is_affine = false;   // the residuals are, in all parameters together
 
     // Sets the residuals and the sum of squares, which it returns.
     f64 evaluate_at(solver_storage::point& at);

@@ -45,7 +45,7 @@ void multistart::copy_point(const point& from, point& to) const {
 stop_code multistart::run(f64 start_norm) {
     start_norm_ = start_norm;
     std::copy_n(work_.current.x, n_, work_.start);
-    const bool is_affine = n_ <= most_searched_parameters && affine_.find();
+    model_.is_affine = n_ <= most_searched_parameters && affine_.find();
     if (n_ > most_searched_parameters) std::fill_n(work_.is_affine, n_, false);
     code_ = descent_.run(start_norm);
     if (!settings_.search_across_bounds || n_ > most_searched_parameters ||
@@ -58,7 +58,7 @@ stop_code multistart::run(f64 start_norm) {
     }
     model_.fits_affine = false;
     constexpr i32 most_rounds = 2;
-    for (i32 round = 0; round < most_rounds && !is_affine; ++round) {
+    for (i32 round = 0; round < most_rounds && !model_.is_affine; ++round) {
         const bool has_left = leave_saddle();
         const bool has_found = scan_along_start() || search_box();
         if (!has_left && !has_found) break;
