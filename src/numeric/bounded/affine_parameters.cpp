@@ -89,14 +89,14 @@ bool affine_parameters::is_affine_together() {
     return true;
 }
 
-// The exact derivative by a difference over a distance of the parameter's own size. Returns the
-// column's length.
+// The exact derivative, by a difference as far as the farther bound so that rounding matters least.
+// Returns the column's length.
 f64 affine_parameters::difference(point& at, i64 j, f64* column) {
     const f64 from = at.x[j];
     const f64 up = limits_.upper[j] - from, down = from - limits_.lower[j];
     const f64 size = from != 0.0 ? std::abs(from) : 1.0;
-    const f64 to =
-        up >= std::min(size, down) ? from + std::min(size, up) : from - std::min(size, down);
+    f64 to = up >= down ? limits_.upper[j] : limits_.lower[j];
+    if (std::isinf(to)) to = up >= down ? from + size : from - size;
     at.x[j] = std::clamp(nearest_parameter(function_, to), limits_.lower[j], limits_.upper[j]);
     const f64 distance = at.x[j] - from;
     const f64 square = evaluate(function_, model_.residual_scale, at.x, column);

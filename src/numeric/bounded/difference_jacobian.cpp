@@ -128,7 +128,7 @@ difference_step difference_column(const residual_function& function, f64 scale,
     const i64 m = function.m;
     offset_line line(function, scale, lower, upper, x, j, storage.x);
     const f64 size = line.size(rule.typical_size);
-    const f64 step = rule.relative_step * size;
+    const f64 step = rule.step > 0.0 ? rule.step : rule.relative_step * size;
     f64 side = 1.0;
     if (line.room(side) < step && line.room(-1.0) > line.room(side)) side = -1.0;
     f64 length = 0.0;

@@ -20,6 +20,7 @@ struct difference_rule {
     f64 relative_step;
     f64 central_step; // relative, of the three-point formula; 0: two points
     f64 typical_size; // of the parameter on the way here
+    f64 step;         // the step itself; 0: by the relative one
 };
 
 struct difference_storage {

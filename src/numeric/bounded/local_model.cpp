@@ -25,6 +25,17 @@ bool local_model::meets_rows(const f64* x) const {
     return true;
 }
 
+// Differences of affine residuals are exact at any distance: as far as the farther bound, rounding
+// matters least.
+difference_rule local_model::rule_for(i64 j, bool is_central) const {
+    const f64 e = settings_.relative_difference;
+    if (!is_affine)
+        return {e, is_central ? settings_.central_difference : 0.0, work_.typical[j], 0.0};
+    const f64 at = work_.current.x[j];
+    const f64 room = std::max(limits_.upper[j] - at, at - limits_.lower[j]);
+    return {0.5, 0.0, work_.typical[j], std::isinf(room) ? 0.0 : room};
+}
+
 void local_model::linearise(bool is_central) {
     const point& current = work_.current;
     if (function_.jacobian != nullptr)
@@ -35,9 +46,7 @@ void local_model::linearise(bool is_central) {
         if (work_.is_fixed[j]) {
             std::fill_n(column, m_, 0.0);
         } else if (function_.jacobian == nullptr) {
-            const difference_rule rule{is_affine ? 0.5 : settings_.relative_difference,
-                                       is_central ? settings_.central_difference : 0.0,
-                                       work_.typical[j]};
+            const difference_rule rule = rule_for(j, is_central);
             const difference_step made =
                 difference_column(function_, residual_scale, rule, limits_.lower, limits_.upper,
                                   current.x, current.f, j, column, work_.differences);

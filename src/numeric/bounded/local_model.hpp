@@ -86,6 +86,7 @@ public:
 
 private:
     f64 column_length(i64 j) const;
+    difference_rule rule_for(i64 j, bool is_central) const;
     model_problem problem(bool with_curvature) const;
 
     const residual_function& function_;
