@@ -144,11 +144,20 @@ bool multistart::leave_saddle() {
     model_.update_scale(true);
     model_.build();
     const f64 size = model_.scaled_size(work_.best.x);
-    for (const f64 radius : {0.3 * size, 0.03 * size}) {
-        model_.limit_step(radius);
+    constexpr f64 negligible = 1e-6;
+    const bool any_affine =
+        std::any_of(work_.is_affine, work_.is_affine + n_, [](bool is) { return is; });
+    for (const f64 part_of_size : {0.3, 0.1, 0.03, 0.01}) {
+        model_.build();
+        model_.limit_step(part_of_size * size);
         if (!model_.make_trial(true)) continue;
-        if (!(model_.predicted_reduction(true) > 1e-3 * work_.best.square)) return false;
-        if (!(model_.evaluate_at(work_.trial) < 0.9999 * work_.best.square)) continue;
+        if (!(model_.predicted_reduction(true) > negligible * work_.best.square)) return false;
+        f64 reached = model_.evaluate_at(work_.trial);
+        if (any_affine && std::isfinite(reached)) {
+            affine_.refit(work_.trial);
+            reached = model_.evaluate_at(work_.trial);
+        }
+        if (!(reached < (1.0 - negligible) * work_.best.square)) continue;
         std::swap(work_.current, work_.trial);
         return descend_again();
     }

@@ -1,13 +1,19 @@
 // Search for a better minimum after the first descent. Called by minimise with the start as the
 // current point; the first descent alone decides the stop code of a fit that ends ordinarily.
 //
-// Three things end a descent short of the best point: a saddle point, a plateau, and a minimum beside
-// a better one. Hence a direction of negative curvature at the end is followed, and each parameter
-// between two bounds, or on a plateau, is scanned: set to places across its range, with the others
-// fitted to each place by the linear model. Descents start from the best local minima of this
-// profile. Residuals that are affine between the bounds have one minimum and are not searched;
-// parameters in which they are affine are fitted, not scanned. The search is left out with more than
-// 8 parameters, or on request.
+// A descent may end at a saddle point, on a plateau, or in a minimum that is not the best. Hence
+//
+//   - a direction of negative curvature at the end is followed;
+//   - where parameters lack bounds, another descent starts from the start without fitting the affine
+//     parameters apart; if the best point is poorly determined, the parameters that are not affine
+//     are scanned along powers of two times the start;
+//   - one parameter between two bounds is scanned: set to places across its range, geometric and
+//     even, with the others fitted there. Descents start from the best local minima of this profile;
+//   - several such parameters are sampled: descents start from the best points of the box.
+//
+// Affine residuals have one minimum and are not searched, and neither is a point that explains the
+// residuals of the start to rounding. The search is left out with more than 8 parameters, or on
+// request.
 #pragma once
 
 #include "numeric/bounded/descent.hpp"

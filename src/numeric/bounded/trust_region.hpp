@@ -1,5 +1,5 @@
 // Nonlinear least squares under bounds and linear constraints. Called by the option-list solver;
-// descends from the start, then searches between the bounds.
+// descends from the start, then searches for a better minimum (multistart.hpp).
 //
 //   minimise  |F(x)|  so that  lower <= x <= upper  and  row_lower <= C x <= row_upper
 //
@@ -9,7 +9,8 @@
 // reduction better is used next; a rejected step is tried with the other one before the radius
 // shrinks. After a poor predicted reduction a second-order correction adds the curvature seen along
 // the step and solves again, which returns to the floor of a curved valley. Once progress ends,
-// derivatives switch to central differences, whose error does not limit the solution.
+// derivatives switch to central differences, whose error does not limit the solution. Parameters in
+// which the residuals are affine are fitted exactly at each trial point (affine_parameters.hpp).
 //
 // Method: Dennis, Gay and Welsch, An adaptive nonlinear least-squares algorithm (1981), for model
 // and switching; box-shaped regions after Fletcher, Practical Methods of Optimization (1987).
