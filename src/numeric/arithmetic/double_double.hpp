@@ -1,58 +1,15 @@
-// Sums, products and logarithms carried in pairs of f64, about 31 digits (logarithms: 18 or more).
+// Logarithms carried in pairs of f64, to 18 digits or more.
 //
 // A density far in its tail is exp of some -700, so an exponent good to half a unit of f64 alone
 // would already spend 1e-13 of the result. The exponents of the distributions are therefore formed
-// here and rounded once. Methods: error-free sums after Knuth (1969), products by fused
-// multiply-add after Dekker (1971), logarithm by the series of the inverse hyperbolic tangent.
+// in pairs and rounded once. Method: the series of the inverse hyperbolic tangent.
 #pragma once
 
-#include "base/base_types.hpp"
+#include "base/double_double.hpp"
 
 #include <cmath>
 
 namespace qmx::numeric {
-
-struct double_double {
-    f64 high = 0.0;
-    f64 low = 0.0;
-};
-
-inline double_double exact_sum(f64 a, f64 b) {
-    const f64 sum = a + b;
-    const f64 b_part = sum - a;
-    return {sum, (a - (sum - b_part)) + (b - b_part)};
-}
-
-inline double_double exact_product(f64 a, f64 b) {
-    const f64 product = a * b;
-    return {product, std::fma(a, b, -product)};
-}
-
-inline double_double operator-(double_double a) {
-    return {-a.high, -a.low};
-}
-
-inline double_double operator+(double_double a, double_double b) {
-    const double_double high = exact_sum(a.high, b.high);
-    const double_double low = exact_sum(a.low, b.low);
-    const double_double partial = exact_sum(high.high, high.low + low.high);
-    return exact_sum(partial.high, partial.low + low.low);
-}
-
-inline double_double operator-(double_double a, double_double b) {
-    return a + -b;
-}
-
-inline double_double operator*(double_double a, double_double b) {
-    const double_double product = exact_product(a.high, b.high);
-    return exact_sum(product.high, product.low + (a.high * b.low + a.low * b.high));
-}
-
-inline double_double operator/(double_double a, double_double b) {
-    const f64 quotient = a.high / b.high;
-    const double_double rest = a - double_double{quotient} * b;
-    return exact_sum(quotient, rest.high / b.high);
-}
 
 // 1/3 + q/5 + q^2/7 + ..., for 0 <= q <= 1/9: what the inverse hyperbolic tangent of s has behind
 // s, divided by s^3, at q = s^2.
