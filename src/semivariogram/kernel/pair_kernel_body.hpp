@@ -44,7 +44,10 @@ struct rule_lanes {
         const flags clear =
             both(below(epsilon, h), either(inside, below(along, border * below_one)));
         if ((bits_of(found) & ~bits_of(clear)) != 0) {
-            const reals cosine = choose(below(h, epsilon), all(1.0F), along / h);
+            // A divisor of 1 instead of 0, which would raise an exception flag.
+            const flags coincident = below(h, epsilon);
+            const reals cosine =
+                choose(coincident, all(1.0F), along / choose(coincident, all(1.0F), h));
             inside = without(found, below(cosine, csatol));
         }
         inside = both(found, inside);
@@ -103,7 +106,7 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
         const wide_reals square = widen(mine, queue.square[step]);
         add_halves(to.distance, distance);
         add_to<Twice>(to.squares, square);
-        to.count += number_of(bits_of(mine));
+        to.count += (Twice ? 2 : 1) * number_of(bits_of(mine));
         if (needs == 0) continue;
         if ((needs & class_needs::next_squares) != 0) add_to<Twice>(to.next_squares, square);
         if ((needs & class_needs::ordered_distance) != 0)
@@ -111,11 +114,47 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
     }
 }
 
-// Adds the pairs that are left in the queue.
-template <bool Twice> inline void add_rest(const pair_queue& queue, lane_sums& sums) {
+// Adds the pairs that are left in the queue, and empties it.
+template <bool Twice> inline void add_rest(pair_queue& queue, lane_sums& sums) {
     for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
          step < queue.entered; ++step)
         add_step<Twice>(queue, step, sums);
+    queue.entered = 0;
+}
+
+// Of pairs whose square is NaN, those that count, once: neither value is trimmed, but one is NaN.
+inline unsigned counted_once(unsigned pairs, const f32* own, i64 own_step, const f32* values) {
+    const auto is_trimmed = [](f32 value) {
+        std::uint32_t bits;
+        std::memcpy(&bits, &value, sizeof bits);
+        return bits == trimmed_bits;
+    };
+    unsigned counted = pairs;
+    for (; pairs != 0; pairs &= pairs - 1) {
+        const i64 t = lowest_bit(pairs);
+        if (is_trimmed(own[t * own_step]) || is_trimmed(values[t])) counted &= ~(1U << t);
+    }
+    return counted;
+}
+
+// Adds pairs that count once and have no square. Half of a distance that the sum doubles is exact.
+template <bool Twice>
+[[gnu::noinline]] void add_once(unsigned pairs, const f32* keys, const f32* distances,
+                                row_lanes& rows, lane_sums& sums) {
+    for (; pairs != 0; pairs &= pairs - 1) {
+        const i64 t = lowest_bit(pairs);
+        const i64 k = class_of(keys[t]);
+        rows.has_nan[k] = true;
+        const unsigned needs = sums.needs[k];
+        if ((needs & class_needs::nothing) != 0) continue;
+        lane_sums::of_class& to = sums.of[k];
+        const f64 distance = distances[t];
+        to.count += 1;
+        to.distance[0] += Twice ? 0.5 * distance : distance;
+        if ((needs & class_needs::ordered_distance) == 0) continue;
+        to.ordered_distance.even[t] += distance;
+        to.ordered_distance.odd[t] += distance;
+    }
 }
 
 // Finds the classes of lanes where they are not certain; returns the lanes that have one.
@@ -178,12 +217,26 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
             found = rule.accepts(found, dx, dy, h);
             if (bits_of(found) == 0) continue;
         }
-        const reals difference = vi - from(candidates.value + at);
+        const reals value = from(candidates.value + at);
+        const reals difference = vi - value;
+        const reals square = difference * difference;
+        const flags plain = both(found, is_number(square));
+        if (rules.has_nan && bits_of(plain) != bits_of(found)) {
+            alignas(64) f32 distances[width], keys[width], values[width];
+            store(distances, h);
+            store(keys, key);
+            store(values, value);
+            const unsigned once =
+                counted_once(bits_of(found) & ~bits_of(plain), rows.value, 1, values);
+            add_rest<Twice>(queue, sums); // a lane's pairs keep their order
+            add_once<Twice>(once, keys, distances, rows, sums);
+        }
+        found = plain;
         const std::uint64_t step = queue.entered % queue.steps;
         queue.found[step] = bits_of(found);
         store(queue.key[step], choose(found, key, all(key_of_nothing)));
         store(queue.distance[step], h);
-        store(queue.square[step], difference * difference);
+        store(queue.square[step], square);
         if (++queue.entered >= queue.steps)
             add_step<Twice>(queue, queue.entered - queue.steps, sums);
     }
@@ -234,7 +287,7 @@ void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candid
     return found;
 }
 
-// Pairs in range of one row, contiguous. Elements from `count` on have no meaning.
+// Pairs in range of one row, contiguous.
 struct pair_block {
     static constexpr i64 most = 256;
 
@@ -242,7 +295,15 @@ struct pair_block {
     alignas(64) f32 dx[most + width];
     alignas(64) f32 dy[most + width];
     alignas(64) f32 squared_distance[most + width];
-    alignas(64) f32 square[most + width];
+    alignas(64) f32 value[most + width];
+
+    // What is left of a register's width must not raise an exception flag.
+    void clear_rest() {
+        store(dx + count, all(0));
+        store(dy + count, all(0));
+        store(squared_distance + count, all(0));
+        store(value + count, all(0));
+    }
 };
 
 template <bool Twice> inline void add_term(f64& sum, f64 term) {
@@ -265,7 +326,7 @@ template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, 
     const unsigned needs = sums.needs[k];
     if ((needs & class_needs::nothing) != 0) return;
     row_sums::of_class& to = sums.of[k];
-    ++to.count;
+    to.count += Twice ? 2 : 1;
     to.distance += distance;
     add(to.squares, square);
     if (needs == 0) return;
@@ -273,13 +334,31 @@ template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, 
     if ((needs & class_needs::ordered_distance) != 0) add(to.ordered_distance, distance);
 }
 
+// A pair that counts once and has no square.
+template <bool Twice> inline void add_once(class_sums& sums, i64 k, f64 distance) {
+    ++sums.of[k].count;
+    sums.of[k].distance += distance;
+}
+
+template <bool Twice> inline void add_once(row_sums& sums, i64 k, f64 distance) {
+    const unsigned needs = sums.needs[k];
+    if ((needs & class_needs::nothing) != 0) return;
+    row_sums::of_class& to = sums.of[k];
+    ++to.count;
+    to.distance += Twice ? 0.5 * distance : distance;
+    if ((needs & class_needs::ordered_distance) == 0) return;
+    to.ordered_distance.even += distance;
+    to.ordered_distance.odd += distance;
+}
+
 template <bool Twice, class Sums>
 void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
                pair_block& block, Sums& sums) {
-    alignas(64) f32 distances[width], keys[width];
+    alignas(64) f32 distances[width], keys[width], squares[width];
     alignas(64) f64 wide_distances[width], wide_squares[width];
     const reals half_width = all(rules.certainty.half_width);
     const flags everywhere = flags_of((1U << width) - 1);
+    block.clear_rest();
     for (i64 at = 0; at < block.count; at += width) {
         const i64 held = block.count - at < width ? block.count - at : width;
         unsigned found = (1U << held) - 1;
@@ -297,11 +376,24 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
         if (rule.is_directed)
             found =
                 bits_of(rule.accepts(flags_of(found), load(block.dx + at), load(block.dy + at), h));
+        const reals difference = all(rows.value[0]) - load(block.value + at);
+        const reals square = difference * difference;
+        const unsigned plain = found & bits_of(is_number(square));
+        unsigned once = 0;
+        if (rules.has_nan && plain != found)
+            once = counted_once(found & ~plain, rows.value, 0, block.value + at);
+        store(squares, square);
         store_wide(wide_distances, widen(everywhere, distances));
-        store_wide(wide_squares, widen(everywhere, block.square + at));
-        for (; found != 0; found &= found - 1) {
+        store_wide(wide_squares, widen(everywhere, squares));
+        for (found = plain | once; found != 0; found &= found - 1) {
             const i64 t = lowest_bit(found);
-            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_squares[t]);
+            const i64 k = class_of(keys[t]);
+            if ((once >> t & 1) == 0) {
+                add_pair<Twice>(sums, k, wide_distances[t], wide_squares[t]);
+            } else {
+                rows.has_nan[k] = true;
+                add_once<Twice>(sums, k, wide_distances[t]);
+            }
         }
     }
     block.count = 0;
@@ -313,7 +405,6 @@ void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candi
     const rule_lanes rule(rules);
     const reals xi = all(rows.x[0]);
     const reals yi = all(rows.y[0]);
-    const reals vi = all(rows.value[0]);
     pair_block block;
     for (i64 at = first; at < count; at += width) {
         const reals dx = load(candidates.x + at) - xi;
@@ -321,9 +412,8 @@ void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candi
         const reals hs = dx * dx + dy * dy;
         unsigned found = bits_of(at_most(hs, all(rows.limit[0])));
         if (count - at < width) found &= (1U << (count - at)) - 1;
-        const reals difference = vi - load(candidates.value + at);
         store_packed(block.squared_distance + block.count, found, hs);
-        store_packed(block.square + block.count, found, difference * difference);
+        store_packed(block.value + block.count, found, load(candidates.value + at));
         if (rule.is_directed) {
             store_packed(block.dx + block.count, found, dx);
             store_packed(block.dy + block.count, found, dy);
