@@ -24,9 +24,9 @@ bool has_bands(const t_gamvset& set, const lag_classes& classes) {
     return !(set.bandwh > wide && set.bandwd > wide);
 }
 
-// What the kernel has to know about the values. It takes trimmed values and NaN, but no finite value that
-// counts once (the upper limit itself), and NaN of one bit pattern only, which every class with such a
-// pair ends in.
+// What the kernel has to know about the values. It takes trimmed values and NaN, but not the upper limit
+// itself, which counts once, nor infinities within odd limits; and NaN of one bit pattern only, which
+// becomes the sum of every class with such a pair.
 struct value_survey {
     bool fits_kernel = true;
     bool has_trimmed = false, has_nan = false;
@@ -37,7 +37,7 @@ value_survey survey_values(const gamv_variables& variables) {
     value_survey survey;
     for (i64 i = 0; i < variables.maxdat; ++i) {
         const f32 value = variables.vr[i];
-        if (counts_twice(variables.set, value)) continue;
+        if (counts_twice(variables.set, value) && std::isfinite(value)) continue;
         if (std::isnan(value)) {
             const auto bits = std::bit_cast<std::uint32_t>(value);
             if (survey.has_nan && bits != std::bit_cast<std::uint32_t>(survey.nan))
@@ -47,7 +47,7 @@ value_survey survey_values(const gamv_variables& variables) {
             survey.nan = value;
         } else if (is_trimmed(variables.set, value)) {
             survey.has_trimmed = true;
-        } else if (is_omnidirectional(variables.set)) {
+        } else if (is_omnidirectional(variables.set) || std::isinf(value)) {
             survey.fits_kernel = false;
         }
     }
