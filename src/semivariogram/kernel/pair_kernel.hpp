@@ -32,7 +32,8 @@ struct search_rules {
     f32 inverse_lag;       // about 1 / xlag, for a first guess of the class
     f32 coincident_square; // greatest squared distance that counts as coincidence
     bool twice;            // each pair counts twice, unless one of its values is NaN
-    bool has_nan;          // among the values, besides those that are trimmed
+    bool has_marked;       // values that are trimmed or NaN
+    bool has_nan;          // values that are NaN and not trimmed
     // Whether the azimuth tolerance, or the bandwidths, can exclude a pair.
     bool has_cone, has_bands;
     f32 uvxazm, uvyazm, uvzdec;

@@ -137,12 +137,19 @@ inline unsigned counted_once(unsigned pairs, const f32* own, i64 own_step, const
     return counted;
 }
 
-// Adds pairs that count once and have no square. Half of a distance that the sum doubles is exact.
+// Adds, of pairs with a marked value, those that count: once, and without a square. Half of a distance
+// that the sum doubles is exact.
 template <bool Twice>
-[[gnu::noinline]] void add_once(unsigned pairs, const f32* keys, const f32* distances,
-                                row_lanes& rows, lane_sums& sums) {
-    for (; pairs != 0; pairs &= pairs - 1) {
-        const i64 t = lowest_bit(pairs);
+[[gnu::noinline]] void add_marked(pair_queue& queue, unsigned marked, const reals& key,
+                                  const reals& h, const reals& value, row_lanes& rows,
+                                  lane_sums& sums) {
+    alignas(64) f32 distances[width], keys[width], values[width];
+    store(distances, h);
+    store(keys, key);
+    store(values, value);
+    add_rest<Twice>(queue, sums); // a lane's pairs keep their order
+    for (unsigned left = counted_once(marked, rows.value, 1, values); left != 0; left &= left - 1) {
+        const i64 t = lowest_bit(left);
         const i64 k = class_of(keys[t]);
         rows.has_nan[k] = true;
         const unsigned needs = sums.needs[k];
@@ -170,7 +177,7 @@ template <bool Twice>
     return found;
 }
 
-template <bool Twice, bool Directed, bool Backwards>
+template <bool Twice, bool Directed, bool Marked, bool Backwards>
 void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
            i64 count, lane_sums& sums) {
     const rule_lanes rule(rules);
@@ -220,18 +227,13 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
         const reals value = from(candidates.value + at);
         const reals difference = vi - value;
         const reals square = difference * difference;
-        const flags plain = both(found, is_number(square));
-        if (rules.has_nan && bits_of(plain) != bits_of(found)) {
-            alignas(64) f32 distances[width], keys[width], values[width];
-            store(distances, h);
-            store(keys, key);
-            store(values, value);
-            const unsigned once =
-                counted_once(bits_of(found) & ~bits_of(plain), rows.value, 1, values);
-            add_rest<Twice>(queue, sums); // a lane's pairs keep their order
-            add_once<Twice>(once, keys, distances, rows, sums);
+        if constexpr (Marked) {
+            const flags plain = both(found, is_number(square));
+            const unsigned marked = bits_of(found) & ~bits_of(plain);
+            if (marked != 0 && rules.has_nan)
+                add_marked<Twice>(queue, marked, key, h, value, rows, sums);
+            found = plain;
         }
-        found = plain;
         const std::uint64_t step = queue.entered % queue.steps;
         queue.found[step] = bits_of(found);
         store(queue.key[step], choose(found, key, all(key_of_nothing)));
@@ -245,13 +247,22 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
     store(rows.last_key, last_key);
 }
 
-template <bool Twice, bool Directed>
+template <bool Twice, bool Directed, bool Marked>
 void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
            i64 count, bool backwards, lane_sums& sums) {
     if (backwards)
-        sweep<Twice, Directed, true>(rules, rows, candidates, first, count, sums);
+        sweep<Twice, Directed, Marked, true>(rules, rows, candidates, first, count, sums);
     else
-        sweep<Twice, Directed, false>(rules, rows, candidates, first, count, sums);
+        sweep<Twice, Directed, Marked, false>(rules, rows, candidates, first, count, sums);
+}
+
+template <bool Twice, bool Directed>
+void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+           i64 count, bool backwards, lane_sums& sums) {
+    if (rules.has_marked)
+        sweep<Twice, Directed, true>(rules, rows, candidates, first, count, backwards, sums);
+    else
+        sweep<Twice, Directed, false>(rules, rows, candidates, first, count, backwards, sums);
 }
 
 void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
@@ -351,7 +362,7 @@ template <bool Twice> inline void add_once(row_sums& sums, i64 k, f64 distance) 
     to.ordered_distance.odd += distance;
 }
 
-template <bool Twice, class Sums>
+template <bool Twice, bool Marked, class Sums>
 void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
                pair_block& block, Sums& sums) {
     alignas(64) f32 distances[width], keys[width], squares[width];
@@ -378,17 +389,19 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
                 bits_of(rule.accepts(flags_of(found), load(block.dx + at), load(block.dy + at), h));
         const reals difference = all(rows.value[0]) - load(block.value + at);
         const reals square = difference * difference;
-        const unsigned plain = found & bits_of(is_number(square));
         unsigned once = 0;
-        if (rules.has_nan && plain != found)
-            once = counted_once(found & ~plain, rows.value, 0, block.value + at);
+        if constexpr (Marked) {
+            const unsigned marked = found & ~bits_of(is_number(square));
+            if (marked != 0) once = counted_once(marked, rows.value, 0, block.value + at);
+            found = (found & ~marked) | once;
+        }
         store(squares, square);
         store_wide(wide_distances, widen(everywhere, distances));
         store_wide(wide_squares, widen(everywhere, squares));
-        for (found = plain | once; found != 0; found &= found - 1) {
+        for (; found != 0; found &= found - 1) {
             const i64 t = lowest_bit(found);
             const i64 k = class_of(keys[t]);
-            if ((once >> t & 1) == 0) {
+            if (!Marked || (once >> t & 1) == 0) {
                 add_pair<Twice>(sums, k, wide_distances[t], wide_squares[t]);
             } else {
                 rows.has_nan[k] = true;
@@ -399,7 +412,7 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
     block.count = 0;
 }
 
-template <bool Twice, class Sums>
+template <bool Twice, bool Marked, class Sums>
 void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
                  i64 count, Sums& sums) {
     const rule_lanes rule(rules);
@@ -419,18 +432,23 @@ void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candi
             store_packed(block.dy + block.count, found, dy);
         }
         block.count += number_of(found);
-        if (block.count > block.most - width) add_block<Twice>(rules, rule, rows, block, sums);
+        if (block.count > block.most - width)
+            add_block<Twice, Marked>(rules, rule, rows, block, sums);
     }
-    add_block<Twice>(rules, rule, rows, block, sums);
+    add_block<Twice, Marked>(rules, rule, rows, block, sums);
 }
 
 template <class Sums>
 void sweep_row(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
                i64 count, Sums& sums) {
-    if (rules.twice)
-        sweep_alone<true>(rules, rows, candidates, first, count, sums);
+    if (rules.twice && rules.has_marked)
+        sweep_alone<true, true>(rules, rows, candidates, first, count, sums);
+    else if (rules.twice)
+        sweep_alone<true, false>(rules, rows, candidates, first, count, sums);
+    else if (rules.has_marked)
+        sweep_alone<false, true>(rules, rows, candidates, first, count, sums);
     else
-        sweep_alone<false>(rules, rows, candidates, first, count, sums);
+        sweep_alone<false, false>(rules, rows, candidates, first, count, sums);
 }
 
 } // namespace

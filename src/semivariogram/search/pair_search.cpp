@@ -113,14 +113,15 @@ bool search_plainly(neighbour_runs& neighbours, const candidate_segment& all, pl
 }
 
 pair_kernel::search_rules rules_of(const t_gamvset& set, const lag_classes& classes,
-                                   const class_certainty& certainty, bool has_nan,
+                                   const class_certainty& certainty, const value_survey& survey,
                                    const search_direction& direction) {
     return {.classes = &classes,
             .certainty = certainty,
             .inverse_lag = 1.0F / set.xlag,
             .coincident_square = greatest_coincident_square,
             .twice = is_omnidirectional(set),
-            .has_nan = has_nan,
+            .has_marked = survey.has_trimmed || survey.has_nan,
+            .has_nan = survey.has_nan,
             .has_cone = !(direction.csatol <= 0),
             .has_bands = has_bands(set, classes),
             .uvxazm = direction.uvxazm,
@@ -187,7 +188,7 @@ bool search_pairs(gamv_variables& variables, const array_view<f64>& np, const ar
     if (!certainty.usable || !is_horizontal || !survey.fits_kernel)
         return search_plainly(neighbours, all, plain);
     if (survey.has_trimmed) mark_trimmed(variables);
-    const auto rules = rules_of(set, classes, certainty, survey.has_nan, direction);
+    const auto rules = rules_of(set, classes, certainty, survey, direction);
     return search_in_lanes(neighbours, all, rules, survey.nan, tables);
 }
 
