@@ -125,13 +125,16 @@ i32 modelfit_all(const i32& idx_model, const i32& i_npoints, const array_view<co
     if (i_npoints > most_lag_classes) return fail(self, "i_npoints exceeds the maximum 100");
 
     switch (idx_model) {
-    case exponential_model:
+    case exponential_model: {
+        static constexpr std::string_view message =
+            "error calling imsl BCNLS with the exponential function";
+        // Bounds of 0 leave a range of 0 alone, and the model divides by the range.
+        if (greatest_of(s_ydata) == 0) return fail(self, message);
         call_bounded_fit(exponential_residuals, i_npoints, s_xdata, s_ydata);
         if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
-        // The model divides by the range.
-        if (numeric::IERCD() != 0 || s_x[0] == 0.0F)
-            return fail(self, "error calling imsl BCNLS with the exponential function");
+        if (numeric::IERCD() != 0 || s_x[0] == 0.0F) return fail(self, message);
         break;
+    }
     case power_model:
         call_bounded_fit(power_residuals, i_npoints, s_xdata, s_ydata);
         if (fit_ran_out_of_memory()) return fail_out_of_memory(self);
