@@ -2,7 +2,7 @@
 
 #include "base/elementary_functions.hpp"
 #include "numeric/bounded/trust_region.hpp"
-#include "numeric/errors/machine.hpp"
+#include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
