@@ -1,4 +1,4 @@
-// Polynomial fits against arithmetic of 100 digits, certified data, and their errors.
+// Polynomial fits against arithmetic of 400 digits, certified data, and their errors.
 #include "numeric/arithmetic/guarded.hpp"
 #include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/orthogonal_fit.hpp"
@@ -21,7 +21,7 @@ using namespace qmx::numeric;
 
 namespace {
 
-using exact = boost::multiprecision::cpp_bin_float_100;
+using exact = boost::multiprecision::number<boost::multiprecision::cpp_bin_float<400>>;
 using reals = std::vector<f64>;
 
 constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
@@ -207,6 +207,37 @@ TEST(PolynomialFit, ReachesTheCertifiedCoefficients) {
         for (std::size_t k = 0; k < 6; ++k) // reading decimal data as f64 alone costs two digits
             EXPECT_TRUE(is_near(got.B[k], set.after("B" + std::to_string(k)).at(0), 1e-13)) << name;
     }
+}
+
+// Abscissas far from the others: each degree loses as many digits as the distance has.
+TEST(PolynomialFit, KeepsItsDigitsHoweverFarApartTheAbscissasLie) {
+    std::mt19937_64 random(4);
+    std::normal_distribution<f64> normal;
+    const auto far = [](std::size_t n, f64 outlier) {
+        reals x = map(n, [&](f64 i) { return 8 * i / static_cast<f64>(n - 2); });
+        x[n / 3] = outlier;
+        return x;
+    };
+    for (const reals& x :
+         {far(20, 1e5), far(100, -1e5), far(21, 1e7), far(13, 1e12), far(300, 1e9), far(12, 1e-9),
+          map(11, [](f64 i) { return std::pow(10, i - 3); }), // decades
+          map(14, [](f64 i) { return std::pow(10, i * i / 10 - 6); }),
+          map(24, [](f64 i) { return std::fmod(i, 4.0) + 1e6 * std::floor(i / 4); })}) {
+        const reals y = map(x.size(), [&](f64 i) { return 10 + std::sin(i) + normal(random); });
+        for (const i32 degree : {4, 6, 9}) {
+            SCOPED_TRACE(testing::Message() << x.size() << " from " << x[0] << ", " << degree);
+            expect_textbook(x, y, degree, 4e-16, 1e-15);
+        }
+    }
+    // As many abscissas as coefficients: the polynomial goes through all points.
+    const reals decades = map(10, [](f64 i) { return std::pow(10, i - 3); });
+    const reals y = map(10, [](f64 i) { return std::cos(i); });
+    const fit_result through = fit(decades, y, 9);
+    EXPECT_EQ(through.code, 11);
+    EXPECT_EQ(through.STAT[4], 100.0);
+    EXPECT_EQ(through.STAT[8], 0.0);
+    const auto b = textbook_coefficients(decades, y, 9);
+    for (std::size_t k = 0; k < b.size(); ++k) EXPECT_TRUE(is_near(through.B[k], b[k], 3e-16)) << k;
 }
 
 // y = x + d (1, -2, 1) at -1, 0 and 1: the share that a line leaves is 3 d^2 / (1 + 3 d^2).
