@@ -286,8 +286,9 @@ TEST(PolynomialFit, FollowsTheUnitsOfTheData) {
         const reals x = map(n, [](f64 i) { return i / 7; });
         const reals y = map(n, [&](f64) { return 2 + normal(random); });
         const fit_result plain = fit(x, y, 2);
-        for (const int exponent : {-1000, -300, 300, 1000}) {
+        for (const int exponent : {-1000, -300, 300, 520, 1000}) {
             const fit_result scaled = fit(x, times(y, exponent), 2);
+            EXPECT_EQ(scaled.STAT[4], plain.STAT[4]) << "R-squared has no unit";
             EXPECT_EQ(scaled.B, times(plain.B, exponent));
             EXPECT_EQ(scaled.STAT[1], std::ldexp(plain.STAT[1], exponent));
             EXPECT_EQ(scaled.STAT[0], plain.STAT[0]);
@@ -416,6 +417,12 @@ TEST(PolynomialFit, IsTheSameForNarrowDataAndInAllRegisters) {
             }
 }
 
+TEST(PolynomialFit, OfAnInfiniteAbscissaExplainsNothing) {
+    const fit_result got = fit(reals{1, 2, inf64, 4, 5}, reals{1, 3, 2, 5, 4}, 1);
+    for (const std::size_t k : {4U, 6U, 8U}) EXPECT_TRUE(std::isnan(got.STAT[k])) << k;
+    EXPECT_TRUE(std::isnan(got.B[0]) && std::isnan(got.B[1]));
+}
+
 TEST(PolynomialFit, TakesStridedViewsAndDoesWithoutSums) {
     const reals both = {1, 10, 2, 40, 3, 90, 4, 165};
     const auto column = [&](std::size_t at) {
@@ -438,6 +445,7 @@ TEST(GuardedQuotient, YieldsNoHardwareException) {
         f64 a, b, quotient;
     } cases[] = {
         {6, 3, 2},           {nan64, 1, nan64},  {1, nan64, nan64},    {0, 0, nan64},
+        {3, -0.0, -inf64},   {-3, -0.0, inf64},  {0, -0.0, nan64},     {-0.0, 0, nan64},
         {3, 0, inf64},       {-3, 0, -inf64},    {tiny, 2, 0},         {-tiny, 2, 0},
         {2 * tiny, 2, tiny}, {huge, 0.5, inf64}, {-huge, 0.5, -inf64}, {huge, -0.5, -inf64},
         {1, inf64, 0},       {0, 5, 0},          {0, 0.5, 0}};
