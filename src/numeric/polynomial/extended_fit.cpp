@@ -10,8 +10,8 @@ namespace {
 
 // Relative errors up to here do not show in f64.
 constexpr f64 tolerable_loss = 0x1p-56;
-// Rows times squared digits that take some ten seconds.
-constexpr i64 most_work = i64{1} << 28;
+// Rows times squared digits that take some seconds.
+constexpr i64 most_work = i64{1} << 26;
 
 template <i32 N> struct extended_row {
     using real = extended_real<N>;

@@ -79,10 +79,10 @@ public:
         extended_real result;
         result.sign_ = a.sign_ * b.sign_;
         if (result.sign_ == 0) return {};
-        std::array<u32, 2 * N> product{};
+        std::array<u32, 2 * N> product{}; // of which the lowest digits are not formed
         for (std::size_t i = 0; i < N; ++i) {
             u64 carry = 0;
-            for (std::size_t j = 0; j < N; ++j) {
+            for (std::size_t j = i + 2 < N ? N - 2 - i : 0; j < N; ++j) {
                 carry += u64{a.digit_[i]} * b.digit_[j] + product[i + j];
                 product[i + j] = static_cast<u32>(carry);
                 carry >>= 32;
