@@ -421,6 +421,8 @@ TEST(PolynomialFit, OfAnInfiniteAbscissaExplainsNothing) {
     const fit_result got = fit(reals{1, 2, inf64, 4, 5}, reals{1, 3, 2, 5, 4}, 1);
     for (const std::size_t k : {4U, 6U, 8U}) EXPECT_TRUE(std::isnan(got.STAT[k])) << k;
     EXPECT_TRUE(std::isnan(got.B[0]) && std::isnan(got.B[1]));
+    EXPECT_EQ(got.STAT[1], 3.0);
+    EXPECT_EQ(got.STAT[3], 2.5) << "the ordinates' variance needs no abscissa";
 }
 
 TEST(PolynomialFit, TakesStridedViewsAndDoesWithoutSums) {

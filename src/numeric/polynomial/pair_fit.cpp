@@ -1,8 +1,6 @@
 #include "base/work_array.hpp"
 #include "numeric/polynomial/orthogonal_terms.hpp"
 
-#include <cmath>
-
 namespace qmx::numeric {
 
 namespace {
@@ -79,8 +77,7 @@ bool fit_in_pairs(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
         outcome.is_perfect = k > 0 && is_perfect_fit(outcome.total, explained);
         advance(term, all.data(), rows.count);
     }
-    const bool leaves_nothing = outcome.is_perfect && !std::isnan(explained.high);
-    outcome.error = outcome.total - (leaves_nothing ? outcome.total : explained);
+    outcome.error = outcome.total - (outcome.is_perfect ? outcome.total : explained);
     return true;
 }
 

@@ -4,6 +4,8 @@
 #include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace qmx::numeric {
 
@@ -15,13 +17,16 @@ void analyse_variance(const orthogonal_fit& fit, const orthogonal_term* terms, f
     variance_sources sources;
     sources.regression_degrees = fit.degree;
     sources.error_degrees = fit.observations - fit.degree - 1;
-    // A sum that is no number, of infinite abscissas, explains nothing.
-    sources.regression_sum =
-        fit.is_perfect && !std::isnan(explained.high) ? fit.total.high : explained.high;
+    sources.regression_sum = fit.is_perfect ? fit.total.high : explained.high;
     sources.error_sum = fit.error.high;
+    // With infinite abscissas nothing is known of the parts, only of their total.
+    const bool is_undefined = std::isnan(explained.high);
+    if (is_undefined)
+        sources.regression_sum = sources.error_sum = std::numeric_limits<f64>::quiet_NaN();
     sources.mean = terms[0].coefficient.high;
     // In units of the fit, whose squares cannot overflow; what carries a unit is then converted.
     fill_variance_table(sources, table);
+    if (is_undefined) table[5] = fit.total.high;
     for (i32 entry = 3; entry < 8; ++entry)
         table[entry] = std::ldexp(table[entry], 2 * fit.y_exponent);
     for (const i32 entry : {12, 13}) table[entry] = std::ldexp(table[entry], fit.y_exponent);
