@@ -6,8 +6,6 @@ namespace qmx::numeric {
 
 namespace {
 
-constexpr f64 half_log_2_pi = 0.91893853320467274;
-
 // With more degrees of freedom the distribution is narrower than the spacing of f64.
 constexpr f64 constant_from = 1e36;
 
@@ -15,7 +13,7 @@ constexpr f64 constant_from = 1e36;
 // quantile, close to it while it is small against 1.
 f64 power_law_quantile(f64 log_p, f64 a) {
     const f64 b = a + 1.0;
-    const f64 log_gamma = (b - 0.5) * logarithm(b) - b + half_log_2_pi + stirling_rest(b);
+    const f64 log_gamma = (b - 0.5) * logarithm(b) - b + half_log_2_pi.high + stirling_rest(b);
     return exponential((log_p + log_gamma) / a);
 }
 

@@ -13,6 +13,8 @@
 
 namespace qmx::numeric {
 
+inline constexpr double_double half_log_2_pi{0x1.d67f1c864beb5p-1, -0x1.65b5a1b7ff5dfp-55};
+
 // The part of ln Gamma(z) that Stirling's formula leaves over,
 //   ln Gamma(z) - [(z - 1/2) ln z - z + ln(2 pi)/2],  z > 0,
 // to 2e-17 absolute for z >= 1/2. Gamma ratios are formed from it, since differences of ln Gamma itself

@@ -26,7 +26,6 @@ f64 lower_share(f64 a, f64 b, double_double x, double_double y, double_double la
 
 // log of Gamma(a + b) / (Gamma(a) Gamma(1 + b)), nearly proportional to a small b.
 double_double log_gamma_ratio(f64 a, f64 b) {
-    constexpr double_double half_log_2_pi{0x1.d67f1c864beb5p-1, -0x1.65b5a1b7ff5dfp-55};
     const double_double sum = exact_sum(a, b), part{b};
     const double_double step = exact_sum(a, -0.5) * log_1p_of(part / double_double{a}) +
                                part * log_of(sum) - part +

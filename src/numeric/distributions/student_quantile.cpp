@@ -7,7 +7,6 @@ namespace qmx::numeric {
 namespace {
 
 constexpr f64 epsilon = std::numeric_limits<f64>::epsilon();
-constexpr double_double half_log_2_pi{0x1.d67f1c864beb5p-1, -0x1.65b5a1b7ff5dfp-55};
 
 // With more degrees of freedom, t is normal to the last place wherever its tail is above 0.
 constexpr f64 normal_from = 1e25;
