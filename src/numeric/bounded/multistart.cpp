@@ -65,9 +65,9 @@ stop_code multistart::run(f64 start_norm) {
     return code_;
 }
 
-// Descends from the current point and keeps the better end. Noise or a solution at infinity, noted by
-// the first descent, does not apply to a point as good where this one ends ordinarily. True if the
-// best point improved.
+// Descends from the current point and keeps the better end. Noise or a solution at infinity, noted
+// by the first descent, does not apply to a point as good where this one ends ordinarily. True if
+// the best point improved.
 bool multistart::descend_again(bool may_fit_affine) {
     const stop_code found = descent_.run(start_norm_, may_fit_affine);
     model_.fits_affine = false;
@@ -145,21 +145,19 @@ i32 multistart::choose_places(i64 j) {
     const f64 lower = limits_.lower[j], upper = limits_.upper[j], width = upper - lower;
     f64* values = work_.place_values;
     i32 count = 0;
-    {
-        if (lower > 0.0) {
-            const f64 ratio = power(upper / lower, 1.0 / (geometric_places - 1));
-            for (f64 value = lower; count < geometric_places; value *= ratio)
-                values[count++] = std::min(value, upper);
-        } else {
-            for (; count < geometric_places; ++count) // from either bound
-                values[count] =
-                    count < geometric_places / 2
-                        ? lower + width * std::ldexp(1.0, -4 - 2 * count)
-                        : upper - width * std::ldexp(1.0, -4 - 2 * (count - geometric_places / 2));
-        }
-        for (i32 place = 0; place <= even_places; ++place)
-            values[count++] = lower + width * place / even_places;
+    if (lower > 0.0) {
+        const f64 ratio = power(upper / lower, 1.0 / (geometric_places - 1));
+        for (f64 value = lower; count < geometric_places; value *= ratio)
+            values[count++] = std::min(value, upper);
+    } else {
+        for (; count < geometric_places; ++count) // from either bound
+            values[count] =
+                count < geometric_places / 2
+                    ? lower + width * std::ldexp(1.0, -4 - 2 * count)
+                    : upper - width * std::ldexp(1.0, -4 - 2 * (count - geometric_places / 2));
     }
+    for (i32 place = 0; place <= even_places; ++place)
+        values[count++] = lower + width * place / even_places;
     std::sort(values, values + count);
     return count;
 }
@@ -308,7 +306,7 @@ void multistart::record_between(i32 index) {
         across -= from[i] * (to[i] - from[i]);
         length += (to[i] - from[i]) * (to[i] - from[i]);
     }
-    const f64 part = across / length;
+    const f64 part = length > 0.0 ? across / length : 0.0;
     if (!(part > 0.0 && part < 1.0)) {
         work_.place_squares[index] = std::max(before, after);
         return;
