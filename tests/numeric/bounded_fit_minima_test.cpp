@@ -123,10 +123,16 @@ minimum_case semivariogram(const char* name, bool is_power, double best, int mos
             most_calls};
 }
 
-TEST_F(BoundedFitMinima, ASemivariogramThatSaturatesBeforeTheFirstLagIsFitted) {
+TEST_F(BoundedFitMinima, RoundingOfASaturatedSemivariogramIsNotNoise) {
     curve_h = {0, 38.0856, 90.2352, 129.141, 175.138};
     curve_y = {0, 275.423828, 275.461365, 275.461365, 275.461365};
     expect_minimum<f32>(semivariogram("saturated", false, 0, 300), exponential<f32>);
+    // At the bound of the range differences of rounded residuals promise what no step achieves.
+    curve_h = {0,           25.51152611,  38.2870903,   50.95059204,  70.18605042, 85.29462433,
+               97.48828125, 113.11428833, 129.45817566, 145.78596497, 163.50746155};
+    curve_y = {0,          2.26507807, 2.92503667, 3.38612485, 3.84085512, 4.06263351,
+               4.18529463, 4.29286957, 4.36540604, 4.41165876, 4.44314623};
+    expect_minimum<f32>(semivariogram("noise", false, 2.20434380, 400), exponential<f32>);
 }
 
 // The least sum of squares over the sill, or the scale, for one value of the other parameter.

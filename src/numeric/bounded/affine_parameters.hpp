@@ -1,6 +1,6 @@
-// Parameters in which the residuals are affine, as the factor before a curve is. Found at the start of
-// a fit; the descent and the multistart fit them exactly while the other parameters move (Golub and
-// Pereyra, The differentiation of pseudo-inverses and nonlinear least squares problems whose
+// Parameters in which the residuals are affine, as the factor before a curve is. Found at the start
+// of a fit; the descent and the multistart fit them exactly while the other parameters move (Golub
+// and Pereyra, The differentiation of pseudo-inverses and nonlinear least squares problems whose
 // variables separate, 1973).
 #pragma once
 

@@ -59,15 +59,16 @@
 //
 //   1 M < 1, 2 N < 1, 3 MCON < 0, 4 LDC < MCON, 5 IRTYPE(i) not 0 to 3, 6 out of memory
 //
-// The first descent decides the stop code. The search after it may improve X; it never makes a warning
-// of an ordinary end or lifts 8, but 3 and 5 give way to the ordinary end of a later descent at a
-// point as good.
+// The first descent decides the stop code. The search after it may improve X; it never makes a
+// warning of an ordinary end or lifts 8, but 3 and 5 give way to the ordinary end of a later
+// descent at a point as good.
 //
-// Accuracy, kept true by bounded_fit_certified_test.cpp: on three nonlinear regressions with certified
-// answers, one of them hidden from its first start by a plateau, the f64 member gives at least 7
-// digits of every parameter with the caller's Jacobian and 6 by differences, from either start. On
-// 300 random semivariograms the f32 member ends ordinarily within 0.1 % of the best norm, or 1e-5 of
-// the data's norm (bounded_fit_minima_test.cpp). bench/bounded_fit_survey compares 50,000 problems.
+// Accuracy, kept true by bounded_fit_certified_test.cpp: on three nonlinear regressions with
+// certified answers, one of them hidden from its first start by a plateau, the f64 member gives at
+// least 7 digits of every parameter with the caller's Jacobian and 6 by differences, from either
+// start. On 300 random semivariograms the f32 member ends ordinarily within 0.1 % of the best norm,
+// or 1e-5 of the data's norm (bounded_fit_minima_test.cpp). bench/bounded_fit_survey compares
+// 50,000 problems.
 #pragma once
 
 #include "base/array_view.hpp"

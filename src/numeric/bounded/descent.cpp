@@ -216,8 +216,8 @@ descent::trial_result descent::try_step(const proposal& step) {
     return result;
 }
 
-// The sum of squares at the trial point, after the affine parameters were fitted there, or after the
-// second-order correction of a poor predicted reduction.
+// The sum of squares at the trial point, after the affine parameters were fitted there, or after
+// the second-order correction of a poor predicted reduction.
 f64 descent::evaluate_trial(f64 predicted) {
     solver_storage::point& trial = work_.trial;
     const f64 first = model_.evaluate_at(trial);

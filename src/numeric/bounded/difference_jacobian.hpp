@@ -6,8 +6,8 @@
 // one; both are of second order. Near a bound the step turns inward. Where the residuals are not
 // finite the step changes sign, then shrinks.
 //
-// Where no residual changes at all, the arithmetic is too coarse for the step. It is then widened, on
-// both sides, up to the bounds (without a bound: far beyond the size of the parameter) until one
+// Where no residual changes at all, the arithmetic is too coarse for the step. It is then widened,
+// on both sides, up to the bounds (without a bound: far beyond the size of the parameter) until one
 // does; otherwise the column is zero.
 #pragma once
 

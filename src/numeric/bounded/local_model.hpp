@@ -1,5 +1,5 @@
-// The linear and quadratic models of the residuals around a point, and the steps that minimise them.
-// Called by descent and multistart.
+// The linear and quadratic models of the residuals around a point, and the steps that minimise
+// them. Called by descent and multistart.
 #pragma once
 
 #include "numeric/bounded/trust_region.hpp"

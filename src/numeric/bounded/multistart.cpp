@@ -59,17 +59,15 @@ stop_code multistart::run(f64 start_norm) {
     model_.fits_affine = false;
     constexpr i32 most_rounds = 2;
     for (i32 round = 0; round < most_rounds && !model_.is_affine; ++round) {
-        const bool has_left = leave_saddle();
-        const bool has_found = scan_along_start() || search_box();
-        if (!has_left && !has_found) break;
+        if (!scan_along_start() && !search_box()) break;
     }
     copy_point(work_.best, work_.current);
     return code_;
 }
 
-// Descends from the current point and keeps the better end. Noise or a solution at infinity, noted by
-// the first descent, does not apply to a point as good where this one ends ordinarily. True if the
-// best point improved.
+// Descends from the current point and keeps the better end. Noise or a solution at infinity, noted
+// by the first descent, does not apply to a point as good where this one ends ordinarily. True if
+// the best point improved.
 bool multistart::descend_again(bool may_fit_affine) {
     const stop_code found = descent_.run(start_norm_, may_fit_affine);
     model_.fits_affine = false;
@@ -85,83 +83,6 @@ bool multistart::descend_again(bool may_fit_affine) {
 
 bool multistart::has_two_bounds(i64 j) const {
     return !std::isinf(limits_.lower[j]) && !std::isinf(limits_.upper[j]);
-}
-
-// Evaluates at the best point with parameter j moved; false where that is not possible.
-bool multistart::move_from_best(i64 j, f64 to) {
-    point& trial = work_.trial;
-    std::copy_n(work_.best.x, n_, trial.x);
-    trial.x[j] = std::clamp(nearest_parameter(function_, to), limits_.lower[j], limits_.upper[j]);
-    return trial.x[j] != work_.best.x[j] && model_.meets_rows(trial.x) &&
-           std::isfinite(model_.evaluate_at(trial));
-}
-
-// ---- Saddle points ------------------------------------------------------------------------------
-
-// Takes a step of the model with the second-order part by differences, which finds a direction of
-// negative curvature where the gradient is zero.
-bool multistart::leave_saddle() {
-    if (limits_.rows.rows > 0) return false;
-    const f64 part = std::sqrt(std::sqrt(epsilon_of(function_)));
-    f64* moved = work_.old_jacobian;
-    f64* reach = work_.old_step;
-    std::fill_n(work_.curvature, n_ * n_, 0.0);
-    const f64* best = work_.best.f;
-    for (i64 j = 0; j < n_; ++j) {
-        const f64 at = work_.best.x[j];
-        const f64 step = part * (at != 0.0 ? std::abs(at) : 1.0);
-        reach[j] = 0.0;
-        if (work_.is_fixed[j] || at - step < limits_.lower[j] || at + step > limits_.upper[j] ||
-            !move_from_best(j, at - step))
-            continue;
-        const f64 back = work_.trial.x[j] - at;
-        std::copy_n(work_.trial.f, m_, work_.differences.first);
-        if (!move_from_best(j, at + step)) continue;
-        reach[j] = work_.trial.x[j] - at;
-        std::copy_n(work_.trial.f, m_, moved + j * m_);
-        for (i64 i = 0; i < m_; ++i)
-            work_.curvature[j + j * n_] += 2.0 * best[i] *
-                                           ((work_.trial.f[i] - best[i]) / reach[j] -
-                                            (work_.differences.first[i] - best[i]) / back) /
-                                           (reach[j] - back);
-    }
-    for (i64 j = 0; j < n_; ++j)
-        for (i64 k = 0; k < j; ++k) {
-            if (reach[j] == 0.0 || reach[k] == 0.0) continue;
-            std::copy_n(work_.best.x, n_, work_.trial.x);
-            work_.trial.x[j] += reach[j];
-            work_.trial.x[k] += reach[k];
-            if (!std::isfinite(model_.evaluate_at(work_.trial))) continue;
-            f64 sum = 0.0;
-            for (i64 i = 0; i < m_; ++i)
-                sum +=
-                    best[i] * (work_.trial.f[i] - moved[i + j * m_] - moved[i + k * m_] + best[i]);
-            work_.curvature[j + k * n_] = work_.curvature[k + j * n_] = sum / (reach[j] * reach[k]);
-        }
-    copy_point(work_.best, work_.current);
-    model_.linearise(true);
-    if (!model_.any_column_moves()) return false;
-    model_.update_scale(true);
-    model_.build();
-    const f64 size = model_.scaled_size(work_.best.x);
-    constexpr f64 negligible = 1e-6;
-    const bool any_affine =
-        std::any_of(work_.is_affine, work_.is_affine + n_, [](bool is) { return is; });
-    for (const f64 part_of_size : {0.3, 0.1, 0.03, 0.01}) {
-        model_.build();
-        model_.limit_step(part_of_size * size);
-        if (!model_.make_trial(true)) continue;
-        if (!(model_.predicted_reduction(true) > negligible * work_.best.square)) return false;
-        f64 reached = model_.evaluate_at(work_.trial);
-        if (any_affine && std::isfinite(reached)) {
-            affine_.refit(work_.trial);
-            reached = model_.evaluate_at(work_.trial);
-        }
-        if (!(reached < (1.0 - negligible) * work_.best.square)) continue;
-        std::swap(work_.current, work_.trial);
-        return descend_again();
-    }
-    return false;
 }
 
 // ---- Scans --------------------------------------------------------------------------------------
@@ -224,21 +145,19 @@ i32 multistart::choose_places(i64 j) {
     const f64 lower = limits_.lower[j], upper = limits_.upper[j], width = upper - lower;
     f64* values = work_.place_values;
     i32 count = 0;
-    {
-        if (lower > 0.0) {
-            const f64 ratio = power(upper / lower, 1.0 / (geometric_places - 1));
-            for (f64 value = lower; count < geometric_places; value *= ratio)
-                values[count++] = std::min(value, upper);
-        } else {
-            for (; count < geometric_places; ++count) // from either bound
-                values[count] =
-                    count < geometric_places / 2
-                        ? lower + width * std::ldexp(1.0, -4 - 2 * count)
-                        : upper - width * std::ldexp(1.0, -4 - 2 * (count - geometric_places / 2));
-        }
-        for (i32 place = 0; place <= even_places; ++place)
-            values[count++] = lower + width * place / even_places;
+    if (lower > 0.0) {
+        const f64 ratio = power(upper / lower, 1.0 / (geometric_places - 1));
+        for (f64 value = lower; count < geometric_places; value *= ratio)
+            values[count++] = std::min(value, upper);
+    } else {
+        for (; count < geometric_places; ++count) // from either bound
+            values[count] =
+                count < geometric_places / 2
+                    ? lower + width * std::ldexp(1.0, -4 - 2 * count)
+                    : upper - width * std::ldexp(1.0, -4 - 2 * (count - geometric_places / 2));
     }
+    for (i32 place = 0; place <= even_places; ++place)
+        values[count++] = lower + width * place / even_places;
     std::sort(values, values + count);
     return count;
 }
@@ -387,7 +306,7 @@ void multistart::record_between(i32 index) {
         across -= from[i] * (to[i] - from[i]);
         length += (to[i] - from[i]) * (to[i] - from[i]);
     }
-    const f64 part = across / length;
+    const f64 part = length > 0.0 ? across / length : 0.0;
     if (!(part > 0.0 && part < 1.0)) {
         work_.place_squares[index] = std::max(before, after);
         return;

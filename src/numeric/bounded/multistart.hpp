@@ -3,12 +3,11 @@
 //
 // A descent may end at a saddle point, on a plateau, or in a minimum that is not the best. Hence
 //
-//   - a direction of negative curvature at the end is followed;
-//   - where parameters lack bounds, another descent starts from the start without fitting the affine
+//   - where parameters lack bounds, another descent from the start does not fit the affine
 //     parameters apart; if the best point is poorly determined, the parameters that are not affine
 //     are scanned along powers of two times the start;
 //   - one parameter between two bounds is scanned: set to places across its range, geometric and
-//     even, with the others fitted there. Descents start from the best local minima of this profile;
+//     even, with the others fitted there. Descents start from the best minima of this profile;
 //   - several such parameters are sampled: descents start from the best points of the box.
 //
 // Affine residuals have one minimum and are not searched, and neither is a point that explains the
@@ -39,8 +38,6 @@ private:
     bool has_two_bounds(i64 j) const;
     bool explains_all() const;
     bool any_unbounded() const;
-    bool move_from_best(i64 j, f64 to);
-    bool leave_saddle();
     void go_to_start();
     bool is_poorly_determined();
     bool scan_along_start();
