@@ -122,17 +122,15 @@ template <bool Twice> inline void add_rest(pair_queue& queue, lane_sums& sums) {
     queue.entered = 0;
 }
 
-// Of pairs whose square is NaN, those that count, once: neither value is trimmed, but one is NaN.
-inline unsigned counted_once(unsigned pairs, const f32* own, i64 own_step, const f32* values) {
-    const auto is_trimmed = [](f32 value) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &value, sizeof bits);
-        return bits == trimmed_bits;
-    };
+// Of pairs whose square is NaN, those that count, once: no candidate's value is trimmed. No row's is, for
+// such rows are not searched.
+inline unsigned counted_once(unsigned pairs, const f32* values) {
     unsigned counted = pairs;
     for (; pairs != 0; pairs &= pairs - 1) {
         const i64 t = lowest_bit(pairs);
-        if (is_trimmed(own[t * own_step]) || is_trimmed(values[t])) counted &= ~(1U << t);
+        std::uint32_t bits;
+        std::memcpy(&bits, values + t, sizeof bits);
+        if (bits == trimmed_bits) counted &= ~(1U << t);
     }
     return counted;
 }
@@ -148,7 +146,7 @@ template <bool Twice>
     store(keys, key);
     store(values, value);
     add_rest<Twice>(queue, sums); // a lane's pairs keep their order
-    for (unsigned left = counted_once(marked, rows.value, 1, values); left != 0; left &= left - 1) {
+    for (unsigned left = counted_once(marked, values); left != 0; left &= left - 1) {
         const i64 t = lowest_bit(left);
         const i64 k = class_of(keys[t]);
         rows.has_nan[k] = true;
@@ -392,7 +390,7 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
         unsigned once = 0;
         if constexpr (Marked) {
             const unsigned marked = found & ~bits_of(is_number(square));
-            if (marked != 0) once = counted_once(marked, rows.value, 0, block.value + at);
+            if (marked != 0) once = counted_once(marked, block.value + at);
             found = (found & ~marked) | once;
         }
         store(squares, square);
