@@ -81,7 +81,7 @@ double_double unscaled(const scaled_pair& x) {
 
 f64 error_function(f64 x) {
     constexpr f64 one_from = 6.0;
-    if (std::isnan(x)) return x;
+    if (std::isnan(x) || x == 0.0) return x;
     const f64 magnitude = std::fabs(x);
     if (magnitude < 0x1p-300) // the pairs would underflow
         return std::ldexp((two_over_root_of_pi * double_double{std::ldexp(x, 600)}).high, -600);
