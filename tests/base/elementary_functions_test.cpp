@@ -74,7 +74,7 @@ const real_function real_functions[] = {
     {"log_1p, near 0", log_1p, log1p_of, 1e-20, 0.999999},
     {"logarithm_10", logarithm_10, log10_of, 5e-324, 1.7e308, false},
     {"logarithm_10, near 1", logarithm_10, log10_of, 0.9, 1.1, false},
-    {"error_function", error_function, erf_of, 1e-20, 6.5},
+    {"error_function", error_function, erf_of, 5e-324, 6.5},
     {"complementary_error_function", complementary_error_function, erfc_of, 1e-20, 27.2},
 };
 

@@ -28,9 +28,10 @@ struct stored_hash {
     std::uint64_t hash;
 };
 const stored_hash stored[] = {
-    {"ICdata_stats", 0},        {"IC_compact_curve_b", 0},    {"call_polycurvefit", 0},
-    {"IC_semivariogram", 0},    {"find_points_in_circle", 0}, {"find_points_in_polygon", 0},
-    {"IC_PointsData_stats", 0}, {"IC_coverage", 0},
+    {"ICdata_stats", 0x3cda05a4788e0640},          {"IC_compact_curve_b", 0x0df6fce5accb6b98},
+    {"call_polycurvefit", 0x31c7924f86125fb7},     {"IC_semivariogram", 0x17f3d0f31d2ba5ff},
+    {"find_points_in_circle", 0xcdc8c2e44c3f2206}, {"find_points_in_polygon", 0xe285a9f407b99a4a},
+    {"IC_PointsData_stats", 0x7a81c8675b64d68d},   {"IC_coverage", 0x6ab22934ac761cb8},
 };
 
 // FNV-1a over bytes, lowest first; all NaN are one.

@@ -199,7 +199,7 @@ private:
 };
 
 std::vector<measured_errors> beta_errors() {
-    measured_errors tests{"`DBETAI`, t and F tests", 30, {}};
+    measured_errors tests{"`DBETAI`, t and F tests", 40, {}};
     beta_judge judge(tests);
     for (const f64 dfn : {1.0, 2.0, 3.0, 5.0, 10.0, 50.0, 399.0, 401.0, 1e3, 1e5, 1e7})
         for (const f64 dfd : support::degrees_of_freedom)

@@ -92,15 +92,15 @@ template <class Exponent> f64 decline_integral(f64 slope, f64 curvature, Exponen
 } // namespace
 
 f64 stirling_rest(f64 z) {
-    f64 shifted = 0.0;
+    double_double shifted;
     while (z < 10.0) {
         // rest(z) - rest(z + 1) = (z + 1/2) log(1 + 1/z) - 1, by the inverse tangent series
         if (z >= 1.0) {
             const f64 q = 1.0 / ((2.0 * z + 1.0) * (2.0 * z + 1.0));
-            shifted += q * inverse_tangent_rest(q);
+            shifted = shifted + double_double{q * inverse_tangent_rest(q)};
         } else {
             const double_double log_step = log_of(exact_sum(1.0, z)) - log_of(z);
-            shifted += (exact_sum(z, 0.5) * log_step - double_double{1.0}).high;
+            shifted = shifted + exact_sum(z, 0.5) * log_step - double_double{1.0};
         }
         z += 1.0;
     }
@@ -110,7 +110,7 @@ f64 stirling_rest(f64 z) {
         q * (1.0 / 360 -
              q * (1.0 / 1260 -
                   q * (1.0 / 1680 - q * (1.0 / 1188 - q * (691.0 / 360360 - q * (1.0 / 156))))));
-    return shifted + series / z;
+    return (shifted + double_double{series / z}).high;
 }
 
 double_double logarithm_shortfall(double_double r) {

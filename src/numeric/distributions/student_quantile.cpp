@@ -67,9 +67,8 @@ f64 student_quantile(f64 p, f64 df) {
     if (p == 0.5) return 0.0;
     const student t_of(df);
     const f64 tail = p < 0.5 ? p : 1.0 - p;
-    const bool heavy = t_of.df < 10.0;
     f64 t = 0.0;
-    if (tail >= (heavy ? 0.25 : 0.16)) {
+    if (tail >= 0.16 + 0.09 / t_of.df) { // for t below 1, about
         const f64 share = 0.5 - tail;
         const double_double log_share = log_of(share);
         t = logarithmic_newton(share * exponential(-t_of.log_mode.high), 700.0, [&](f64 estimate) {
