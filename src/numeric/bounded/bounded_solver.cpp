@@ -1,8 +1,8 @@
 #include "numeric/bounded/bounded_solver.hpp"
 
 #include "base/elementary_functions.hpp"
-#include "numeric/bounded/trust_region.hpp"
 #include "numeric/arithmetic/machine.hpp"
+#include "numeric/bounded/trust_region.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
