@@ -8,6 +8,7 @@
 
 namespace {
 
+using app_test::expect_numbers;
 using app_test::outcome;
 using app_test::text_of;
 class Stats : public app_test::Program {};

@@ -7,6 +7,7 @@
 
 namespace {
 
+using app_test::expect_numbers;
 using app_test::outcome;
 class Spots : public app_test::Program {
 protected:

@@ -27,7 +27,7 @@ struct named_call {
 class lot {
 public:
     explicit lot(unsigned seed) : random_(seed) {
-        const int count = 200 + static_cast<int>(random_() % 2500);
+        const int count = 600 + static_cast<int>(random_() % 2200); // at least 100 a pass
         for (int i = 0; i < count; ++i) {
             const double x = 0.3 * (i % 50) + 0.05 * unit(), y = 0.9 * (i / 50) + 0.05 * unit();
             const double value = 60 + 8 * std::sin(0.2 * x) + 5 * std::cos(0.3 * y) + 4 * unit();

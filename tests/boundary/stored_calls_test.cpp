@@ -29,9 +29,9 @@ struct stored_hash {
 };
 const stored_hash stored[] = {
     {"ICdata_stats", 0x3cda05a4788e0640},          {"IC_compact_curve_b", 0x0df6fce5accb6b98},
-    {"call_polycurvefit", 0x31c7924f86125fb7},     {"IC_semivariogram", 0x17f3d0f31d2ba5ff},
+    {"call_polycurvefit", 0x31c7924f86125fb7},     {"IC_semivariogram", 0x7ee7ce7a977dbcf6},
     {"find_points_in_circle", 0xcdc8c2e44c3f2206}, {"find_points_in_polygon", 0xe285a9f407b99a4a},
-    {"IC_PointsData_stats", 0x7a81c8675b64d68d},   {"IC_coverage", 0x6ab22934ac761cb8},
+    {"IC_PointsData_stats", 0x3aafd6187e00b4bc},   {"IC_coverage", 0x6ab22934ac761cb8},
 };
 
 // FNV-1a over bytes, lowest first; all NaN are one.
@@ -327,6 +327,13 @@ TEST(StoredCalls, GiveTheStoredBits) {
                          {"IC_coverage", call_coverage, 40}};
     static_assert(std::size(exports) == std::size(stored));
     const bool are_printed = std::getenv("QMX_IC_PRINT_HASHES") != nullptr;
+    // The library keeps some statistics from call to call: a first round leaves a known state behind,
+    // whatever ran before in this process.
+    for (std::size_t i = 0; i < std::size(exports); ++i) {
+        hash_of_outputs unused;
+        lot_maker make(1000 + i);
+        for (int k = 0; k < exports[i].times; ++k) exports[i].call(make, unused);
+    }
     for (std::size_t i = 0; i < std::size(exports); ++i) {
         const auto& [name, call, times] = exports[i];
         hash_of_outputs hash;
