@@ -155,7 +155,6 @@ f32 nearest_single(const wide& truth) {
     return static_cast<f32>(static_cast<f64>(ldexp(whole, last)));
 }
 
-// (A stride of arguments is compared with the 80-bit functions of the C library.)
 TEST(ElementaryFunctions, OfF32AreRoundedCorrectly) {
     for (const single_function& function : single_functions) {
         const auto check = [&](f32 x) {
