@@ -181,11 +181,13 @@ template <class Real> void textbook(i32 m, const Real* x, Real* f) {
 template <class Real> void residuals(const i32& M, const i32& N, const Real* x, Real* f) {
     ++given.calls;
     if (given.lower != nullptr)
-        for (i32 j = 0; j < N; ++j) {
-            const Real low = to<Real>(given.lower[j]), high = to<Real>(given.upper[j]);
-            if ((low != to<Real>(1e30) && !(x[j] >= low)) ||
-                (high != to<Real>(-1e30) && !(x[j] <= high)))
-                given.outside = 1;
+        for (i32 j = 0; j < N; ++j) { // crossed bounds: the upper one
+            const Real high = to<Real>(given.upper[j]);
+            const bool has_upper = high != to<Real>(-1e30);
+            Real low = to<Real>(given.lower[j]);
+            const bool has_lower = low != to<Real>(1e30);
+            if (has_lower && has_upper) low = std::min(low, high);
+            if ((has_lower && !(x[j] >= low)) || (has_upper && !(x[j] <= high))) given.outside = 1;
         }
     if (given.kind == linear) {
         for (i32 i = 0; i < M; ++i) {

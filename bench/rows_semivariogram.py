@@ -36,6 +36,7 @@ def every_pair_rows(everything, most, note):
 
 def semivariogram_rows(everything, most, note):
     yield from rows_of(SIZES, everything, most, note)
+    yield from rows_of({"local": SIZES["local"][:2]}, everything, most, note, lags=98)
     count = min(100_000, most)
     for order in ORDERS:
         call = calls.strip_semivariogram(count, "local", order)
@@ -43,10 +44,10 @@ def semivariogram_rows(everything, most, note):
         yield Row(f"semivariogram, {order}", count, call.run, them, close)
 
 
-def rows_of(kinds, everything, most, note):
+def rows_of(kinds, everything, most, note, lags=20):
     for kind, sizes in kinds.items():
         for count in (size for size in sizes if size <= most):
-            call = calls.strip_semivariogram(count, kind)
+            call = calls.strip_semivariogram(count, kind, lags=lags)
             them = dict(semivariogram_peers(call, kind))
             for label, limits in LIMITS.items():
                 if label in them and count > limits[everything]:
@@ -54,7 +55,8 @@ def rows_of(kinds, everything, most, note):
                     note("Not run for their time", f"{label}, {kind}, {points(count)}")
             if "gstat" in them:
                 them["gstat"] = peers.Gstat(call)
-            yield Row(f"semivariogram, {kind}", count, call.run, them, close)
+            name = f"semivariogram, {kind}" if lags == 20 else f"semivariogram, {kind}, {lags} lags"
+            yield Row(name, count, call.run, them, close)
 
 
 def semivariogram_peers(call, kind):
@@ -91,6 +93,10 @@ def pairs_in_reach(call):
 
 def directional_calls(count):
     yield "strip, every direction", calls.strip_semivariogram(count, "local")
+    for name, value in (("trimmed", 2e21), ("NaN", np.nan)):
+        call = calls.strip_semivariogram(count, "local")
+        call.points["d_val"][::1000] = value
+        yield f"every direction, 0.1 % {name}", call
     for name, azimuth, bandwidth in (("along the strip", 90, 1e9), ("oblique, band of 3 m", 30, 3)):
         yield name, calls.strip_semivariogram(
             count, "local", azimuth=azimuth, tolerance=22.5, bandwidth=bandwidth

@@ -6,13 +6,14 @@
  *   - They return 1 on success and 3 on failure.
  *   - On failure, and only then, the event record says why; after success it holds what the caller
  *     had put there. Texts in it are padded with blanks and have no terminator.
- *   - All memory belongs to the caller. Nothing is kept after the return.
+ *   - All memory belongs to the caller, and no pointer is kept after the return. One thing is: the
+ *     fifteen statistics computed last. See IC_PointsData_stats for where they show.
  *   - Calls must not overlap: the library keeps its event state and work areas once per process.
  *   - Flags are 32-bit integers: 1 means yes, 2 means no.
  *   - Every function may run out of memory: "memory could not be allocated", code 101.
  *
- * The header is C99 and C++. The records are little-endian with natural alignment; their sizes and
- * offsets are checked wherever this header is compiled.                                          */
+ * The header is C99 and C++11. The records are little-endian with natural alignment; their sizes
+ * and offsets are checked wherever this header is compiled.                                      */
 #ifndef QMX_IC_H
 #define QMX_IC_H
 
@@ -54,9 +55,10 @@ typedef struct t_icdata {
     int32_t i_reserved; /* fills the record to 32 bytes; never read */
 } t_icdata;
 
-/* Statistics, histogram and target test of one measure. Fields marked "in" are set by the caller
- * and keep their values, but for one case: with exactly 200 classes (pass counts up to 199)
- * x_target receives the final cumulative percentage, just before the target test reads it. */
+/* Statistics, histogram and target test of one measure. Fields marked "in" are set by the caller of
+ * ICdata_stats and keep their values, but for one case: with exactly 200 classes (greatest pass
+ * count 199) x_target receives the final cumulative percentage, just before the target test reads
+ * it. IC_PointsData_stats reads none of them and overwrites them all. */
 typedef struct t_statsout {
     int32_t i_flag_target; /* in: 1 evaluates the target test, anything else skips it */
     int32_t i_target_met;  /* out: 1 the required percentage is reached, 2 it is not; unchanged
@@ -70,7 +72,8 @@ typedef struct t_statsout {
                               confidence limit of the variance, [14] 0.0. A NaN marks a statistic
                               that the values do not define */
     int32_t i_numbins;     /* out: meaningful entries of the next three arrays */
-    float x_bin[200];      /* out: upper class limits, unit of the measure */
+    float x_bin[200];      /* out: upper class limits, unit of the measure. Of pass counts
+                              x_bin[i] == i, zero-based: the points with i passes are in class i */
     float x_freq[200];     /* out: share of the values in each class, percent */
     float x_cumfreq[200];  /* out: share up to and including each class, percent; entries past
                               the class limits of this call are left as they were */
@@ -78,7 +81,8 @@ typedef struct t_statsout {
     float x_target_pct;    /* in: share of the values that must satisfy the target, percent */
     float x_achieved_pct;  /* out: share that does, percent; unchanged without a target test */
     float x_pctlevel[2];   /* in: two cumulative percentages to be read back as values */
-    float x_pctvalue[2];   /* out: the measure at each of them; unchanged for constant data */
+    float x_pctvalue[2];   /* out: the measure at each of them; x_bin[0], the smallest value, for a
+                              level below x_cumfreq[0]; unchanged for constant data */
 } t_statsout;
 
 /* A fitted polynomial. */
@@ -93,11 +97,13 @@ typedef struct t_gamvset_user {
     int32_t i_nlag;       /* number of lags, 1 to 98; there are i_nlag + 2 lag classes */
     float x_xlag;         /* lag distance, unit of the coordinates, 0 or more; each class reaches
                              half of it to either side */
-    float x_azm;          /* direction of the search, degrees clockwise from north */
-    float x_atol;         /* half-angle of the search cone, degrees: 0 or less means 45, 90 or
-                             more means omnidirectional */
+    float x_azm;          /* azimuth: direction of the search, degrees clockwise from north */
+    float x_atol;         /* azimuth tolerance: half-angle of the search cone, degrees. 0 or less
+                             means 45; 90 and more means omnidirectional, but not 270 to 450, where
+                             its cosine is positive again: 360 rejects nearly every pair */
     float x_bandwh;       /* bandwidth: greatest distance of a pair's end from the axis of the
-                             search, unit of the coordinates, 0 or more */
+                             search, unit of the coordinates, 0 or more. It cuts an omnidirectional
+                             search too: give it at least the extent of the lot there */
     int32_t i_standsills; /* 1: divide the semivariances by the variance of the data; 2: do not */
 } t_gamvset_user;
 
@@ -118,8 +124,10 @@ typedef struct t_areaflt {
 /* The result of one pass bin. -99.0 marks a value that was not computed. */
 typedef struct t_binresult {
     float x_coverage;       /* compacted area in percent of the plan area */
-    float x_compacted_area; /* points in the bin times the mesh area */
-    float x_plan_area;      /* included less excluded areas; the same in every bin */
+    float x_compacted_area; /* points in the bin times the product of x_meshsize, in the square of
+                               the unit of x_meshsize */
+    float x_plan_area;      /* included less excluded areas, in the square of the unit of the
+                               vertices; the same in every bin */
 } t_binresult;
 
 /* What went wrong. Written on failure only, and then wholly. */
@@ -127,7 +135,7 @@ typedef struct t_event {
     char c_description[256]; /* the message, padded with blanks, no terminator */
     char c_subfunc[256];     /* failing routine and its callers, innermost first, joined by "/",
                                 cut at 256 characters */
-    int32_t i_errcode;       /* 101 for checks; 102 and 103 for some fit and file failures */
+    int32_t i_errcode;       /* 101, or 102 for the failures that say so below */
     int32_t i_errclass;      /* 2, a failure */
 } t_event;
 
@@ -211,21 +219,23 @@ QMX_IC_AT(t_event, i_errclass, 516);
  *                    means "at least so many passes"
  *      i_numdata     records in t_data, at least 3
  *      t_data        [i_numdata]; only d_val is read, narrowed to 32 bits. A NaN is skipped by the
- *                    statistics; the histogram then stays 0
+ *                    statistics, but leaves the whole histogram 0. The percent levels and the target
+ *                    test, read from that histogram, then mean nothing: take NaN values out first
  * i/o  t_out         see t_statsout. Zeroed first: i_numdata, x_stat, i_numbins, x_bin, x_freq. The
  *                    other outputs keep the caller's values where this call does not set them
  * out  t_evt         written on failure only
  *
  * Constant data (steps of at most 1.1920929E-07) give one class with 100 percent; the percent
- * levels and the target test are then skipped. Pass counts up to P give i_numbins = P + 1, entry i
- * standing for i - 1 passes; a continuous measure gives 21 classes, of which class 1 holds the
- * values equal to the smallest.
+ * levels and the target test are then skipped. Pass counts up to P give i_numbins = P + 1, class i
+ * (zero-based) holding the points with i passes; a continuous measure gives 21 classes, of which
+ * class 0 holds the values equal to the smallest. Percent levels and target are read by linear
+ * interpolation in the first 20 of these 21, or all P + 1; outside of them the nearest end holds.
  *
  * Failures (code 101): "Data points are less than 3. aborted.", with t_out untouched; "High pass
  * counts causing histogram intervals exceeding the maximum 200", for pass counts of 200 and more;
- * "x_y size is not correct", for pass counts below 1. After the last two t_out holds the statistics.
- * Method: all results in 32-bit arithmetic. Quantiles by linear interpolation in the cumulative
- * histogram; limits by the Student t and chi-squared distributions.                              */
+ * "x_y size is not correct", for pass counts below 1, with i_numbins of 1 or less. After the last
+ * two t_out holds the statistics.
+ * Method: all results in 32-bit arithmetic; limits by the Student t and chi-squared distributions. */
 QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32_t i_numdata,
                                 const t_icdata* t_data, t_statsout* t_out,
                                 t_event* t_evt) QMX_IC_NOEXCEPT;
@@ -234,11 +244,12 @@ QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32
  *
  * in   i_maxpassno  highest pass number that the data may hold, at least 2; entries in d_passmean
  *      i_mindata    fewest records that there must be
- *      i_numdata    records in t_data
- *      t_data       d_val and i_passno are read
+ *      i_numdata    records in t_data; 0 or less is none
+ *      t_data       d_val and i_passno are read. A record whose d_val is NaN is left out of the mean
+ *                   but counts towards the 100 of its pass; a pass of nothing else has the mean 0
  * out  i_numpasses  N, the passes that went into the curve: those before the first with fewer than
- *                   100 points, a missing pass number among them. Left alone where the data are
- *                   refused
+ *                   100 records, which may be a missing pass number. Left alone by the first four
+ *                   failures below
  *      d_passmean   [i_maxpassno] entry k - 1: mean of pass k, in 32-bit precision; 0 past N
  *      d_curvex     [100] pass numbers 1 + i * (N - 1) / 100 for i = 0 to 99; 0 on failure
  *      d_curvey     [100] the quadratic there, held between the smallest and the largest entry of
@@ -248,9 +259,10 @@ QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32
  *
  * Failures (code 101), in this order: "i_maxpassno should be more than 2 for compaction curve
  * analysis" (2 is accepted), "not sufficient data", "IC data should always contain pass no. 1", "IC
- * data consist of pass no. > max passes", "No sufficient data existed for any pass no.", and from the
- * fit "error calling imsl drcurv": means that are equal or lie on a line, or two passes. With N of 1
- * there is nothing to fit: the polynomial is 0.
+ * data consist of pass no. > max passes", "No sufficient data existed for any pass no." (N is 0),
+ * and from the fit, with i_numpasses and d_passmean written: "x or y data contains NaN", code 102,
+ * where infinite values make the mean of a pass NaN; "error calling imsl drcurv" where a mean is
+ * infinite, the means are equal or lie on a line, or N is 2. With N of 1 there is nothing to fit: the polynomial is 0.
  * Method: means of the values in 32-bit precision, rounded correctly; the fit by orthogonal
  * polynomials.                                                                                   */
 QMX_IC_API int32_t IC_compact_curve_b(int32_t i_maxpassno, int32_t i_mindata, int32_t i_numdata,
@@ -269,10 +281,12 @@ QMX_IC_API int32_t IC_compact_curve_b(int32_t i_maxpassno, int32_t i_mindata, in
  *      s_ycurve   [100] ordinates; one below 0 is given as 0
  *
  * Fails for a degree above 9, a NaN, constant abscissas or ordinates, fewer distinct abscissas than
- * the degree asks for, and data that a lower degree fits perfectly. No data, a single point or a
- * negative degree are no failure: the polynomial is then 0.
+ * the degree asks for, and data that a lower degree fits perfectly. A negative degree or a single
+ * point with a number for abscissa is no failure: the polynomial is 0, over the range of the
+ * abscissas that are numbers. No data is no failure either, but has no range: abscissas are NaN or
+ * infinite, and ordinates NaN with a degree of 1 or more, else 0.
  * Method: orthogonal polynomials (Forsythe 1957) in 64-bit arithmetic; the curve is the sum of
- * ascending powers, so abscissas far from 0 against their range cost digits: centre them first.   */
+ * ascending powers, so abscissas far from 0 against their range cost digits: centre them first. */
 QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const float* s_xdata,
                                      const float* s_ydata, float* s_xcurve,
                                      float* s_ycurve) QMX_IC_NOEXCEPT;
@@ -282,7 +296,8 @@ QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const 
  *
  * in   i_ndata       records in t_data; 0 or less is none
  *      t_data        d_x, d_y and d_val are read and narrowed to 32 bits. Subtract a local origin
- *                    first: at a northing of 4,860,000 m positions step by 0.5 m
+ *                    first: at a northing of 4,860,000 m positions step by 0.5 m. One record a place:
+ *                    see below
  *      t_gamvset     the settings
  * out  x_lagdist     [i_nlag + 2] mean distance of the pairs of each lag class. Entry 0: coincident
  *                    points, each point with itself among them; entry k: the class about
@@ -301,10 +316,15 @@ QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const 
  *   "nlag is too small: check parameters", "xlag is too small: check parameter file",
  *   "horizontal bandwidth is too small": all with zeros in the outputs
  *   "Only the curvefit fails": x_lagdist and x_gamma stand, the rest is 0
- * Both of the model's parameters are bounded above by the greatest semivariance, the range below by 1
- * and the sill by 0.05; with standardised semivariances the range often sits on such a bound.
- * Results depend on the order of the records where points coincide in 32 bits: after a coincident
- * pair the search for a lag class may drop the next pairs of that point.
+ * Both of the model's parameters are bounded above by the greatest semivariance g, the range below
+ * by 1 and the sill by 0.05. Where that leaves no room the upper bound holds: with g below 1 the
+ * range is g, with g below 0.05 the sill is g too. With standardised semivariances the range often
+ * sits on such a bound.
+ * Repeated places: the search for a pair's lag class starts from the class found last. After a pair
+ * of points in one place (in 32 bits) the next pairs of that point may find no class; they are then
+ * not counted, and the results depend on the order of the records. On a public set of 216 points
+ * with 38 repeated places 3 to 5 % of the pairs are not counted, and semivariances move by up to
+ * 13 %. The remedy is one record a place: merge or choose the records of each grid cell first.
  * Method: pairs in range are found through a grid, and everything is summed in the order of a plain
  * double loop, so that the numbers are that loop's to the last bit on every processor. The fit is a
  * bounded trust-region least squares in 32 bits.                                                 */
@@ -343,8 +363,9 @@ QMX_IC_API int32_t find_points_in_circle(int32_t i_numpoints, double d_radius,
  *      i_indices      [i_numpoints] ZERO-based positions, ascending; entries past i_found are 0
  *      t_evt          written on failure only
  *
- * A point on the outline belongs to the polygon on edges with the interior to the right or below
- * (left and top of a rectangle), not on the others. A self-crossing outline is read by the even-odd
+ * A point on the outline belongs to the polygon on level and upright edges with the interior to the
+ * right or below (left and top of a rectangle), not on the others. On a slanting edge the rounding
+ * of the formula below settles it, either way. A self-crossing outline is read by the even-odd
  * rule. Failures: none of its own.
  * Method: crossing parity in 64-bit arithmetic over half-open edges; an edge from (xi, yi) to
  * (xj, yj) that straddles y counts when (x - xi) - ((y - yi) * (xj - xi)) / (yj - yi) < 0.       */
@@ -363,10 +384,11 @@ QMX_IC_API int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpo
  *      t_data       the IC data
  *      t_tests      the spot tests. One with a negative i_passno is matched with the IC data of all
  *                   passes, any other with those of that very pass
- * out  t_stats      one record per spot test. Where IC data were found it is wholly that of the
- *                   statistics (a continuous measure; the fields of the target and of the percent
- *                   levels then read 0); elsewhere i_numdata is 0, both target flags are 2, all else
- *                   0 but x_pctlevel and x_pctvalue, which stay
+ * out  t_stats      one record per spot test, its "in" fields not read. Where IC data were found the
+ *                   whole record is overwritten by the statistics of a continuous measure: the flags,
+ *                   the target fields and x_pctlevel read 0, and x_pctvalue holds the smallest value,
+ *                   the one at level 0. Elsewhere i_numdata is 0, both target flags are 2, all else 0
+ *                   but x_pctlevel and x_pctvalue, which stay
  *      x_regress    [3] intercept, slope, R-squared in percent: IC mean = intercept + slope * d_val
  *      i_numvalid   spot tests with IC data
  *      i_validlist  their ONE-based positions, ascending; entries past i_numvalid are left alone
@@ -377,7 +399,12 @@ QMX_IC_API int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpo
  * spot tests; "valid point tests data is < 3, not sufficient for regression" for fewer than 3 with
  * IC data. After both, t_stats, i_numvalid and i_validlist are complete, x_regress and d_predict 0.
  * "error calling imsl drcurv" where the regression fails.
- * A spot test with one IC value has no statistics of its own: it is handed those of the test before.
+ * A spot test with one IC value has no statistics of its own. Its x_stat is left over from the last
+ * analysis of two values or more in this process: of the spot test before or, for the first one, of
+ * the previous call of ICdata_stats, IC_compact_curve_b or this function (0 if there was none). Its
+ * mean, and the line through it, are then wrong: leave such tests out and call again, or widen
+ * d_radius. Past class 0 the histogram of a test with one value or with constant values is that of
+ * the spot test before, and so is x_pctvalue.
  * Method: matches where dx*dx + dy*dy <= r*r in 64-bit arithmetic; least squares by orthogonal
  * reduction.                                                                                     */
 QMX_IC_API int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, double d_radius,
@@ -388,7 +415,8 @@ QMX_IC_API int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, do
 
 /* Coverage of an alignment, bin by bin of pass counts.
  *
- * in   x_meshsize   [2] mesh of the data grid; the product is the area that one point stands for
+ * in   x_meshsize   [2] mesh of the data grid, in the unit of the vertices of t_areas; the product is
+ *                   the area that one point stands for
  *      i_num_point  records in t_data
  *      i_num_bins   records in t_bins and t_results
  *      i_num_areas  records in t_areas; counts of 0 or less mean none
@@ -403,8 +431,8 @@ QMX_IC_API int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, do
  * Failures (code 101): "t_areaflt(i)%i_flag_exclusion needs to be either 1 (yes) or 2 (no)" and
  * "t_areaflt(i)%i_numvertices is greater than allowed maximum 10000", with the results untouched;
  * "current area is negative", for a sliver of nearly collinear vertices, with -99.0 in all results.
- * Method: coverage = 100 * (points * mesh area / alignment area) in 64-bit arithmetic, narrowed; the
- * area of an outline by the shoelace formula.                                                    */
+ * Method: coverage = 100 * (points * mesh area / alignment area) in 64-bit arithmetic, narrowed;
+ * the area of an outline by the shoelace formula.                                                */
 QMX_IC_API int32_t IC_coverage(const float* x_meshsize, int32_t i_num_point, int32_t i_num_bins,
                                int32_t i_num_areas, const t_passbin* t_bins, const t_icdata* t_data,
                                const t_areaflt* t_areas, t_binresult* t_results,

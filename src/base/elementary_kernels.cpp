@@ -180,6 +180,12 @@ template <kernel_digits digits> double_double logarithm_of(double_double x) {
            parts.place->logarithm + logarithm_near_one<digits>(offset);
 }
 
+double_double log_1p_of(double_double x) {
+    constexpr f64 small = 0x1p-8;
+    return std::fabs(x.high) < small ? logarithm_near_one<kernel_digits::usual>(x)
+                                     : log_of(double_double{1.0} + x);
+}
+
 f64 plain_exponential(f64 x) {
     const auto [place, exponent, share] = parts_of(x);
     const f64 rest = (x - share * ln_2_high) - share * ln_2_rest.high;

@@ -27,8 +27,17 @@ template <kernel_digits digits> double_double small_exponential_of(double_double
 
 // ln x for a positive normal or subnormal x, accurate also relative to a small x - 1: 2^-68 or 2^-95.
 template <kernel_digits digits> double_double logarithm_of(double_double x);
+inline double_double log_of(double_double x) {
+    return logarithm_of<kernel_digits::usual>(x);
+}
+inline double_double log_of(f64 x) {
+    return log_of(double_double{x});
+}
 
-// The same in f64 alone, for -700 < x < 700 and normal positive x: relative error 2^-50, and 2^-45.
+// ln(1 + x) for x > -1, with an error relative to x of 2^-66.
+double_double log_1p_of(double_double x);
+
+// Exponential and logarithm in f64 alone, for -700 < x < 700 and normal positive x: relative error 2^-50, and 2^-45.
 f64 plain_exponential(f64 x);
 f64 plain_logarithm(f64 x);
 

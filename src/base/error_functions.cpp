@@ -14,11 +14,11 @@ namespace qmx {
 namespace {
 
 constexpr f64 series_up_to = 0.5;
+constexpr double_double two_over_root_of_pi{0x1.20dd750429b6dp+0, 0x1.1ae3a914fed80p-56};
 constexpr f64 underflowing = 28.0; // from here on the complement is 0
 
 // erf(x) for a magnitude up to 1/2.
 double_double error_series(f64 x) {
-    constexpr double_double two_over_root_of_pi{0x1.20dd750429b6dp+0, 0x1.1ae3a914fed80p-56};
     constexpr auto coefficients = [] {
         auto terms = inverse_factorials<16>();
         for (std::size_t n = 0; n < terms.size(); ++n) {
@@ -81,9 +81,10 @@ double_double unscaled(const scaled_pair& x) {
 
 f64 error_function(f64 x) {
     constexpr f64 one_from = 6.0;
-    if (std::isnan(x)) return x;
+    if (std::isnan(x) || x == 0.0) return x;
     const f64 magnitude = std::fabs(x);
-    if (magnitude < 0x1p-500) return 0x1.20dd750429b6dp+0 * x; // the pairs would underflow
+    if (magnitude < 0x1p-300) // the pairs would underflow
+        return std::ldexp((two_over_root_of_pi * double_double{std::ldexp(x, 600)}).high, -600);
     if (magnitude <= series_up_to) return error_series(x).high;
     if (magnitude >= one_from) return std::copysign(1.0, x);
     return std::copysign((double_double{1.0} - unscaled(complement_beyond(magnitude))).high, x);

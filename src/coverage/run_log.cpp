@@ -107,7 +107,8 @@ void log_count(const run_log& log, i64 number, i64 count) {
 
 void log_vertices(const run_log& log, const f64* pairs, i64 count) {
     if (!log.is_on) return;
-    for (i64 k = 0; k < count; ++k) write_row(log, k + 1, {pairs[2 * k], pairs[2 * k + 1]});
+    for (i64 k = 0; k < count; ++k)
+        write_values(log, "", k + 1, "", pairs[2 * k], "", pairs[2 * k + 1]);
 }
 
 void log_inputs(const coverage_state& state) {

@@ -29,7 +29,7 @@ void log_line(const run_log& log, std::string_view text, f64 value);
 void log_line(const run_log& log, std::string_view text, i64 value, std::string_view more,
               i64 other);
 
-// Vertices, given as interleaved pairs: one numbered line each.
+// Vertices, given as interleaved pairs: one numbered line each, with all digits.
 void log_vertices(const run_log& log, const f64* pairs, i64 count);
 
 // A bin's or point's number and its count.

@@ -52,6 +52,7 @@ inline raster_axis divided(f64 low, f64 high, i64 strips) {
     axis.scale = 1.0 / width;
     axis.width = width;
     axis.strips = static_cast<i32>(strips);
+    if (!std::isfinite(axis.high - axis.low)) return {};
     return axis.strip_of(axis.high) == strips - 1 ? axis : raster_axis{};
 }
 

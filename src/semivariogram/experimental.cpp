@@ -42,7 +42,7 @@ void make_means(const gamv_variables& variables, const lag_tables& tables) {
     }
 }
 
-bool gamv(const gamv_variables& variables, const lag_tables& tables) {
+bool gamv(gamv_variables& variables, const lag_tables& tables) {
     if (!search_pairs(variables, tables.np.view(), tables.dis.view(), tables.gam.view()))
         return false;
     make_means(variables, tables);

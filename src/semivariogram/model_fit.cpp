@@ -1,5 +1,6 @@
 #include "semivariogram/model_fit.hpp"
 
+#include "base/elementary_functions.hpp"
 #include "base/limits.hpp"
 #include "base/work_array.hpp"
 #include "events/event.hpp"
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <limits>
 
 namespace qmx {
@@ -34,11 +34,11 @@ f64 x_polycoef[polynomial_degree + 1];
 
 void exponential_residuals(const i32& M, const i32&, const f32* X, f32* F) {
     for (i32 i = 0; i < M; ++i)
-        F[i] = (1.0F - std::exp((3.0F * s_xtab[i]) / -X[0])) * X[1] - s_ytab[i];
+        F[i] = (1.0F - exponential((3.0F * s_xtab[i]) / -X[0])) * X[1] - s_ytab[i];
 }
 
 void power_residuals(const i32& M, const i32&, const f32* X, f32* F) {
-    for (i32 i = 0; i < M; ++i) F[i] = std::pow(s_xtab[i], X[1]) * X[0] - s_ytab[i];
+    for (i32 i = 0; i < M; ++i) F[i] = power(s_xtab[i], X[1]) * X[0] - s_ytab[i];
 }
 
 f32 greatest_of(const array_view<const f32>& values) {
@@ -95,12 +95,14 @@ i32 fit_polynomial(const routine_text& self, const array_view<const f32>& distan
     return status_success;
 }
 
-// Maps the values onto the unit interval.
-void scale_to_unit(f32* values) {
+// Maps the values onto the unit interval. False if all are equal.
+bool scale_to_unit(f32* values) {
     const array_view<const f32> all(values, model_curve_points);
     const f32 least = least_of(all), greatest = greatest_of(all);
+    if (least == greatest) return false;
     for (i64 k = 0; k < model_curve_points; ++k)
         values[k] = (values[k] - least) / (greatest - least);
+    return true;
 }
 
 } // namespace
@@ -117,10 +119,11 @@ i32 modelfit_all(const i32& idx_model, const i32& i_npoints, const array_view<co
 
     switch (idx_model) {
     case exponential_model:
+        // Bounds of 0 leave a range of 0 alone, and the model divides by the range.
+        if (greatest_of(s_ydata) == 0) return fail_in_call(self, no_exponential);
         call_bounded_fit(exponential_residuals, i_npoints, s_xdata, s_ydata);
         if (outcome_of(self, no_exponential, numeric::bounded_fit_storage_code) != status_success)
             return status_failure;
-        // A range of 0 is no model: distances are divided by it.
         if (s_x[0] == 0.0F) return fail_in_call(self, no_exponential);
         break;
     case power_model:
@@ -141,10 +144,10 @@ i32 modelfit_all(const i32& idx_model, const i32& i_npoints, const array_view<co
 
     if (idx_model == exponential_model) {
         for (i64 k = 0; k < model_curve_points; ++k)
-            s_ycurve[k] = (1.0F - std::exp(-(3.0F * s_xtab[k]) / s_x[0])) * s_x[1];
+            s_ycurve[k] = (1.0F - exponential(-(3.0F * s_xtab[k]) / s_x[0])) * s_x[1];
     } else if (idx_model == power_model) {
         for (i64 k = 0; k < model_curve_points; ++k)
-            s_ycurve[k] = std::pow(s_xtab[k], s_x[1]) * s_x[0];
+            s_ycurve[k] = power(s_xtab[k], s_x[1]) * s_x[0];
     }
     for (i32 k = 0; k < 2; ++k)
         s_coef[k] = idx_model == polynomial_model ? static_cast<f32>(x_polycoef[k]) : s_x[k];
@@ -169,11 +172,10 @@ i32 semivariogram_modlefit(const i32& idx_model, const i32& i_npoints,
         s_xn[k] = s_xcurve(k + 1);
         s_yn[k] = s_ycurve_out(k + 1);
     }
-    scale_to_unit(s_xn);
-    scale_to_unit(s_yn);
-
+    // A constant curve has no slope on the unit interval, hence no flat part.
+    const bool has_slopes = scale_to_unit(s_xn) && scale_to_unit(s_yn);
     const f32 flat = std::bit_cast<f32>(0x3DB32D42U); // the tangent of 5 degrees
-    i64 knee = 1;
+    i64 knee = has_slopes ? 1 : model_curve_points - 1;
     while (knee < model_curve_points - 1) {
         const f32 slope = (s_yn[knee] - s_yn[knee - 1]) / (s_xn[knee] - s_xn[knee - 1]);
         if (slope < flat) break; // false for a NaN

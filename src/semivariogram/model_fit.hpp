@@ -14,9 +14,9 @@ inline constexpr i64 model_curve_points = 100;
 //   2  power        g(h) = X(1) h^X(2)
 //   3  polynomial of degree 2, by polycurvfit
 //
-// Models 1 and 2 are least squares by BCNLS with 1 <= X(1), 0.05 <= X(2) and both at most the
-// greatest semivariance, in whatever unit. Where that leaves no room both parameters stay at the
-// greatest semivariance.
+// Models 1 and 2 are least squares by BCNLS with 1 <= X(1), 0.05 <= X(2) and both at most G, the greatest
+// semivariance, in whatever unit. If G is below 1, X(1) is G, whatever the data's range; X(2) is fitted,
+// between 0.05 and G, and is G too if G is at most 0.05.
 //
 //   s_coef        [2] X; the first two coefficients of model 3
 //   s_xcurve      [100] abscissas k * step + least distance, k = 0 .. 99, where step is a hundredth

@@ -1,5 +1,6 @@
 #include "toolkit/polynomial_curve.hpp"
 
+#include "base/elementary_functions.hpp"
 #include "events/event.hpp"
 #include "numeric/polynomial/polynomial_fit.hpp"
 #include "toolkit/outcome.hpp"
@@ -30,16 +31,17 @@ i32 chosen_degree(i64 points) {
     return points <= 10 ? static_cast<i32>(std::max<i64>(points - 2, 1)) : 8;
 }
 
-// Without any point the range is empty.
+// The range of the numbers, passing over NaN. Without any number it is empty.
 template <class Real> numeric::value_extent range_of(const array_view<const Real>& x) {
     constexpr f64 huge = std::numeric_limits<f64>::max();
-    if (x.extent == 0) return {huge, -huge};
-    Real lowest = x(1);
-    Real highest = x(1);
-    for (i64 i = 2; i <= x.extent; ++i) {
+    constexpr Real infinity = std::numeric_limits<Real>::infinity();
+    Real lowest = infinity, highest = -infinity;
+    for (i64 i = 1; i <= x.extent; ++i) {
+        if (std::isnan(x(i))) continue;
         lowest = std::min(lowest, x(i));
         highest = std::max(highest, x(i));
     }
+    if (lowest > highest) return {huge, -huge};
     return {f64{lowest}, f64{highest}};
 }
 
@@ -105,8 +107,8 @@ void evaluate_polynomial(const fitted_polynomial& fitted, const array_view<const
                          const array_view<f64>& y, const f64* lower, const f64* upper) {
     for (i64 i = 1; i <= x.extent; ++i) {
         f64 ordinate = 0.0;
-        for (i32 k = 0; k <= fitted.degree; ++k)
-            ordinate += fitted.coefficient[k] * std::pow(x(i), static_cast<f64>(k));
+        whole_powers powers(x(i));
+        for (i32 k = 0; k <= fitted.degree; ++k) ordinate += fitted.coefficient[k] * powers.next();
         if (lower != nullptr && ordinate < *lower) ordinate = *lower;
         if (upper != nullptr && ordinate > *upper) ordinate = *upper;
         y(i) = ordinate;

@@ -33,7 +33,7 @@ struct fitted_polynomial {
 i32 fit_polynomial(const array_view<const f64>& x, const array_view<const f64>& y,
                    const i32* i_degree, fitted_polynomial& fitted);
 
-// Ordinates of the polynomial, the powers by std::pow, summed from the constant term up; raised to
+// Ordinates of the polynomial, each power rounded once, summed from the constant term up; raised to
 // the lower bound, then lowered to the upper one; a null pointer is no bound. A NaN stays a NaN.
 void evaluate_polynomial(const fitted_polynomial& fitted, const array_view<const f64>& x,
                          const array_view<f64>& y, const f64* lower, const f64* upper);

@@ -1,6 +1,7 @@
 #include "toolkit/probability_plot.hpp"
 
 #include "base/bounded_text.hpp"
+#include "base/elementary_functions.hpp"
 #include "base/work_array.hpp"
 #include "events/event.hpp"
 #include "events/unit_table.hpp"
@@ -50,7 +51,7 @@ constexpr std::string_view explanation[] = {
 // For the lower half of the order statistics, i from 1 to (n + 1) / 2; the upper half mirrors it.
 f64 lower_uniform_median(i64 i, i64 n) {
     if (2 * i == n + 1) return 0.5;
-    if (i == 1) return -std::expm1(-std::numbers::ln2 / static_cast<f64>(n)); // 1 - 0.5^(1/n)
+    if (i == 1) return -exp_minus_1(-std::numbers::ln2 / static_cast<f64>(n)); // 1 - 0.5^(1/n)
     return (static_cast<f64>(i) - 0.3175) / (static_cast<f64>(n) + 0.365);
 }
 
@@ -66,11 +67,13 @@ order_medians medians_of(i64 i, i64 n) {
 }
 
 void write_row(i32 unit, i64 number, i32 position, f32 value, const order_medians& medians) {
-    char row[96];
-    const int length =
-        std::snprintf(row, sizeof row, "%5lld%8d%#12.6g%9.6f%9.5f", static_cast<long long>(number),
-                      position, f64{value}, medians.uniform, medians.normal);
-    write_line(unit, {row, static_cast<std::size_t>(length)});
+    bounded_text<96> row;
+    row.append_field(static_cast<i32>(number), 5);
+    row.append_field(position, 8);
+    row.append_significant(f64{value}, 12, 6);
+    row.append_field(medians.uniform, 9, 6);
+    row.append_field(medians.normal, 9, 5);
+    write_line(unit, row.view());
 }
 
 void write_to_unit(void* unit, std::string_view line) {

@@ -46,7 +46,7 @@ i32 linr_regrs_simp(const matrix_view<const f64>& d_x, const i32& INTCEP, const 
     constexpr i32 none = 0;
     constexpr f64 confidence = 95.0;
     const i32 rows = static_cast<i32>(d_x.rows), columns = static_cast<i32>(d_x.columns);
-    const i32 coefficients = INTCEP + 1;
+    const i32 coefficients = INTCEP == 1 ? 2 : 1; // any other INTCEP is refused
     const work_array<f64> x(d_x.rows * d_x.columns);
     const work_array<f64> cases(d_x.rows * case_table_columns);
     if (!x || !cases) return fail_out_of_memory(self);

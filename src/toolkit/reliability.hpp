@@ -25,11 +25,12 @@ i32 relia_adj(const f64& reliability, const f64& m1, const f64& m2, const f64& c
 //   d_x  maturities, 0 or more; the curve is 0 at 0
 //   d_y  properties, as many; three pairs with y > 0 at different x > 0 or more
 //
-// Start: with h the largest y and a one of 1.01, 1.1, 1.25, 1.5, 2, 3, 5 and 10 times h,
-// ln(-ln(y/a)) is a straight line over ln x, which gives b and c by linear regression over 0 < y <
-// a; the start is the one of these curves that misses the y by the least sum of squares. Bounds: a
-// from h / 1000 to 1000 h, b from a thousandth of the least positive x to 1000 times the largest, c
-// from 0.01 to 20.
+// Bounds: with h the largest y, a from h / 1000 to 1000 h, b from a thousandth of the least
+// positive x to 1000 times the largest, c from 0.01 to 20. Start: the curve with the least sum of
+// squares among the flat one at the mean of the y, for a material that has hardened already, and
+// those for a of 1.01, 1.1, 1.25, 1.5, 2, 3, 5 and 10 times h: ln(-ln(y / a)) is a straight line
+// over ln x, which gives b and c by linear regression over 0 < y < a. Properties that fall give the
+// flat curve: no curve of this kind falls.
 //
 // Fails with "error in fitting maturity data - check and throw out outliers", code 101, for too few
 // pairs, negative maturities, values that are not finite, and where the fit finds no solution; a, b

@@ -25,7 +25,7 @@ constexpr std::size_t packed_block = std::size_t{1} << 16;
 
 struct text_input::state {
     struct closer {
-        void operator()(std::FILE* open) const { std::fclose(open); }
+        void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
     std::unique_ptr<std::FILE, closer> file;
     bool is_packed = false;
@@ -43,27 +43,27 @@ struct text_input::state {
         if (has_unpacker) inflateEnd(&unpacker);
     }
 
-    std::size_t raw(char* to, std::size_t size, std::string& reason) {
-        return is_packed ? unpack(to, size, reason) : plain(to, size, reason);
+    std::size_t raw(char* to, std::size_t size, std::string& trouble) {
+        return is_packed ? unpack(to, size, trouble) : plain(to, size, trouble);
     }
 
-    std::size_t plain(char* to, std::size_t size, std::string& reason) const {
+    std::size_t plain(char* to, std::size_t size, std::string& trouble) const {
         const std::size_t got = std::fread(to, 1, size, file.get());
-        if (got < size && std::ferror(file.get())) reason = std::strerror(errno);
+        if (got < size && std::ferror(file.get())) trouble = std::strerror(errno);
         return got;
     }
 
-    std::size_t unpack(char* to, std::size_t size, std::string& reason) {
+    std::size_t unpack(char* to, std::size_t size, std::string& trouble) {
         unpacker.next_out = reinterpret_cast<Bytef*>(to);
         unpacker.avail_out = static_cast<uInt>(size);
-        while (unpacker.avail_out > 0 && reason.empty()) {
+        while (unpacker.avail_out > 0 && trouble.empty()) {
             if (unpacker.avail_in == 0) {
-                const std::size_t got = plain(packed.data(), packed.size(), reason);
+                const std::size_t got = plain(packed.data(), packed.size(), trouble);
                 unpacker.next_in = reinterpret_cast<Bytef*>(packed.data());
                 unpacker.avail_in = static_cast<uInt>(got);
                 if (got == 0) {
-                    if (is_within_member && reason.empty())
-                        reason = "the gzip file breaks off before its end; copy it again";
+                    if (is_within_member && trouble.empty())
+                        trouble = "the gzip file breaks off before its end; copy it again";
                     break;
                 }
             }
@@ -81,7 +81,7 @@ struct text_input::state {
             if (outcome == Z_STREAM_END) {
                 is_within_member = false;
             } else if (outcome != Z_OK && outcome != Z_BUF_ERROR) {
-                reason = "the gzip file is damaged; copy it again";
+                trouble = "the gzip file is damaged; copy it again";
             }
         }
         return size - unpacker.avail_out;
@@ -107,7 +107,7 @@ struct text_input::state {
         }
     }
 
-    void start(std::string& reason) {
+    void start(std::string& trouble) {
         std::rewind(file.get());
         waiting.clear();
         handed = 0;
@@ -115,7 +115,7 @@ struct text_input::state {
         is_within_member = false;
         unpacker.avail_in = 0;
         char mark[4];
-        std::size_t got = raw(mark, 3, reason);
+        std::size_t got = raw(mark, 3, trouble);
         const std::string_view seen(mark, got);
         written = encoding::bytes;
         if (seen == "\xEF\xBB\xBF") return;
@@ -125,7 +125,7 @@ struct text_input::state {
             waiting.assign(seen);
         } else {
             mark[0] = mark[2];
-            got = raw(mark + 1, 1, reason) + 1;
+            got = raw(mark + 1, 1, trouble) + 1;
             take_pairs({mark, got});
         }
     }

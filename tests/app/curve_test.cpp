@@ -98,7 +98,7 @@ TEST_F(Curve, AFailureKeepsTheMeansAndNamesItsCause) {
         {"thin.csv", "No sufficient data existed for any pass no.", "Pass 1 has 99 points", 0},
         {"late.csv", "IC data should always contain pass no. 1", "lowest pass number is 2", 0},
         {"zero.csv --min-points 1", "IC data should always contain pass no. 1", ">= 1", 0},
-        {"line.csv", "error calling imsl drcurv", "lie on a line", 3},
+        {"line.csv", "error calling imsl drcurv", "constant or linear", 3},
         {"sound.csv --max-pass 2", "IC data consist of pass no. > max passes", "--max-pass", 0},
         {"sound.csv --max-pass 1",
          "i_maxpassno should be more than 2 for compaction curve analysis", "--max-pass 2", 0},

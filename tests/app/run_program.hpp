@@ -37,6 +37,13 @@ struct refusal {
     int code = 2;
 };
 
+// Whether the program was built with GDAL and PROJ, which projecting needs.
+#if QMX_IC_WITH_GDAL
+inline constexpr bool can_project = true;
+#else
+inline constexpr bool can_project = false;
+#endif
+
 struct wanted_number {
     const char* key;
     double value, tolerance;

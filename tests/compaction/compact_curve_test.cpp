@@ -1,5 +1,6 @@
 // The compaction curve: its checks in order, the walk over the passes, what a failure leaves, and
 // the same numbers as sorting by pass number gives.
+#include "base/elementary_functions.hpp"
 #include "compaction/compact_curve.hpp"
 #include "measure_statistics/statistics.hpp"
 #include "support/expect_event.hpp"
@@ -102,7 +103,7 @@ void expect_curve_of_sorted(const std::vector<t_icdata>& points, i32 highest, co
         const f64 x = 1 + i * ((got.passes - 1) / 100.0);
         EXPECT_EQ(got.x[i], x);
         f64 y = 0;
-        for (int k = 0; k <= 2; ++k) y += fitted.coefficient[k] * std::pow(x, k);
+        for (int k = 0; k <= 2; ++k) y += fitted.coefficient[k] * whole_power(x, k);
         EXPECT_EQ(got.y[i], std::min(std::max(y, lower), upper));
     }
     EXPECT_EQ(got.fit.i_degree, 2);

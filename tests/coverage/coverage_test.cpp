@@ -228,7 +228,7 @@ protected:
     static call sample() {
         call input;
         input.bins = {{1, 3}, {4, -1}};
-        return input.passes({2, 0}).area(2, {{0, 2}, {2, 0}, {0, 0}});
+        return input.passes({2, 0}).area(2, {{0, 2 + 0x1p-13}, {2, 0}, {0, 0}});
     }
 };
 
@@ -287,19 +287,19 @@ the first 10 data points
   >> Current area no.: 1
         no. vertices.: 3
   original order of vertices, can be CW or CCW.
-    1         0.000         2.000 
-    2         2.000         0.000 
-    3         0.000         0.000 
-the current area is: -2
+ 1 0 2.0001220703125
+ 2 2 0
+ 3 0 0
+the current area is: -2.0001220703125
 Since current order is CW, the order of vertices needs to be reversed to make it CCW.
   reversed order of vertices
-    1         0.000         0.000 
-    2         2.000         0.000 
-    3         0.000         2.000 
-the corrected area is: 2
-           area (m^2): 2
+ 1 0 0
+ 2 2 0
+ 3 0 2.0001220703125
+the corrected area is: 2.0001220703125
+           area (m^2): 2.0001220703125
   exclusion (1:Y/2:N): 2
-accumulated area(m^2): 2
+accumulated area(m^2): 2.0001220703125
   Compute areas for passes in bins
  Total Point_counts:  1
  Total Point_counts:  1 not equal to original total points: 2
@@ -309,8 +309,8 @@ accumulated area(m^2): 2
  2 0
        a mesh area (m^2):  1
  Total points area (m^2):  1
-    Alignment area (m^2):  2
-      Total coverage (%):  50
+    Alignment area (m^2):  2.0001220703125
+      Total coverage (%):  49.996948428440646
  Total coverage is less than 100% 
   *** results***
  bin_No.  coverage, compacted area, plan_area

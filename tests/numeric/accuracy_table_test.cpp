@@ -46,20 +46,12 @@ f64 error_of(int row, f32 got, const support::exact_statistics& exact) {
 }
 
 std::vector<measured_errors> univariate_errors() {
-    static const char* const meaning[] = {"mean",
-                                          "variance",
-                                          "standard deviation",
-                                          "skewness",
-                                          "excess",
-                                          "minimum",
-                                          "maximum",
-                                          "range",
-                                          "coefficient of variation",
-                                          "count",
-                                          "lower limit of the mean",
-                                          "upper limit of the mean",
-                                          "lower limit of the variance",
-                                          "upper limit of the variance"};
+    // clang-format off
+    static const char* const meaning[] = {
+        "mean", "variance", "standard deviation", "skewness", "excess", "minimum", "maximum",
+        "range", "coefficient of variation", "count", "lower limit of the mean",
+        "upper limit of the mean", "lower limit of the variance", "upper limit of the variance"};
+    // clang-format on
     std::vector<measured_errors> rows;
     for (int row = 1; row <= 14; ++row)
         rows.push_back({"`UVSTA` row " + std::to_string(row) + ", " + meaning[row - 1],
@@ -106,81 +98,85 @@ template <class Act> void for_f32_below(f32 end, i32 stride, Act act) {
                 act(std::bit_cast<f32>(bits));
 }
 
+constexpr f64 single_bound = 0.501; // f32 forms are rounded once
+
 std::vector<measured_errors> normal_errors(i32 stride) {
-    measured_errors inverse_erfc{"`ERFCI`", 0.501, {}};
+    measured_errors inverse_erfc{"`ERFCI`", single_bound, {}};
     for_f32_below(2.0F, stride, [&](f32 x) {
         const f32 y = ERFCI(x);
         if (x != 1.0F)
             inverse_erfc.errors.add(in_last_places(support::inverse_erfc_error(f64{y}, f64{x}), y),
                                     arguments("X =", x));
     });
-    measured_errors single{"`ANORIN`", 0.501, {}};
-    for_f32_below(1.0F, stride, [&](f32 p) {
-        const f32 x = ANORIN(p);
-        if (p != 0.5F)
-            single.errors.add(in_last_places(support::normal_error(x, p), x), arguments("P =", p));
-    });
-    measured_errors twice{"`DNORIN`", 45, {}};
-    const auto check = [&](f64 p) {
-        const f64 x = DNORIN(p);
-        twice.errors.add(in_last_places(support::normal_error(x, p), x), arguments("P =", p));
+    measured_errors single{"`ANORIN`", single_bound, {}}, twice{"`DNORIN`", 4, {}};
+    const auto check = [](measured_errors& row, auto x, auto p) {
+        if (p != 0.5)
+            row.errors.add(in_last_places(support::normal_error(x, p), x), arguments("P =", p));
     };
-    for (const f64 p : support::probabilities()) check(p);
-    for (f64 p = 0.49; p > 1e-320; p *= 0.83) check(p);
+    for_f32_below(1.0F, stride, [&](f32 p) { check(single, ANORIN(p), p); });
+    for (const f64 p : support::probabilities()) check(twice, DNORIN(p), p);
+    for (f64 p = 0.49; p > 1e-320; p *= 0.83) check(twice, DNORIN(p), p);
     return {inverse_erfc, single, twice};
 }
 
-std::vector<measured_errors> student_errors() {
-    measured_errors single{"`TIN`", 0.501, {}};
-    support::random_arguments random;
-    for (int k = 0; k < 1500; ++k) {
-        const f32 p = random.probability();
-        const f32 df = static_cast<f32>(random.log_uniform(1.0, 1e7));
-        if (!takes_sample(k)) continue;
-        const f32 t = TIN(p, df);
-        if (p != 0.5F && !std::isinf(t))
-            single.errors.add(in_last_places(support::student_error(t, p, df), t),
-                              arguments("P, DF =", p, df));
-    }
-    measured_errors twice{"`DTIN`", 45, {}};
+// A quantile with degrees of freedom, in both widths: the f32 one at random arguments, the f64 one at
+// lists of hard arguments, at random ones and at those where it was once off most.
+struct quantile_family {
+    const char *single_name, *twice_name;
+    f32 (*single)(const f32&, const f32&);
+    f64 (*twice)(const f64&, const f64&);
+    f64 (*error)(f64 quantile, f64 p, f64 df);
+    f64 least_df, least_quantile; // below, digits are lost to underflow
+    std::vector<std::pair<f64, f64>> once_bad;
+};
+
+std::vector<measured_errors> errors_of(const quantile_family& family) {
+    measured_errors single{family.single_name, single_bound, {}}, twice{family.twice_name, 20, {}};
     long number = 0;
+    const auto check = [&](measured_errors& row, const auto& quantile_at, auto p, auto df) {
+        if (!takes_sample(number++)) return;
+        const auto x = quantile_at(p, df);
+        using limits = std::numeric_limits<decltype(x)>;
+        if (p != 0.5 && std::fabs(x) >= std::max<f64>(limits::min(), family.least_quantile) &&
+            std::isfinite(x))
+            row.errors.add(in_last_places(family.error(x, p, df), x), arguments("P, DF =", p, df));
+    };
+    support::random_arguments random;
+    for (int k = 0; k < 1000; ++k) {
+        const f32 p = random.probability();
+        check(single, family.single, p, static_cast<f32>(random.log_uniform(family.least_df, 1e7)));
+        check(twice, family.twice, f64{p},
+              random.log_uniform(family.least_df, k % 2 == 0 ? 30 : 1e7));
+    }
     for (const f64 df : support::degrees_of_freedom)
-        for (const f64 p : support::probabilities()) {
-            if (!takes_sample(number++)) continue;
-            const f64 t = DTIN(p, df);
-            if (!std::isinf(t))
-                twice.errors.add(in_last_places(support::student_error(t, p, df), t),
-                                 arguments("P, DF =", p, df));
-        }
+        for (const f64 p : support::probabilities()) check(twice, family.twice, p, df);
+    for (const f64 p : support::probabilities()) check(twice, family.twice, p, family.least_df);
+    for (const auto& [p, df] : family.once_bad) check(twice, family.twice, p, df);
     return {single, twice};
 }
 
+std::vector<measured_errors> student_errors() {
+    return errors_of({"`TIN`",
+                      "`DTIN`",
+                      TIN,
+                      DTIN,
+                      support::student_error,
+                      1.0,
+                      0.0,
+                      {{0.05, 29.5}, {0.24538364206686822, 8.1959371329552031}}});
+}
+
 std::vector<measured_errors> chi_squared_errors() {
-    measured_errors single{"`CHIIN`", 0.501, {}};
-    support::random_arguments random;
-    for (int k = 0; k < 700; ++k) {
-        const f32 p = random.probability();
-        const f32 df = static_cast<f32>(random.log_uniform(0.5, 1e7));
-        if (!takes_sample(k)) continue;
-        const f32 x = CHIIN(p, df);
-        if (x >= std::numeric_limits<f32>::min())
-            single.errors.add(in_last_places(support::chi_squared_error(x, p, df), x),
-                              arguments("P, DF =", p, df));
-    }
-    measured_errors twice{"`DCHIIN`", 45, {}};
-    std::vector<f64> degrees(std::begin(support::degrees_of_freedom),
-                             std::end(support::degrees_of_freedom));
-    degrees.insert(degrees.end(), {0.5, 0.75});
-    long number = 0;
-    for (const f64 df : degrees)
-        for (const f64 p : support::probabilities()) {
-            if (!takes_sample(number++)) continue;
-            const f64 x = DCHIIN(p, df);
-            if (x >= 1e-300) // below, digits are lost to underflow
-                twice.errors.add(in_last_places(support::chi_squared_error(x, p, df), x),
-                                 arguments("P, DF =", p, df));
-        }
-    return {single, twice};
+    return errors_of({"`CHIIN`",
+                      "`DCHIIN`",
+                      CHIIN,
+                      DCHIIN,
+                      support::chi_squared_error,
+                      0.5,
+                      1e-300,
+                      {{0.9282862342104018, 0.5115907991476077},
+                       {0.9183, 0.5203},
+                       {0.23525786075296656, 0.88605972365989039}}});
 }
 
 // ---- Incomplete beta ratio ----------------------------------------------------------------------
@@ -203,7 +199,7 @@ private:
 };
 
 std::vector<measured_errors> beta_errors() {
-    measured_errors tests{"`DBETAI`, t and F tests", 90, {}};
+    measured_errors tests{"`DBETAI`, t and F tests", 40, {}};
     beta_judge judge(tests);
     for (const f64 dfn : {1.0, 2.0, 3.0, 5.0, 10.0, 50.0, 399.0, 401.0, 1e3, 1e5, 1e7})
         for (const f64 dfd : support::degrees_of_freedom)
@@ -216,6 +212,7 @@ std::vector<measured_errors> beta_errors() {
             }
     // Just past the mean, where the fraction from the wrong side begins with a denominator near 0.
     judge(0.99997665560511395, 150102.65925917885, 2.505543420740949);
+    judge(0.988892453936254, 851040.1871914077, 6975.542618334273); // in the far tail
     support::random_arguments random;
     for (int k = 0; k < 3000; ++k) {
         const f64 a = random.log_uniform(0.5, k % 3 == 0 ? 5e6 : 1e5);
@@ -225,7 +222,7 @@ std::vector<measured_errors> beta_errors() {
         judge(a / (a + b * f), a, b);
     }
 
-    measured_errors anywhere{"`DBETAI`, shapes from 0.001 to 1e8", 45000, {}};
+    measured_errors anywhere{"`DBETAI`, shapes from 0.001 to 1e8", 4500, {}};
     beta_judge judge_anywhere(anywhere);
     for (int k = 0; k < 2500; ++k) {
         const f64 a = random.log_uniform(1e-3, 1e8);
@@ -238,6 +235,8 @@ std::vector<measured_errors> beta_errors() {
     }
     // Where the complement is nearly all of it.
     judge_anywhere(0.99999988356282143, 17491.874003706878, 0.0010218366234767452);
+    judge_anywhere(0.9999999898656119, 1.4173228452383198, 0.4402392141538197);
+    judge_anywhere(0.99999996129320246, 22749938.718589716, 0.0013447152639955329);
     return {tests, anywhere};
 }
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -122,6 +123,17 @@ TEST(CharacterPlot, EveryRangeGetsAnAxisThatHoldsIt) {
         }
         for (const std::string& line : drawn) EXPECT_LE(line.size(), 78U);
     }
+}
+
+TEST(CharacterPlot, IsTheSameInEveryLocale) {
+    const plot_lines usual = plot({0.5F, 1.25F}, {0.1F, 0.7F});
+    const char* found = nullptr; // one that writes decimal commas
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"})
+        if (found == nullptr) found = std::setlocale(LC_NUMERIC, name);
+    if (found == nullptr) GTEST_SKIP() << "no locale with decimal commas is installed";
+    const plot_lines elsewhere = plot({0.5F, 1.25F}, {0.1F, 0.7F});
+    std::setlocale(LC_NUMERIC, "C");
+    EXPECT_EQ(elsewhere, usual);
 }
 
 TEST(CharacterPlot, FillsThePageWidth) {

@@ -68,56 +68,44 @@ TEST(Distribution, SearchTellsHowItEnded) {
     EXPECT_EQ(ending([](f64) { return log_residual{nan, 1.0}; }), search_outcome::left_the_range);
 }
 
-struct refusal {
-    const char* name;
-    std::function<f64()> call;
-    i32 code;
-    const char* message; // its beginning and, after a '|', its end; the value stands between
-};
+// The message, where a '|' stands for the value.
+void expect_refusal(f64 result, i32 code, std::string_view message) {
+    EXPECT_TRUE(std::isnan(result)) << message;
+    EXPECT_EQ(N1RTY(1), type_terminal) << message;
+    EXPECT_EQ(N1RCD(1), code) << message;
+    EXPECT_EQ(IERCD(), 0) << message;
+    const auto gap = message.find('|');
+    EXPECT_TRUE(last_message().starts_with(message.substr(0, gap))) << last_message();
+    EXPECT_TRUE(last_message().ends_with(message.substr(gap + 1))) << last_message();
+    EXPECT_EQ(last_message().find('%'), std::string_view::npos);
+    E1MES(0, 0, " ", 1); // clears what rose to this level
+}
 
 TEST(Distribution, RefusesWhatIsOutOfRange) {
-    const char* open =
+    const auto open =
         "The argument to the function must be greater than 0.0 and less than 1.0.  P = |.";
-    const char* to_two =
+    const auto to_two =
         "The argument to the function must be greater than 0.0 and less than 2.0.  X = |.";
-    const char* t_open =
+    const auto t_open =
         "The input probability value, P = |, must be in the open interval (0.0,1.0).";
-    const char* t_df = "The input number of degrees of freedom, DF = |, must be at least 1.";
-    const char* chi_open = "The input probability, P = |, must be in the open interval (0.0, 1.0).";
-    const char* chi_df = "The degrees of freedom, DF = |, must be greater than or equal to 0.5.";
-    const char* range = "X = | is not in the range (0.0,1.0).";
-    const char* shapes = "Both PIN = | must be greater than 0.0.";
-    const refusal refusals[] = {
-        {"inverse of erfc at 2", [] { return ERFCI(2.0F); }, 1, to_two},
-        {"normal at 0", [] { return ANORIN(0.0F); }, 1, open},
-        {"normal at 1", [] { return ANORIN(1.0F); }, 1, open},
-        {"normal of NaN", [] { return ANORIN(NAN); }, 1, open},
-        {"f64 normal below 0", [] { return DNORIN(-0.25); }, 1, open},
-        {"f64 normal above 1", [] { return DNORIN(1.5); }, 1, open},
-        {"t at 0", [] { return TIN(0.0F, 5.0F); }, 1, t_open},
-        {"f64 t at 1", [] { return DTIN(1.0, 5.0); }, 1, t_open},
-        {"t of few degrees", [] { return TIN(0.5F, 0.99F); }, 2, t_df},
-        {"f64 t of NaN degrees", [] { return DTIN(0.1, nan); }, 2, t_df},
-        {"chi-squared at 1", [] { return CHIIN(1.0F, 5.0F); }, 1, chi_open},
-        {"chi-squared of few degrees", [] { return CHIIN(0.1F, 0.49F); }, 2, chi_df},
-        {"beta below 0", [] { return DBETAI(-1e-9, 1, 1); }, 5, range},
-        {"beta of NaN", [] { return DBETAI(nan, 1, 1); }, 5, range},
-        {"beta without first shape", [] { return DBETAI(0.5, 0, 1); }, 6, shapes},
-        {"beta without second shape", [] { return DBETAI(0.5, 1, -1); }, 6, shapes}};
+    const auto t_df = "The input number of degrees of freedom, DF = |, must be at least 1.";
+    const auto chi_open = "The input probability, P = |, must be in the open interval (0.0, 1.0).";
+    const auto chi_df = "The degrees of freedom, DF = |, must be greater than or equal to 0.5.";
+    const auto range = "X = | is not in the range (0.0,1.0).";
+    const auto shapes = "Both PIN = | must be greater than 0.0.";
     ERSET(0, 0, 0);
-    for (const refusal& row : refusals) {
-        SCOPED_TRACE(row.name);
-        EXPECT_TRUE(std::isnan(row.call()));
-        EXPECT_EQ(N1RTY(1), type_terminal);
-        EXPECT_EQ(N1RCD(1), row.code);
-        EXPECT_EQ(IERCD(), 0);
-        const std::string_view expected = row.message;
-        const auto gap = expected.find('|');
-        EXPECT_TRUE(last_message().starts_with(expected.substr(0, gap))) << last_message();
-        EXPECT_TRUE(last_message().ends_with(expected.substr(gap + 1))) << last_message();
-        EXPECT_EQ(last_message().find('%'), std::string_view::npos);
-        E1MES(0, 0, " ", 1); // clears what rose to this level
-    }
+    expect_refusal(ERFCI(2.0F), 1, to_two);
+    for (const f32 p : {0.0F, 1.0F, NAN}) expect_refusal(ANORIN(p), 1, open);
+    for (const f64 p : {-0.25, 1.5}) expect_refusal(DNORIN(p), 1, open);
+    expect_refusal(TIN(0.0F, 5.0F), 1, t_open);
+    expect_refusal(DTIN(1.0, 5.0), 1, t_open);
+    expect_refusal(TIN(0.5F, 0.99F), 2, t_df);
+    expect_refusal(DTIN(0.1, nan), 2, t_df);
+    expect_refusal(CHIIN(1.0F, 5.0F), 1, chi_open);
+    expect_refusal(CHIIN(0.1F, 0.49F), 2, chi_df);
+    for (const f64 x : {-1e-9, nan}) expect_refusal(DBETAI(x, 1, 1), 5, range);
+    expect_refusal(DBETAI(0.5, 0, 1), 6, shapes);
+    expect_refusal(DBETAI(0.5, 1, -1), 6, shapes);
     EXPECT_GT(DNORIN(0.9), 1.0);
     EXPECT_EQ(N1RTY(1), type_none);
 }

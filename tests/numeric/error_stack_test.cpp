@@ -25,8 +25,7 @@ void pop(std::string_view name) {
     E1POP(name.data(), static_cast<i32>(name.size()));
 }
 
-void call_that_posts(std::string_view name, i32 type, i32 code,
-                     std::string_view message = "why.") {
+void call_that_posts(std::string_view name, i32 type, i32 code, std::string_view message = "why.") {
     const numeric_frame frame(name);
     post(type, code, message);
 }

@@ -174,6 +174,15 @@ TEST(FrequencyTable, EqualIntervalsFollowTheRuleWithItsTolerance) {
         EXPECT_EQ(tally(x, inner), tally_by_the_rule(x, inner)) << x[0];
 }
 
+TEST(FrequencyTable, LimitsMayLieFurtherApartThanF32Reaches) {
+    const f32 low = -3e38F, high = 3e38F; // intervals of 2e38, 3 of them
+    std::vector<f32> marks;
+    EXPECT_EQ(tally({low, -2e38F, -1.1e38F, -0.9e38F, 0, 1.1e38F, 2.9e38F, high, 3.1e38F, infinite},
+                    {1, 5, low, high}, &marks),
+              (std::vector<f32>{1, 2, 2, 3, 2}));
+    EXPECT_EQ(marks, (std::vector<f32>{-infinite, -2e38F, 0, 2e38F, infinite}));
+}
+
 TEST(FrequencyTable, MarksCountWhatIsWithinTheirHalfWidth) {
     std::mt19937 random(6);
     for (const f32 half_width : {0.0F, 0.35F, 0.5F, 0.75F, 3.0F, -1.0F, infinite}) {

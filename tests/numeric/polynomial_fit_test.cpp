@@ -1,4 +1,4 @@
-// Polynomial fits against arithmetic of 100 digits, certified data, and their errors.
+// Polynomial fits against arithmetic of 400 digits, certified data, and their errors.
 #include "numeric/arithmetic/guarded.hpp"
 #include "numeric/errors/error_stack.hpp"
 #include "numeric/polynomial/orthogonal_fit.hpp"
@@ -21,7 +21,7 @@ using namespace qmx::numeric;
 
 namespace {
 
-using exact = boost::multiprecision::cpp_bin_float_100;
+using exact = boost::multiprecision::number<boost::multiprecision::cpp_bin_float<400>>;
 using reals = std::vector<f64>;
 
 constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
@@ -209,6 +209,37 @@ TEST(PolynomialFit, ReachesTheCertifiedCoefficients) {
     }
 }
 
+// Abscissas far from the others: each degree loses as many digits as the distance has.
+TEST(PolynomialFit, KeepsItsDigitsHoweverFarApartTheAbscissasLie) {
+    std::mt19937_64 random(4);
+    std::normal_distribution<f64> normal;
+    const auto far = [](std::size_t n, f64 outlier) {
+        reals x = map(n, [&](f64 i) { return 8 * i / static_cast<f64>(n - 2); });
+        x[n / 3] = outlier;
+        return x;
+    };
+    for (const reals& x :
+         {far(20, 1e5), far(100, -1e5), far(21, 1e7), far(13, 1e12), far(300, 1e9), far(12, 1e-9),
+          map(11, [](f64 i) { return std::pow(10, i - 3); }), // decades
+          map(14, [](f64 i) { return std::pow(10, i * i / 10 - 6); }),
+          map(24, [](f64 i) { return std::fmod(i, 4.0) + 1e6 * std::floor(i / 4); })}) {
+        const reals y = map(x.size(), [&](f64 i) { return 10 + std::sin(i) + normal(random); });
+        for (const i32 degree : {4, 6, 9}) {
+            SCOPED_TRACE(testing::Message() << x.size() << " from " << x[0] << ", " << degree);
+            expect_textbook(x, y, degree, 4e-16, 1e-15);
+        }
+    }
+    // As many abscissas as coefficients: the polynomial goes through all points.
+    const reals decades = map(10, [](f64 i) { return std::pow(10, i - 3); });
+    const reals y = map(10, [](f64 i) { return std::cos(i); });
+    const fit_result through = fit(decades, y, 9);
+    EXPECT_EQ(through.code, 11);
+    EXPECT_EQ(through.STAT[4], 100.0);
+    EXPECT_EQ(through.STAT[8], 0.0);
+    const auto b = textbook_coefficients(decades, y, 9);
+    for (std::size_t k = 0; k < b.size(); ++k) EXPECT_TRUE(is_near(through.B[k], b[k], 3e-16)) << k;
+}
+
 // y = x + d (1, -2, 1) at -1, 0 and 1: the share that a line leaves is 3 d^2 / (1 + 3 d^2).
 TEST(PolynomialFit, IsPerfectFromTenMachineEpsilonsOn) {
     for (const std::size_t times : {std::size_t{1}, std::size_t{300}})
@@ -255,8 +286,9 @@ TEST(PolynomialFit, FollowsTheUnitsOfTheData) {
         const reals x = map(n, [](f64 i) { return i / 7; });
         const reals y = map(n, [&](f64) { return 2 + normal(random); });
         const fit_result plain = fit(x, y, 2);
-        for (const int exponent : {-1000, -300, 300, 1000}) {
+        for (const int exponent : {-1000, -300, 300, 520, 1000}) {
             const fit_result scaled = fit(x, times(y, exponent), 2);
+            EXPECT_EQ(scaled.STAT[4], plain.STAT[4]) << "R-squared has no unit";
             EXPECT_EQ(scaled.B, times(plain.B, exponent));
             EXPECT_EQ(scaled.STAT[1], std::ldexp(plain.STAT[1], exponent));
             EXPECT_EQ(scaled.STAT[0], plain.STAT[0]);
@@ -385,6 +417,14 @@ TEST(PolynomialFit, IsTheSameForNarrowDataAndInAllRegisters) {
             }
 }
 
+TEST(PolynomialFit, OfAnInfiniteAbscissaExplainsNothing) {
+    const fit_result got = fit(reals{1, 2, inf64, 4, 5}, reals{1, 3, 2, 5, 4}, 1);
+    for (const std::size_t k : {4U, 6U, 8U}) EXPECT_TRUE(std::isnan(got.STAT[k])) << k;
+    EXPECT_TRUE(std::isnan(got.B[0]) && std::isnan(got.B[1]));
+    EXPECT_EQ(got.STAT[1], 3.0);
+    EXPECT_EQ(got.STAT[3], 2.5) << "the ordinates' variance needs no abscissa";
+}
+
 TEST(PolynomialFit, TakesStridedViewsAndDoesWithoutSums) {
     const reals both = {1, 10, 2, 40, 3, 90, 4, 165};
     const auto column = [&](std::size_t at) {
@@ -407,6 +447,7 @@ TEST(GuardedQuotient, YieldsNoHardwareException) {
         f64 a, b, quotient;
     } cases[] = {
         {6, 3, 2},           {nan64, 1, nan64},  {1, nan64, nan64},    {0, 0, nan64},
+        {3, -0.0, -inf64},   {-3, -0.0, inf64},  {0, -0.0, nan64},     {-0.0, 0, nan64},
         {3, 0, inf64},       {-3, 0, -inf64},    {tiny, 2, 0},         {-tiny, 2, 0},
         {2 * tiny, 2, tiny}, {huge, 0.5, inf64}, {-huge, 0.5, -inf64}, {huge, -0.5, -inf64},
         {1, inf64, 0},       {0, 5, 0},          {0, 0.5, 0}};

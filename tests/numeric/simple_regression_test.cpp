@@ -112,6 +112,14 @@ TEST(ConstantColumns, EstimateWhatCanBe) {
     EXPECT_EQ(origin.AOV[4], 21);
 }
 
+TEST(VarianceInflation, OfTheOnlyRegressorIsOne) {
+    for (unsigned seed = 1; seed <= 300; ++seed)
+        for (const i32 intercept : {0, 1}) {
+            const auto data = made_up(seed, 7, 3, 10, 0, 0.2, false, true, true);
+            ASSERT_EQ(regress(data, intercept).COEF[1][4], 1.0) << seed;
+        }
+}
+
 // Without an intercept the row at 1 beside one at d has the leverage 1 / (1 + d^2).
 TEST(Leverage, OfOneWithinAHundredMachineEpsilonsLeavesNoResidualStatistics) {
     for (const f64 epsilons : {95.0, 105.0}) {

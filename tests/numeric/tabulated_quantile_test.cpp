@@ -9,6 +9,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <string_view>
 #include <vector>
 
 using namespace qmx;
@@ -113,11 +114,9 @@ TEST(TabulatedQuantile, CurvesOfTheNormalDistributionConvergeWithTheFourthPower)
 }
 
 TEST(TabulatedQuantile, CurvesNeverFallWhateverTheTable) {
-    const table tables[] = {
-        {{0, 1, 2, 3, 4, 5}, {0, 0, 0.01F, 0.99F, 1, 1}},
-        {{0, 0.001F, 50, 50.001F, 100}, {0.1F, 0.45F, 0.46F, 0.9F, 0.91F}},
-        {{-1e30F, -1, 0, 1e-30F, 1e30F}, {0, 0.25F, 0.5F, 0.5F, 1}},
-    };
+    const table tables[] = {{{0, 1, 2, 3, 4, 5}, {0, 0, 0.01F, 0.99F, 1, 1}},
+                            {{0, 0.001F, 50, 50.001F, 100}, {0.1F, 0.45F, 0.46F, 0.9F, 0.91F}},
+                            {{-1e30F, -1, 0, 1e-30F, 1e30F}, {0, 0.25F, 0.5F, 0.5F, 1}}};
     for (const table& t : tables) {
         f32 before = -infinite;
         for (f32 p = t.f.front(); p <= t.f.back(); p += 0.001F) {
@@ -142,57 +141,38 @@ TEST(TabulatedQuantile, CurvesNeverFallWhateverTheTable) {
     }
 }
 
+void expect_refusal(i32 code, i32 option, f32 p, const table& t, std::string_view message = {}) {
+    EXPECT_TRUE(std::isnan(quantile(p, t, option))) << code;
+    EXPECT_EQ(N1RTY(1), type_terminal) << code;
+    EXPECT_EQ(N1RCD(1), code);
+    EXPECT_EQ(IERCD(), 0);
+    if (!message.empty()) {
+        EXPECT_EQ(last_message(), message);
+    }
+}
+
 TEST(TabulatedQuantile, RefusesTablesAndProbabilitiesThatMakeNoSense) {
     const table good = {{1, 2, 3, 4}, {0.1F, 0.2F, 0.3F, 0.9F}};
-    struct {
-        i32 code, option;
-        f32 p;
-        table t;
-        const char* message;
-    } const rows[] = {
-        {1,
-         1,
-         0.5F,
-         {{1}, {0.5F}},
-         "If linear interpolation is desired (IOPT = 1 or 2), the number of ordinates must be "
-         "greater than 1.  IOPT = 1, M = 1."},
-        {2,
-         4,
-         0.5F,
-         {{0, 0.5F, 1}, {1, 2, 3}},
-         "If curve fitting is desired (IOPT = 3 or 4), the number of ordinates must be greater "
-         "than "
-         "3.  IOPT = 4, M = 3."},
-        {4, 0, 0.5F, good, "IOPT = 0.  IOPT must be 1, 2, 3, or 4."},
-        {4, 5, 0.5F, good, nullptr},
-        {5,
-         1,
-         0.5F,
-         {{1, 1}, {0, 1}},
-         "X(1) = 1 and X(2) = 1.  The abscissas must be strictly increasing."},
-        {5, 1, 0.5F, {{1, nan32, 3}, {0, 0.5F, 1}}, nullptr},
-        {6,
-         3,
-         0.5F,
-         {{1, 2, 3, 4}, {0, 0.5F, 0.4F, 1}},
-         "F(2) = 0.5 and F(3) = 0.4.  The ordinates must not decrease."},
-        {6, 1, 0.5F, {{1, 2}, {0, nan32}}, nullptr},
-        {7, 1, 0.5F, {{1, 2}, {0, 1.5F}}, nullptr},
-        {7, 2, 0.5F, {{-0.5F, 1}, {1, 2}}, nullptr},
-        {8, 3, 0.05F, good, "P = 0.05.  P must be in the range of the table, from 0.1 to 0.9."},
-        {8, 1, 0.95F, good, nullptr},
-        {8, 1, nan32, good, nullptr},
-        {9, 1, 0.5F, {{1, infinite}, {0, 1}}, nullptr},
-    };
-    for (const auto& row : rows) {
-        EXPECT_TRUE(std::isnan(quantile(row.p, row.t, row.option))) << row.code;
-        EXPECT_EQ(N1RTY(1), type_terminal) << row.code;
-        EXPECT_EQ(N1RCD(1), row.code);
-        EXPECT_EQ(IERCD(), 0);
-        if (row.message != nullptr) {
-            EXPECT_EQ(last_message(), row.message);
-        }
-    }
+    expect_refusal(1, lines, 0.5F, {{1}, {0.5F}},
+                   "If linear interpolation is desired (IOPT = 1 or 2), the number of ordinates "
+                   "must be greater than 1.  IOPT = 1, M = 1.");
+    expect_refusal(2, curve_of_quantiles, 0.5F, {{0, 0.5F, 1}, {1, 2, 3}},
+                   "If curve fitting is desired (IOPT = 3 or 4), the number of ordinates must be "
+                   "greater than 3.  IOPT = 4, M = 3.");
+    expect_refusal(4, 0, 0.5F, good, "IOPT = 0.  IOPT must be 1, 2, 3, or 4.");
+    expect_refusal(4, 5, 0.5F, good);
+    expect_refusal(5, lines, 0.5F, {{1, 1}, {0, 1}},
+                   "X(1) = 1 and X(2) = 1.  The abscissas must be strictly increasing.");
+    expect_refusal(5, lines, 0.5F, {{1, nan32, 3}, {0, 0.5F, 1}});
+    expect_refusal(6, curve, 0.5F, {{1, 2, 3, 4}, {0, 0.5F, 0.4F, 1}},
+                   "F(2) = 0.5 and F(3) = 0.4.  The ordinates must not decrease.");
+    expect_refusal(6, lines, 0.5F, {{1, 2}, {0, nan32}});
+    expect_refusal(7, lines, 0.5F, {{1, 2}, {0, 1.5F}});
+    expect_refusal(7, lines_of_quantiles, 0.5F, {{-0.5F, 1}, {1, 2}});
+    expect_refusal(8, curve, 0.05F, good,
+                   "P = 0.05.  P must be in the range of the table, from 0.1 to 0.9.");
+    for (const f32 p : {0.95F, nan32}) expect_refusal(8, lines, p, good);
+    expect_refusal(9, lines, 0.5F, {{1, infinite}, {0, 1}});
     EXPECT_EQ(quantile(0.2F, good, curve), 2.0F);
     EXPECT_EQ(N1RTY(1), 0) << "after refusals";
 }

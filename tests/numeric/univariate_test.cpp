@@ -31,6 +31,8 @@ TEST(Univariate, StatesWhatIsNotDefined) {
     expect("all equal", {-5, -5, -5}, 2, {-5, 0, 0, 0, 0, -5, -5, 0, 0, 3, -5, -5, 0, 0});
     expect("zeros of both signs", {0, -0.0F}, 5, {0, 0, 0, 0, 0, 0, 0, 0, n, 2, 0, 0, 0, 0});
     expect("mean zero", {-1, 1}, 5, {0, 2, any, 0, -2, -1, 1, 2, n, 2, any, any, any, any});
+    expect("a mean below f32", {1, -1, 1e-45F}, 5,
+           {0, any, any, any, any, -1, 1, 2, n, 3, any, any, any, any});
     expect("an infinite value", {1, i, 2}, 5, {i, n, n, n, n, 1, i, i, n, 3, n, n, n, n});
     expect("both infinities", {-i, i, 2}, 5, {n, n, n, n, n, -i, i, i, n, 3, n, n, n, n});
     expect("only infinities", {i, i}, 5, {i, n, n, n, n, i, i, n, n, 2, n, n, n, n});

@@ -5,6 +5,7 @@
 #include "support/expect_event.hpp"
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -412,6 +413,26 @@ TEST_F(PointSelection, FineIndexAnswersAsThePredicate) {
         for (std::size_t i = 0; i < static_cast<std::size_t>(expected.count); ++i)
             expected_flags[static_cast<std::size_t>(expected.indices[i])] = 1;
         ASSERT_EQ(flags, expected_flags) << "round " << round;
+    }
+}
+
+// An axis over huge coordinates is refused rather than left with infinite places, whose conversion
+// to an integer is undefined: the squares have sides of 8e307 and the like.
+TEST_F(PointSelection, HugeOutlinesHaveNoInfinitePlaces) {
+    std::feclearexcept(FE_ALL_EXCEPT);
+    for (const f64 low : {-1.2e308, -8e307, -6e307, 0.0})
+        for (const f64 side : {2e307, 8e307, 1.2e308, 1.7e308})
+            for (const i64 strips : {3, 4, 5, 6, 9, 40, 1000}) {
+                const raster_axis axis = divided(low, low + side, strips);
+                ASSERT_LT(axis.strip_of(low + side), axis.strips);
+                ASSERT_EQ(axis.strip_of(-infinite), 0);
+            }
+    EXPECT_FALSE(std::fetestexcept(FE_INVALID));
+    generator random(16);
+    for (const f64 side : {8e307, 1.2e308}) {
+        const positions square{{0, side, side, 0}, {0, 0, side, side}};
+        const positions points = points_about(random, square, 4000);
+        expect_same(in_polygon(square, points), in_polygon_one_by_one(square, points), "square");
     }
 }
 

@@ -45,12 +45,16 @@ public:
         const i32 kind = below(14);
         for (t_icdata& point : data) point.d_val = value(kind);
         if (below(6) == 0) spoil(data);
+        const i32 seldom = below(3) == 0 ? 5 + below(80) : 0; // no value, or one that is trimmed
+        for (t_icdata& point : data)
+            if (seldom > 0 && below(seldom) == 0)
+                point.d_val = one_of<f64>({nan32, 2.0e21, -inf32, 1.0e300});
         if (below(5) == 0) std::shuffle(data.begin(), data.end(), generator_);
         return data;
     }
 
     t_gamvset set() {
-        t_gamvset set = settings(1 + below(one_of({3, 20, 98})), 0);
+        t_gamvset set = settings(one_of({1 + below(3), 1 + below(20), 66 + below(33)}), 0);
         set.xlag = one_of(
             {0.3F, 0.6F, 0.15F, 0.5F, 1.0F, 3.0F, 0.1F, 10.0F, static_cast<f32>(uniform(0.01, 8))});
         if (below(25) == 0)
@@ -112,10 +116,9 @@ private:
         switch (kind) {
         case 0: return 80.0 + below(10);
         case 1: return 80.0;
-        case 2: return below(20) == 0 ? f64{nan32} : uniform(60, 100);
+        case 2: return below(20) == 0 ? one_of<f64>({nan32, -nan32}) : uniform(60, 100);
         case 3:
-            return below(10) == 0 ? one_of({1.0e21, -1.0e21, 2.0e21, -3.0e30, 1.0e300})
-                                  : uniform(60, 100);
+            return below(10) == 0 ? one_of({1.0e21, -1.0e21, 2.0e21, -3.0e30}) : uniform(60, 100);
         case 4: return uniform(-1.0e20, 1.0e20);
         case 5: return below(15) == 0 ? one_of<f64>({inf32, -inf32, nan32}) : below(100);
         case 6: return std::ldexp(below(4), below(40)); // sums that round, many a one at a tie
@@ -217,6 +220,7 @@ struct large_lot {
     t_gamvset set;
     i32 along = 0;   // points of a path, up one and down the next; 0: none
     i32 rollers = 1; // that write in turn
+    f64 odd = 0;     // value of every 70th point, unless 0
 };
 
 t_gamvset directed(t_gamvset set, f32 azm, f32 atol) {
@@ -241,7 +245,13 @@ const large_lot large_lots[] = {
     {"rollers", 6000, 1, 1, false, false, settings(10, 0.5F), 1000, 2},
     {"rollers_directed", 6000, 1, 1, false, false, directed(settings(10, 0.5F), 80, 45), 1000, 3},
     {"long_strip_shuffled", 6000, 4, 1, false, true, settings(20, 0.1F)},
-    {"passes_shuffled", 6000, 2, 4, true, true, settings(5, 0.6F)}};
+    {"passes_shuffled", 6000, 2, 4, true, true, settings(5, 0.6F)},
+    {"without_value", 3000, 24, 1, false, false, settings(20, 1.0F), 0, 1, nan32},
+    {"without_value_directed", 3000, 24, 1, false, false, directed(settings(80, 0.4F), 30, 40), 0,
+     1, nan32},
+    {"without_value_shuffled", 5000, 4, 1, false, true, settings(70, 0.1F), 0, 1, nan32},
+    {"trimmed", 3000, 24, 4, false, false, settings(98, 0.15F), 0, 1, 2.0e21},
+    {"trimmed_shuffled", 5000, 4, 1, false, true, settings(20, 0.1F), 0, 1, -2.0e21}};
 
 class LargeLot : public testing::TestWithParam<large_lot> {};
 
@@ -260,7 +270,8 @@ TEST_P(LargeLot, GivesTheNumbersOfThePlainLoop) {
             x = 0.3 * (path % 2 == 0 ? place : row.along - 1 - place);
             y = 0.5 * path;
         }
-        data.push_back({x, y, 60 + static_cast<f64>(generator()) / 1.0e8, 1, 0});
+        const f64 value = 60 + static_cast<f64>(generator()) / 1.0e8;
+        data.push_back({x, y, row.odd != 0 && i % 70 == 3 ? row.odd : value, 1, 0});
     }
     if (row.rollers > 1) {
         const lot by_roller = data;

@@ -57,14 +57,17 @@ inline sums accumulate(const qmx::t_gamvset& set, const std::vector<t_icdata>& d
     }
 
     if (xltol <= 0) xltol = xlag * 0.5F;
+    // Correctly rounded, so that no C library decides about a bit.
+    const auto cosine = [](float angle) { return static_cast<float>(std::cos(double{angle})); };
+    const auto sine = [](float angle) { return static_cast<float>(std::sin(double{angle})); };
     const float azmuth = ((90.0F - set.azm) * PI) / 180.0F;
-    const float uvxazm = std::cos(azmuth);
-    const float uvyazm = std::sin(azmuth);
-    const float csatol = set.atol <= 0 ? 0.70710677F : std::cos((set.atol * PI) / 180.0F);
+    const float uvxazm = cosine(azmuth);
+    const float uvyazm = sine(azmuth);
+    const float csatol = set.atol <= 0 ? 0.70710677F : cosine((set.atol * PI) / 180.0F);
     const float declin = ((90.0F - set.dip) * PI) / 180.0F;
-    const float uvzdec = std::cos(declin);
-    const float uvhdec = std::sin(declin);
-    const float csdtol = set.dtol <= 0 ? 0.70710677F : std::cos((set.dtol * PI) / 180.0F);
+    const float uvzdec = cosine(declin);
+    const float uvhdec = sine(declin);
+    const float csdtol = set.dtol <= 0 ? 0.70710677F : cosine((set.dtol * PI) / 180.0F);
     const float cutoff = ((static_cast<float>(nlag) + 0.5F) - EPSLON) * xlag;
     const float dismxs = cutoff * cutoff;
 

@@ -248,8 +248,10 @@ TEST(ModelFit, TheCurveIsTheModelOnAGridOneStepShortOfTheGreatestDistance) {
             volatile f32 product = static_cast<f32>(k) * step; // rounded before the sum
             const f32 h = product + *least;
             ASSERT_EQ(call.xcurve[k], h) << k;
-            const f32 g = model == 1 ? (1.0F - std::exp(-(3.0F * h) / call.coef[0])) * call.coef[1]
-                                     : std::pow(h, call.coef[1]) * call.coef[0];
+            // The functions are correctly rounded.
+            const f32 decay = static_cast<f32>(std::exp(f64{-(3.0F * h) / call.coef[0]}));
+            const f32 power = static_cast<f32>(std::pow(f64{h}, f64{call.coef[1]}));
+            const f32 g = model == 1 ? (1.0F - decay) * call.coef[1] : power * call.coef[0];
             ASSERT_EQ(call.ycurve[k], g) << k;
         }
         EXPECT_EQ(call.ycurve[0], 0.0F); // no nugget at distance 0

@@ -54,11 +54,11 @@ struct listed_rows {
             }
         return true;
     }
-    i64 pairs(i32 k) const {
-        i64 count = 0;
+    i64 count(i32 k) const {
+        i64 number = 0;
         for (const auto& row : terms)
-            for (const term& each : row) count += each.k == k;
-        return count;
+            for (const term& each : row) number += each.k == k ? times : 0;
+        return number;
     }
     f64 distance(i32 k) const {
         f64 total = 0;

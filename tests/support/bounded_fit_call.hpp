@@ -30,6 +30,26 @@ template <class Real> void rosenbrock(const i32&, const i32&, const Real* x, Rea
     f[1] = to<Real>(1) - x[0];
 }
 
+// Has a saddle point near (-1, 1, -1, 1).
+template <class Real> void wood(const i32&, const i32&, const Real* x, Real* f) {
+    f[0] = to<Real>(10) * (x[1] - x[0] * x[0]);
+    f[1] = to<Real>(1) - x[0];
+    f[2] = to<Real>(std::sqrt(90.0)) * (x[3] - x[2] * x[2]);
+    f[3] = to<Real>(1) - x[2];
+    f[4] = to<Real>(std::sqrt(10.0)) * (x[1] + x[3] - to<Real>(2));
+    f[5] = to<Real>(std::sqrt(0.1)) * (x[1] - x[3]);
+}
+
+// Linear residuals A x - b, A by rows.
+inline std::vector<double> linear_a, linear_b;
+template <class Real> void linear(const i32& M, const i32& N, const Real* x, Real* f) {
+    for (i32 i = 0; i < M; ++i) {
+        f[i] = to<Real>(-linear_b[static_cast<std::size_t>(i)]);
+        for (i32 j = 0; j < N; ++j)
+            f[i] += to<Real>(linear_a[static_cast<std::size_t>(i * N + j)]) * x[j];
+    }
+}
+
 struct row {
     std::vector<double> coefficients;
     i32 type;
@@ -79,6 +99,38 @@ template <class Real> struct fit_call {
         RPARAM = {tolerance, tolerance, tolerance, small, small, root, Real{30}};
     }
 };
+
+// The residual routine of a case, its bounds and its calls, none of which may lie outside them.
+template <class Real> inline residual_routine<Real> watched;
+inline std::vector<double> watched_lower, watched_upper;
+inline bool has_left_bounds;
+inline int watched_calls;
+
+template <class Real> void watch(const i32& M, const i32& N, const Real* x, Real* f) {
+    for (std::size_t j = 0; j < static_cast<std::size_t>(N) && j < watched_lower.size(); ++j)
+        if (!(x[j] >= to<Real>(watched_lower[j]) && x[j] <= to<Real>(watched_upper[j])))
+            has_left_bounds = true;
+    ++watched_calls;
+    watched<Real>(M, N, x, f);
+}
+
+// Runs the call under watch. Crossed bounds hold the upper one; a NaN does not bind.
+template <class Real> void run_watched(fit_call<Real>& call) {
+    watched_lower.clear();
+    watched_upper.clear();
+    for (std::size_t j = 0; j < call.lower.size(); ++j) {
+        const double low = call.lower[j], high = call.upper[j];
+        watched_upper.push_back(high == none_above || std::isnan(high) ? infinity : high);
+        watched_lower.push_back(
+            low == none_below || std::isnan(low) ? -infinity : std::min(low, watched_upper.back()));
+    }
+    has_left_bounds = false;
+    watched_calls = 0;
+    watched<Real> = call.residuals;
+    call.residuals = watch<Real>;
+    call.run();
+    EXPECT_FALSE(has_left_bounds);
+}
 
 // Errors neither print nor stop the tests.
 class silent_fit : public testing::Test {

@@ -1,5 +1,6 @@
 // Curves through data: what wins among failures, what is left behind, and the curve itself. With
 // them the wrappers of sorting and searching.
+#include "base/elementary_functions.hpp"
 #include "support/expect_event.hpp"
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
@@ -106,7 +107,7 @@ TEST(PolynomialCurve, FillsAnEvenGridAndSumsPowersUpwards) {
         EXPECT_EQ(got.xcurve[i], x);
         f64 y = 0;
         for (std::size_t k = 0; k <= 3; ++k)
-            y += got.coefficients[k] * std::pow(x, static_cast<f64>(k));
+            y += got.coefficients[k] * whole_power(x, static_cast<i32>(k));
         EXPECT_EQ(got.ycurve[i], std::min(std::max(y, 2.0), 4.5));
     }
     EXPECT_EQ(got.statistics[0], 3.0);
@@ -162,6 +163,16 @@ TEST(PolynomialCurve, EvaluatesZerosWhereThereIsNothingToFit) {
     EXPECT_EQ(negative.xcurve[4], 8.0);
     EXPECT_EQ(negative.ycurve, reals(5, 0.0));
     EXPECT_EQ(negative.coefficients, reals(12, untouched));
+
+    for (const std::size_t missing : {0U, 2U, 4U}) { // passed over, wherever it stands
+        reals x = bent_x;
+        x[missing] = nan64;
+        const curve_call holed(x, bent_y, -1);
+        EXPECT_EQ(holed.outcome, 1);
+        EXPECT_EQ(holed.xcurve[0], missing == 0 ? 1.0 : 0.0);
+        EXPECT_EQ(holed.xcurve[4], missing == 4 ? 4.0 : 8.0);
+        EXPECT_EQ(holed.ycurve, reals(5, 0.0));
+    }
 
     const curve_call none({}, {}, 1, -10.0);
     EXPECT_EQ(none.outcome, 1);

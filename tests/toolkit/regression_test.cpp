@@ -78,6 +78,13 @@ TEST(Regression, OfStridedMatricesEqualsThatOfContiguousOnes) {
         EXPECT_EQ(table[i][12], -7);
     }
 
+    // Refused by a type 5, which the wrapper passes over; INTCEP + 1 would overflow.
+    const f64 before = strided.COEF[0];
+    EXPECT_EQ(linr_regrs_simp(d_x, std::numeric_limits<i32>::max(), 1, 3, strided.AOV, strided.COEF,
+                              d_case, strided.missing),
+              1);
+    EXPECT_EQ(strided.COEF[0], before);
+
     const f64 missing[2][2] = {{nan64, 1}, {2, nan64}};
     const matrix_view<const f64> no_row{&missing[0][0], 2, 2, sizeof missing[0], sizeof(f64)};
     table[0][0] = -7;

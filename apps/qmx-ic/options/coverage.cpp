@@ -57,9 +57,10 @@ void add_coverage_command(CLI::App& program) {
     add_reading_options(*command, options->reading);
     const char* const areas = "Areas";
     command
-        ->add_option("--area", options->area,
-                     "The alignment: polygons from a vector format, a CSV with a WKT column, or a "
-                     "CSV with a vertex in each row (a column polygon, area or id parts several)")
+        ->add_option(
+            "--area", options->area,
+            "The alignment: polygons from a vector format, a CSV with a WKT column, or a "
+            "CSV with a vertex in each row (a column polygon, area or id separates several)")
         ->required()
         ->group(areas);
     command
@@ -88,11 +89,11 @@ void add_coverage_command(CLI::App& program) {
         ->group(analysis);
     command
         ->add_option("--target-passes", options->question.target_passes,
-                     "Passes that an area must have got to count as finished")
+                     "Passes that a cell needs to count as finished")
         ->group(analysis);
     command
         ->add_option("--target-coverage", options->question.target_coverage,
-                     "Percentage of the area that must have got them")
+                     "Percentage of the area that must have them")
         ->default_str("90")
         ->group(analysis);
     command

@@ -42,7 +42,7 @@ void add_reading_options(CLI::App& command, reading_options& options) {
     command
         .add_option("--where", options.where,
                     "Only rows that satisfy a filter, say \"PassCount >= 2 AND VibeState = 'On'\"; "
-                    "numbers compare as numbers, a missing cell is NULL")
+                    "numbers compare as numbers, a missing field is NULL")
         ->group(group);
     command
         .add_option("--decimal", options.decimal,

@@ -91,7 +91,7 @@ void add_select_command(CLI::App& program) {
         ->add_option(
             "--polygon", options->polygons,
             "Areas from a vector format, a CSV with a WKT column, or a CSV with a vertex in "
-            "each row (a column polygon, area or id parts several outlines)")
+            "each row (a column polygon, area or id separates several outlines)")
         ->excludes(circle_option)
         ->group(group);
     command->add_option("--polygon-layer", options->polygon_layer, "Layer of a file with several")

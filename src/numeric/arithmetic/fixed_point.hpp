@@ -1,8 +1,8 @@
-// Sums of f64 terms as integers, by a trick of the format: a term added to an anchor of
-// 1.5 * 2^52 units is rounded to a whole number of units, and the bit pattern of the result is that
-// of the anchor plus this number. Adding patterns as integers then loses nothing, so that a sum does
-// not depend on the order of its terms, at the cost of one addition each. (The anchor is that of
-// J. Demmel and H. D. Nguyen, "Parallel reproducible summation", 2015.)
+// Sums of f64 terms in whole numbers of a unit, so that they do not depend on the order of the terms.
+// A term added to an anchor of 1.5 * 2^52 units is rounded to a whole number of units, and the bit
+// pattern of the result is that of the anchor plus this number: adding the patterns as integers loses
+// nothing, at the cost of one addition each. (The anchor is that of J. Demmel and H. D. Nguyen, "Parallel
+// reproducible summation", 2015.)
 #pragma once
 
 #include "base/base_types.hpp"
@@ -16,11 +16,11 @@ namespace qmx::numeric {
 using u32 = std::uint32_t;
 using u64 = std::uint64_t;
 
-// So many terms, each below 2^51 units, stay within 63 bits.
+// The sum of this many terms, each below 2^51 units, stays within 63 bits.
 inline constexpr i64 fixed_point_block = 2048;
 
-// The value that was formed from x, or 0.0 if x is a NaN; without a branch. (The comparison is that of
-// the f32, which compilers turn into vector code.)
+// The value formed from x, or 0.0 where x is a NaN, without a branch. (Comparing the f32 is what compilers
+// turn into vector code.)
 inline f64 zero_if_nan(f64 value, f32 x) {
     const u64 kept = x == x ? ~u64{0} : u64{0};
     return std::bit_cast<f64>(std::bit_cast<u64>(value) & kept);
@@ -50,7 +50,7 @@ struct fixed_point_scale {
     f64 unit() const { return std::ldexp(1.0, exponent); }
 };
 
-// A whole number of units too wide for 64 bits: high * 2^32 + low. Takes up to 2^31 blocks.
+// A sum too wide for 64 bits, as high * 2^32 + low; for up to 2^31 blocks.
 struct wide_integer {
     i64 high = 0;
     i64 low = 0;

@@ -1,15 +1,14 @@
-// Loops that are compiled several times, for registers of several widths; which version runs is settled
-// by the processor. The versions differ in how many numbers they work on at once and in nothing else:
-// each number sees the same operations, none of them fused, so that all results are the same bit for
-// bit.
+// Loops compiled several times, for vector registers of several widths; the processor settles which
+// version runs. The versions differ only in how many numbers they work on at once: each number sees the
+// same operations, none of them fused, so that all results are the same bit for bit.
 //
 //     struct some_loop {
 //         QMX_MELTING static void run(const f32* x, i64 n, ...) { for ... }
 //     };
 //     run_loop<some_loop>(x, n, ...);
 //
-// A loop must stand in an unnamed namespace, since the compiled versions are named after it, and what
-// is called inside must melt into it, since what remains a call is compiled for any processor.
+// A loop must stand in an unnamed namespace, since the compiled versions are named after it. What it
+// calls must be inlined: a function that stays a call is compiled for every processor.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -24,7 +23,7 @@ namespace qmx::numeric {
 
 enum class register_width { narrow, wide, widest };
 
-// What tests may lower, to run the versions that the processor would not choose.
+// Tests lower this to run the versions that the processor would not choose.
 inline register_width permitted_registers = register_width::widest;
 
 template <class Loop, class... Arguments> void run_narrow(Arguments&... arguments) {

@@ -21,12 +21,12 @@
 //
 //   IPARAM  default  option
 //   1       1        -       settings are loaded
-//   2       75       2       ITMAX, limit on the trial steps
+//   2       75       2       ITMAX, limit on the trial steps of a descent
 //   3       0        14      1: linear (Gauss-Newton) model only
 //   4       5        15      successive steps to the boundary of the trust region, with negligible
 //                            reduction, that mean a solution at infinity
 //   5       0        16      1: evaluates the residuals at the start and returns
-//   6       0        -       1: no multistart between the bounds
+//   6       0        -       1: one descent only, no search for a better minimum
 //   RPARAM
 //   1       t        4       residual norm: zero below this times the machine epsilon; gradient:
 //                            a predicted relative reduction of the sum of squares below its square
@@ -59,9 +59,16 @@
 //
 //   1 M < 1, 2 N < 1, 3 MCON < 0, 4 LDC < MCON, 5 IRTYPE(i) not 0 to 3, 6 out of memory
 //
-// Accuracy: of fifteen nonlinear regressions with certified answers, each from two starts, with
-// ITMAX 500, the f64 member gives at least 7 digits of every parameter with the caller's Jacobian
-// and 6 by differences, in all runs but one from a far start; bounded_fit_test.cpp keeps that true.
+// The first descent decides the stop code. The search after it may improve X; it never makes a
+// warning of an ordinary end or lifts 8, but 3 and 5 give way to the ordinary end of a later
+// descent at a point as good.
+//
+// Accuracy, kept true by bounded_fit_certified_test.cpp: on three nonlinear regressions with
+// certified answers, one of them hidden from its first start by a plateau, the f64 member gives at
+// least 7 digits of every parameter with the caller's Jacobian and 6 by differences, from either
+// start. On 300 random semivariograms the f32 member ends ordinarily within 0.1 % of the best norm,
+// or 1e-5 of the data's norm (bounded_fit_minima_test.cpp). bench/bounded_fit_survey compares
+// 50,000 problems.
 #pragma once
 
 #include "base/array_view.hpp"

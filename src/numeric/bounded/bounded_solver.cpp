@@ -1,7 +1,8 @@
 #include "numeric/bounded/bounded_solver.hpp"
 
-#include "numeric/bounded/trust_region.hpp"
+#include "base/elementary_functions.hpp"
 #include "numeric/arithmetic/machine.hpp"
+#include "numeric/bounded/trust_region.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 
 #include <algorithm>
@@ -48,6 +49,7 @@ template <class Real> solver_settings settings_without_options() {
             .noise_tolerance = real(3),
             .acceptance = real(4),
             .relative_difference = real(5),
+            .central_difference = 0.0, // from relative_difference, once that is known
             .first_region = real(6)};
 }
 
@@ -244,6 +246,7 @@ i32 solve_bounded(const bounded_problem<Real>& problem, const i32* indicators, c
     solver_settings settings = settings_without_options<Real>();
     if (refuse(problem, indicators, options, bytes, settings)) return solver_refused;
     settings.search_across_bounds = searches;
+    settings.central_difference = power(settings.relative_difference, 2.0 / 3.0);
 
     storage_plan plan(storage);
     fit_storage<Real> work(plan, problem.M, problem.N, problem.MCON, problem.JAC != nullptr);

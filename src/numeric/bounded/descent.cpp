@@ -8,11 +8,17 @@
 namespace qmx::numeric {
 namespace {} // namespace
 
-stop_code descent::run(f64 start_norm) {
+stop_code descent::run(f64 start_norm, bool may_fit_affine) {
     start_norm_ = start_norm;
+    iterations_ = 0;
+    model_.fits_affine = may_fit_affine && choose_affine();
     progress so_far;
     forget_curvature();
-    for (i64 j = 0; j < n_; ++j) work_.largest[j] = std::abs(work_.current.x[j]);
+    for (i64 j = 0; j < n_; ++j) {
+        const f64 at = std::abs(work_.current.x[j]);
+        const f64 width = limits_.upper[j] - limits_.lower[j];
+        work_.largest[j] = work_.typical[j] = at > 0.0 ? at : std::min(1.0, width);
+    }
     const f64 zero_norm = epsilon_of(function_) * settings_.gradient_tolerance;
     for (;;) {
         if (work_.current.square <= zero_norm * zero_norm) return stop_code::small_residual;
@@ -26,10 +32,22 @@ descent::turn descent::stop_for(stop_code reason) {
     return turn::stop;
 }
 
+// Only with parameters of both kinds, and where every one can move by itself.
+bool descent::choose_affine() const {
+    bool any_affine = false, any_other = false;
+    for (i64 j = 0; j < n_; ++j) {
+        if (work_.is_fixed[j]) continue;
+        any_affine = any_affine || work_.is_affine[j];
+        any_other = any_other || !work_.is_affine[j];
+    }
+    return any_affine && any_other && limits_.rows.rows == 0 && function_.jacobian == nullptr;
+}
+
 // ---- The trust region ---------------------------------------------------------------------------
 
 // The size of a parameter with two bounds is their distance, so that the first step may cross it.
 f64 descent::first_radius() const {
+    if (model_.is_affine) return std::numeric_limits<f64>::infinity();
     f64 size = 0.0;
     for (i64 j = 0; j < n_; ++j) {
         const f64 width = limits_.upper[j] - limits_.lower[j];
@@ -42,15 +60,21 @@ f64 descent::first_radius() const {
 
 f64 descent::step_length() const {
     f64 largest = 0.0;
-    for (i64 j = 0; j < n_; ++j) largest = std::max(largest, std::abs(work_.step[j]));
+    for (i64 j = 0; j < n_; ++j)
+        if (!model_.fits_affine || !work_.is_affine[j])
+            largest = std::max(largest, std::abs(work_.step[j]));
     return largest;
 }
 
 descent::contact descent::contact_of_step(f64 radius) const {
     contact at{false, false};
     for (i64 j = 0; j < n_; ++j) {
+        if (model_.fits_affine && work_.is_affine[j]) continue;
         const f64 boundary = std::min(radius, model_.farthest_of(j) * model_.divisor_of(j));
-        if (!(std::abs(work_.step[j]) >= 0.999 * boundary) || work_.step[j] == 0.0) continue;
+        const f64 rounding = epsilon_of(function_) * model_.divisor_of(j) *
+                             std::max(std::abs(work_.current.x[j]), std::abs(work_.trial.x[j]));
+        if (!(std::abs(work_.step[j]) + rounding >= 0.999 * boundary) || work_.step[j] == 0.0)
+            continue;
         const f64 bound = work_.step[j] < 0.0 ? limits_.lower[j] : limits_.upper[j];
         const f64 room = std::abs(bound - work_.current.x[j]) * model_.divisor_of(j);
         at.region = at.region || room > boundary;
@@ -82,9 +106,10 @@ void descent::forget_curvature() {
     uses_curvature_ = false;
 }
 
-// Switches once to central differences; false with the caller's Jacobian or after the switch.
+// Switches once to central differences; false with the caller's Jacobian, with affine residuals, or
+// after the switch.
 bool descent::switch_to_central(progress& so_far) const {
-    if (function_.jacobian != nullptr || so_far.is_central) return false;
+    if (function_.jacobian != nullptr || model_.is_affine || so_far.is_central) return false;
     so_far.is_central = true;
     return true;
 }
@@ -96,21 +121,13 @@ descent::turn descent::renew_derivatives(progress& so_far) {
     return turn::new_model;
 }
 
-// The model at the current point; none where the differences found a better point.
+// The model at the current point.
 descent::turn descent::make_model(progress& so_far) {
-    if (!model_.linearise(so_far.is_central)) {
-        if (iterations_ >= settings_.iteration_limit)
-            return stop_for(stop_code::too_many_iterations);
-        ++iterations_;
-        so_far.has_moved = true;
-        so_far.is_new = true;
-        so_far.follows_step = false;
-        forget_curvature();
-        return turn::new_model;
-    }
+    model_.linearise(so_far.is_central);
     model_.update_scale(so_far.is_new);
     model_.build();
-    if (so_far.follows_step && !settings_.linear_model_only) {
+    if (so_far.follows_step && !settings_.linear_model_only && !model_.fits_affine &&
+        !model_.is_affine) {
         model_.update_curvature();
         uses_curvature_ = uses_curvature_ && model_.has_curvature();
         model_.build();
@@ -167,12 +184,14 @@ descent::proposal descent::propose(progress& so_far) {
     return step;
 }
 
-// A predicted reduction that no step achieved. Residuals are differences of numbers about as large
-// as the residuals at the start, so the norm is known to a few machine epsilons of the start norm.
+// A significant predicted reduction that no step achieved. Residuals are differences of terms about
+// as large as those at the start or as the linear terms here, which bounds their rounding errors,
+// and so the accuracy of the sum of squares and of the differences.
 bool descent::is_noise(f64 first_reduction) const {
-    const f64 resolution = 4.0 * epsilon_of(function_) * start_norm_;
+    const f64 resolution = 4.0 * epsilon_of(function_) * (start_norm_ + model_.term_size());
     return first_reduction > settings_.noise_tolerance * work_.current.square &&
-           first_reduction > resolution * (resolution + 2.0 * std::sqrt(work_.current.square));
+           first_reduction > resolution * (resolution + 2.0 * std::sqrt(work_.current.square)) &&
+           first_reduction > 4.0 * model_.reduction_error(resolution);
 }
 
 descent::turn descent::end_without_reduction(progress& so_far, const proposal& step,
@@ -189,14 +208,32 @@ descent::turn descent::end_without_reduction(progress& so_far, const proposal& s
 descent::trial_result descent::try_step(const proposal& step) {
     const f64 square = work_.current.square;
     trial_result result{};
-    result.actual = square - model_.evaluate_at(work_.trial);
-    if (result.actual < 0.75 * step.predicted)
-        result.actual = std::max(result.actual, square - model_.correct_trial());
+    result.actual = square - evaluate_trial(step.predicted);
     result.length = step_length();
     const f64 size =
         std::max(model_.scaled_size(work_.trial.x), model_.scaled_size(work_.current.x));
     result.is_short = result.length <= settings_.step_tolerance * size;
     return result;
+}
+
+// The sum of squares at the trial point, after the affine parameters were fitted there, or after
+// the second-order correction of a poor predicted reduction.
+f64 descent::evaluate_trial(f64 predicted) {
+    solver_storage::point& trial = work_.trial;
+    const f64 first = model_.evaluate_at(trial);
+    if (!model_.fits_affine) {
+        const bool is_poor = work_.current.square - first < 0.75 * predicted;
+        return is_poor ? std::min(first, model_.correct_trial()) : first;
+    }
+    if (std::isinf(first)) return first;
+    std::copy_n(trial.x, n_, work_.corrected.x);
+    std::copy_n(trial.f, m_, work_.corrected.f);
+    work_.corrected.square = first;
+    affine_.refit(work_.corrected);
+    if (model_.evaluate_at(work_.corrected) < first) std::swap(work_.trial, work_.corrected);
+    model_.build();
+    model_.measure_step();
+    return work_.trial.square;
 }
 
 descent::turn descent::accept(progress& so_far, const proposal& step, const trial_result& result,
@@ -229,7 +266,9 @@ descent::turn descent::move_to_trial(progress& so_far, const proposal& step,
     so_far.has_model = false;
     so_far.follows_step = true;
     for (i64 j = 0; j < n_; ++j) {
-        work_.largest[j] = std::max(work_.largest[j], std::abs(work_.trial.x[j]));
+        const f64 at = std::abs(work_.trial.x[j]);
+        work_.largest[j] = std::max(work_.largest[j], at);
+        work_.typical[j] = std::max(0.25 * work_.typical[j], at);
         // The change of a widened quotient is no second derivative.
         so_far.follows_step = so_far.follows_step && !work_.is_widened[j];
     }
@@ -252,6 +291,7 @@ descent::turn descent::reject(progress& so_far, const trial_result& result, atte
     if (model_.drop_widened_columns()) {
         if (!model_.any_column_moves()) return stop_without_columns(so_far);
         model_.build();
+        so_far.first_reduction = -1.0;
     } else if (model_.has_curvature() && !tried.has_switched_model) {
         tried.has_switched_model = true;
         uses_curvature_ = !uses_curvature_;

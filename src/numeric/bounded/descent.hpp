@@ -2,6 +2,7 @@
 // or to another stop. Called for the caller's start and by the multistart.
 #pragma once
 
+#include "numeric/bounded/affine_parameters.hpp"
 #include "numeric/bounded/local_model.hpp"
 #include "numeric/bounded/trust_region.hpp"
 
@@ -10,12 +11,13 @@ namespace qmx::numeric {
 class descent {
 public:
     descent(const residual_function& function, const fit_limits& limits,
-            const solver_settings& settings, solver_storage& storage, local_model& model)
+            const solver_settings& settings, solver_storage& storage, local_model& model,
+            affine_parameters& affine)
         : function_(function), limits_(limits), settings_(settings), work_(storage), model_(model),
-          m_(function.m), n_(function.n) {}
+          affine_(affine), m_(function.m), n_(function.n) {}
 
     // start_norm: residual norm at the caller's start.
-    stop_code run(f64 start_norm);
+    stop_code run(f64 start_norm, bool may_fit_affine = true);
 
 private:
     // What a step reaches.
@@ -64,6 +66,8 @@ private:
     proposal propose(progress& so_far);
     turn end_without_reduction(progress& so_far, const proposal& step, const attempts& tried);
     trial_result try_step(const proposal& step);
+    f64 evaluate_trial(f64 predicted);
+    bool choose_affine() const;
     turn accept(progress& so_far, const proposal& step, const trial_result& result,
                 const attempts& tried);
     turn move_to_trial(progress& so_far, const proposal& step, const trial_result& result);
@@ -76,6 +80,7 @@ private:
     const solver_settings& settings_;
     solver_storage& work_;
     local_model& model_;
+    affine_parameters& affine_;
     i64 m_, n_;
     f64 start_norm_ = 0.0;
     i32 iterations_ = 0;

@@ -6,10 +6,9 @@
 // one; both are of second order. Near a bound the step turns inward. Where the residuals are not
 // finite the step changes sign, then shrinks.
 //
-// Where no residual changes by more than rounding the step is widened, on both sides, up to the
-// bounds (without a bound: far beyond the size of the parameter) until one does; otherwise the
-// column is zero. The residuals must be scaled so that the terms they consist of are about 1. A
-// widened step that finds a better point continues as long as the points improve.
+// Where no residual changes at all, the arithmetic is too coarse for the step. It is then widened,
+// on both sides, up to the bounds (without a bound: far beyond the size of the parameter) until one
+// does; otherwise the column is zero.
 #pragma once
 
 #include "numeric/bounded/householder.hpp"
@@ -19,15 +18,9 @@ namespace qmx::numeric {
 
 struct difference_rule {
     f64 relative_step;
-    bool is_central;
-};
-
-// The best point of the widened steps, if its sum of squares is below the initial square.
-struct best_seen {
-    f64* x; // [n]
-    f64* f; // [m]
-    f64 square;
-    bool found;
+    f64 central_step; // relative, of the three-point formula; 0: two points
+    f64 typical_size; // of the parameter on the way here
+    f64 step;         // the step itself; 0: by the relative one
 };
 
 struct difference_storage {
@@ -37,9 +30,15 @@ struct difference_storage {
 };
 
 // Writes column j (from 0) of the Jacobian at x, where the residuals are f; bounds may be infinite.
-// True if the step was widened; seen then receives a better point.
-bool difference_column(const residual_function& function, f64 scale, const difference_rule& rule,
-                       const f64* lower, const f64* upper, const f64* x, const f64* f, i64 j,
-                       f64* column, best_seen& seen, const difference_storage& storage);
+// What the column was made with.
+struct difference_step {
+    f64 length; // 0 for a column of zeros
+    bool is_widened;
+};
+
+difference_step difference_column(const residual_function& function, f64 scale,
+                                  const difference_rule& rule, const f64* lower, const f64* upper,
+                                  const f64* x, const f64* f, i64 j, f64* column,
+                                  const difference_storage& storage);
 
 } // namespace qmx::numeric

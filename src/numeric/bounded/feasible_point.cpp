@@ -19,6 +19,15 @@ f64 row_size(const dense_matrix& rows, i64 i, const f64* x) {
     return sum;
 }
 
+// Scaled against overflow.
+f64 row_length(const dense_matrix& rows, i64 i) {
+    f64 largest = 0.0, sum = 0.0;
+    for (i64 j = 0; j < rows.columns; ++j) largest = std::max(largest, std::abs(rows(i, j)));
+    if (!(largest > 0.0)) return 0.0;
+    for (i64 j = 0; j < rows.columns; ++j) sum += rows(i, j) / largest * (rows(i, j) / largest);
+    return largest * std::sqrt(sum);
+}
+
 struct repair {
     f64 value;     // of the parameter
     f64 violation; // of the row, in magnitude
@@ -104,8 +113,7 @@ void reduce_violation(const fit_limits& limits, f64* x, const feasible_storage& 
     const dense_matrix model{storage.model, constraints, n + constraints, constraints};
     std::fill_n(model.first, constraints * (n + constraints), 0.0);
     for (i64 i = 0; i < constraints; ++i) {
-        f64 length = 0.0;
-        for (i64 j = 0; j < n; ++j) length = std::hypot(length, limits.rows(i, j));
+        f64 length = row_length(limits.rows, i);
         if (!(length > 0.0)) length = 1.0;
         for (i64 j = 0; j < n; ++j) model(i, j) = limits.rows(i, j) / length;
         model(i, n + i) = -1.0;

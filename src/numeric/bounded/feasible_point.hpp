@@ -1,5 +1,5 @@
-// Feasible points: within the bounds and linear constraints, in the residuals' precision. Called for
-// the start, for every trial point and by the multistart.
+// Feasible points: within the bounds and linear constraints, in the residuals' precision. Called
+// for the start, for every trial point and by the multistart.
 #pragma once
 
 #include "numeric/bounded/constrained_step.hpp"

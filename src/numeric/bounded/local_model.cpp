@@ -25,9 +25,19 @@ bool local_model::meets_rows(const f64* x) const {
     return true;
 }
 
-bool local_model::linearise(bool is_central) {
-    point& current = work_.current;
-    best_seen seen{work_.widened.x, work_.widened.f, current.square, false};
+// Differences of affine residuals are exact at any distance: as far as the farther bound, rounding
+// matters least.
+difference_rule local_model::rule_for(i64 j, bool is_central) const {
+    const f64 e = settings_.relative_difference;
+    if (!is_affine)
+        return {e, is_central ? settings_.central_difference : 0.0, work_.typical[j], 0.0};
+    const f64 at = work_.current.x[j];
+    const f64 room = std::max(limits_.upper[j] - at, at - limits_.lower[j]);
+    return {0.5, 0.0, work_.typical[j], std::isinf(room) ? 0.0 : room};
+}
+
+void local_model::linearise(bool is_central) {
+    const point& current = work_.current;
     if (function_.jacobian != nullptr)
         function_.jacobian(function_.context, current.x, work_.jacobian);
     for (i64 j = 0; j < n_; ++j) {
@@ -36,10 +46,12 @@ bool local_model::linearise(bool is_central) {
         if (work_.is_fixed[j]) {
             std::fill_n(column, m_, 0.0);
         } else if (function_.jacobian == nullptr) {
-            work_.is_widened[j] = difference_column(function_, residual_scale,
-                                                    {settings_.relative_difference, is_central},
-                                                    limits_.lower, limits_.upper, current.x,
-                                                    current.f, j, column, seen, work_.differences);
+            const difference_rule rule = rule_for(j, is_central);
+            const difference_step made =
+                difference_column(function_, residual_scale, rule, limits_.lower, limits_.upper,
+                                  current.x, current.f, j, column, work_.differences);
+            work_.is_widened[j] = made.is_widened;
+            work_.difference_lengths[j] = made.length;
         } else {
             for (i64 i = 0; i < m_; ++i) column[i] *= residual_scale;
         }
@@ -47,10 +59,6 @@ bool local_model::linearise(bool is_central) {
         if (!std::all_of(column, column + m_, [](f64 value) { return std::isfinite(value); }))
             std::fill_n(column, m_, 0.0);
     }
-    if (!seen.found || !meets_rows(work_.widened.x)) return true;
-    work_.widened.square = seen.square;
-    std::swap(work_.current, work_.widened);
-    return false;
 }
 
 f64 local_model::column_length(i64 j) const {
@@ -103,7 +111,7 @@ f64 local_model::farthest_of(i64 j) const {
     const f64 size = std::abs(work_.current.x[j]);
     const f64 rounding = 64.0 * epsilon_of(function_) * work_.largest[j]; // zero below this
     const bool is_open = std::isinf(limits_.lower[j]) || std::isinf(limits_.upper[j]);
-    return size > rounding && is_open ? size : infinity;
+    return size > rounding && is_open && !is_affine ? size : infinity;
 }
 
 void local_model::limit_step(f64 radius) {
@@ -114,6 +122,11 @@ void local_model::limit_step(f64 radius) {
         const f64 down = std::min(0.0, limits_.lower[j] - at) * divisor;
         const f64 up = std::max(0.0, limits_.upper[j] - at) * divisor;
         const f64 most = std::min(radius, farthest_of(j) * divisor);
+        if (fits_affine && work_.is_affine[j]) { // only a bound that already holds it is kept
+            work_.lower[j] = stays || down == 0.0 ? 0.0 : -infinity;
+            work_.upper[j] = stays || up == 0.0 ? 0.0 : infinity;
+            continue;
+        }
         work_.lower[j] = stays ? 0.0 : std::max(-most, down);
         work_.upper[j] = stays ? 0.0 : std::min(most, up);
     }
@@ -138,6 +151,8 @@ model_problem local_model::problem(bool with_curvature) const {
 
 bool local_model::make_trial(bool with_curvature) {
     constrained_step(problem(with_curvature), work_.step, work_.inner);
+    unrounded_reduction_ =
+        -2.0 * model_change(problem(with_curvature), work_.step, work_.inner.residual);
     const point& current = work_.current;
     for (i64 j = 0; j < n_; ++j) {
         const f64 reach = work_.step[j] / divisor_of(j);
@@ -149,9 +164,13 @@ bool local_model::make_trial(bool with_curvature) {
         if (reach > 0.0 && work_.step[j] == scaled_upper) work_.trial.x[j] = limits_.upper[j];
     }
     round_to_representable(function_, limits_, work_.trial.x);
+    return measure_step();
+}
+
+bool local_model::measure_step() {
     bool moves = false;
     for (i64 j = 0; j < n_; ++j) {
-        work_.change[j] = work_.trial.x[j] - current.x[j];
+        work_.change[j] = work_.trial.x[j] - work_.current.x[j];
         work_.step[j] = work_.change[j] * divisor_of(j);
         moves = moves || work_.change[j] != 0.0;
     }
@@ -169,18 +188,19 @@ f64 local_model::correct_trial() {
     for (i64 i = 0; i < rows_; ++i) deviation[i] += work_.rotated[i];
     std::copy_n(work_.step, n_, work_.old_step);
     std::copy_n(work_.change, n_, work_.old_change);
-    std::swap(work_.trial, work_.widened);
+    std::swap(work_.trial, work_.corrected);
     std::swap(work_.rotated, deviation);
     const bool moves = make_trial(false);
     std::swap(work_.rotated, deviation);
-    if (moves && evaluate_at(work_.trial) < work_.widened.square) return work_.trial.square;
-    std::swap(work_.trial, work_.widened);
+    if (moves && evaluate_at(work_.trial) < work_.corrected.square) return work_.trial.square;
+    std::swap(work_.trial, work_.corrected);
     std::copy_n(work_.old_step, n_, work_.step);
     std::copy_n(work_.old_change, n_, work_.change);
     return work_.trial.square;
 }
 
 f64 local_model::predicted_reduction(bool with_curvature) const {
+    if (fits_affine) return unrounded_reduction_;
     return -2.0 * model_change(problem(with_curvature), work_.step, work_.inner.residual);
 }
 
@@ -237,8 +257,35 @@ void local_model::update_curvature() {
 
 f64 local_model::scaled_size(const f64* x) const {
     f64 largest = 0.0;
-    for (i64 j = 0; j < n_; ++j) largest = std::max(largest, std::abs(x[j]) * work_.scale[j]);
+    for (i64 j = 0; j < n_; ++j)
+        if (!fits_affine || !work_.is_affine[j])
+            largest = std::max(largest, std::abs(x[j]) * work_.scale[j]);
     return largest;
+}
+
+f64 local_model::term_size() const {
+    f64 sum = 0.0;
+    for (i64 j = 0; j < n_; ++j) sum += column_length(j) * std::abs(work_.current.x[j]);
+    return sum;
+}
+
+f64 local_model::reduction_error(f64 rounding) const {
+    if (function_.jacobian != nullptr) return 0.0;
+    const dense_matrix r{work_.model, rows_, n_, rows_};
+    f64* gradient_error = work_.inner.reduced;
+    f64 sum = 0.0;
+    for (i64 j = 0; j < n_; ++j) {
+        if (!(work_.difference_lengths[j] > 0.0) || column_length(j) == 0.0) continue;
+        std::fill_n(gradient_error, n_, 0.0);
+        gradient_error[j] = rounding / (work_.difference_lengths[j] * divisor_of(j));
+        for (i64 i = 0; i < rows_; ++i) { // R'z = error, as far as R has full rank
+            f64 rest = gradient_error[i];
+            for (i64 k = 0; k < i; ++k) rest -= r(k, i) * gradient_error[k];
+            gradient_error[i] = std::abs(r(i, i)) > epsilon_of(function_) ? rest / r(i, i) : 0.0;
+            sum += gradient_error[i] * gradient_error[i];
+        }
+    }
+    return sum * work_.current.square;
 }
 
 bool local_model::drop_widened_columns() {

@@ -1,5 +1,5 @@
-// The linear and quadratic models of the residuals around a point, and the steps that minimise them.
-// Called by descent and multistart.
+// The linear and quadratic models of the residuals around a point, and the steps that minimise
+// them. Called by descent and multistart.
 #pragma once
 
 #include "numeric/bounded/trust_region.hpp"
@@ -18,15 +18,16 @@ public:
           n_(function.n), rows_(std::min(function.m, function.n)) {}
 
     f64 residual_scale = 1.0; // a power of two, see evaluate
+    bool fits_affine = false; // affine parameters are fitted again after each step
+    bool is_affine = false;   // the residuals are, in all parameters together
 
     // Sets the residuals and the sum of squares, which it returns.
     f64 evaluate_at(solver_storage::point& at);
 
     bool meets_rows(const f64* x) const;
 
-    // The Jacobian at current; columns of fixed parameters are zero. False where a widened
-    // difference step found a better point, which becomes current.
-    bool linearise(bool is_central);
+    // The Jacobian at current; columns of fixed parameters are zero.
+    void linearise(bool is_central);
 
     bool any_column_moves() const;
 
@@ -50,6 +51,9 @@ public:
     // rounded step, step the same in scaled parameters. False if both are zero.
     bool make_trial(bool with_curvature);
 
+    // Sets change and step from the trial point; false if both are zero.
+    bool measure_step();
+
     // Second-order correction after a poor predicted reduction: adds the residuals' deviation from
     // the linear model along the step, minimises again and keeps the better trial. In a curved
     // valley this returns to the floor. Returns the sum of squares at the trial.
@@ -68,6 +72,13 @@ public:
     // Largest scaled parameter.
     f64 scaled_size(const f64* x) const;
 
+    // Size of the linear terms: column lengths times parameters.
+    f64 term_size() const;
+
+    // Error of the predicted reduction from the differences of residuals with rounding errors of
+    // this size.
+    f64 reduction_error(f64 rounding) const;
+
     // Sets the columns of widened difference steps to zero; false if there are none.
     bool drop_widened_columns();
 
@@ -75,6 +86,7 @@ public:
 
 private:
     f64 column_length(i64 j) const;
+    difference_rule rule_for(i64 j, bool is_central) const;
     model_problem problem(bool with_curvature) const;
 
     const residual_function& function_;
@@ -83,6 +95,7 @@ private:
     solver_storage& work_;
     i64 m_, n_, rows_; // rows of R
     bool has_curvature_ = false;
+    f64 unrounded_reduction_ = 0.0;
 };
 
 } // namespace qmx::numeric

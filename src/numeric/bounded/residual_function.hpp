@@ -1,5 +1,5 @@
-// The residual function of a fit, in the solver's f64, with the precision of its arithmetic. Used by
-// every file of the chamber.
+// The residual function of a fit, in the solver's f64, with the precision of its arithmetic. Used
+// by every file of the chamber.
 #pragma once
 
 #include "base/base_types.hpp"

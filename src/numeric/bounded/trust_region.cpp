@@ -1,5 +1,6 @@
 #include "numeric/bounded/trust_region.hpp"
 
+#include "numeric/bounded/affine_parameters.hpp"
 #include "numeric/bounded/descent.hpp"
 #include "numeric/bounded/local_model.hpp"
 #include "numeric/bounded/multistart.hpp"
@@ -19,10 +20,10 @@ public:
     fit(const residual_function& function, const fit_limits& limits,
         const solver_settings& settings, solver_storage& storage)
         : function_(function), limits_(limits), settings_(settings), work_(storage),
-          model_(function, limits, settings, storage),
-          descent_(function, limits, settings, storage, model_),
-          multistart_(function, limits, settings, storage, model_, descent_), m_(function.m),
-          n_(function.n) {}
+          model_(function, limits, settings, storage), affine_(function, limits, storage, model_),
+          descent_(function, limits, settings, storage, model_, affine_),
+          multistart_(function, limits, settings, storage, model_, affine_, descent_),
+          m_(function.m), n_(function.n) {}
 
     stop_code run(f64* x, f64& norm) {
         point& current = work_.current;
@@ -92,6 +93,7 @@ private:
     const solver_settings& settings_;
     solver_storage& work_;
     local_model model_;
+    affine_parameters affine_;
     descent descent_;
     multistart multistart_;
     i64 m_, n_;
@@ -107,7 +109,7 @@ point take_point(storage_plan& plan, i64 m, i64 n) {
 
 solver_storage::solver_storage(storage_plan& plan, i64 m, i64 n, i64 constraints)
     : current(take_point(plan, m, n)), trial(take_point(plan, m, n)), best(take_point(plan, m, n)),
-      widened(take_point(plan, m, n)), jacobian(plan.take<f64>(m, n)),
+      corrected(take_point(plan, m, n)), jacobian(plan.take<f64>(m, n)),
       old_jacobian(plan.take<f64>(m, n)), factors(plan.take<f64>(m, n)), beta(plan.take<f64>(n)),
       rotated(plan.take<f64>(m)), model(plan.take<f64>(std::min(m, n), n)),
       curvature(plan.take<f64>(n, n)), scaled_curvature(plan.take<f64>(n, n)),
@@ -116,9 +118,12 @@ solver_storage::solver_storage(storage_plan& plan, i64 m, i64 n, i64 constraints
       old_step(plan.take<f64>(n)), old_change(plan.take<f64>(n)), gradient(plan.take<f64>(n)),
       old_gradient(plan.take<f64>(n)), lower(plan.take<f64>(n)), upper(plan.take<f64>(n)),
       row_lower(plan.take<f64>(constraints)), row_upper(plan.take<f64>(constraints)),
-      places(plan.take<f64>(places_across, n)), place_squares(plan.take<f64>(places_across)),
-      is_fixed(plan.take<bool>(n)),
-      is_widened(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),
+      typical(plan.take<f64>(n)), difference_lengths(plan.take<f64>(n)),
+      divisors(plan.take<f64>(n)), far_x(plan.take<f64>(n)), start(plan.take<f64>(n)),
+      places(plan.take<f64>(most_places, n)), place_values(plan.take<f64>(most_places)),
+      place_squares(plan.take<f64>(most_places)), previous_f(plan.take<f64>(m)),
+      is_fixed(plan.take<bool>(n)), is_widened(plan.take<bool>(n)), is_affine(plan.take<bool>(n)),
+      is_scanned(plan.take<bool>(n)), differences{plan.take<f64>(n), plan.take<f64>(m),
                                                   plan.take<f64>(m)},
       inner(plan, n + constraints, std::max(n, constraints), constraints),
       feasible(plan, n, constraints) {}

@@ -1,5 +1,5 @@
 // Nonlinear least squares under bounds and linear constraints. Called by the option-list solver;
-// descends from the start, then searches between the bounds.
+// descends from the start, then searches for a better minimum (multistart.hpp).
 //
 //   minimise  |F(x)|  so that  lower <= x <= upper  and  row_lower <= C x <= row_upper
 //
@@ -9,7 +9,8 @@
 // reduction better is used next; a rejected step is tried with the other one before the radius
 // shrinks. After a poor predicted reduction a second-order correction adds the curvature seen along
 // the step and solves again, which returns to the floor of a curved valley. Once progress ends,
-// derivatives switch to central differences, whose error does not limit the solution.
+// derivatives switch to central differences, whose error does not limit the solution. Parameters in
+// which the residuals are affine are fitted exactly at each trial point (affine_parameters.hpp).
 //
 // Method: Dennis, Gay and Welsch, An adaptive nonlinear least-squares algorithm (1981), for model
 // and switching; box-shaped regions after Fletcher, Practical Methods of Optimization (1987).
@@ -32,8 +33,8 @@ struct solver_settings {
     f64 step_tolerance;
     f64 change_tolerance;
     f64 noise_tolerance;
-    f64 acceptance; // least ratio of actual to predicted reduction
-    f64 relative_difference;
+    f64 acceptance;                              // least ratio of actual to predicted reduction
+    f64 relative_difference, central_difference; // relative steps, of two points and of three
     f64 first_region; // first radius, in thirtieths of the parameters' size
 };
 
@@ -59,13 +60,16 @@ struct solver_storage {
         f64* f; // [m]
         f64 square;
     };
-    point current, trial, best, widened;
+    point current, trial, best, corrected;
     f64 *jacobian, *old_jacobian, *factors, *beta, *rotated;
     f64 *model, *curvature, *scaled_curvature, *scaled_rows;
     f64 *scale, *largest, *step, *change, *old_step, *old_change, *gradient, *old_gradient;
     f64 *lower, *upper, *row_lower, *row_upper; // of the step
-    f64 *places, *place_squares;
-    bool *is_fixed, *is_widened;
+    f64* typical;                               // sizes of the parameters, forgotten slowly
+    f64* difference_lengths;                    // of the Jacobian's columns
+    f64 *divisors, *far_x;                      // of the affine parameters
+    f64 *start, *places, *place_values, *place_squares, *previous_f; // of the multistart
+    bool *is_fixed, *is_widened, *is_affine, *is_scanned;
     difference_storage differences;
     step_storage inner;
     feasible_storage feasible;

@@ -6,8 +6,6 @@ namespace qmx::numeric {
 
 namespace {
 
-constexpr f64 half_log_2_pi = 0.91893853320467274;
-
 // With more degrees of freedom the distribution is narrower than the spacing of f64.
 constexpr f64 constant_from = 1e36;
 
@@ -15,8 +13,8 @@ constexpr f64 constant_from = 1e36;
 // quantile, close to it while it is small against 1.
 f64 power_law_quantile(f64 log_p, f64 a) {
     const f64 b = a + 1.0;
-    const f64 log_gamma = (b - 0.5) * std::log(b) - b + half_log_2_pi + stirling_rest(b);
-    return std::exp((log_p + log_gamma) / a);
+    const f64 log_gamma = (b - 0.5) * logarithm(b) - b + half_log_2_pi.high + stirling_rest(b);
+    return exponential((log_p + log_gamma) / a);
 }
 
 // Wilson and Hilferty (1931): the cube root is nearly normal.
@@ -43,11 +41,11 @@ search_result chi_squared_quantile(f64 p, f64 df) {
         if (start < least) return {2.0 * power_law, search_outcome::converged};
     }
     const f64 largest_step = lower ? 700.0 : 1.0; // the upper tail is flat near 0
+    const gamma_kernel gamma(a);
     search_result found = logarithmic_newton(start, largest_step, [&](f64 u) {
-        const f64 factor = lower ? gamma_lower_factor(a, u) : gamma_upper_factor(a, u);
-        const double_double log_ratio = log_gamma_density(a, u) - log_tail;
-        return log_residual{log_ratio.high + std::log(factor) + log_ratio.low,
-                            lower ? factor : -factor};
+        const double_double log_ratio = gamma.log_density(u) - log_tail;
+        return lower ? log_residual::of(log_ratio, gamma.lower_factor(u))
+                     : log_residual::of(log_ratio, gamma.upper_factor(u)).falling();
     });
     found.root *= 2.0;
     return found;

@@ -7,7 +7,6 @@ namespace qmx::numeric {
 namespace {
 
 constexpr f64 epsilon = std::numeric_limits<f64>::epsilon();
-constexpr f64 half_log_2_pi = 0.91893853320467274;
 
 // From here on a tail is integrated: continued fractions and series would take more terms than
 // the integral takes nodes.
@@ -41,9 +40,18 @@ private:
 // More than any argument of the routines needs; a search that is thrown far off must still end.
 constexpr f64 most_terms = 1e5;
 
+// 1/3 + q/5 + q^2/7 + ..., for 0 <= q <= 1/9: what the inverse hyperbolic tangent of s has behind
+// s, divided by s^3, at q = s^2.
+f64 inverse_tangent_rest(f64 q) {
+    const i32 last = q < 0.003 ? 6 : 17;
+    f64 sum = 0.0;
+    for (i32 k = last; k >= 0; --k) sum = sum * q + 1.0 / (2 * k + 3);
+    return sum;
+}
+
 // e^t - 1 - t.
 f64 exponential_rest(f64 t) {
-    if (std::fabs(t) > 0.1) return std::expm1(t) - t;
+    if (std::fabs(t) > 0.1) return exp_minus_1(t) - t;
     f64 sum = 0.0;
     for (i32 k = 10; k >= 1; --k) sum = (sum + 1.0) * t / (k + 2);
     return 0.5 * t * t * (1.0 + sum);
@@ -51,7 +59,7 @@ f64 exponential_rest(f64 t) {
 
 // log(1 + z) - z.
 f64 logarithm_rest(f64 z) {
-    if (std::fabs(z) > 0.3) return std::log1p(z) - z;
+    if (std::fabs(z) > 0.3) return log_1p(z) - z;
     const f64 s = z / (2.0 + z);
     return 2.0 * s * s * s * inverse_tangent_rest(s * s) - z * s;
 }
@@ -74,8 +82,8 @@ template <class Exponent> f64 decline_integral(f64 slope, f64 curvature, Exponen
     const f64 half = 0.5 * end;
     f64 sum = 0.0;
     for (i32 k = 0; k < 12; ++k) {
-        const f64 near_end = std::exp(-exponent(half * (1.0 - node[k])));
-        const f64 far_end = std::exp(-exponent(half * (1.0 + node[k])));
+        const f64 near_end = exponential(-exponent(half * (1.0 - node[k])));
+        const f64 far_end = exponential(-exponent(half * (1.0 + node[k])));
         sum += weight[k] * (near_end + far_end);
     }
     return half * sum;
@@ -84,14 +92,15 @@ template <class Exponent> f64 decline_integral(f64 slope, f64 curvature, Exponen
 } // namespace
 
 f64 stirling_rest(f64 z) {
-    f64 shifted = 0.0;
+    double_double shifted;
     while (z < 10.0) {
         // rest(z) - rest(z + 1) = (z + 1/2) log(1 + 1/z) - 1, by the inverse tangent series
         if (z >= 1.0) {
             const f64 q = 1.0 / ((2.0 * z + 1.0) * (2.0 * z + 1.0));
-            shifted += q * inverse_tangent_rest(q);
+            shifted = shifted + double_double{q * inverse_tangent_rest(q)};
         } else {
-            shifted += (z + 0.5) * (std::log1p(z) - std::log(z)) - 1.0;
+            const double_double log_step = log_of(exact_sum(1.0, z)) - log_of(z);
+            shifted = shifted + exact_sum(z, 0.5) * log_step - double_double{1.0};
         }
         z += 1.0;
     }
@@ -101,58 +110,79 @@ f64 stirling_rest(f64 z) {
         q * (1.0 / 360 -
              q * (1.0 / 1260 -
                   q * (1.0 / 1680 - q * (1.0 / 1188 - q * (691.0 / 360360 - q * (1.0 / 156))))));
-    return shifted + series / z;
+    return (shifted + double_double{series / z}).high;
 }
 
-double_double deviance(f64 a, double_double d, double_double log_of_value) {
-    const double_double r = d / double_double{a};
-    if (r.high > -0.3 && r.high < 0.3) {
-        // r - log(1 + r) = r s - 2 s^3 (1/3 + s^2/5 + ...), s = r/(2 + r)
-        const double_double s = r / (double_double{2.0} + r);
-        const f64 cube = s.high * s.high * s.high;
-        return double_double{a} *
-               (r * s - double_double{2.0 * cube * inverse_tangent_rest(s.high * s.high)});
-    }
-    return d - double_double{a} * (log_of_value - log_of(a));
+double_double logarithm_shortfall(double_double r) {
+    // r s - 2 s^3 (1/3 + q/5 + q^2/7 + ...), s = r/(2 + r), q = s^2
+    static constexpr auto leading = [] {
+        std::array<double_double, 4> terms{};
+        for (std::size_t k = 0; k < terms.size(); ++k)
+            terms[k] = double_double{1.0} / double_double{2.0 * static_cast<f64>(k) + 3.0};
+        return terms;
+    }();
+    const double_double s = r / (double_double{2.0} + r);
+    const double_double square = s * s;
+    const f64 q = square.high;
+    f64 sum = 0.0;
+    for (i32 k = 14; k >= 4; --k) sum = sum * q + 1.0 / (2 * k + 3);
+    const double_double rest =
+        polynomial_at(square, leading) + double_double{sum * (q * q) * (q * q)};
+    return r * s - double_double{2.0} * (s * square) * rest;
 }
 
-double_double log_gamma_density(f64 a, f64 u) {
-    const double_double exponent = deviance(a, exact_sum(u, -a), log_of(u));
-    return double_double{0.5 * std::log(a) - half_log_2_pi - stirling_rest(a)} - exponent;
+gamma_kernel::gamma_kernel(f64 a)
+    : a_(a),
+      log_front_(double_double{0.5} * log_of(a) - half_log_2_pi - double_double{stirling_rest(a)}) {
 }
 
-f64 gamma_lower_factor(f64 a, f64 u) {
-    if (a > large_shape) {
+double_double gamma_kernel::log_density(f64 u) const {
+    return log_front_ - deviance(a_, exact_sum(u, -a_),
+                                 [&] { return log_of(double_double{u} / double_double{a_}); });
+}
+
+f64 gamma_kernel::lower_factor(f64 u) const {
+    if (a_ > large_shape) {
         // In t = log(u/v), v running from u down to 0.
-        const f64 slope = a - u;
+        const f64 slope = a_ - u;
         return decline_integral(slope, u,
                                 [=](f64 t) { return slope * t + u * exponential_rest(-t); });
     }
-    f64 term = 1.0 / a;
+    f64 term = 1.0 / a_;
     f64 sum = term;
     for (f64 k = 1.0; term > 0.1 * epsilon * sum; k += 1.0) {
-        term *= u / (a + k);
+        term *= u / (a_ + k);
         sum += term;
     }
     return sum;
 }
 
-f64 gamma_upper_factor(f64 a, f64 u) {
-    if (a > large_shape) {
-        const f64 slope = u - a;
+f64 gamma_kernel::upper_factor(f64 u) const {
+    if (a_ > large_shape) {
+        const f64 slope = u - a_;
         return decline_integral(slope, u,
                                 [=](f64 t) { return slope * t + u * exponential_rest(t); });
     }
-    if (u < std::fmax(a, 1.0)) {
-        const double_double log_density = log_gamma_density(a, u);
-        return std::exp(-log_density.high) * (1.0 - log_density.low) - gamma_lower_factor(a, u);
+    if (u < std::fmax(a_, 1.0)) {
+        // All of it less the lower share, in pairs: the upper share may be a small part.
+        const scaled_pair whole = exponential_of<kernel_digits::usual>(-log_density(u));
+        double_double term = double_double{1.0} / double_double{a_};
+        double_double sum = term;
+        for (f64 k = 1.0; term.high > 1e-3 * epsilon * sum.high; k += 1.0) {
+            term = term * (double_double{u} / exact_sum(a_, k));
+            sum = sum + term;
+        }
+        return (double_double{std::ldexp(whole.value.high, whole.exponent),
+                              std::ldexp(whole.value.low, whole.exponent)} -
+                sum)
+            .high;
     }
     // Legendre's continued fraction, 1/(u + 1 - a - 1 (1 - a)/(u + 3 - a - 2 (2 - a)/...)).
-    f64 denominator = u - a + 1.0;
+    f64 denominator = u - a_ + 1.0;
     continued_fraction sum(denominator);
     for (f64 n = 1.0; n < most_terms; n += 1.0) {
         denominator += 2.0;
-        if (sum.is_settled_after(n * (a - n), denominator)) break;
+        if (sum.is_settled_after(n * (a_ - n), denominator)) break;
     }
     return sum.value();
 }
@@ -165,7 +195,7 @@ f64 beta_lower_factor(f64 a, f64 b, f64 x, f64 y, f64 lambda) {
         return decline_integral(lambda, n * x * y, [=](f64 t) {
             const f64 share = x < y ? x : y;
             const f64 signed_t = x < y ? -t : t;
-            return lambda * t + n * (logarithm_rest(share * std::expm1(signed_t)) +
+            return lambda * t + n * (logarithm_rest(share * exp_minus_1(signed_t)) +
                                      share * exponential_rest(signed_t));
         });
     }

@@ -17,7 +17,7 @@ f64 inverse_erf_near_zero(f64 t) {
     const f64 q = half_root_of_pi * half_root_of_pi * t * t;
     f64 y = half_root_of_pi * t * (1.0 + q * (1.0 / 3 + q * (7.0 / 30 + q * (127.0 / 630))));
     for (i32 step = 0; step < 2; ++step) {
-        y = halley_step(y, (std::erf(y) - t) * half_root_of_pi * std::exp(y * y));
+        y = halley_step(y, (error_function(y) - t) * half_root_of_pi * exponential(y * y));
     }
     return y;
 }
@@ -26,7 +26,7 @@ f64 inverse_erf_near_zero(f64 t) {
 f64 log_erfc_far(f64 y) {
     const f64 q = 0.5 / (y * y);
     const f64 series = q * (1.0 - 3.0 * q * (1.0 - 5.0 * q * (1.0 - 7.0 * q)));
-    return std::log1p(-series) - y * y - std::log(2.0 * half_root_of_pi * y);
+    return log_1p(-series) - y * y - logarithm(2.0 * half_root_of_pi * y);
 }
 
 // y with erfc(y) = tail, 0 < tail < 0.5. Start: Hastings (1955), "Approximations for digital
@@ -35,7 +35,7 @@ f64 inverse_erfc_tail(f64 tail) {
     constexpr f64 least_for_erfc = 1e-290; // below, erfc would soon lose digits to underflow
     constexpr f64 ln_2 = 0.69314718055994531;
     constexpr f64 root_of_half = 0.70710678118654752;
-    const f64 log_tail = std::log(tail);
+    const f64 log_tail = logarithm(tail);
     const f64 u = std::sqrt(-2.0 * (log_tail - ln_2));
     const f64 start = u - (2.515517 + u * (0.802853 + u * 0.010328)) /
                               (1.0 + u * (1.432788 + u * (0.189269 + u * 0.001308)));
@@ -47,7 +47,8 @@ f64 inverse_erfc_tail(f64 tail) {
         return y;
     }
     for (i32 step = 0; step < 2; ++step) {
-        y = halley_step(y, (tail - std::erfc(y)) * half_root_of_pi * std::exp(y * y));
+        y = halley_step(y, (tail - complementary_error_function(y)) * half_root_of_pi *
+                               exponential(y * y));
     }
     return y;
 }

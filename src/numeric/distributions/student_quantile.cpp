@@ -7,7 +7,6 @@ namespace qmx::numeric {
 namespace {
 
 constexpr f64 epsilon = std::numeric_limits<f64>::epsilon();
-constexpr f64 half_log_2_pi = 0.91893853320467274;
 
 // With more degrees of freedom, t is normal to the last place wherever its tail is above 0.
 constexpr f64 normal_from = 1e25;
@@ -17,12 +16,13 @@ constexpr f64 far_out = 1e100;
 
 struct student {
     f64 df;
-    f64 log_mode; // log of the density at 0
+    double_double log_mode; // log of the density at 0
 
     explicit student(f64 degrees_of_freedom) : df(std::fmin(degrees_of_freedom, normal_from)) {
         const f64 a = 0.5 * df;
-        log_mode = a * std::log1p(0.5 / a) - 0.5 + stirling_rest(a + 0.5) - stirling_rest(a) -
-                   half_log_2_pi;
+        log_mode = double_double{a} * log_1p_of(double_double{0.5} / double_double{a}) -
+                   double_double{0.5} - half_log_2_pi +
+                   exact_sum(stirling_rest(a + 0.5), -stirling_rest(a));
     }
 
     // log of t times the density at t.
@@ -34,10 +34,9 @@ struct student {
         } else {
             const double_double square = exact_product(t, t);
             const double_double ratio = square / double_double{df};
-            decline = ratio.high < 0.3 ? log_near_one(ratio)
-                                       : log_of(square + double_double{df}) - log_of(df);
+            decline = log_1p_of(ratio);
         }
-        return log_t + double_double{log_mode} - exact_sum(0.5 * df, 0.5) * decline;
+        return log_t + log_mode - exact_sum(0.5 * df, 0.5) * decline;
     }
 
     // P(T > t) = t * density * this: half an incomplete beta ratio at x = df/(df + t^2).
@@ -68,15 +67,13 @@ f64 student_quantile(f64 p, f64 df) {
     if (p == 0.5) return 0.0;
     const student t_of(df);
     const f64 tail = p < 0.5 ? p : 1.0 - p;
-    const bool heavy = t_of.df < 10.0;
     f64 t = 0.0;
-    if (tail >= (heavy ? 0.25 : 0.05)) {
+    if (tail >= 0.16 + 0.09 / t_of.df) { // for t below 1, about
         const f64 share = 0.5 - tail;
         const double_double log_share = log_of(share);
-        t = logarithmic_newton(share * std::exp(-t_of.log_mode), 700.0, [&](f64 estimate) {
-                const f64 factor = t_of.centre_factor(estimate);
-                const double_double log_ratio = t_of.log_density(estimate) - log_share;
-                return log_residual{log_ratio.high + std::log(factor) + log_ratio.low, factor};
+        t = logarithmic_newton(share * exponential(-t_of.log_mode.high), 700.0, [&](f64 estimate) {
+                return log_residual::of(t_of.log_density(estimate) - log_share,
+                                        t_of.centre_factor(estimate));
             }).root;
     } else {
         const double_double log_tail = log_of(tail);
@@ -85,9 +82,9 @@ f64 student_quantile(f64 p, f64 df) {
                                        : inverse_erfc(2.0 * tail));
         const f64 start = z + z * (z * z + 1.0) / (4.0 * t_of.df);
         t = logarithmic_newton(start, 700.0, [&](f64 estimate) {
-                const f64 factor = t_of.tail_factor(estimate);
-                const double_double log_ratio = t_of.log_density(estimate) - log_tail;
-                return log_residual{log_ratio.high + std::log(factor) + log_ratio.low, -factor};
+                return log_residual::of(t_of.log_density(estimate) - log_tail,
+                                        t_of.tail_factor(estimate))
+                    .falling();
             }).root;
     }
     return p < 0.5 ? -t : t;

@@ -1,12 +1,13 @@
 #include "numeric/plot/character_plot.hpp"
 
 #include "base/bounded_text.hpp"
+#include "base/elementary_functions.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/errors/print_options.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 
 namespace qmx::numeric {
 namespace {
@@ -51,9 +52,9 @@ plot_axis axis_over(const value_bounds& bounds, i32 most_intervals) {
     const f64 least_width = are_equal ? (size > 0.0 ? size : 1.0) : size * 1.0e-6;
     const f64 width = std::max(bounds.highest - bounds.lowest, least_width);
     const f64 lowest = are_equal ? bounds.lowest - 0.5 * width : bounds.lowest;
-    for (f64 power = std::floor(std::log10(width / most_intervals));; power += 1.0) {
+    for (f64 exponent = std::floor(logarithm_10(width / most_intervals));; exponent += 1.0) {
         for (const f64 round : round_numbers) {
-            const f64 step = round * std::pow(10.0, power);
+            const f64 step = round * power(10.0, exponent);
             const f64 first = std::floor(lowest / step), last = std::ceil((lowest + width) / step);
             if (last - first <= most_intervals)
                 return {step, first, static_cast<i32>(last - first)};
@@ -62,9 +63,10 @@ plot_axis axis_over(const value_bounds& bounds, i32 most_intervals) {
 }
 
 void append_label(line_text& line, f64 value) {
-    char digits[32];
-    const int count = std::snprintf(digits, sizeof digits, "%.7g", value);
-    line.append({digits, static_cast<std::size_t>(count)});
+    char digits[32]; // written alike in every locale
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, 7).ptr;
+    line.append({digits, static_cast<std::size_t>(end - digits)});
 }
 
 void append_blanks(line_text& line, i64 count) {

@@ -3,6 +3,7 @@
 #include "base/work_array.hpp"
 #include "numeric/arithmetic/register_width.hpp"
 #include "numeric/errors/numeric_frame.hpp"
+#include "numeric/polynomial/power_basis.hpp"
 #include "numeric/sorting/sort_search.hpp"
 
 #include <algorithm>
@@ -170,7 +171,8 @@ bool fit_plainly(const scaled_rows& rows, i32 NDEG, orthogonal_fit& fit, orthogo
 }
 
 // In double-double, over the observations in ascending order; false when memory ran out.
-bool fit_refined(scaled_rows rows, i32 NDEG, orthogonal_fit& fit, orthogonal_term* terms) {
+bool fit_refined(scaled_rows rows, i32 NDEG, orthogonal_fit& fit, orthogonal_term* terms,
+                 i32& most_degree) {
     const i32 n = rows.count;
     const work_array<f64> x(n);
     const work_array<f64> y(n);
@@ -183,7 +185,48 @@ bool fit_refined(scaled_rows rows, i32 NDEG, orthogonal_fit& fit, orthogonal_ter
     rows.x = x.data();
     rows.y = y.data();
     fit.is_refined = true;
-    return fit_in_pairs(rows, std::min(NDEG, distinct_neighbours(x.data(), n) - 1), fit, terms);
+    most_degree = std::min(NDEG, distinct_neighbours(x.data(), n) - 1);
+    return fit_in_pairs(rows, most_degree, fit, terms);
+}
+
+// The fit, its sums and its coefficients of powers agree with a better one to a few ulps.
+bool agrees(const orthogonal_fit& fit, const orthogonal_term* terms, const f64* powers,
+            const fit_outcome& better, const orthogonal_term* better_terms,
+            const f64* better_powers) {
+    const auto are_near = [](f64 a, f64 b, f64 size) { return std::abs(a - b) <= 0x1p-51 * size; };
+    if (fit.degree != better.degree || fit.is_perfect != better.is_perfect ||
+        !are_near(fit.error.high, better.error.high, better.error.high))
+        return false;
+    for (i32 k = 0; k <= better.degree; ++k)
+        if (!are_near(powers[k], better_powers[k], std::abs(better_powers[k])) ||
+            !are_near(terms[k].explained.high, better_terms[k].explained.high,
+                      better_terms[k].explained.high))
+            return false;
+    return true;
+}
+
+// Expands a fit in double-double into powers and repeats it in more digits where it may have lost too
+// many. What was right all the same is kept; false when memory ran out.
+bool restore_lost_digits(const scaled_rows& rows, i32 most_degree, orthogonal_fit& fit,
+                         orthogonal_term* terms) {
+    if (!expand_into_powers(fit, terms, fit.powers, fit.amplification)) return false;
+    if (!shows_loss(loss_of_digits(fit.degree, terms), fit.amplification, bits_of_pairs))
+        return true;
+    const work_array<orthogonal_term> better_terms(i64{most_degree} + 1);
+    const work_array<f64> better_powers(i64{most_degree} + 1);
+    fit_outcome better;
+    if (!better_terms || !better_powers ||
+        !fit_in_extended_reals(rows, most_degree, better, better_terms.data(),
+                               better_powers.data()))
+        return false;
+    better_terms[0].coefficient = better_terms[0].coefficient + double_double{rows.y_origin};
+    for (f64& power : better_powers) power = std::ldexp(power, fit.y_exponent);
+    if (agrees(fit, terms, fit.powers, better, better_terms.data(), better_powers.data()))
+        return true;
+    static_cast<fit_outcome&>(fit) = better;
+    std::copy_n(better_terms.data(), better.degree + 1, terms);
+    std::copy_n(better_powers.data(), better.degree + 1, fit.powers);
+    return true;
 }
 
 } // namespace
@@ -206,13 +249,17 @@ bool DR3ORP(const i32& NOBS, const column_read_as<f64>& X, const column_read_as<
         return true;
     }
     const scaled_rows rows = scale_rows(X, Y, NOBS, y_extent, fit);
-    const bool may_be_plain = wanted == precision::as_needed && NOBS > few_observations &&
-                              fit.x_extent.is_finite() && y_extent.is_finite() &&
-                              std::isfinite(fit.multiplier);
-    if (!(may_be_plain && fit_plainly(rows, NDEG, fit, TERMS)) &&
-        !fit_refined(rows, NDEG, fit, TERMS))
-        return false;
+    const bool is_finite =
+        fit.x_extent.is_finite() && y_extent.is_finite() && std::isfinite(fit.multiplier);
+    const bool may_be_plain =
+        wanted == precision::as_needed && NOBS > few_observations && is_finite;
+    const bool is_plain = may_be_plain && fit_plainly(rows, NDEG, fit, TERMS);
+    i32 most_degree = 0;
+    if (!is_plain && !fit_refined(rows, NDEG, fit, TERMS, most_degree)) return false;
     TERMS[0].coefficient = TERMS[0].coefficient + double_double{rows.y_origin};
+    if (!is_plain && is_finite && fit.powers != nullptr &&
+        !restore_lost_digits(rows, most_degree, fit, TERMS))
+        return false;
     post_degree_reached(fit, NDEG);
     return true;
 }

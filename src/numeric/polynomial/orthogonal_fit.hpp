@@ -10,7 +10,8 @@
 // double-double and are correct to the last digits of f64, however close together the abscissas
 // lie. All others are computed in f64 with exact sums: norms and sums of squares are good to a few
 // ulps, a coefficient to some 1e-13 of its standard error. Such a fit does not depend on the order
-// of the observations; only the double-double fit sorts them.
+// of the observations; only the double-double fit sorts them. Where abscissas lie so far apart that
+// double-double loses digits, the fit is repeated with as many digits as it takes.
 //
 // Method: G. E. Forsythe, "Generation and use of orthogonal polynomials for data-fitting with a
 // digital computer", 1957.
@@ -33,6 +34,10 @@ struct orthogonal_fit : fit_outcome {
     // Coefficients are in units of 2^y_exponent, sums of squares in units of its square, so that
     // neither large nor small ordinates leave the range of f64.
     i32 y_exponent = 0;
+    // If not null, room for the coefficients of the powers of x, [reachable_degree + 1]; they are
+    // filled by a refined fit. Amplification: see power_basis.hpp.
+    f64* powers = nullptr;
+    f64 amplification = 0.0; // 0.0: powers are not filled
 };
 
 // The largest degree that so many observations permit, at least 0.

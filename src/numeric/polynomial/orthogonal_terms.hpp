@@ -5,7 +5,7 @@
 #pragma once
 
 #include "base/base_types.hpp"
-#include "numeric/arithmetic/double_double.hpp"
+#include "base/double_double.hpp"
 #include "numeric/polynomial/column_read_as.hpp"
 
 namespace qmx::numeric {
@@ -71,5 +71,22 @@ bool fit_by_moments(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
 // in the order of the rows. Returns false when memory ran out.
 bool fit_in_pairs(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
                   orthogonal_term* terms);
+inline constexpr i32 bits_of_pairs = 102; // that rounding leaves at worst
+
+// ---- In more digits ----------------------------------------------------------------------------
+
+// Estimates how many times the arithmetic's rounding error the terms of a fit are off, relative to the
+// norms of the polynomials: by how much rounding errors grow in the recurrence. Abscissas far from the
+// others let the norms fall steeply, and the errors grow with each term.
+f64 loss_of_digits(i32 degree, const orthogonal_term* terms);
+
+// Whether such a loss, amplified by the expansion into powers, may show in f64.
+bool shows_loss(f64 loss, f64 amplification, i32 bits);
+
+// As fit_in_pairs, with as many digits as the loss asks for, in time that permits: 256 bits at first,
+// then twice as many, up to 16384. Fills powers, [degree + 1], with the coefficients of the powers of
+// x. Needs finite observations, in any order. Returns false when memory ran out.
+bool fit_in_extended_reals(const scaled_rows& rows, i32 degree, fit_outcome& outcome,
+                           orthogonal_term* terms, f64* powers);
 
 } // namespace qmx::numeric

@@ -131,9 +131,11 @@ bool DR2URV(const i32& NOBS, const column_read_as<f64>& XDATA, const column_read
     const numeric_frame frame("DR2URV ");
     const work_array<orthogonal_term> terms(i64{reachable_degree(NOBS, NDEG)} + 1);
     const work_array<f64> powers(terms.size());
-    if (!terms || !powers) return false;
+    const work_array<f64> refined_powers(terms.size());
+    if (!terms || !powers || !refined_powers) return false;
 
     orthogonal_fit fit;
+    fit.powers = refined_powers.data();
     power_analysis analysis;
     if (!DR2ORP(NOBS, XDATA, YDATA, NDEG, precision::as_needed, fit, terms.data())) return false;
     if (x_extent != nullptr && fit.observations > 0) *x_extent = fit.x_extent;

@@ -13,6 +13,10 @@ struct power_analysis {
     f64 amplification = 0.0;
 };
 
+// Expands a fit into powers: B, [fit.degree + 1]. Returns false when memory ran out.
+bool expand_into_powers(const orthogonal_fit& fit, const orthogonal_term* terms, f64* B,
+                        f64& amplification);
+
 // Analyses a fit and expands it: B, [fit.degree + 1], receives the coefficients of the powers of x
 // in the units of x, constant term first, computed in double-double and rounded once. Returns false
 // when memory ran out.

@@ -56,8 +56,7 @@ void DRSTAT(const line_fit& fit, f64* AOV, f64* COEF, i32 LDCOEF, f64* COVB, i32
     const f64 slope_factor = infers_slope ? 1.0 / (fit.r22 * fit.r22) : nan;
     write_row({std::ldexp(fit.slope.high, slope_unit),
                std::ldexp(deviation * std::sqrt(slope_factor), slope_unit),
-               // Variance inflation factor: the model has no other regressor.
-               slope_factor * (fit.r22 * fit.r22)},
+               infers_slope ? 1.0 : nan}, // the model has no other regressor
               fit.error_degrees(), COEF, slope_row, LDCOEF);
     COVB[slope_row + slope_row * LDCOVB] = std::ldexp(mean_square * slope_factor, 2 * slope_unit);
     if (!fit.has_intercept) return;

@@ -1,5 +1,6 @@
 #include "numeric/regression/givens_fit.hpp"
 
+#include "base/elementary_functions.hpp"
 #include "numeric/arithmetic/blas.hpp"
 
 #include <algorithm>
@@ -68,7 +69,7 @@ void take_factor(const triangle& factor, f64 tolerance, line_fit& fit) {
     }
     fit.constant_estimated = fit.has_intercept && fit.r11 != 0.0;
     // The norm is that of x itself: r12 + r11 * x_center undoes the centering.
-    const f64 norm = std::hypot(fit.r22, fit.r12 + fit.r11 * fit.x_center);
+    const f64 norm = hypotenuse(fit.r22, fit.r12 + fit.r11 * fit.x_center);
     fit.slope_estimated = std::abs(fit.r22) > tolerance * norm;
 }
 

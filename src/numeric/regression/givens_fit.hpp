@@ -1,7 +1,7 @@
 // Least squares line by orthogonal reduction.
 #pragma once
 
-#include "numeric/arithmetic/double_double.hpp"
+#include "base/double_double.hpp"
 #include "numeric/regression/regression_rows.hpp"
 
 namespace qmx::numeric {

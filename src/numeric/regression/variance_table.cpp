@@ -26,7 +26,8 @@ void fill_variance_table(const variance_sources& sources, f64* AOV) {
 }
 
 f64 probability_above_f(f64 F, f64 numerator_degrees, f64 denominator_degrees) {
-    if (!(F >= 0.0 && numerator_degrees > 0.0 && denominator_degrees > 0.0))
+    // NaN is tested apart: comparing it would raise a floating-point exception.
+    if (std::isnan(F) || !(F >= 0.0 && numerator_degrees > 0.0 && denominator_degrees > 0.0))
         return std::numeric_limits<f64>::quiet_NaN();
     const f64 a = 0.5 * numerator_degrees, b = 0.5 * denominator_degrees;
     const f64 weighted = guarded_quotient(numerator_degrees, denominator_degrees) * F;

@@ -78,19 +78,20 @@ struct range_sweep {
             highest[lane] = -beyond;
             numbers[lane] = 0;
         }
+        // A NaN is replaced before it is compared for size, which would raise an exception.
+        const auto see = [&](std::size_t lane, f32 value) {
+            const bool is_number = value == value;
+            const f32 low = is_number ? value : beyond;
+            const f32 high = is_number ? value : -beyond;
+            lowest[lane] = low < lowest[lane] ? low : lowest[lane];
+            highest[lane] = high > highest[lane] ? high : highest[lane];
+            numbers[lane] += is_number ? 1 : 0;
+        };
         i64 i = 0;
         for (; i + static_cast<i64>(lanes) <= n; i += static_cast<i64>(lanes))
-            for (std::size_t lane = 0; lane < lanes; ++lane) {
-                const f32 value = x[i + static_cast<i64>(lane)];
-                lowest[lane] = value < lowest[lane] ? value : lowest[lane];
-                highest[lane] = value > highest[lane] ? value : highest[lane];
-                numbers[lane] += value == value ? 1 : 0;
-            }
-        for (; i < n; ++i) {
-            lowest[0] = x[i] < lowest[0] ? x[i] : lowest[0];
-            highest[0] = x[i] > highest[0] ? x[i] : highest[0];
-            numbers[0] += x[i] == x[i] ? 1 : 0;
-        }
+            for (std::size_t lane = 0; lane < lanes; ++lane)
+                see(lane, x[i + static_cast<i64>(lane)]);
+        for (; i < n; ++i) see(0, x[i]);
         found = {lowest, highest, numbers};
     }
 };

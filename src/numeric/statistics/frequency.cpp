@@ -89,15 +89,16 @@ bool refuse_arguments(i32 n, const f32* x, i32 k, i32 option, f32 low, f32 high,
 
 // Number of the first interval from least to most that reaches up to an observation, most + 1 if
 // none does. reaches(i) must be monotone; a poor guess costs time only.
-template <class Reaches> i32 first_that_reaches(f32 guess, i32 least, i32 most, Reaches reaches) {
-    i32 i = guess >= static_cast<f32>(most) ? most : std::max(least, truncated(guess));
+template <class Real, class Reaches>
+i32 first_that_reaches(Real guess, i32 least, i32 most, Reaches reaches) {
+    i32 i = guess >= static_cast<Real>(most) ? most : std::max(least, truncated(guess));
     while (i > least && reaches(i - 1)) --i;
     while (i <= most && !reaches(i)) ++i;
     return i;
 }
 
-f32 middle_of(i32 interval, f32 width, f32 low) {
-    return (static_cast<f32>(interval - 1) + 0.5F) * width + low;
+template <class Real> f32 middle_of(i32 interval, Real width, Real low) {
+    return static_cast<f32>((static_cast<Real>(interval - 1) + Real{0.5}) * width + low);
 }
 
 void tally_from_smallest_to_largest(i32 n, const f32* x, i32 k, f32* div,
@@ -123,27 +124,35 @@ void tally_from_smallest_to_largest(i32 n, const f32* x, i32 k, f32* div,
         for (i32 i = 1; i <= k; ++i) div[i - 1] = middle_of(i, width, low);
 }
 
-void tally_between(i32 n, const f32* x, i32 k, f32 low, f32 high, f32* div,
+// In f32; in f64 where the limits lie further apart than f32 reaches.
+template <class Real>
+void tally_between(i32 n, const f32* x, i32 k, Real low, Real high, f32* div,
                    const class_counts& counts) {
     const i32 inner = k - 2;
-    const f32 width = (high - low) / static_cast<f32>(inner);
+    const Real width = (high - low) / static_cast<Real>(inner);
     for (i64 j = 0; j < n; ++j) {
         if (x[j] <= low) {
             counts.add(1);
         } else if (x[j] > high) {
             counts.add(k);
         } else {
-            const f32 distance = x[j] - low;
+            const Real distance = x[j] - low;
             const i32 found = first_that_reaches(distance / width, 1, inner, [&](i32 i) {
-                return distance <= static_cast<f32>(i) * width;
+                return distance <= static_cast<Real>(i) * width;
             });
             counts.add(std::min(found, inner) + 1);
         }
     }
     if (div == nullptr) return;
-    div[0] = low - width / 2.0F;
+    div[0] = static_cast<f32>(low - width / 2);
     for (i32 i = 1; i <= inner; ++i) div[i] = middle_of(i, width, low);
-    div[k - 1] = high + width / 2.0F;
+    div[k - 1] = static_cast<f32>(high + width / 2);
+}
+
+// Whether finite limits lie further apart than f32 reaches.
+bool is_beyond_f32(f32 low, f32 high) {
+    return std::isfinite(low) && std::isfinite(high) &&
+           f64{high} - f64{low} > f64{std::numeric_limits<f32>::max()};
 }
 
 // ---- Class marks --------------------------------------------------------------------------------
@@ -169,7 +178,12 @@ void OWFRQ(const i32& NOBS, const f32* X, const i32& K, const i32& IOPT, const f
     const class_counts counts(TABLE, K);
     switch (IOPT) {
     case 0: tally_from_smallest_to_largest(NOBS, X, K, DIV, counts); break;
-    case 1: tally_between(NOBS, X, K, XLO, XHI, DIV, counts); break;
+    case 1:
+        if (is_beyond_f32(XLO, XHI))
+            tally_between<f64>(NOBS, X, K, XLO, XHI, DIV, counts);
+        else
+            tally_between<f32>(NOBS, X, K, XLO, XHI, DIV, counts);
+        break;
     case 2: tally_by_cut_points(NOBS, X, K, DIV, counts); break;
     default: tally_by_marks(NOBS, X, K, CLHW, DIV, counts); break;
     }

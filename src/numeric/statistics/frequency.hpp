@@ -12,8 +12,9 @@
 //
 // Every comparison is made in f32 as written, so that a value on a limit finds its class by the
 // rule; only the one or two classes in question are compared. With IOPT 1 a value whose distance
-// from XLO rounds to more than (K-2)*w belongs to class K-1. Counts are exact integers, rounded to
-// f32 at the end. Infinite values are counted like any other.
+// from XLO rounds to more than (K-2)*w belongs to class K-1; where XHI - XLO exceeds the largest f32,
+// the comparisons are made in f64. Counts are exact integers, rounded to f32 at the end. Infinite
+// values are counted like any other.
 //
 // Errors, all of type 5, leave TABLE and DIV unwritten: 1 NOBS, 2 IOPT, 3 limits, 4 DIV does not
 // ascend or holds a NaN, 5 to 7 K, 8 a NaN in X.

@@ -14,7 +14,7 @@
 //    7 maximum                                    chi-squared with n - 1 degrees of freedom
 //    8 range, row 7 - row 6                    15 sum of the weights; written only with IWT
 //
-// Missing values are NaN; they are skipped for the variable they occur in. A statistic that is not
+// Row 9 is NaN where row 1 is 0. Missing values are NaN; they are skipped for the variable they occur in. A statistic that is not
 // defined is NaN. With an infinite value rows 2 to 5, 9 and 11 to 14 are.
 //
 // Accuracy, one variable in one call without frequencies and weights, up to 1e7 rows: the mean is

@@ -213,7 +213,7 @@ void summarize(const central_moments& moments, bool weighted, const confidence_l
     limit_mean(moments, of.deviation, levels.mean, stat + row_mean_limits);
     limit_variance(moments, of.variance, levels.variance, stat + row_variance_limits);
     stat[row_variation] = narrowed(of.deviation / moments.mean + 0.0); // no negative zero
-    if (moments.mean == 0.0 || of.deviation != of.deviation) {
+    if (stat[row_mean] == 0.0F || of.deviation != of.deviation) {      // row 9 is row 3 over row 1
         stat[row_variation] = not_a_number;
         post_for(variable, 5, "The coefficient of variation of variable %(I1) is not defined.");
     }

@@ -1,6 +1,7 @@
 #include "semivariogram/kernel/lag_classes.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace qmx {
@@ -35,6 +36,23 @@ bool starts_in_time(const lag_classes& classes, f32 h, i32 k) {
     return true;
 }
 
+// The greatest distance of class k for which the search starts in time. It lies a few units in the last
+// place below the upper limit, or some hundred for small distances and many classes.
+f32 last_in_time(const lag_classes& classes, i32 k) {
+    const auto upper = std::bit_cast<std::uint32_t>(classes.upper[k]);
+    const auto in_time = [&](std::uint32_t below) {
+        return starts_in_time(classes, std::bit_cast<f32>(upper - below), k);
+    };
+    std::uint32_t late = 0, early = 1; // units below the upper limit
+    if (in_time(late)) return classes.upper[k];
+    for (; early < 1U << 22 && !in_time(early); early *= 2) late = early;
+    while (early - late > 1) {
+        const std::uint32_t middle = late + (early - late) / 2;
+        (in_time(middle) ? early : late) = middle;
+    }
+    return std::bit_cast<f32>(upper - early);
+}
+
 } // namespace
 
 lag_classes make_lag_classes(i32 nlag, f32 xlag, f32 xltol) {
@@ -59,13 +77,6 @@ i32 find_lag_class(const lag_classes& classes, f32 h, const last_found& last) {
     return 0;
 }
 
-f32 greatest_coincident_square() {
-    f32 square = epsilon_distance * epsilon_distance; // subnormal, and rounded
-    while (std::sqrt(square) > epsilon_distance) square = next_below(square);
-    while (std::sqrt(next_above(square)) <= epsilon_distance) square = next_above(square);
-    return square;
-}
-
 class_certainty certainty_of(const lag_classes& classes, f32 xltol) {
     constexpr class_certainty none = {false, 0, 0};
     // Not near overflow or underflow, and neighbouring classes share a border.
@@ -76,9 +87,7 @@ class_certainty certainty_of(const lag_classes& classes, f32 xltol) {
     // half width.
     f32 bound = classes.xlag;
     for (i32 k = first_distance_class; k <= classes.last; ++k) {
-        f32 high = classes.upper[k];
-        for (i32 steps = 0; !starts_in_time(classes, high, k); high = next_below(high))
-            if (++steps > 100) return none;
+        const f32 high = last_in_time(classes, k);
         const f32 centre = centre_of(classes, k);
         bound = std::min(bound, next_above(high) - centre);
         if (k == first_distance_class) continue; // whose lower end is epsilon_distance

@@ -51,8 +51,9 @@ struct class_certainty {
     f32 half_width;
     i32 dead_from;
 };
-// The greatest squared distance that counts as coincidence.
-f32 greatest_coincident_square();
+// The greatest squared distance that counts as coincidence: its root rounds to epsilon_distance. A
+// constant, since the neighbouring subnormal numbers cannot be tried where the processor flushes them to 0.
+inline constexpr f32 greatest_coincident_square = 0x1.16c2p-133F;
 
 class_certainty certainty_of(const lag_classes& classes, f32 xltol);
 

@@ -58,6 +58,9 @@ inline flags at_most(reals a, reals b) {
 inline flags equal(reals a, reals b) {
     return _mm512_cmp_ps_mask(a, b, _CMP_EQ_OQ);
 }
+inline flags is_number(reals a) {
+    return _mm512_cmp_ps_mask(a, a, _CMP_ORD_Q);
+}
 inline flags both(flags a, flags b) {
     return a & b;
 }
@@ -136,6 +139,9 @@ inline flags at_most(reals a, reals b) {
 }
 inline flags equal(reals a, reals b) {
     return _mm256_cmp_ps(a, b, _CMP_EQ_OQ);
+}
+inline flags is_number(reals a) {
+    return _mm256_cmp_ps(a, a, _CMP_ORD_Q);
 }
 inline flags both(flags a, flags b) {
     return _mm256_and_ps(a, b);
@@ -232,6 +238,9 @@ inline flags at_most(reals a, reals b) {
 }
 inline flags equal(reals a, reals b) {
     return a == b;
+}
+inline flags is_number(reals a) {
+    return a == a;
 }
 inline flags both(flags a, flags b) {
     return a & b;

@@ -9,11 +9,15 @@
 
 namespace qmx::pair_kernel {
 
-inline constexpr i64 most_lanes = 16; // of any version
-inline constexpr i64 columns = most_lag_classes + 1;
+inline constexpr i64 most_lanes = 16;                // of any version
+inline constexpr i64 columns = most_lag_classes + 1; // element k is class k
 // A class k is carried as the f32 key_of_nothing + k. Near this constant f32 holds integers only, so that
 // one addition rounds to the nearest class.
 inline constexpr f32 key_of_nothing = 12582912.0F; // 1.5 * 2^23
+
+// Stands for a value that takes part in no pair, being trimmed: a NaN that no data hold. Its point still
+// moves the search for the class of the next pair.
+inline constexpr std::uint32_t trimmed_bits = 0x7FDA7A5FU;
 
 struct points {
     const f32* x;
@@ -27,7 +31,9 @@ struct search_rules {
     class_certainty certainty;
     f32 inverse_lag;       // about 1 / xlag, for a first guess of the class
     f32 coincident_square; // greatest squared distance that counts as coincidence
-    bool twice;            // each pair counts twice
+    bool twice;            // each pair counts twice, unless one of its values is NaN
+    bool has_marked;       // values that are trimmed or NaN
+    bool has_nan;          // values that are NaN and not trimmed
     // Whether the azimuth tolerance, or the bandwidths, can exclude a pair.
     bool has_cone, has_bands;
     f32 uvxazm, uvyazm, uvzdec;
@@ -44,6 +50,7 @@ struct row_lanes {
     alignas(64) f32 half_width[most_lanes];
     alignas(64) f32 last_distance[most_lanes]; // of the last pair found
     alignas(64) f32 last_key[most_lanes];      // its class, plus key_of_nothing
+    bool has_nan[columns]; // classes with a NaN among the squares; the sums leave these out
 };
 
 void begin_row(const search_rules& rules, row_lanes& rows, i64 lane, f32 x, f32 y, f32 value);
@@ -81,8 +88,8 @@ using lanes_of_sums = f64[most_lanes];
 // A row in each lane.
 struct lane_sums {
     struct of_class : separate_sums<lanes_of_sums> {
-        f64 distance[most_lanes / 2]; // from 0, each pair once, two lanes to a sum
-        alignas(64) i64 count;        // pairs of all lanes, each once
+        f64 distance[most_lanes / 2]; // from 0, halved if pairs count twice, two lanes to a sum
+        alignas(64) i64 count;        // of all lanes
     };
     alignas(64) of_class of[columns];
     std::uint8_t needs[columns]; // of class_needs
@@ -90,8 +97,8 @@ struct lane_sums {
 // One row alone.
 struct row_sums {
     struct alignas(64) of_class : separate_sums<f64> {
-        f64 distance; // from 0, each pair once
-        i64 count;    // each pair once
+        f64 distance; // from 0, halved if pairs count twice
+        i64 count;
     };
     of_class of[columns];
     std::uint8_t needs[columns];

@@ -44,7 +44,10 @@ struct rule_lanes {
         const flags clear =
             both(below(epsilon, h), either(inside, below(along, border * below_one)));
         if ((bits_of(found) & ~bits_of(clear)) != 0) {
-            const reals cosine = choose(below(h, epsilon), all(1.0F), along / h);
+            // A divisor of 1 instead of 0, which would raise an exception flag.
+            const flags coincident = below(h, epsilon);
+            const reals cosine =
+                choose(coincident, all(1.0F), along / choose(coincident, all(1.0F), h));
             inside = without(found, below(cosine, csatol));
         }
         inside = both(found, inside);
@@ -103,7 +106,7 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
         const wide_reals square = widen(mine, queue.square[step]);
         add_halves(to.distance, distance);
         add_to<Twice>(to.squares, square);
-        to.count += number_of(bits_of(mine));
+        to.count += (Twice ? 2 : 1) * number_of(bits_of(mine));
         if (needs == 0) continue;
         if ((needs & class_needs::next_squares) != 0) add_to<Twice>(to.next_squares, square);
         if ((needs & class_needs::ordered_distance) != 0)
@@ -111,11 +114,52 @@ inline void add_step(const pair_queue& queue, std::uint64_t number, lane_sums& s
     }
 }
 
-// Adds the pairs that are left in the queue.
-template <bool Twice> inline void add_rest(const pair_queue& queue, lane_sums& sums) {
+// Adds the pairs that are left in the queue, and empties it.
+template <bool Twice> inline void add_rest(pair_queue& queue, lane_sums& sums) {
     for (std::uint64_t step = queue.entered < queue.steps ? 0 : queue.entered - queue.steps + 1;
          step < queue.entered; ++step)
         add_step<Twice>(queue, step, sums);
+    queue.entered = 0;
+}
+
+// Of pairs whose square is NaN, those that count, once: no candidate's value is trimmed. No row's is, for
+// such rows are not searched.
+inline unsigned counted_once(unsigned pairs, const f32* values) {
+    unsigned counted = pairs;
+    for (; pairs != 0; pairs &= pairs - 1) {
+        const i64 t = lowest_bit(pairs);
+        std::uint32_t bits;
+        std::memcpy(&bits, values + t, sizeof bits);
+        if (bits == trimmed_bits) counted &= ~(1U << t);
+    }
+    return counted;
+}
+
+// Adds, of pairs with a marked value, those that count: once, and without a square. Half of a distance
+// that the sum doubles is exact.
+template <bool Twice>
+[[gnu::noinline]] void add_marked(pair_queue& queue, unsigned marked, const reals& key,
+                                  const reals& h, const reals& value, row_lanes& rows,
+                                  lane_sums& sums) {
+    alignas(64) f32 distances[width], keys[width], values[width];
+    store(distances, h);
+    store(keys, key);
+    store(values, value);
+    add_rest<Twice>(queue, sums); // a lane's pairs keep their order
+    for (unsigned left = counted_once(marked, values); left != 0; left &= left - 1) {
+        const i64 t = lowest_bit(left);
+        const i64 k = class_of(keys[t]);
+        rows.has_nan[k] = true;
+        const unsigned needs = sums.needs[k];
+        if ((needs & class_needs::nothing) != 0) continue;
+        lane_sums::of_class& to = sums.of[k];
+        const f64 distance = distances[t];
+        to.count += 1;
+        to.distance[0] += Twice ? 0.5 * distance : distance;
+        if ((needs & class_needs::ordered_distance) == 0) continue;
+        to.ordered_distance.even[t] += distance;
+        to.ordered_distance.odd[t] += distance;
+    }
 }
 
 // Finds the classes of lanes where they are not certain; returns the lanes that have one.
@@ -131,7 +175,7 @@ template <bool Twice> inline void add_rest(const pair_queue& queue, lane_sums& s
     return found;
 }
 
-template <bool Twice, bool Directed, bool Backwards>
+template <bool Twice, bool Directed, bool Marked, bool Backwards>
 void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
            i64 count, lane_sums& sums) {
     const rule_lanes rule(rules);
@@ -178,12 +222,21 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
             found = rule.accepts(found, dx, dy, h);
             if (bits_of(found) == 0) continue;
         }
-        const reals difference = vi - from(candidates.value + at);
+        const reals value = from(candidates.value + at);
+        const reals difference = vi - value;
+        const reals square = difference * difference;
+        if constexpr (Marked) {
+            const flags plain = both(found, is_number(square));
+            const unsigned marked = bits_of(found) & ~bits_of(plain);
+            if (marked != 0 && rules.has_nan)
+                add_marked<Twice>(queue, marked, key, h, value, rows, sums);
+            found = plain;
+        }
         const std::uint64_t step = queue.entered % queue.steps;
         queue.found[step] = bits_of(found);
         store(queue.key[step], choose(found, key, all(key_of_nothing)));
         store(queue.distance[step], h);
-        store(queue.square[step], difference * difference);
+        store(queue.square[step], square);
         if (++queue.entered >= queue.steps)
             add_step<Twice>(queue, queue.entered - queue.steps, sums);
     }
@@ -192,13 +245,22 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
     store(rows.last_key, last_key);
 }
 
-template <bool Twice, bool Directed>
+template <bool Twice, bool Directed, bool Marked>
 void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
            i64 count, bool backwards, lane_sums& sums) {
     if (backwards)
-        sweep<Twice, Directed, true>(rules, rows, candidates, first, count, sums);
+        sweep<Twice, Directed, Marked, true>(rules, rows, candidates, first, count, sums);
     else
-        sweep<Twice, Directed, false>(rules, rows, candidates, first, count, sums);
+        sweep<Twice, Directed, Marked, false>(rules, rows, candidates, first, count, sums);
+}
+
+template <bool Twice, bool Directed>
+void sweep(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
+           i64 count, bool backwards, lane_sums& sums) {
+    if (rules.has_marked)
+        sweep<Twice, Directed, true>(rules, rows, candidates, first, count, backwards, sums);
+    else
+        sweep<Twice, Directed, false>(rules, rows, candidates, first, count, backwards, sums);
 }
 
 void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
@@ -234,7 +296,7 @@ void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candid
     return found;
 }
 
-// Pairs in range of one row, contiguous. Elements from `count` on have no meaning.
+// Pairs in range of one row, contiguous.
 struct pair_block {
     static constexpr i64 most = 256;
 
@@ -242,7 +304,15 @@ struct pair_block {
     alignas(64) f32 dx[most + width];
     alignas(64) f32 dy[most + width];
     alignas(64) f32 squared_distance[most + width];
-    alignas(64) f32 square[most + width];
+    alignas(64) f32 value[most + width];
+
+    // What is left of a register's width must not raise an exception flag.
+    void clear_rest() {
+        store(dx + count, all(0));
+        store(dy + count, all(0));
+        store(squared_distance + count, all(0));
+        store(value + count, all(0));
+    }
 };
 
 template <bool Twice> inline void add_term(f64& sum, f64 term) {
@@ -265,7 +335,7 @@ template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, 
     const unsigned needs = sums.needs[k];
     if ((needs & class_needs::nothing) != 0) return;
     row_sums::of_class& to = sums.of[k];
-    ++to.count;
+    to.count += Twice ? 2 : 1;
     to.distance += distance;
     add(to.squares, square);
     if (needs == 0) return;
@@ -273,13 +343,31 @@ template <bool Twice> inline void add_pair(row_sums& sums, i64 k, f64 distance, 
     if ((needs & class_needs::ordered_distance) != 0) add(to.ordered_distance, distance);
 }
 
-template <bool Twice, class Sums>
+// A pair that counts once and has no square.
+template <bool Twice> inline void add_once(class_sums& sums, i64 k, f64 distance) {
+    ++sums.of[k].count;
+    sums.of[k].distance += distance;
+}
+
+template <bool Twice> inline void add_once(row_sums& sums, i64 k, f64 distance) {
+    const unsigned needs = sums.needs[k];
+    if ((needs & class_needs::nothing) != 0) return;
+    row_sums::of_class& to = sums.of[k];
+    ++to.count;
+    to.distance += Twice ? 0.5 * distance : distance;
+    if ((needs & class_needs::ordered_distance) == 0) return;
+    to.ordered_distance.even += distance;
+    to.ordered_distance.odd += distance;
+}
+
+template <bool Twice, bool Marked, class Sums>
 void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& rows,
                pair_block& block, Sums& sums) {
-    alignas(64) f32 distances[width], keys[width];
+    alignas(64) f32 distances[width], keys[width], squares[width];
     alignas(64) f64 wide_distances[width], wide_squares[width];
     const reals half_width = all(rules.certainty.half_width);
     const flags everywhere = flags_of((1U << width) - 1);
+    block.clear_rest();
     for (i64 at = 0; at < block.count; at += width) {
         const i64 held = block.count - at < width ? block.count - at : width;
         unsigned found = (1U << held) - 1;
@@ -297,23 +385,37 @@ void add_block(const search_rules& rules, const rule_lanes& rule, row_lanes& row
         if (rule.is_directed)
             found =
                 bits_of(rule.accepts(flags_of(found), load(block.dx + at), load(block.dy + at), h));
+        const reals difference = all(rows.value[0]) - load(block.value + at);
+        const reals square = difference * difference;
+        unsigned once = 0;
+        if constexpr (Marked) {
+            const unsigned marked = found & ~bits_of(is_number(square));
+            if (marked != 0) once = counted_once(marked, block.value + at);
+            found = (found & ~marked) | once;
+        }
+        store(squares, square);
         store_wide(wide_distances, widen(everywhere, distances));
-        store_wide(wide_squares, widen(everywhere, block.square + at));
+        store_wide(wide_squares, widen(everywhere, squares));
         for (; found != 0; found &= found - 1) {
             const i64 t = lowest_bit(found);
-            add_pair<Twice>(sums, class_of(keys[t]), wide_distances[t], wide_squares[t]);
+            const i64 k = class_of(keys[t]);
+            if (!Marked || (once >> t & 1) == 0) {
+                add_pair<Twice>(sums, k, wide_distances[t], wide_squares[t]);
+            } else {
+                rows.has_nan[k] = true;
+                add_once<Twice>(sums, k, wide_distances[t]);
+            }
         }
     }
     block.count = 0;
 }
 
-template <bool Twice, class Sums>
+template <bool Twice, bool Marked, class Sums>
 void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
                  i64 count, Sums& sums) {
     const rule_lanes rule(rules);
     const reals xi = all(rows.x[0]);
     const reals yi = all(rows.y[0]);
-    const reals vi = all(rows.value[0]);
     pair_block block;
     for (i64 at = first; at < count; at += width) {
         const reals dx = load(candidates.x + at) - xi;
@@ -321,26 +423,30 @@ void sweep_alone(const search_rules& rules, row_lanes& rows, const points& candi
         const reals hs = dx * dx + dy * dy;
         unsigned found = bits_of(at_most(hs, all(rows.limit[0])));
         if (count - at < width) found &= (1U << (count - at)) - 1;
-        const reals difference = vi - load(candidates.value + at);
         store_packed(block.squared_distance + block.count, found, hs);
-        store_packed(block.square + block.count, found, difference * difference);
+        store_packed(block.value + block.count, found, load(candidates.value + at));
         if (rule.is_directed) {
             store_packed(block.dx + block.count, found, dx);
             store_packed(block.dy + block.count, found, dy);
         }
         block.count += number_of(found);
-        if (block.count > block.most - width) add_block<Twice>(rules, rule, rows, block, sums);
+        if (block.count > block.most - width)
+            add_block<Twice, Marked>(rules, rule, rows, block, sums);
     }
-    add_block<Twice>(rules, rule, rows, block, sums);
+    add_block<Twice, Marked>(rules, rule, rows, block, sums);
 }
 
 template <class Sums>
 void sweep_row(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
                i64 count, Sums& sums) {
-    if (rules.twice)
-        sweep_alone<true>(rules, rows, candidates, first, count, sums);
+    if (rules.twice && rules.has_marked)
+        sweep_alone<true, true>(rules, rows, candidates, first, count, sums);
+    else if (rules.twice)
+        sweep_alone<true, false>(rules, rows, candidates, first, count, sums);
+    else if (rules.has_marked)
+        sweep_alone<false, true>(rules, rows, candidates, first, count, sums);
     else
-        sweep_alone<false>(rules, rows, candidates, first, count, sums);
+        sweep_alone<false, false>(rules, rows, candidates, first, count, sums);
 }
 
 } // namespace

@@ -33,7 +33,7 @@ struct gamv_variables {
     f32* y = nullptr;
     f32* vr = nullptr;
     work_array<f32> storage; // of all three
-    f64 sills = -999.0; // population variance of the values; negative without data
+    f64 sills = -999.0;      // population variance of the values; negative without data
 };
 
 } // namespace qmx

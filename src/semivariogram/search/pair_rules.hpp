@@ -1,6 +1,7 @@
 // The rules of one pair, as the plain loop applies them: direction and trimming.
 #pragma once
 
+#include "base/elementary_functions.hpp"
 #include "semivariogram/kernel/lag_classes.hpp"
 #include "semivariogram/search/gamv_variables.hpp"
 
@@ -23,12 +24,12 @@ inline search_direction direction_of(const t_gamvset& set) {
     const f32 azmuth = radians(90.0F - set.azm);
     const f32 declin = radians(90.0F - set.dip);
     search_direction direction;
-    direction.uvxazm = std::cos(azmuth);
-    direction.uvyazm = std::sin(azmuth);
-    direction.csatol = set.atol <= 0 ? cosine_of_45 : std::cos(radians(set.atol));
-    direction.uvzdec = std::cos(declin);
-    direction.uvhdec = std::sin(declin);
-    direction.csdtol = set.dtol <= 0 ? cosine_of_45 : std::cos(radians(set.dtol));
+    direction.uvxazm = cosine(azmuth);
+    direction.uvyazm = sine(azmuth);
+    direction.csatol = set.atol <= 0 ? cosine_of_45 : cosine(radians(set.atol));
+    direction.uvzdec = cosine(declin);
+    direction.uvhdec = sine(declin);
+    direction.csdtol = set.dtol <= 0 ? cosine_of_45 : cosine(radians(set.dtol));
     return direction;
 }
 

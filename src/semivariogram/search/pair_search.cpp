@@ -9,6 +9,7 @@
 #include "semivariogram/search/window_search.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace qmx {
@@ -23,10 +24,56 @@ bool has_bands(const t_gamvset& set, const lag_classes& classes) {
     return !(set.bandwh > wide && set.bandwd > wide);
 }
 
-bool all_count_twice(const gamv_variables& variables) {
+// What the kernel has to know about the values. It takes trimmed values and NaN, but not the upper limit
+// itself, which counts once, nor infinities within odd limits; and NaN of one bit pattern only, which
+// becomes the sum of every class with such a pair.
+struct value_survey {
+    bool fits_kernel = true;
+    bool has_trimmed = false, has_nan = false;
+    f32 nan = 0;
+};
+
+value_survey survey_values(const gamv_variables& variables) {
+    value_survey survey;
+    for (i64 i = 0; i < variables.maxdat; ++i) {
+        const f32 value = variables.vr[i];
+        if (counts_twice(variables.set, value) && std::isfinite(value)) continue;
+        if (std::isnan(value)) {
+            const auto bits = std::bit_cast<std::uint32_t>(value);
+            if (survey.has_nan && bits != std::bit_cast<std::uint32_t>(survey.nan))
+                survey.fits_kernel = false;
+            if (bits == pair_kernel::trimmed_bits) survey.fits_kernel = false;
+            survey.has_nan = true;
+            survey.nan = value;
+        } else if (is_trimmed(variables.set, value)) {
+            survey.has_trimmed = true;
+        } else if (is_omnidirectional(variables.set) || std::isinf(value)) {
+            survey.fits_kernel = false;
+        }
+    }
+    return survey;
+}
+
+void mark_trimmed(const gamv_variables& variables) {
     for (i64 i = 0; i < variables.maxdat; ++i)
-        if (!counts_twice(variables.set, variables.vr[i])) return false;
-    return true;
+        if (is_trimmed(variables.set, variables.vr[i]))
+            variables.vr[i] = std::bit_cast<f32>(pair_kernel::trimmed_bits);
+}
+
+// Pairs of a point with itself: distance and difference 0, accepted by every direction.
+void add_own_pairs(const candidate_segment& all, bool twice, const lag_sums& tables) {
+    i64 count = 0;
+    for (i64 i = 0; i < all.count; ++i) {
+        if (!std::isfinite(all.x[i]) || !std::isfinite(all.y[i])) continue;
+        if (std::bit_cast<std::uint32_t>(all.value[i]) == pair_kernel::trimmed_bits) continue;
+        if (std::isnan(all.value[i])) {
+            count += 1;
+            tables.gam(coincident_class) += static_cast<f64>(all.value[i]);
+        } else {
+            count += twice ? 2 : 1;
+        }
+    }
+    tables.np(coincident_class) += static_cast<f64>(count);
 }
 
 // Rows `first` to `end` - 1 in ascending order, in groups that share their candidates; `end` becomes
@@ -66,13 +113,15 @@ bool search_plainly(neighbour_runs& neighbours, const candidate_segment& all, pl
 }
 
 pair_kernel::search_rules rules_of(const t_gamvset& set, const lag_classes& classes,
-                                   const class_certainty& certainty,
+                                   const class_certainty& certainty, const value_survey& survey,
                                    const search_direction& direction) {
     return {.classes = &classes,
             .certainty = certainty,
             .inverse_lag = 1.0F / set.xlag,
-            .coincident_square = greatest_coincident_square(),
+            .coincident_square = greatest_coincident_square,
             .twice = is_omnidirectional(set),
+            .has_marked = survey.has_trimmed || survey.has_nan,
+            .has_nan = survey.has_nan,
             .has_cone = !(direction.csatol <= 0),
             .has_bands = has_bands(set, classes),
             .uvxazm = direction.uvxazm,
@@ -86,43 +135,38 @@ pair_kernel::search_rules rules_of(const t_gamvset& set, const lag_classes& clas
 // Adds all pairs by the kernel: windows of rows where neighbours do not follow each other in the data,
 // rows side by side elsewhere.
 bool search_in_lanes(neighbour_runs& neighbours, const candidate_segment& all,
-                     const pair_kernel::search_rules& rules, const lag_sums& tables) {
+                     const pair_kernel::search_rules& rules, f32 nan, const lag_sums& tables) {
     pair_kernel::class_sums sums = {};
     row_sweep rows(rules, {all.x, all.y, all.value});
     row_search groups(rows, sums);
     window_search windows(rows, all.count, sums);
     if (!groups.reserve()) return false;
-    i64 own_pairs = 0;
     for (i64 first = 0, end = 0; first < all.count; first = end) {
         end = std::min(all.count, first + windows.rows_from(first));
         if (windows.is_scattered(neighbours, first, end)) {
             if (!windows.plan(neighbours, first, end)) return false;
             if (windows.pays()) {
                 if (!windows.search(neighbours)) return false;
-                own_pairs += windows.located();
                 continue;
             }
         }
-        if (!search_groups(neighbours, first, end, rows.most_rows(), [&](i64 row, i64 next) {
-                groups.search(neighbours, row, next);
-                own_pairs += next - row;
-            }))
+        if (!search_groups(neighbours, first, end, rows.most_rows(),
+                           [&](i64 row, i64 next) { groups.search(neighbours, row, next); }))
             return false;
     }
     for (i32 k = coincident_class; k <= rules.classes->last; ++k) {
         tables.np(k) += static_cast<f64>(sums.of[k].count);
         tables.dis(k) += sums.of[k].distance;
-        tables.gam(k) += sums.of[k].squares;
+        tables.gam(k) += rows.has_nan(k) ? static_cast<f64>(nan) : sums.of[k].squares;
     }
-    // A point and itself: distance and difference 0, accepted by every direction.
-    tables.np(coincident_class) += static_cast<f64>(rules.twice ? 2 * own_pairs : own_pairs);
+    add_own_pairs(all, rules.twice, tables);
     return true;
 }
 
 } // namespace
 
-bool search_pairs(const gamv_variables& variables, const array_view<f64>& np,
-                  const array_view<f64>& dis, const array_view<f64>& gam) {
+bool search_pairs(gamv_variables& variables, const array_view<f64>& np, const array_view<f64>& dis,
+                  const array_view<f64>& gam) {
     const t_gamvset& set = variables.set;
     const f32 xltol = set.xltol <= 0 ? set.xlag * 0.5F : set.xltol;
     const lag_classes classes = make_lag_classes(set.nlag, set.xlag, xltol);
@@ -140,9 +184,12 @@ bool search_pairs(const gamv_variables& variables, const array_view<f64>& np,
     const class_certainty certainty = certainty_of(classes, xltol);
     // Horizontal directions only: the vertical part of every pair is then the whole of it.
     const bool is_horizontal = direction.uvhdec == 1.0F && direction.csdtol <= 1.0F;
-    if (!certainty.usable || !is_horizontal || !all_count_twice(variables))
+    const value_survey survey = survey_values(variables);
+    if (!certainty.usable || !is_horizontal || !survey.fits_kernel)
         return search_plainly(neighbours, all, plain);
-    return search_in_lanes(neighbours, all, rules_of(set, classes, certainty, direction), tables);
+    if (survey.has_trimmed) mark_trimmed(variables);
+    const auto rules = rules_of(set, classes, certainty, survey, direction);
+    return search_in_lanes(neighbours, all, rules, survey.nan, tables);
 }
 
 } // namespace qmx

@@ -14,8 +14,8 @@
 namespace qmx {
 
 // Adds to the tables np, dis and gam, of nlag + 2 elements each; nlag + 2 is at most
-// most_lag_classes. False when memory ran out.
-bool search_pairs(const gamv_variables& variables, const array_view<f64>& np,
-                  const array_view<f64>& dis, const array_view<f64>& gam);
+// most_lag_classes. Trimmed values are overwritten. False when memory ran out.
+bool search_pairs(gamv_variables& variables, const array_view<f64>& np, const array_view<f64>& dis,
+                  const array_view<f64>& gam);
 
 } // namespace qmx

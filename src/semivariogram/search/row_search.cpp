@@ -42,7 +42,7 @@ struct rows_in_lanes {
         sweeper.sweep(candidates, first, end, lanes);
         return true;
     }
-    i64 pairs(i32 k) const { return lanes.of[k].count; }
+    i64 count(i32 k) const { return lanes.of[k].count; }
     f64 distance(i32 k) const {
         f64 sum = 0;
         for (const f64 distance : lanes.of[k].distance) sum += distance;

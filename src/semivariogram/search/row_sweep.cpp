@@ -24,6 +24,7 @@ void row_sweep::begin_lane(i64 lane, i64 row) {
 template <class Sweep, class Sums>
 void row_sweep::sweep_alone(Sweep sweep_row, const neighbour_runs& candidates, i64 row,
                             const candidate_place& own, Sums& sums) {
+    if (is_trimmed(row)) return;
     begin_lane(0, row);
     for (i64 s = own.segment; s < candidates.segments(); ++s) {
         const candidate_segment& others = candidates.segment(s);
@@ -79,7 +80,7 @@ void row_sweep::sweep_stretches(const candidate_segment& others, i64 from, bool 
 
 void row_sweep::sweep(const neighbour_runs& candidates, i64 first, i64 end, lane_sums& sums) {
     for (i64 lane = 0; lane < kernel_.lanes; ++lane) {
-        if (first + lane < end)
+        if (first + lane < end && !is_trimmed(first + lane))
             begin_lane(lane, first + lane);
         else
             leave_empty(rows_, lane);

@@ -4,6 +4,8 @@
 #include "semivariogram/kernel/pair_kernel.hpp"
 #include "semivariogram/search/neighbour_runs.hpp"
 
+#include <bit>
+
 namespace qmx {
 
 class row_sweep {
@@ -12,7 +14,8 @@ public:
     row_sweep(const pair_kernel::search_rules& rules, const pair_kernel::points& all);
 
     const pair_kernel::search_rules& rules() const { return rules_; }
-    i64 most_rows() const { return kernel_.lanes; } // at once
+    i64 most_rows() const { return kernel_.lanes; }        // at once
+    bool has_nan(i32 k) const { return rows_.has_nan[k]; } // among the squares of the class so far
 
     // Pairs rows `first` to `end` - 1 with the candidates gathered for them, the first row in lane 0.
     // The pair of a point with itself is left out.
@@ -30,6 +33,9 @@ private:
     template <class Sweep, class Sums>
     void sweep_alone(Sweep sweep_row, const neighbour_runs& candidates, i64 row,
                      const candidate_place& own, Sums& sums);
+    bool is_trimmed(i64 row) const {
+        return std::bit_cast<std::uint32_t>(all_.value[row]) == pair_kernel::trimmed_bits;
+    }
     void begin_lane(i64 lane, i64 row);
     void sweep_stretches(const candidate_segment& others, i64 from, bool behind_rows, heading rows,
                          pair_kernel::lane_sums& sums);

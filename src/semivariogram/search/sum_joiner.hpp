@@ -20,8 +20,9 @@ concept separate_rows = requires(Rows& rows, i64 row, i32 k, row_sum kind,
                                  pair_kernel::class_sums& sums) {
     // Sums the pairs of each row, as the joiner's needs and powers ask for.
     { rows.sweep() } -> std::same_as<bool>;
-    // Of all rows, each pair once; asked for after the first sweep.
-    { rows.pairs(k) } -> std::same_as<i64>;
+    // Of all rows: the number of additions, and the sum of the distances, halved if pairs count twice.
+    // Asked for after the first sweep.
+    { rows.count(k) } -> std::same_as<i64>;
     { rows.distance(k) } -> std::same_as<f64>;
     // Tells what each row adds, in units of the last place.
     { rows.growth(kind, k)(row) } -> std::same_as<ordered_growth::row_growth>;
@@ -103,9 +104,9 @@ template <separate_rows Rows> bool sum_joiner::join(Rows& rows) {
 
 // Adds counts, and distances whose sum does not round.
 template <class Rows> void sum_joiner::add_counts(const Rows& rows) {
-    const i64 times = rules_.twice ? 2 : 1;
+    const f64 times = rules_.twice ? 2 : 1;
     for (i32 k = coincident_class; k <= last_class_; ++k) {
-        const i64 counted = times * rows.pairs(k);
+        const i64 counted = rows.count(k);
         if (counted == 0) {
             needs_[k] |= pair_kernel::nothing;
             taken_in_[k] = {rows_, rows_};
@@ -116,7 +117,7 @@ template <class Rows> void sum_joiner::add_counts(const Rows& rows) {
         if (is_wanted(k, row_sum::distances)) continue;
         const f64 most = static_cast<f64>(counted) * static_cast<f64>(rules_.classes->upper[k]);
         if (!(sums.distance + most < greatest_exact_[k])) continue;
-        sums.distance += static_cast<f64>(times) * rows.distance(k);
+        sums.distance += times * rows.distance(k);
         taken_in_[k].distance = rows_;
     }
 }

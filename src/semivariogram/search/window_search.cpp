@@ -97,7 +97,7 @@ window_search::packed_growth* window_search::table(row_sum kind, i32 k) const {
 
 bool window_search::search(neighbour_runs& neighbours) {
     neighbours_ = &neighbours;
-    std::fill_n(pairs_, columns, 0);
+    std::fill_n(counted_, columns, 0);
     std::fill_n(distance_, columns, 0.0);
     // A row is expected to add at most 1.5 times what the rows before the window added on average.
     const f64 factor = 1.0 + 1.5 * static_cast<f64>(count_) / static_cast<f64>(first_);
@@ -141,7 +141,7 @@ void window_search::sweep_row(i32 row, const candidate_place& own) {
     for (i32 k = coincident_class; k <= last_class_; ++k) {
         const row_sums::of_class& of = sums.of[k];
         if (of.count == 0) continue;
-        pairs_[k] += of.count;
+        counted_[k] += of.count;
         distance_[k] += of.distance;
         const auto keep = [&](row_sum kind, const two_starts<f64>& sum) {
             if (joiner_.is_wanted(k, kind))

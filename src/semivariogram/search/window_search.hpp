@@ -31,11 +31,10 @@ public:
     // Searches the planned window. The pair of a point with itself is left out. False when memory ran
     // out.
     bool search(neighbour_runs& neighbours);
-    i64 located() const { return located_; } // rows with a finite position
 
     // What the joiner asks of the window's rows.
     bool sweep();
-    i64 pairs(i32 k) const { return pairs_[k]; }
+    i64 count(i32 k) const { return counted_[k]; }
     f64 distance(i32 k) const { return distance_[k]; }
     auto growth(row_sum kind, i32 k) const {
         return [rows = table(kind, k)](i64 row) { return ordered_growth::unpacked(rows[row]); };
@@ -62,8 +61,8 @@ private:
     neighbour_runs* neighbours_ = nullptr;    // of the window being searched
     i64 first_ = 0, count_ = 0, located_ = 0; // of its rows
     i64 groups_ = 0, groups_beside_ = 0;
-    f64 distance_[pair_kernel::columns] = {}; // sums of the window, each pair once
-    i64 pairs_[pair_kernel::columns] = {};
+    f64 distance_[pair_kernel::columns] = {}; // sums of the window, halved if pairs count twice
+    i64 counted_[pair_kernel::columns] = {};
     work_array<pair_kernel::row_sums> row_;
     work_array<located_row> located_rows_;
     work_array<i32> order_;
