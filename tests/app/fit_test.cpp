@@ -48,7 +48,7 @@ TEST_F(Fit, CurveRunsThroughTheParabola) {
     EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 101);
     EXPECT_TRUE(written.starts_with("a,b\n0,"));
     EXPECT_EQ(document["terms"].size(), 3);
-    expect_numbers(document["terms"][1], {{"power", 1, 0}, {"coefficient", 2, 0.02}});
+    app_test::expect_numbers(document["terms"][1], {{"power", 1, 0}, {"coefficient", 2, 0.02}});
     EXPECT_NEAR(document["r_squared_percent"], 100, 0.01);
     EXPECT_NEAR(document["standard_error"], 0.25, 0.02); // the misses
     EXPECT_TRUE(run("fit lot.csv --x a --y b").says("least squares of the pairs"));
