@@ -2,23 +2,13 @@
 // against the table of C99, Annex F.
 #include "base/elementary_functions.hpp"
 #include "base/wide_numbers.hpp"
-
-#include <gtest/gtest.h>
-
-#include <bit>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <vector>
+#include "support/test.hpp"
 
 using namespace qmx;
 using support::spread_numbers;
 using support::wide;
 
 namespace {
-
-constexpr f64 infinity = std::numeric_limits<f64>::infinity();
-constexpr f64 nan_value = std::numeric_limits<f64>::quiet_NaN();
 
 bool same(f64 a, f64 b) {
     return std::isnan(a) ? std::isnan(b) : a == b && std::signbit(a) == std::signbit(b);
@@ -220,7 +210,7 @@ TEST(Power, OfF64StaysWithinTheStatedBound) {
         check(base(engine), 1e-12 * exponent(engine));
         check(10.0, std::floor(exponent(engine)));
     }
-    EXPECT_EQ(power(1.0 + 0x1p-52, 0x1p62), infinity);
+    EXPECT_EQ(power(1.0 + 0x1p-52, 0x1p62), inf64);
     EXPECT_EQ(power(1.0 - 0x1p-53, 0x1p1000), 0.0);
     EXPECT_NEAR(power(5e-324, 0.5), 2.2227587494850775e-162, 1e-177);
 }
@@ -249,14 +239,14 @@ TEST(WholePower, IsTheExactPowerRoundedOnce) {
 
 TEST(WholePower, CoversTheWholeRange) {
     EXPECT_EQ(whole_power(10.0, 308), 1e308);
-    EXPECT_EQ(whole_power(10.0, 309), infinity);
+    EXPECT_EQ(whole_power(10.0, 309), inf64);
     EXPECT_EQ(whole_power(10.0, -323), 1e-323);
     EXPECT_EQ(whole_power(-10.0, -401), 0.0);
     EXPECT_EQ(whole_power(2.0, -1074), 5e-324);
     EXPECT_EQ(whole_power(1.0 + 0x1p-52, std::numeric_limits<i32>::max()),
               std::exp(std::numeric_limits<i32>::max() * 0x1p-52));
     EXPECT_EQ(whole_power(3.0, std::numeric_limits<i32>::min()), 0.0);
-    for (const f64 x : {1e-200, 1e200, -3e-310, 0.0, -0.0, infinity, -infinity, nan_value}) {
+    for (const f64 x : {1e-200, 1e200, -3e-310, 0.0, -0.0, inf64, -inf64, nan64}) {
         whole_powers powers(x);
         f64 k = 0;
         for (i32 i = 0; i < 4; ++i, ++k) {
@@ -287,12 +277,12 @@ TEST(ElementaryFunctions, TakeSpecialValuesAsTheStandardSays) {
                        {error_function, std::erf},
                        {complementary_error_function, std::erfc}};
     for (const auto& [ours, standard] : pairs)
-        for (const f64 x : {0.0, -0.0, infinity, -infinity, nan_value, 5e-324, -5e-324}) {
+        for (const f64 x : {0.0, -0.0, inf64, -inf64, nan64, 5e-324, -5e-324}) {
             EXPECT_TRUE(same(ours(x), standard(x))) << x << ": " << ours(x) << ", " << standard(x);
         }
-    EXPECT_EQ(log_1p(-1.0), -infinity);
+    EXPECT_EQ(log_1p(-1.0), -inf64);
     EXPECT_TRUE(std::isnan(log_1p(-1.5)));
-    EXPECT_EQ(exponential(1e308), infinity);
+    EXPECT_EQ(exponential(1e308), inf64);
     EXPECT_TRUE(same(exponential(-1e308), 0.0));
     EXPECT_EQ(exp_minus_1(-1e308), -1.0);
     for (f64 k = -300; k <= 300; ++k) EXPECT_EQ(logarithm_10(power(10.0, k)), k);
@@ -313,10 +303,10 @@ TEST(ElementaryFunctions, TakeSpecialValuesAsTheStandardSays) {
 
 TEST(Power, TakesSpecialValuesAsTheStandardSays) {
     // The other results are powers of 2, which any library has exactly.
-    const f64 bases[] = {0.0,   -0.0,   1.0,     -1.0,     4.0,       -4.0,
-                         -0.25, 0x1p54, -0x1p54, infinity, -infinity, nan_value};
-    const f64 exponents[] = {0.0, -0.0, 1.0,    -1.0,    0.5,      -0.5,      2.0,
-                             3.0, -3.0, 0x1p52, -0x1p53, infinity, -infinity, nan_value};
+    const f64 bases[] = {0.0,   -0.0,   1.0,     -1.0,  4.0,    -4.0,
+                         -0.25, 0x1p54, -0x1p54, inf64, -inf64, nan64};
+    const f64 exponents[] = {0.0, -0.0, 1.0,    -1.0,    0.5,   -0.5,   2.0,
+                             3.0, -3.0, 0x1p52, -0x1p53, inf64, -inf64, nan64};
     for (const f64 x : bases)
         for (const f64 y : exponents) {
             const f64 expected = std::pow(x, y);
@@ -339,9 +329,9 @@ TEST(Hypotenuse, IsRoundedOnceAndDoesNotOverflow) {
             << x << ' ' << y;
     }
     EXPECT_EQ(hypotenuse(3e-320, 4e-320), 5e-320);
-    EXPECT_EQ(hypotenuse(1.7e308, 1.7e308), infinity);
-    EXPECT_EQ(hypotenuse(nan_value, -infinity), infinity);
-    EXPECT_TRUE(std::isnan(hypotenuse(nan_value, 1.0)));
+    EXPECT_EQ(hypotenuse(1.7e308, 1.7e308), inf64);
+    EXPECT_EQ(hypotenuse(nan64, -inf64), inf64);
+    EXPECT_TRUE(std::isnan(hypotenuse(nan64, 1.0)));
     EXPECT_EQ(hypotenuse(-0.0, 0.0), 0.0);
 }
 

@@ -4,14 +4,10 @@
 #include "base/work_array.hpp"
 #include "events/unit_table.hpp"
 #include "qmx_ic.h"
-
-#include <gtest/gtest.h>
+#include "support/test.hpp"
 
 #include <cerrno>
-#include <cmath>
 #include <filesystem>
-#include <fstream>
-#include <vector>
 
 using namespace qmx;
 

@@ -1,15 +1,10 @@
 // Hosts that unmask floating-point exceptions, or flush denormals, meet an ordinary library: ordinary
 // input raises none of invalid, divide-by-zero and overflow, and no call becomes slow.
 #include "qmx_ic.h"
-
-#include <gtest/gtest.h>
+#include "support/test.hpp"
 
 #include <cfenv>
 #include <chrono>
-#include <cmath>
-#include <functional>
-#include <random>
-#include <vector>
 
 #if defined(__SSE2__)
 #include <immintrin.h>

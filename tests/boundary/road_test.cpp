@@ -1,12 +1,7 @@
 // From the host's call to its outputs, through the shared library.
 #include "qmx_ic.h"
 #include "support/event_text.hpp"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <vector>
+#include "support/test.hpp"
 
 extern "C" int points_found_from_c();
 
@@ -15,8 +10,6 @@ namespace {
 using support::is_untouched;
 using support::patterned_event;
 using support::text_of;
-
-constexpr double nan64 = std::numeric_limits<double>::quiet_NaN();
 
 std::vector<t_icdata> points_of(const std::vector<double>& values) {
     std::vector<t_icdata> points;

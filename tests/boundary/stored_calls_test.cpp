@@ -8,18 +8,9 @@
 //
 //     QMX_IC_PRINT_HASHES=1 build/dev/tests/test_boundary --gtest_filter='StoredCalls.*'
 #include "qmx_ic.h"
+#include "support/test.hpp"
 
-#include <gtest/gtest.h>
-
-#include <bit>
 #include <cinttypes>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <limits>
-#include <span>
-#include <string>
-#include <vector>
 
 namespace {
 

@@ -7,19 +7,9 @@
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <random>
-#include <string>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
 
 struct pass_count {
     i32 pass, points;

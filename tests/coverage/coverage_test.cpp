@@ -5,18 +5,12 @@
 #include "support/expect_event.hpp"
 #include "support/scratch_folder.hpp"
 
-#include <cmath>
-#include <fstream>
-#include <random>
 #include <set>
 
 using namespace qmx;
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
 
 using corners = std::vector<std::pair<f64, f64>>;
 

@@ -2,13 +2,9 @@
 #include "events/event.hpp"
 #include "events/unit_table.hpp"
 #include "support/event_text.hpp"
-
-#include <gtest/gtest.h>
+#include "support/test.hpp"
 
 #include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
 
 using namespace qmx;
 using support::text_of;

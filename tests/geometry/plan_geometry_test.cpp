@@ -1,24 +1,15 @@
 #include "geometry/plan_geometry.hpp"
 
 #include "events/unit_table.hpp"
+#include "support/test.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <limits>
 #include <numeric>
-#include <random>
-#include <string>
-#include <vector>
 
 using namespace qmx;
 
 namespace {
 
-constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 infinite = std::numeric_limits<f64>::infinity();
 constexpr i32 least = std::numeric_limits<i32>::min(), greatest = std::numeric_limits<i32>::max();
 
 using outline = std::vector<f64>; // x1, y1, x2, y2, ...
@@ -40,7 +31,7 @@ i32 polygon_answer(const outline& v, f64 x, f64 y) {
 }
 
 f64 area_of(const outline& v) {
-    f64 area = not_a_number;
+    f64 area = nan64;
     POLYGON_SIGNED_AREA_2D(static_cast<i32>(v.size() / 2), v.data(), area);
     return area;
 }
@@ -72,13 +63,13 @@ TEST(Circle, RimIsInsideAndNanIsNot) {
         {-5, 0, 0, 3, 4, true},
         {0, 2, 7, 2, 7, true},
         {0, 2, 7, 2, 7.0000001, false},
-        {not_a_number, 0, 0, 0, 0, false},
-        {1, not_a_number, 0, 0, 0, false},
-        {1, 0, 0, 0, not_a_number, false},
-        {infinite, 0, 0, 9, 9, true},
+        {nan64, 0, 0, 0, 0, false},
+        {1, nan64, 0, 0, 0, false},
+        {1, 0, 0, 0, nan64, false},
+        {inf64, 0, 0, 9, 9, true},
         {1e200, 0, 0, 1e200, 0, true}, // both squares overflow alike
-        {1, 0, 0, infinite, 0, false},
-        {infinite, infinite, 0, infinite, 0, false},
+        {1, 0, 0, inf64, 0, false},
+        {inf64, inf64, 0, inf64, 0, false},
     };
     for (const auto& c : cases) {
         const f64 center[2] = {c.cx, c.cy}, p[2] = {c.x, c.y};
@@ -104,17 +95,9 @@ TEST(Polygon, BoundaryRule) {
         f64 x, y;
     };
     const std::vector<place> inside = {{0.5, 0.5}, {0, 0.5}, {0.5, 1}, {0, 1}}; // left and top
-    const std::vector<place> outside = {{1, 0.5},
-                                        {0.5, 0},
-                                        {1, 1},
-                                        {0, 0},
-                                        {1, 0},
-                                        {-1, 0.5},
-                                        {-1, 1},
-                                        {not_a_number, 0.5},
-                                        {0.5, not_a_number},
-                                        {-infinite, 0.5},
-                                        {0.5, infinite}};
+    const std::vector<place> outside = {{1, 0.5},     {0.5, 0},      {1, 1},      {0, 0},
+                                        {1, 0},       {-1, 0.5},     {-1, 1},     {nan64, 0.5},
+                                        {0.5, nan64}, {-inf64, 0.5}, {0.5, inf64}};
     outline closed = unit_square, doubled;
     closed.insert(closed.end(), {0, 0});
     for (std::size_t i = 0; i < unit_square.size(); i += 2)
@@ -179,7 +162,7 @@ TEST(Area, SignFollowsTheOrientation) {
         EXPECT_EQ(area_of(c.v), c.area) << c.what;
         EXPECT_EQ(area_of(reversed(c.v)), -c.area) << c.what;
     }
-    f64 area = not_a_number;
+    f64 area = nan64;
     POLYGON_SIGNED_AREA_2D(-3, nullptr, area);
     EXPECT_EQ(area, 0.0);
 }

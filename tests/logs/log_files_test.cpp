@@ -4,10 +4,7 @@
 #include "support/expect_event.hpp"
 #include "support/scratch_folder.hpp"
 
-#include <cstdio>
 #include <ctime>
-#include <fstream>
-#include <functional>
 #include <regex>
 
 using namespace qmx;

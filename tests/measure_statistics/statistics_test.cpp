@@ -2,17 +2,9 @@
 #include "measure_statistics/statistics.hpp"
 #include "support/expect_event.hpp"
 
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <random>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
 
 t_statsout record_of(f32 filler) {
     t_statsout record;

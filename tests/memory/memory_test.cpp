@@ -3,13 +3,7 @@
 #include "qmx_ic.h"
 #include "support/event_text.hpp"
 #include "support/failing_new.hpp"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <functional>
-#include <string>
-#include <vector>
+#include "support/test.hpp"
 
 namespace {
 

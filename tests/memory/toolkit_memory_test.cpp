@@ -1,14 +1,10 @@
 // Toolkit routines that no export reaches: each allocation that fails ends as the memory event.
 #include "events/event.hpp"
 #include "support/failing_new.hpp"
+#include "support/test.hpp"
 #include "toolkit/correlation_wrappers.hpp"
 #include "toolkit/probability_plot.hpp"
 #include "toolkit/reliability.hpp"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
 
 using namespace qmx;
 

@@ -5,8 +5,6 @@
 #include "support/accuracy_quantiles.hpp"
 #include "support/accuracy_table.hpp"
 
-#include <cstdlib>
-#include <fstream>
 #include <iostream>
 
 using namespace univariate;
@@ -38,7 +36,7 @@ bool is_guarded(int row, i32 code) {
 f64 error_of(int row, f32 got, const support::exact_statistics& exact) {
     const wide& truth = exact.row[row - 1];
     const f32 nearest = static_cast<f32>(truth);
-    if (std::isinf(nearest)) return got == nearest ? 0.0 : static_cast<f64>(infinite);
+    if (std::isinf(nearest)) return got == nearest ? 0.0 : static_cast<f64>(inf32);
     f64 at_least = 0.0;
     if (row == 4 || row == 5) at_least = 1.0;
     if (row == 11 || row == 12) at_least = std::abs(static_cast<f64>(exact.row[0])) * 1e-4;

@@ -1,11 +1,6 @@
 #include "support/bounded_fit_call.hpp"
 
 #include <complex>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
 
 using namespace support;
 
@@ -149,7 +144,7 @@ bool read_regression(const std::string& path, model form, bool takes_log) {
         }
         if (first == 0 || at_line < first || at_line > last) continue;
         std::istringstream fields(line);
-        double y = no_number;
+        double y = nan64;
         std::array<double, 2> x{};
         fields >> y >> x[0] >> x[1];
         current.y.push_back(takes_log ? std::log(y) : y);

@@ -1,8 +1,5 @@
 #include "support/bounded_fit_call.hpp"
 
-#include <random>
-#include <string>
-
 using namespace support;
 
 namespace {
@@ -148,14 +145,14 @@ double profile(bool is_power, double at, double lower, double upper) {
     const double factor = std::clamp(pp > 0 ? py / pp : lower, lower, upper);
     for (std::size_t i = 0; i < curve_h.size(); ++i)
         sum += std::pow(factor * shape(curve_h[i]) - curve_y[i], 2);
-    return std::isfinite(sum) ? sum : infinity;
+    return std::isfinite(sum) ? sum : inf64;
 }
 
 double best_norm(bool is_power) {
     const double greatest = *std::max_element(curve_y.begin(), curve_y.end());
     const double lower = is_power ? 0.05 : 1.0, upper = is_power ? 8.0 : greatest;
     const double other = is_power ? 1.0 : 0.05;
-    double best = infinity, at = lower;
+    double best = inf64, at = lower;
     constexpr int places = 2000;
     for (int k = 0; k <= places; ++k) {
         const double value = lower * std::pow(upper / lower, double(k) / places);

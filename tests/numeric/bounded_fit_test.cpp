@@ -1,8 +1,6 @@
 #include "numeric/bounded/bounded_solver.hpp"
 #include "support/bounded_fit_call.hpp"
 
-#include <string>
-
 using namespace support;
 
 namespace {
@@ -13,7 +11,7 @@ template <class Real> void shifted(const i32& M, const i32&, const Real* x, Real
     for (i32 i = 0; i < M; ++i) f[i] = x[0] - to<Real>(i + 1);
 }
 template <int value> void constant(const i32& M, const i32&, const f64*, f64* f) {
-    std::fill_n(f, M, value == 0 ? no_number : value);
+    std::fill_n(f, M, value == 0 ? nan64 : value);
 }
 void exact_line(const i32& M, const i32&, const f64* x, f64* f) {
     for (i32 i = 0; i < M; ++i) f[i] = x[0] - 3.0;
@@ -88,7 +86,7 @@ TEST_F(BoundedFit, EachStopCodeHasItsStatusOrItsWarning) {
 }
 
 TEST_F(BoundedFit, TheBestPointOfACutRunComesBack) {
-    f64 previous = infinity;
+    f64 previous = inf64;
     for (const i32 limit : {1, 2, 4, 8, 16, 32, 64}) {
         fit_call<f64> call{rosenbrock<f64>, rosenbrock_jacobian, 2, {-1.2, 1}};
         call.limit_iterations(limit);

@@ -2,22 +2,14 @@
 #include "numeric/errors/error_stack.hpp"
 #include "numeric/errors/print_options.hpp"
 #include "numeric/plot/character_plot.hpp"
-
-#include <gtest/gtest.h>
+#include "support/test.hpp"
 
 #include <clocale>
-#include <cmath>
-#include <limits>
-#include <string>
-#include <vector>
 
 using namespace qmx;
 using namespace qmx::numeric;
 
 namespace {
-
-constexpr f32 infinite = std::numeric_limits<f32>::infinity();
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
 
 using plot_lines = std::vector<std::string>;
 
@@ -150,13 +142,13 @@ TEST(CharacterPlot, FillsThePageWidth) {
 }
 
 TEST(CharacterPlot, LeavesOutWhatIsNotFiniteAndRefusesToDrawNothing) {
-    EXPECT_EQ(points_in(plot({0, nan32, 2, infinite, 4}, {0, 1, nan32, 3, 4})).size(), 2U);
+    EXPECT_EQ(points_in(plot({0, nan32, 2, inf32, 4}, {0, 1, nan32, 3, 4})).size(), 2U);
     EXPECT_EQ(N1RTY(1), 0);
     EXPECT_TRUE(plot({}, {}).empty());
     EXPECT_EQ(N1RTY(1), type_terminal);
     EXPECT_EQ(N1RCD(1), 1);
     EXPECT_EQ(last_message(), "NOBS = 0.  There must be at least one point.");
-    EXPECT_TRUE(plot({1, infinite}, {nan32, 1}).empty());
+    EXPECT_TRUE(plot({1, inf32}, {nan32, 1}).empty());
     EXPECT_EQ(N1RCD(1), 2);
     EXPECT_EQ(last_message(), "None of the 2 points has finite coordinates.");
 }

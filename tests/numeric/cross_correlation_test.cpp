@@ -2,23 +2,13 @@
 // forms.
 #include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/cross_correlation.hpp"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <random>
-#include <string>
-#include <string_view>
-#include <vector>
+#include "support/test.hpp"
 
 using namespace qmx;
 using namespace qmx::numeric;
 
 namespace {
 
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-constexpr f32 infinite = std::numeric_limits<f32>::infinity();
 constexpr f32 untouched = -777.0F;
 using wide = long double;
 
@@ -262,7 +252,7 @@ TEST(CrossCorrelation, RefusesWhatItCannotCorrelate) {
     refuse(11, {0, 1e-20F}, {1, 2}, 1, {}, "The variance of series X = XVAR  = ");
     refuse(12, {1, 2}, {0, 1e-30F}, 1, {},
            "The variance of series Y = YVAR  = 0.  This is too small to work with.");
-    const outcome got = correlate({1, infinite, 2}, {1, 2, 4}, 1);
+    const outcome got = correlate({1, inf32, 2}, {1, 2, 4}, 1);
     EXPECT_EQ(got.type, 0);
     EXPECT_TRUE(std::isnan(got.correlation[1]));
 }

@@ -3,15 +3,9 @@
 #include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/errors/print_options.hpp"
+#include "support/test.hpp"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <limits>
-#include <string>
 #include <thread>
-#include <utility>
 
 using namespace qmx;
 using namespace qmx::numeric;

@@ -5,16 +5,9 @@
 #include "numeric/polynomial/polynomial_fit.hpp"
 #include "support/certified_set.hpp"
 #include "support/register_widths.hpp"
+#include "support/test.hpp"
 
 #include <boost/multiprecision/cpp_bin_float.hpp>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <random>
-#include <utility>
-#include <vector>
 
 using namespace qmx;
 using namespace qmx::numeric;
@@ -24,8 +17,6 @@ namespace {
 using exact = boost::multiprecision::number<boost::multiprecision::cpp_bin_float<400>>;
 using reals = std::vector<f64>;
 
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
 constexpr f64 untouched = -77.0;
 
 struct fit_result {
@@ -391,8 +382,6 @@ bool same_bits(const fit_result& a, const fit_result& b) {
 TEST(PolynomialFit, IsTheSameForNarrowDataAndInAllRegisters) {
     std::mt19937_64 random(12);
     std::normal_distribution<f32> normal;
-    constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-    constexpr f32 inf32 = std::numeric_limits<f32>::infinity();
     for (const std::size_t n : {20U, 257U, 511U, 512U, 513U, 2048U, 5003U})
         for (i32 degree = 0; degree <= 13; ++degree)
             for (int kind = 0; kind < 7; ++kind) {

@@ -5,10 +5,8 @@
 #include <boost/math/distributions/fisher_f.hpp>
 #include <boost/math/distributions/students_t.hpp>
 #include <boost/multiprecision/cpp_bin_float.hpp>
-#include <gtest/gtest.h>
 
 #include <map>
-#include <string>
 
 using namespace regression_test;
 

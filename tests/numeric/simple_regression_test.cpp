@@ -1,11 +1,6 @@
 // The regression's rules: missing rows, few rows, constant columns, refusals.
 #include "numeric/regression_call.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string_view>
-
 using namespace regression_test;
 
 namespace {

@@ -2,15 +2,9 @@
 #include "numeric/errors/error_stack.hpp"
 #include "numeric/sorting/quicksort.hpp"
 #include "numeric/sorting/sort_search.hpp"
+#include "support/test.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <numeric>
-#include <random>
-#include <string>
-#include <vector>
 
 using namespace qmx;
 using namespace qmx::numeric;

@@ -1,8 +1,6 @@
 #include "numeric/univariate_samples.hpp"
 #include "support/register_widths.hpp"
 
-#include <algorithm>
-
 using namespace univariate;
 
 namespace {

@@ -4,14 +4,7 @@
 #include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/univariate.hpp"
 #include "support/exact_statistics.hpp"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstring>
-#include <functional>
-#include <random>
-#include <string>
+#include "support/test.hpp"
 
 namespace univariate {
 
@@ -19,8 +12,6 @@ using namespace qmx;
 using namespace qmx::numeric;
 using support::wide;
 
-inline constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-inline constexpr f32 infinite = std::numeric_limits<f32>::infinity();
 inline constexpr f32 untouched = -777.0F;
 
 using column = std::array<f32, 15>;

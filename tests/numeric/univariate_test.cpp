@@ -1,7 +1,5 @@
 #include "numeric/univariate_call.hpp"
 
-#include <algorithm>
-
 using namespace univariate;
 
 namespace {
@@ -11,7 +9,7 @@ namespace {
 constexpr f32 any = 1234.5F; // stands for any finite number
 
 TEST(Univariate, StatesWhatIsNotDefined) {
-    const f32 n = nan32, i = infinite, tiny = 0x1p-63F, small = 0x1p-42F, slight = 0x1.6ap-32F;
+    const f32 n = nan32, i = inf32, tiny = 0x1p-63F, small = 0x1p-42F, slight = 0x1.6ap-32F;
     // code: of the last condition, all of type 6
     const auto expect = [](const std::string& name, const std::vector<f32>& x, i32 code,
                            const column& expected) {
@@ -33,7 +31,7 @@ TEST(Univariate, StatesWhatIsNotDefined) {
     expect("mean zero", {-1, 1}, 5, {0, 2, any, 0, -2, -1, 1, 2, n, 2, any, any, any, any});
     expect("a mean below f32", {1, -1, 1e-45F}, 5,
            {0, any, any, any, any, -1, 1, 2, n, 3, any, any, any, any});
-    expect("an infinite value", {1, i, 2}, 5, {i, n, n, n, n, 1, i, i, n, 3, n, n, n, n});
+    expect("an inf32 value", {1, i, 2}, 5, {i, n, n, n, n, 1, i, i, n, 3, n, n, n, n});
     expect("both infinities", {-i, i, 2}, 5, {n, n, n, n, n, -i, i, i, n, 3, n, n, n, n});
     expect("only infinities", {i, i}, 5, {i, n, n, n, n, i, i, n, n, 2, n, n, n, n});
     expect("no square", {0, tiny / 2}, 12,
@@ -185,7 +183,7 @@ TEST(Univariate, SeveralCallsGiveWhatOneGives) {
 }
 
 TEST(Univariate, RunningStateHoldsWhatIsNotANumberAndRefusesToGoBelowNothing) {
-    const std::vector<f32> x = {1.0F, nan32, infinite, 4.0F};
+    const std::vector<f32> x = {1.0F, nan32, inf32, 4.0F};
     column stat;
     ERSET(0, 0, 0);
     const auto call = [&](i32 ido, i32 nrow, const f32* first) {
@@ -195,7 +193,7 @@ TEST(Univariate, RunningStateHoldsWhatIsNotANumberAndRefusesToGoBelowNothing) {
     call(1, 2, x.data());
     call(2, 1, x.data() + 2);
     call(3, 1, x.data() + 3);
-    EXPECT_EQ(stat[0], infinite);
+    EXPECT_EQ(stat[0], inf32);
     EXPECT_TRUE(std::isnan(stat[1]) && std::isnan(stat[10]));
     EXPECT_EQ(stat[9], 3.0F);
 

@@ -4,20 +4,12 @@
 #include "selection/polygon_index.hpp"
 #include "support/expect_event.hpp"
 
-#include <algorithm>
 #include <cfenv>
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <random>
 
 using namespace qmx;
 using support::view;
 
 namespace {
-
-constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 infinite = std::numeric_limits<f64>::infinity();
 
 struct positions {
     std::vector<f64> x, y;
@@ -178,13 +170,13 @@ void strew(generator& random, positions& v, const std::vector<f64>& values) {
 // Everywhere in and about the outline, but above all where answers are close: on vertices, level
 // with them, on edges, and one unit in the last place away.
 positions points_about(generator& random, const positions& v, std::size_t n) {
-    const std::vector<f64> odd_values{not_a_number, infinite, -infinite, 0.0,       -0.0,
-                                      1e308,        -1e308,   0x1p-1074, -0x1p-1074};
+    const std::vector<f64> odd_values{nan64, inf64,  -inf64,    0.0,       -0.0,
+                                      1e308, -1e308, 0x1p-1074, -0x1p-1074};
     positions points;
     const auto nudged = [&](f64 value) {
         const auto way = random() % 4;
-        return way == 0   ? std::nextafter(value, infinite)
-               : way == 1 ? std::nextafter(value, -infinite)
+        return way == 0   ? std::nextafter(value, inf64)
+               : way == 1 ? std::nextafter(value, -inf64)
                           : value;
     };
     while (points.size() < n) {
@@ -239,7 +231,7 @@ protected:
 } // namespace
 
 TEST_F(PointSelection, ReportsPositionsFromZeroAscending) {
-    const positions points{{0, 5, 1, 0, not_a_number}, {0, 5, 0, 0, 0}};
+    const positions points{{0, 5, 1, 0, nan64}, {0, 5, 0, 0, 0}};
     const selection circle = in_circle(0, 0, 2, points);
     EXPECT_EQ(circle.status, 1);
     EXPECT_EQ(circle.count, 3);
@@ -315,10 +307,9 @@ TEST_F(PointSelection, CircleSelectsWhatThePredicateDoes) {
         if (round % 2 == 0) // whole numbers: many points on the rim
             for (std::size_t i = points.size(); i-- > 0;)
                 points.add(std::round(points.x[i]), std::round(points.y[i]));
-        if (round % 3 == 0)
-            strew(random, points, {not_a_number, infinite, -infinite, 1e200, 0x1p-540});
+        if (round % 3 == 0) strew(random, points, {nan64, inf64, -inf64, 1e200, 0x1p-540});
         const f64 center[2] = {round % 5 == 0 ? 0.3 : 0.0, 0.0};
-        const f64 radius = round % 7 == 0 ? not_a_number : std::round(12 * uniform(random)) - 2;
+        const f64 radius = round % 7 == 0 ? nan64 : std::round(12 * uniform(random)) - 2;
         const selection expected = one_by_one(points, [&](const f64* p, i32& inside) {
             CIRCLE_CONTAINS_POINT_2D(radius, center, p, inside);
         });
@@ -339,7 +330,7 @@ TEST_F(PointSelection, PolygonSelectsWhatThePredicateDoes) {
         if (round % 5 == 0) shift(v, 500000.0, 4000000.0);
         if (round % 11 == 0) shift(v, 0x1p52, -0x1p53); // but a few steps of the grid remain
         if (round % 4 == 0) strew(random, v, {v.x[0], v.y[0], 0.0});
-        if (round % 7 == 0) strew(random, v, {not_a_number, infinite, -infinite, 1e308, 0x1p-1074});
+        if (round % 7 == 0) strew(random, v, {nan64, inf64, -inf64, 1e308, 0x1p-1074});
         const positions points = points_about(random, v, one_of(random, point_counts));
         expect_same(in_polygon(v, points), in_polygon_one_by_one(v, points), "polygon");
         if (HasFatalFailure()) FAIL() << "round " << round;
@@ -350,7 +341,7 @@ TEST_F(PointSelection, PolygonSelectsWhatThePredicateDoes) {
 // neighbours that are no numbers or far away.
 TEST_F(PointSelection, TracksAreSelectedAsTheirPoints) {
     generator random(15);
-    const std::vector<f64> odd_values{not_a_number, infinite, -infinite, 1e308, -1e200, 0x1p-1074};
+    const std::vector<f64> odd_values{nan64, inf64, -inf64, 1e308, -1e200, 0x1p-1074};
     i64 selected = 0, left_out = 0;
     for (int round = 0; round < 240; ++round) {
         const f64 size = one_of<f64>(random, {1.0, 1000.0, 1000.0, 0x1p-400, 0x1p450});
@@ -398,7 +389,7 @@ TEST_F(PointSelection, FineIndexAnswersAsThePredicate) {
         const auto border = [&](const raster_axis& axis) {
             const auto strip = static_cast<f64>(random() % static_cast<unsigned>(axis.strips));
             const f64 place = axis.low + strip * axis.width;
-            return std::nextafter(place, random() % 2 == 0 ? infinite : -infinite);
+            return std::nextafter(place, random() % 2 == 0 ? inf64 : -inf64);
         };
         while (points.size() < most_points_at_once) {
             const f64 y = border(index.rows);
@@ -416,7 +407,7 @@ TEST_F(PointSelection, FineIndexAnswersAsThePredicate) {
     }
 }
 
-// An axis over huge coordinates is refused rather than left with infinite places, whose conversion
+// An axis over huge coordinates is refused rather than left with inf64 places, whose conversion
 // to an integer is undefined: the squares have sides of 8e307 and the like.
 TEST_F(PointSelection, HugeOutlinesHaveNoInfinitePlaces) {
     std::feclearexcept(FE_ALL_EXCEPT);
@@ -425,7 +416,7 @@ TEST_F(PointSelection, HugeOutlinesHaveNoInfinitePlaces) {
             for (const i64 strips : {3, 4, 5, 6, 9, 40, 1000}) {
                 const raster_axis axis = divided(low, low + side, strips);
                 ASSERT_LT(axis.strip_of(low + side), axis.strips);
-                ASSERT_EQ(axis.strip_of(-infinite), 0);
+                ASSERT_EQ(axis.strip_of(-inf64), 0);
             }
     EXPECT_FALSE(std::fetestexcept(FE_INVALID));
     generator random(16);

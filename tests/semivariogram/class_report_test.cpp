@@ -3,11 +3,7 @@
 #include "semivariogram/class_report.hpp"
 #include "semivariogram/experimental.hpp"
 #include "support/scratch_folder.hpp"
-
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
+#include "support/test.hpp"
 
 using namespace qmx;
 namespace fs = std::filesystem;

@@ -2,14 +2,7 @@
 #include "base/limits.hpp"
 #include "events/event.hpp"
 #include "semivariogram/semivariogram.hpp"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <random>
-#include <string>
-#include <vector>
+#include "support/test.hpp"
 
 using namespace qmx;
 

@@ -6,19 +6,11 @@
 #include "semivariogram/parameters.hpp"
 #include "semivariogram/search/pair_search.hpp"
 #include "semivariogram/search/window_search.hpp"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
-#include <random>
+#include "support/test.hpp"
 
 using namespace qmx;
 
 namespace {
-
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-constexpr f32 inf32 = std::numeric_limits<f32>::infinity();
 
 using lot = std::vector<t_icdata>;
 

@@ -5,16 +5,10 @@
 #include "semivariogram/experimental.hpp"
 #include "semivariogram/kernel/pair_kernel.hpp"
 #include "semivariogram/model_fit.hpp"
+#include "support/test.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
 #include <cfenv>
 #include <chrono>
-#include <cmath>
-#include <random>
-#include <vector>
 #if defined(__x86_64__)
 #include <xmmintrin.h>
 #endif

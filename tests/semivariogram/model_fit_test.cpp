@@ -1,15 +1,7 @@
 #include "semivariogram/model_fit.hpp"
 
 #include "events/event.hpp"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <string>
-#include <vector>
+#include "support/test.hpp"
 
 using namespace qmx;
 
@@ -328,7 +320,6 @@ TEST(ModelFit, FailuresNameTheirPathAndLeaveTheOutputs) {
         f32 spoilt; // value of one semivariance
         const char* description;
     };
-    constexpr f32 nan = std::numeric_limits<f32>::quiet_NaN();
     const failure_case cases[] = {
         {1, 10, nan, "error calling imsl BCNLS with the exponential function"},
         {2, 10, nan, "error calling imsl BCNLS with the power function"},

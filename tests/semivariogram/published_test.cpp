@@ -1,15 +1,9 @@
 // The experimental semivariogram beside its definition: distances and differences in f64, classes by
 // their borders, no search. The definition is first shown to give a published table.
 #include "semivariogram/experimental.hpp"
+#include "support/test.hpp"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdio>
 #include <memory>
-#include <random>
-#include <string>
-#include <vector>
 
 using namespace qmx;
 

@@ -5,18 +5,10 @@
 #include "spot_tests/point_stats.hpp"
 #include "support/expect_event.hpp"
 
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <random>
-
 using namespace qmx;
 using support::view;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
 
 using positions = std::vector<i32>;
 

@@ -2,12 +2,7 @@
 // folder "certified" below the one that the environment variable QMX_IC_DATA names.
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "support/test.hpp"
 
 namespace support {
 

@@ -1,13 +1,11 @@
 // Statistics in arithmetic wide enough to be exact where it matters: the truth for f32 results.
 #pragma once
 
+#include "support/test.hpp"
+
 #include <boost/math/distributions/chi_squared.hpp>
 #include <boost/math/distributions/students_t.hpp>
 #include <boost/multiprecision/cpp_bin_float.hpp>
-
-#include <cmath>
-#include <limits>
-#include <vector>
 
 namespace support {
 

@@ -3,15 +3,12 @@
 #include "support/expect_event.hpp"
 #include "toolkit/correlation_wrappers.hpp"
 
-#include <limits>
-
 using namespace qmx;
 using support::view;
 
 namespace {
 
 using reals = std::vector<f32>;
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
 constexpr f32 untouched = -777.0F;
 
 // Two pulses: y repeats that of x two steps later.

@@ -1,14 +1,9 @@
 #include "support/expect_event.hpp"
 #include "toolkit/interpolation.hpp"
 
-#include <cmath>
-#include <limits>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
 
 f32 at(const std::vector<f32>& y, const std::vector<f32>& x, f32 query,
        const i32* outside = nullptr) {

@@ -5,9 +5,6 @@
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
 
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <optional>
 
 using namespace qmx;
@@ -17,7 +14,6 @@ namespace {
 
 using reals = std::vector<f64>;
 
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
 constexpr f64 untouched = -77.0;
 
 struct curve_call {

@@ -4,14 +4,9 @@
 #include "support/expect_event.hpp"
 #include "toolkit/regression.hpp"
 
-#include <cmath>
-#include <limits>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
 
 struct outputs {
     f64 AOV[15], COEF[10], COVB[4], TESTLF[10], CASE[12 * 5];

@@ -3,18 +3,10 @@
 #include "support/expect_event.hpp"
 #include "toolkit/reliability.hpp"
 
-#include <array>
-#include <cmath>
-#include <limits>
-#include <random>
-
 using namespace qmx;
 using support::view;
 
 namespace {
-
-constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 infinite = std::numeric_limits<f64>::infinity();
 
 TEST(ReliabilityAdjustment, MovesTheMeansTowardsEachOther) {
     constexpr f64 z95 = 1.6448536269514722;
@@ -47,7 +39,7 @@ TEST(ReliabilityAdjustment, MovesTheMeansTowardsEachOther) {
 }
 
 TEST(ReliabilityAdjustment, AnImpossibleReliabilityIsSeenInTheResultsOnly) {
-    for (const f64 reliability : {0.0, 100.0, -5.0, not_a_number}) {
+    for (const f64 reliability : {0.0, 100.0, -5.0, nan64}) {
         f64 out1 = -1, out2 = -1;
         clear_event();
         EXPECT_EQ(relia_adj(reliability, 10, 20, 0.1, 0.1, out1, out2), status_success);
@@ -206,8 +198,8 @@ TEST(MaturityFit, RefusesDataThatHaveNoCurve) {
         {"three pairs, two maturities", {1, 2, 2}, {1, 2, 2.5}},
         {"different extents", {1, 2, 3, 4}, {1, 2, 3}},
         {"a negative maturity", {-1, 1, 2, 3}, {1, 2, 3, 4}},
-        {"a missing value", {1, 2, 3, 4}, {1, not_a_number, 3, 4}},
-        {"an infinite maturity", {1, 2, 3, infinite}, {1, 2, 3, 4}},
+        {"a missing value", {1, 2, 3, 4}, {1, nan64, 3, 4}},
+        {"an inf64 maturity", {1, 2, 3, inf64}, {1, 2, 3, 4}},
         {"no strength", {1, 2, 3, 4}, {0, 0, 0, 0}},
         {"negative strength", {1, 2, 3, 4}, {-1, -2, -3, -4}},
     };

@@ -2,16 +2,12 @@
 #include "support/expect_event.hpp"
 #include "toolkit/statistics_wrappers.hpp"
 
-#include <cmath>
-#include <limits>
-
 using namespace qmx;
 using support::view;
 
 namespace {
 
 using reals = std::vector<f32>;
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
 constexpr f32 untouched = -777.0F;
 
 TEST(UnivariateWrapper, HandsOverAsManyStatisticsAsThereIsRoomFor) {

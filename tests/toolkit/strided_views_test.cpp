@@ -5,9 +5,6 @@
 #include "toolkit/sort_wrappers.hpp"
 #include "toolkit/statistics_wrappers.hpp"
 
-#include <bit>
-#include <functional>
-
 using namespace qmx;
 using support::view;
 
