@@ -72,8 +72,7 @@ std::vector<limited_case> limited_cases() {
         {"limits_that_are_nan", linear<f64>, linear<f32>, 2, {5, 5}, {nan64, 1}, {9, nan64},
          {{{1, 1}, 2, nan64, 0}, {{nan64, 1}, 2, 8, 0}}, {0, 1}, identity, origin, false},
         {"deeper_valley_behind_a_ridge", two_valleys<f64>, two_valleys<f32>, 2,
-         {0}, {0}, {12}, {}, {deeper}},
-    };
+         {0}, {0}, {12}, {}, {deeper}}};
     // clang-format on
 }
 

@@ -1,9 +1,8 @@
 // One call of the regression on rows of a test, and rows made up for it.
 #pragma once
 
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/regression/simple_regression.hpp"
-#include "support/test.hpp"
+#include "support/expect_error.hpp"
 
 namespace regression_test {
 

@@ -1,10 +1,9 @@
 // Calls of UVSTA and what to hold them against.
 #pragma once
 
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/univariate.hpp"
 #include "support/exact_statistics.hpp"
-#include "support/test.hpp"
+#include "support/expect_error.hpp"
 
 namespace univariate {
 

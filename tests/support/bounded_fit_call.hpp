@@ -2,8 +2,7 @@
 #pragma once
 
 #include "numeric/bounded/bounded_fit.hpp"
-#include "numeric/errors/error_stack.hpp"
-#include "support/test.hpp"
+#include "support/expect_error.hpp"
 
 namespace support {
 
