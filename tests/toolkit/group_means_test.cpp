@@ -38,12 +38,11 @@ const value_case value_cases[] = {
     {"all there is", 1.0F, any_bits},
     {"NaN between", 50.0F, [](auto& r) { return r() % 3 == 0 ? nan32 : even(r, 0, 50); }},
     {"nothing but NaN", 0.0F, [](auto&) { return nan32; }},
-    {"inf32 values, few of both signs", 5.0F,
+    {"infinite values, few of both signs", 5.0F,
      [](auto& r) { return r() % 200 == 0   ? inf32
                           : r() % 300 == 0 ? -inf32
                                            : 5.0F; }},
-    {"below infinity", 5.0F, [](auto& r) { return r() % 99 == 0 ? -inf32 : even(r, 0, 5); }},
-};
+    {"below infinity", 5.0F, [](auto& r) { return r() % 99 == 0 ? -inf32 : even(r, 0, 5); }}};
 
 TEST(GroupMeans, AreThoseOfEachGroupOnItsOwn) {
     constexpr std::size_t groups = 7;

@@ -63,8 +63,7 @@ const failure_case failure_cases[] = {
     {"constant ordinates", {1, 2, 3}, {4, 4, 4}, 1, refused, fit},
     {"constant ordinates, degree 0", {1, 2, 3}, {4, 4, 4}, 0, refused, fit},
     {"too few abscissas", {1, 1, 2, 2}, {1, 2, 3, 5}, 2, refused, fit},
-    {"perfect below the degree", {1, 2, 3}, {2, 3, 4}, 2, refused, fit},
-};
+    {"perfect below the degree", {1, 2, 3}, {2, 3, 4}, 2, refused, fit}};
 TEST(PolynomialCurve, FailsInItsOrderAndLeavesWhatItSays) {
     for (const auto& c : failure_cases) {
         SCOPED_TRACE(c.name);

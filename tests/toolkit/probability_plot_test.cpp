@@ -25,8 +25,7 @@ report report_on(const std::vector<f32>& data) {
     clear_event();
     result.status = norm_prob(view_of(data.data(), std::ssize(data)), unit);
     close_unit(unit);
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) result.lines.push_back(line);
+    result.lines = support::lines_of(path);
     return result;
 }
 
