@@ -79,7 +79,8 @@ TEST(FloatingPointFlags, StayDownOnOrdinaryLots) {
     const pair_kernel::version_list versions = pair_kernel::available_versions();
     for (i32 trial = 0; trial < 200; ++trial) {
         lot data(static_cast<std::size_t>(3 + below(700)));
-        t_gamvset set = settings(1 + below(98), 0.1F + static_cast<f32>(below(30)) / 10);
+        const i32 lags = 1 + below(98);
+        t_gamvset set = settings(lags, 0.1F + static_cast<f32>(below(30)) / 10);
         const f64 east = below(2) == 0 ? 0 : 500123.4;
         const i32 kind = below(4), passes = 1 + below(4), across = 1 + below(30);
         for (i32 i = 0; i < std::ssize(data); ++i) {
