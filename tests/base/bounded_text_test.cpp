@@ -1,15 +1,9 @@
 // Texts of fixed size: what numbers look like in them, in the C locale and in one with a decimal comma.
 #include "base/bounded_text.hpp"
 #include "support/scratch_folder.hpp"
+#include "support/test.hpp"
 
-#include <gtest/gtest.h>
-
-#include <bit>
 #include <clocale>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <string>
 
 using namespace qmx;
 

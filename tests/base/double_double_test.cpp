@@ -1,8 +1,7 @@
 // Exact products, and the exponential and logarithm before they are rounded, against 50 digits.
 #include "base/elementary_kernels.hpp"
 #include "base/wide_numbers.hpp"
-
-#include <gtest/gtest.h>
+#include "support/test.hpp"
 
 using namespace qmx;
 using support::spread_numbers;

@@ -4,14 +4,9 @@
 #include "base/work_array.hpp"
 #include "events/unit_table.hpp"
 #include "qmx_ic.h"
-
-#include <gtest/gtest.h>
+#include "support/scratch_folder.hpp"
 
 #include <cerrno>
-#include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <vector>
 
 using namespace qmx;
 
@@ -50,7 +45,8 @@ TEST(WorkArray, IsFalseOnlyWhenMemoryRanOut) {
 }
 
 TEST(Units, LowestFreeNumberIsTakenUntilAllAreConnected) {
-    const auto path = std::filesystem::temp_directory_path() / "qmx_units_test.txt";
+    const support::scratch_folder folder;
+    const auto path = folder.path() / "units.txt";
     std::vector<i32> taken;
     for (i32 unit = find_free_unit(); unit != no_unit; unit = find_free_unit()) {
         ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0);
@@ -63,12 +59,11 @@ TEST(Units, LowestFreeNumberIsTakenUntilAllAreConnected) {
     close_unit(42);
     EXPECT_EQ(find_free_unit(), 42);
     for (const i32 unit : taken) close_unit(unit);
-    std::filesystem::remove(path);
 }
 
 TEST(Units, OldFileMustExistAndAppendKeepsIt) {
-    const auto path = std::filesystem::temp_directory_path() / "qmx_append_test.txt";
-    std::filesystem::remove(path);
+    const support::scratch_folder folder;
+    const auto path = folder.path() / "append.txt";
     EXPECT_EQ(connect_unit(11, path.string(), open_status::old, open_position::append), ENOENT);
     EXPECT_FALSE(unit_is_connected(11));
     ASSERT_EQ(connect_unit(11, path.string() + "   ", open_status::unknown), 0);
@@ -78,9 +73,7 @@ TEST(Units, OldFileMustExistAndAppendKeepsIt) {
     ASSERT_EQ(connect_unit(11, path.string(), open_status::old, open_position::append), 0);
     write_line(11, "two");
     close_unit(11);
-    std::ifstream file(path);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "one line\ntwo\n");
-    std::filesystem::remove(path);
+    EXPECT_EQ(support::text_in(path), "one line\ntwo\n");
     EXPECT_EQ(connect_unit(10, path.string(), open_status::unknown), EINVAL);
     EXPECT_EQ(connect_unit(11, std::string(5000, 'x'), open_status::unknown), ENAMETOOLONG);
 }

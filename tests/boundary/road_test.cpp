@@ -1,12 +1,7 @@
 // From the host's call to its outputs, through the shared library.
 #include "qmx_ic.h"
 #include "support/event_text.hpp"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <vector>
+#include "support/test.hpp"
 
 extern "C" int points_found_from_c();
 
@@ -15,8 +10,6 @@ namespace {
 using support::is_untouched;
 using support::patterned_event;
 using support::text_of;
-
-constexpr double nan64 = std::numeric_limits<double>::quiet_NaN();
 
 std::vector<t_icdata> points_of(const std::vector<double>& values) {
     std::vector<t_icdata> points;
@@ -300,13 +293,11 @@ TEST(Road, SemivariogramKeepsItsExperimentalPartWhereOnlyTheFitFails) {
         float bandwidth;
         const char *message, *path;
         double first; // 7 where nothing can be cleared
-    } const rows[] = {
-        {99, -1, "i_nlag + 2 exceeds the maximum 100 lag classes", driver, 0},
-        {most, 1, "i_nlag + 2 exceeds the maximum 100 lag classes", driver, 7},
-        {0, 100, "nlag is too small: check parameters", below, 0},
-        {-5, 100, "nlag is too small: check parameters", below, 7},
-        {8, -1, "horizontal bandwidth is too small", below, 0},
-    };
+    } const rows[] = {{99, -1, "i_nlag + 2 exceeds the maximum 100 lag classes", driver, 0},
+                      {most, 1, "i_nlag + 2 exceeds the maximum 100 lag classes", driver, 7},
+                      {0, 100, "nlag is too small: check parameters", below, 0},
+                      {-5, 100, "nlag is too small: check parameters", below, 7},
+                      {8, -1, "horizontal bandwidth is too small", below, 0}};
     std::vector<double> wide(101, 7.0);
     for (const auto& row : rows) {
         settings = {row.lags, 0.5F, 90, 90, row.bandwidth, 2};

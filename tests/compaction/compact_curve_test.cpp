@@ -7,19 +7,9 @@
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <random>
-#include <string>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
 
 struct pass_count {
     i32 pass, points;
@@ -123,8 +113,7 @@ const walk_case walk_cases[] = {
     {"zeros_below_the_curve", 9, {{1, 200}, {2, 200}, {3, 200}, {4, 200}}, 4},
     {"a_gap_ends_the_walk", 8, {{1, 200}, {2, 200}, {3, 200}, {4, 200}, {6, 200}}, 4},
     {"a_thin_pass_ends_the_walk", 8, {{1, 100}, {2, 150}, {3, 100}, {4, 99}, {5, 500}}, 3},
-    {"one_pass_alone_is_a_line_of_zeros", 3, {{1, 100}, {2, 99}, {3, 500}}, 1},
-};
+    {"one_pass_alone_is_a_line_of_zeros", 3, {{1, 100}, {2, 99}, {3, 500}}, 1}};
 TEST(CompactionCurve, EqualsTheCurveOfSortedPointsToTheLastDigit) {
     for (const auto& c : walk_cases) {
         SCOPED_TRACE(c.name);
@@ -189,8 +178,7 @@ const failure_case failure_cases[] = {
     {"pass below 0", 5, 0, {{-2147483647, 1}, {1, 200}}, no_pass_1, untouched},
     {"too high", 5, 0, {{1, 200}, {6, 1}}, "IC data consist of pass no. > max passes", untouched},
     {"pass 1 thin", 5, 0, {{1, 99}, {2, 9}}, "No sufficient data existed for any pass no.", 0},
-    {"no quadratic", 2, 0, {{1, 100}, {2, 100}}, "error calling imsl drcurv", 2},
-};
+    {"no quadratic", 2, 0, {{1, 100}, {2, 100}}, "error calling imsl drcurv", 2}};
 TEST(CompactionCurve, FailsInItsOrderAndLeavesWhatItHad) {
     for (const auto& c : failure_cases) {
         SCOPED_TRACE(c.name);

@@ -5,18 +5,12 @@
 #include "support/expect_event.hpp"
 #include "support/scratch_folder.hpp"
 
-#include <cmath>
-#include <fstream>
-#include <random>
 #include <set>
 
 using namespace qmx;
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
 
 using corners = std::vector<std::pair<f64, f64>>;
 
@@ -75,8 +69,7 @@ TEST(AlignmentArea, SumsIncludedLessExcludedWhateverTheOrientation) {
         {"an exclusion alone", call().area(1, square(2)), -4},
         {"no area", call().area(2, {{0, 0}, {5, 5}}).area(2, {}).area(2, square(1)), 1},
         {"overlaps count twice", call().area(2, square(3)).area(2, square(3)), 18},
-        {"a figure eight is a difference", call().area(2, figure_eight), 2},
-    };
+        {"a figure eight is a difference", call().area(2, figure_eight), 2}};
     for (auto row : rows) {
         EXPECT_EQ(row.input.run(), 1) << row.name;
         EXPECT_EQ(row.input.results[0].x_plan_area, row.expected) << row.name;
@@ -188,15 +181,13 @@ TEST(Checks, TheFirstOffenceDecidesAndTouchesNothing) {
         const char* name;
         call input;
         std::string message; // empty: accepted
-    } rows[] = {
-        {"flag 0", with({{0, 4}}), flag},
-        {"flag 3", with({{3, 4}}), flag},
-        {"count 10001", with({{2, 10001}}), count},
-        {"count 10000", with({{2, 10000}}), ""},
-        {"negative count", with({{2, -7}}), ""},
-        {"flag wins within an area", with({{5, 10001}}), flag},
-        {"the first area decides", with({{1, 10001}, {5, 4}}), count},
-    };
+    } rows[] = {{"flag 0", with({{0, 4}}), flag},
+                {"flag 3", with({{3, 4}}), flag},
+                {"count 10001", with({{2, 10001}}), count},
+                {"count 10000", with({{2, 10000}}), ""},
+                {"negative count", with({{2, -7}}), ""},
+                {"flag wins within an area", with({{5, 10001}}), flag},
+                {"the first area decides", with({{1, 10001}, {5, 4}}), count}};
     for (auto& row : rows) {
         EXPECT_EQ(row.input.run(), row.message.empty() ? 1 : 3) << row.name;
         if (row.message.empty()) continue;
@@ -221,10 +212,6 @@ protected:
             found.insert(entry.path().string());
         return found;
     }
-    std::string text() const {
-        std::ifstream file(log);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
     static call sample() {
         call input;
         input.bins = {{1, 3}, {4, -1}};
@@ -246,8 +233,8 @@ TEST_F(RunLog, AStandardRunWritesNoFileAndALoggedOneDoes) {
     auto after = before;
     after.insert(log.string());
     EXPECT_EQ(names(), after) << "the watch sees the one file of a log";
-    EXPECT_NE(text().find("  *** Exit with error\n***** Error Message ******\n"
-                          "sub/func name : icd_coverage_cal\n"),
+    EXPECT_NE(support::text_in(log).find("  *** Exit with error\n***** Error Message ******\n"
+                                         "sub/func name : icd_coverage_cal\n"),
               std::string::npos);
 }
 
@@ -320,7 +307,7 @@ accumulated area(m^2): 2.0001220703125
  ---------------------------------------------
   *** Exit with success
 )";
-    EXPECT_EQ(text(), expected);
+    EXPECT_EQ(support::text_in(log), expected);
 }
 
 } // namespace

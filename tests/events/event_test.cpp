@@ -2,13 +2,7 @@
 #include "events/event.hpp"
 #include "events/unit_table.hpp"
 #include "support/event_text.hpp"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
+#include "support/scratch_folder.hpp"
 
 using namespace qmx;
 using support::text_of;
@@ -98,24 +92,16 @@ TEST(HostRecord, ClassFollowsTheStatus) {
 
 class Report : public testing::Test {
 protected:
-    std::filesystem::path path =
-        std::filesystem::temp_directory_path() /
-        ("qmx_report_" +
-         std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".txt");
+    support::scratch_folder folder;
+    std::filesystem::path path = folder.path() / "report.txt";
     i32 unit = find_free_unit();
 
     void connect() { ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0); }
     std::vector<std::string> lines() {
         close_unit(unit);
-        std::ifstream file(path);
-        std::vector<std::string> read;
-        for (std::string line; std::getline(file, line);) read.push_back(line);
-        return read;
+        return support::lines_of(path);
     }
-    void TearDown() override {
-        close_unit(unit);
-        std::filesystem::remove(path);
-    }
+    void TearDown() override { close_unit(unit); }
 };
 
 TEST_F(Report, WritesSevenLinesToAConnectedUnit) {

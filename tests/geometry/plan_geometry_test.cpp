@@ -1,24 +1,14 @@
 #include "geometry/plan_geometry.hpp"
 
 #include "events/unit_table.hpp"
+#include "support/scratch_folder.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <limits>
 #include <numeric>
-#include <random>
-#include <string>
-#include <vector>
 
 using namespace qmx;
 
 namespace {
 
-constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 infinite = std::numeric_limits<f64>::infinity();
 constexpr i32 least = std::numeric_limits<i32>::min(), greatest = std::numeric_limits<i32>::max();
 
 using outline = std::vector<f64>; // x1, y1, x2, y2, ...
@@ -40,7 +30,7 @@ i32 polygon_answer(const outline& v, f64 x, f64 y) {
 }
 
 f64 area_of(const outline& v) {
-    f64 area = not_a_number;
+    f64 area = nan64;
     POLYGON_SIGNED_AREA_2D(static_cast<i32>(v.size() / 2), v.data(), area);
     return area;
 }
@@ -63,23 +53,22 @@ bool exact_answer(const std::vector<i64>& v, i64 x, i64 y) {
 } // namespace
 
 TEST(Circle, RimIsInsideAndNanIsNot) {
+    // Of the last both squares overflow alike.
     const struct {
         f64 radius, cx, cy, x, y;
         bool inside;
-    } cases[] = {
-        {5, 0, 0, 3, 4, true},
-        {5, 0, 0, 3, 4.0000001, false},
-        {-5, 0, 0, 3, 4, true},
-        {0, 2, 7, 2, 7, true},
-        {0, 2, 7, 2, 7.0000001, false},
-        {not_a_number, 0, 0, 0, 0, false},
-        {1, not_a_number, 0, 0, 0, false},
-        {1, 0, 0, 0, not_a_number, false},
-        {infinite, 0, 0, 9, 9, true},
-        {1e200, 0, 0, 1e200, 0, true}, // both squares overflow alike
-        {1, 0, 0, infinite, 0, false},
-        {infinite, infinite, 0, infinite, 0, false},
-    };
+    } cases[] = {{5, 0, 0, 3, 4, true},
+                 {5, 0, 0, 3, 4.0000001, false},
+                 {-5, 0, 0, 3, 4, true},
+                 {0, 2, 7, 2, 7, true},
+                 {0, 2, 7, 2, 7.0000001, false},
+                 {nan64, 0, 0, 0, 0, false},
+                 {1, nan64, 0, 0, 0, false},
+                 {1, 0, 0, 0, nan64, false},
+                 {inf64, 0, 0, 9, 9, true},
+                 {1, 0, 0, inf64, 0, false},
+                 {inf64, inf64, 0, inf64, 0, false},
+                 {1e200, 0, 0, 1e200, 0, true}};
     for (const auto& c : cases) {
         const f64 center[2] = {c.cx, c.cy}, p[2] = {c.x, c.y};
         i32 inside = 7;
@@ -100,21 +89,11 @@ TEST(Circle, SquaresAreRoundedBeforeTheyAreAdded) {
 }
 
 TEST(Polygon, BoundaryRule) {
-    struct place {
-        f64 x, y;
-    };
-    const std::vector<place> inside = {{0.5, 0.5}, {0, 0.5}, {0.5, 1}, {0, 1}}; // left and top
-    const std::vector<place> outside = {{1, 0.5},
-                                        {0.5, 0},
-                                        {1, 1},
-                                        {0, 0},
-                                        {1, 0},
-                                        {-1, 0.5},
-                                        {-1, 1},
-                                        {not_a_number, 0.5},
-                                        {0.5, not_a_number},
-                                        {-infinite, 0.5},
-                                        {0.5, infinite}};
+    using places = std::vector<std::pair<f64, f64>>;
+    const places inside = {{0.5, 0.5}, {0, 0.5}, {0.5, 1}, {0, 1}}; // left and top
+    const places outside = {{1, 0.5},     {0.5, 0},      {1, 1},      {0, 0},
+                            {1, 0},       {-1, 0.5},     {-1, 1},     {nan64, 0.5},
+                            {0.5, nan64}, {-inf64, 0.5}, {0.5, inf64}};
     outline closed = unit_square, doubled;
     closed.insert(closed.end(), {0, 0});
     for (std::size_t i = 0; i < unit_square.size(); i += 2)
@@ -166,20 +145,18 @@ TEST(Area, SignFollowsTheOrientation) {
         const char* what;
         outline v;
         f64 area;
-    } cases[] = {
-        {"square", unit_square, 1.0},
-        {"triangle", {0, 0, 6, 0, 0, 4}, 12.0},
-        {"lobes of opposite sense cancel in part", {0, 0, 3, 0, 0, 2, 0, -1, -2, 0}, 2.0},
-        {"figure eight", figure_eight, 0.0},
-        {"two vertices", {0, 3, 1, 7}, 0.0},
-        {"one vertex", {5, 9}, 0.0},
-        {"none", {}, 0.0},
-    };
+    } cases[] = {{"square", unit_square, 1.0},
+                 {"triangle", {0, 0, 6, 0, 0, 4}, 12.0},
+                 {"lobes of opposite sense cancel in part", {0, 0, 3, 0, 0, 2, 0, -1, -2, 0}, 2.0},
+                 {"figure eight", figure_eight, 0.0},
+                 {"two vertices", {0, 3, 1, 7}, 0.0},
+                 {"one vertex", {5, 9}, 0.0},
+                 {"none", {}, 0.0}};
     for (const auto& c : cases) {
         EXPECT_EQ(area_of(c.v), c.area) << c.what;
         EXPECT_EQ(area_of(reversed(c.v)), -c.area) << c.what;
     }
-    f64 area = not_a_number;
+    f64 area = nan64;
     POLYGON_SIGNED_AREA_2D(-3, nullptr, area);
     EXPECT_EQ(area, 0.0);
 }
@@ -220,8 +197,8 @@ TEST(Modulo, IsTheRemainderThatIsNeverNegative) {
 }
 
 TEST(Modulo, ReportsADivisorOfZeroOnlyWhileMessagesAreOn) {
-    const std::filesystem::path path =
-        std::filesystem::path(testing::TempDir()) / "qmx_modulo_messages.txt";
+    const support::scratch_folder folder;
+    const auto path = folder.path() / "messages.txt";
     const i32 unit = find_free_unit();
     ASSERT_EQ(connect_unit(unit, path.string(), open_status::unknown), 0);
     const i32 unit_before = geometry_message_unit;
@@ -233,8 +210,6 @@ TEST(Modulo, ReportsADivisorOfZeroOnlyWhileMessagesAreOn) {
     geometry_messages = false;
     geometry_message_unit = unit_before;
     close_unit(unit);
-    std::ifstream written(path);
-    const std::string text((std::istreambuf_iterator<char>(written)), {});
-    EXPECT_EQ(text, "I4_MODP - Fatal error!\n  I4_MODP ( I, J ) called with J = 0\n");
-    std::filesystem::remove(path);
+    EXPECT_EQ(support::text_in(path),
+              "I4_MODP - Fatal error!\n  I4_MODP ( I, J ) called with J = 0\n");
 }

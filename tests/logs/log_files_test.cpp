@@ -4,10 +4,7 @@
 #include "support/expect_event.hpp"
 #include "support/scratch_folder.hpp"
 
-#include <cstdio>
 #include <ctime>
-#include <fstream>
-#include <functional>
 #include <regex>
 
 using namespace qmx;
@@ -23,12 +20,6 @@ protected:
     void TearDown() override {
         for (i32 unit = first_unit; unit <= last_unit; ++unit) close_unit(unit);
         clear_event();
-    }
-    static std::vector<std::string> lines_of(const fs::path& path) {
-        std::ifstream file(path);
-        std::vector<std::string> lines;
-        for (std::string line; std::getline(file, line);) lines.push_back(line);
-        return lines;
     }
 };
 
@@ -46,8 +37,7 @@ TEST_F(LogFiles, EachRoutineOpensItsOwnPathOnTheLowestFreeUnit) {
         {"temporary binary", [] { return io_tmp_binfile("b.bin"); }, tmp + "\\b.bin"},
         {"local", [] { return io_lc_file("c.txt"); }, folder.path() / "c.txt"},
         {"local binary", [] { return io_lc_binfile("d.bin"); }, folder.path() / "d.bin"},
-        {"geometry", [] { return get_iounit_geo(); }, tmp + "\\get_iounit_geo.txt"},
-    };
+        {"geometry", [] { return get_iounit_geo(); }, tmp + "\\get_iounit_geo.txt"}};
     i32 expected_unit = first_unit;
     for (const auto& row : rows) {
         EXPECT_EQ(row.open(), expected_unit++) << row.name;
@@ -81,8 +71,7 @@ TEST_F(LogFiles, AFailedOpenTellsPathAndStatus) {
         {[] { return io_tmp_file("a"); }, "/nowhere/at/all\\a", "io_tmp_file"},
         {[] { return io_tmp_binfile("a"); }, "/nowhere/at/all\\a", "io_tmp_file"},
         {[] { return io_lc_file("/nowhere/a"); }, "/nowhere/a", "io_lc_file"},
-        {[] { return io_lc_binfile("/nowhere/a"); }, "/nowhere/a", "io_lc_binfile"},
-    };
+        {[] { return io_lc_binfile("/nowhere/a"); }, "/nowhere/a", "io_lc_binfile"}};
     for (const auto& row : rows) {
         EXPECT_EQ(row.open(), 3);
         support::expect_event("error opening a new file - " + std::string(row.path) +
@@ -111,11 +100,9 @@ TEST_F(LogFiles, SeasonAndTimeDecideBetweenANewAndAContinuedFile) {
         const char* name;
         const i32 *season, *time;
         bool is_new;
-    } const rows[] = {
-        {"neither", nullptr, nullptr, true}, {"season 1", &one, nullptr, true},
-        {"season 2", &two, nullptr, false},  {"both 1", &one, &one, true},
-        {"time 2", &one, &two, false},       {"season 2, time 1", &two, &one, false},
-    };
+    } const rows[] = {{"neither", nullptr, nullptr, true}, {"season 1", &one, nullptr, true},
+                      {"season 2", &two, nullptr, false},  {"both 1", &one, &one, true},
+                      {"time 2", &one, &two, false},       {"season 2, time 1", &two, &one, false}};
     for (const auto& row : rows) {
         i32 unit = 0;
         std::ofstream(path) << "before\n";
@@ -125,7 +112,7 @@ TEST_F(LogFiles, SeasonAndTimeDecideBetweenANewAndAContinuedFile) {
         close_unit(unit);
         const auto expected = row.is_new ? std::vector<std::string>{"after"}
                                          : std::vector<std::string>{"before", "after"};
-        EXPECT_EQ(lines_of(path), expected) << row.name;
+        EXPECT_EQ(support::lines_of(path), expected) << row.name;
         fs::remove(path);
         file_open("log", "name", unit, row.season, row.time, &off);
         EXPECT_EQ(has_failed(), !row.is_new) << row.name;
@@ -153,7 +140,7 @@ TEST_F(LogFiles, HeaderBannerAndDateHaveTheirLines) {
     QMPrintHeader(unit, 2, "a title  ");
     QMPrintHeader(unit, 7, "");
     close_unit(unit);
-    const auto lines = lines_of("log0name.txt");
+    const auto lines = support::lines_of("log0name.txt");
     ASSERT_EQ(lines.size(), 20U);
     const std::string asterisks(54, '*');
     const std::string path = "log0name.txt" + std::string(116, ' ');

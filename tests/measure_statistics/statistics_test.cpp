@@ -2,17 +2,9 @@
 #include "measure_statistics/statistics.hpp"
 #include "support/expect_event.hpp"
 
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <random>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
 
 t_statsout record_of(f32 filler) {
     t_statsout record;
@@ -152,13 +144,11 @@ TEST(ConstantData, GiveOneClassAndSkipTheRest) {
         const char* name;
         std::vector<f64> values;
         f32 bin;
-    } const rows[] = {
-        {"equal", {4, 4, 4}, 4},
-        {"a narrow span", {1, 1 + 1.1920929e-7, 1 + 2 * 1.1920929e-7}, 1.0000001F},
-        {"steps of exactly one epsilon", {0, 20 * epsilon}, 10 * epsilon},
-        {"no number", {nan64, nan64, nan64}, 0},
-        {"minus infinite", {-inf64, -inf64}, -INFINITY},
-    };
+    } const rows[] = {{"equal", {4, 4, 4}, 4},
+                      {"a narrow span", {1, 1 + 1.1920929e-7, 1 + 2 * 1.1920929e-7}, 1.0000001F},
+                      {"steps of exactly one epsilon", {0, 20 * epsilon}, 10 * epsilon},
+                      {"no number", {nan64, nan64, nan64}, 0},
+                      {"minus infinite", {-inf64, -inf64}, -INFINITY}};
     for (const auto& row : rows) {
         t_statsout record = record_of(-5);
         record.i_flag_target = 1;
@@ -188,11 +178,9 @@ TEST(Forgiveness, ATallyThatIsRefusedLeavesZeros) {
     struct {
         const char* name;
         std::vector<f64> values;
-    } const rows[] = {
-        {"a missing value", {1, 2, nan64, 3}},
-        {"steps too small for the magnitude", {1e8, 1e8, 1e8 + 8}},
-        {"an infinite value", {1, 2, inf64}},
-    };
+    } const rows[] = {{"a missing value", {1, 2, nan64, 3}},
+                      {"steps too small for the magnitude", {1e8, 1e8, 1e8 + 8}},
+                      {"an infinite value", {1, 2, inf64}}};
     for (const auto& row : rows) {
         t_statsout record = record_of(-5);
         EXPECT_EQ(analyse(2, 2, row.values, record), 1) << row.name;

@@ -1,14 +1,10 @@
 // Toolkit routines that no export reaches: each allocation that fails ends as the memory event.
 #include "events/event.hpp"
 #include "support/failing_new.hpp"
+#include "support/test.hpp"
 #include "toolkit/correlation_wrappers.hpp"
 #include "toolkit/probability_plot.hpp"
 #include "toolkit/reliability.hpp"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
 
 using namespace qmx;
 
@@ -19,28 +15,24 @@ template <class T, std::size_t N> array_view<const T> view(const T (&elements)[N
 }
 
 constexpr f32 series[] = {1, 4, 2, 8, 5, 7}, echo[] = {2, 1, 4, 2, 8, 5};
-constexpr f32 values[] = {1, 2, 3, 4}, probabilities[] = {0, 0.25F, 0.5F, 1}, wanted[] = {0.3F};
+constexpr f32 values[] = {1, 2, 3, 4}, shares[] = {0, 0.25F, 0.5F, 1}, wanted[] = {0.3F};
 constexpr f64 days[] = {1, 3, 7, 28}, strengths[] = {4, 13, 22, 34};
 
 TEST(Memory, EachFailedAllocationOfAToolkitRoutineIsItsEvent) {
     f32 results[7];
     f64 a, b, c;
+    // clang-format off
     struct {
         const char* name;
         long least_allocations; // so that the test cannot pass by allocating nothing
         std::function<i32()> call;
     } const rows[] = {
-        {"imsl_ccf", 5,
-         [&] {
-             return imsl_ccf(view(series), view(echo), 3, {results, 7});
-         }},
-        {"imsl_GCIN", 1,
-         [&] {
-             return imsl_GCIN(view(wanted), view(values), view(probabilities), {results, 1});
-         }},
+        {"imsl_ccf", 5, [&] { return imsl_ccf(view(series), view(echo), 3, {results, 7}); }},
+        {"imsl_GCIN", 1, [&] { return imsl_GCIN(view(wanted), view(values), view(shares), {results, 1}); }},
         {"maturfit", 2, [&] { return maturfit(view(days), view(strengths), a, b, c); }},
         {"norm_prob", 5, [&] { return norm_prob(view(series), 98); }}, // to no file
     };
+    // clang-format on
     for (const auto& row : rows) {
         long n = 1;
         for (; n <= 100; ++n) {

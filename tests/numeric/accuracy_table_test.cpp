@@ -4,9 +4,8 @@
 #include "numeric/univariate_samples.hpp"
 #include "support/accuracy_quantiles.hpp"
 #include "support/accuracy_table.hpp"
+#include "support/certified_set.hpp"
 
-#include <cstdlib>
-#include <fstream>
 #include <iostream>
 
 using namespace univariate;
@@ -38,7 +37,7 @@ bool is_guarded(int row, i32 code) {
 f64 error_of(int row, f32 got, const support::exact_statistics& exact) {
     const wide& truth = exact.row[row - 1];
     const f32 nearest = static_cast<f32>(truth);
-    if (std::isinf(nearest)) return got == nearest ? 0.0 : static_cast<f64>(infinite);
+    if (std::isinf(nearest)) return got == nearest ? 0.0 : static_cast<f64>(inf32);
     f64 at_least = 0.0;
     if (row == 4 || row == 5) at_least = 1.0;
     if (row == 11 || row == 12) at_least = std::abs(static_cast<f64>(exact.row[0])) * 1e-4;
@@ -53,10 +52,10 @@ std::vector<measured_errors> univariate_errors() {
         "upper limit of the mean", "lower limit of the variance", "upper limit of the variance"};
     // clang-format on
     std::vector<measured_errors> rows;
-    for (int row = 1; row <= 14; ++row)
-        rows.push_back({"`UVSTA` row " + std::to_string(row) + ", " + meaning[row - 1],
-                        row == 1 ? 0.5 : 2.0,
-                        {}});
+    for (int row = 1; row <= 14; ++row) {
+        const std::string name = "`UVSTA` row " + std::to_string(row) + ", " + meaning[row - 1];
+        rows.push_back({name, row == 1 ? 0.5 : 2.0, {}});
+    }
 
     const auto judge = [&](const sample& given, f32 level) {
         const outcome got = statistics(given.x, level, level);
@@ -155,52 +154,33 @@ std::vector<measured_errors> errors_of(const quantile_family& family) {
     return {single, twice};
 }
 
-std::vector<measured_errors> student_errors() {
-    return errors_of({"`TIN`",
-                      "`DTIN`",
-                      TIN,
-                      DTIN,
-                      support::student_error,
-                      1.0,
-                      0.0,
-                      {{0.05, 29.5}, {0.24538364206686822, 8.1959371329552031}}});
-}
-
-std::vector<measured_errors> chi_squared_errors() {
-    return errors_of({"`CHIIN`",
-                      "`DCHIIN`",
-                      CHIIN,
-                      DCHIIN,
-                      support::chi_squared_error,
-                      0.5,
-                      1e-300,
-                      {{0.9282862342104018, 0.5115907991476077},
-                       {0.9183, 0.5203},
-                       {0.23525786075296656, 0.88605972365989039}}});
-}
+// clang-format off
+const quantile_family student = {
+    "`TIN`", "`DTIN`", TIN, DTIN, support::student_error, 1.0, 0.0,
+    {{0.05, 29.5}, {0.24538364206686822, 8.1959371329552031}}};
+const quantile_family chi_squared = {
+    "`CHIIN`", "`DCHIIN`", CHIIN, DCHIIN, support::chi_squared_error, 0.5, 1e-300,
+    {{0.9282862342104018, 0.5115907991476077}, {0.9183, 0.5203}, {0.23525786075296656, 0.88605972365989039}}};
+// clang-format on
 
 // ---- Incomplete beta ratio ----------------------------------------------------------------------
 
-class beta_judge {
-public:
-    explicit beta_judge(measured_errors& row) : row_(row) {}
+struct beta_judge {
+    measured_errors& row;
+    long number = 0;
 
     void operator()(f64 x, f64 a, f64 b) {
-        if (!takes_sample(number_++)) return;
+        if (!takes_sample(number++)) return;
         const f64 value = DBETAI(x, a, b);
         if (value >= 1e-300)
-            row_.errors.add(in_last_places(support::beta_error(value, x, a, b), value),
-                            arguments("X, PIN, QIN =", x, a, b));
+            row.errors.add(in_last_places(support::beta_error(value, x, a, b), value),
+                           arguments("X, PIN, QIN =", x, a, b));
     }
-
-private:
-    measured_errors& row_;
-    long number_ = 0;
 };
 
 std::vector<measured_errors> beta_errors() {
     measured_errors tests{"`DBETAI`, t and F tests", 40, {}};
-    beta_judge judge(tests);
+    beta_judge judge{tests};
     for (const f64 dfn : {1.0, 2.0, 3.0, 5.0, 10.0, 50.0, 399.0, 401.0, 1e3, 1e5, 1e7})
         for (const f64 dfd : support::degrees_of_freedom)
             for (const f64 f :
@@ -223,7 +203,7 @@ std::vector<measured_errors> beta_errors() {
     }
 
     measured_errors anywhere{"`DBETAI`, shapes from 0.001 to 1e8", 4500, {}};
-    beta_judge judge_anywhere(anywhere);
+    beta_judge judge_anywhere{anywhere};
     for (int k = 0; k < 2500; ++k) {
         const f64 a = random.log_uniform(1e-3, 1e8);
         const f64 b = random.log_uniform(1e-3, 1e8);
@@ -262,8 +242,8 @@ void expect_true(const measured_errors& measured, const std::vector<std::string>
 TEST(AccuracyTable, StatesWhatIsMeasured) {
     const auto table = support::read_tables(document);
     std::size_t rows = 0;
-    for (const auto& family : {univariate_errors(), normal_errors(4096), student_errors(),
-                               chi_squared_errors(), beta_errors()})
+    for (const auto& family : {univariate_errors(), normal_errors(4096), errors_of(student),
+                               errors_of(chi_squared), beta_errors()})
         for (const measured_errors& measured : family) {
             std::cout << support::markdown_row(measured) << '\n';
             const auto stated = table.find(measured.name);
@@ -290,26 +270,6 @@ TEST(AccuracyTable, DISABLED_HoldsForEveryF32Argument) {
 
 // ---- Certified sets -----------------------------------------------------------------------------
 
-struct certified_set {
-    f64 mean = 0, deviation = 0;
-    std::vector<f32> x;
-};
-
-certified_set read_certified(const std::string& path) {
-    std::ifstream file(path);
-    certified_set set;
-    bool in_data = false;
-    for (std::string line; std::getline(file, line);) {
-        const auto after_colon = [&] { return std::stod(line.substr(line.rfind(':') + 1)); };
-        if (line.starts_with("Sample Mean")) set.mean = after_colon();
-        if (line.starts_with("Sample Standard")) set.deviation = after_colon();
-        if (in_data && line.find_first_of("0123456789") != std::string::npos)
-            set.x.push_back(std::stof(line));
-        if (line.starts_with("-----")) in_data = true;
-    }
-    return set;
-}
-
 std::string matching_digits(f32 got, f64 certified) {
     if (f64{got} == certified) return "all";
     const f64 error = std::abs(f64{got} - certified) / std::abs(certified);
@@ -319,18 +279,20 @@ std::string matching_digits(f32 got, f64 certified) {
 }
 
 TEST(AccuracyTable, StatesTheDigitsOfCertifiedSets) {
-    const char* folder = std::getenv("QMX_IC_DATA");
-    if (folder == nullptr) GTEST_SKIP() << "QMX_IC_DATA names no folder";
+    if (!support::has_certified_sets()) GTEST_SKIP() << "QMX_IC_DATA is not set";
     const auto table = support::read_tables(document);
     for (const std::string name : {"Lew", "Lottery", "NumAcc1"}) {
-        const certified_set set = read_certified(folder + ("/certified/" + name + ".dat"));
-        ASSERT_GT(set.x.size(), 2U) << name;
-        const outcome got = statistics(set.x);
-        EXPECT_EQ(got.row(1), static_cast<f32>(set.mean)) << name;
-        EXPECT_EQ(got.row(3), static_cast<f32>(set.deviation)) << name;
-        const std::vector<std::string> cells = {name, std::to_string(set.x.size()),
-                                                matching_digits(got.row(1), set.mean),
-                                                matching_digits(got.row(3), set.deviation)};
+        const support::certified_set set = support::read_certified(name);
+        const f64 mean = set.after("ybar:").at(0), deviation = set.after(" s:").at(0);
+        std::vector<f32> x;
+        for (const auto& row : set.rows) x.push_back(static_cast<f32>(row[0]));
+        ASSERT_GT(x.size(), 2U) << name;
+        const outcome got = statistics(x);
+        EXPECT_EQ(got.row(1), static_cast<f32>(mean)) << name;
+        EXPECT_EQ(got.row(3), static_cast<f32>(deviation)) << name;
+        const std::vector<std::string> cells = {name, std::to_string(x.size()),
+                                                matching_digits(got.row(1), mean),
+                                                matching_digits(got.row(3), deviation)};
         for (const std::string& cell : cells) std::cout << "| " << cell << ' ';
         std::cout << "|\n";
         const auto stated = table.find(name);

@@ -1,11 +1,7 @@
 #include "support/bounded_fit_call.hpp"
+#include "support/certified_set.hpp"
 
 #include <complex>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
 
 using namespace support;
 
@@ -97,13 +93,18 @@ number two_decays(const number* b, double x, double) {
 // Three sets of the published regressions (public domain): monomolecular adsorption, biochemical
 // oxygen demand, and two decays that a first start far away hides.
 TEST_F(BoundedFitAccuracy, FindsCertifiedParametersFromEitherStart) {
-    current = {
-        saturation, {}, {}, {{500, 0.0001}, {250, 0.0005}}, {2.3894212918E+02, 5.5015643181E-04}};
-    for (const double at : {77.6, 114.9, 141.1, 190.8, 239.9, 289.0, 332.8, 378.4, 434.8, 477.3,
-                            536.8, 593.1, 689.1, 760.0})
-        current.x.push_back({at, 0.0});
-    current.y = {10.07, 14.73, 17.94, 23.93, 29.61, 35.18, 40.02,
-                 44.82, 50.76, 55.05, 61.01, 66.40, 75.47, 81.78};
+    const auto abscissas = [](const std::vector<double>& values) {
+        std::vector<std::array<double, 2>> x;
+        for (const double value : values) x.push_back({value, 0.0});
+        return x;
+    };
+    current = {saturation,
+               abscissas({77.6, 114.9, 141.1, 190.8, 239.9, 289.0, 332.8, 378.4, 434.8, 477.3,
+                          536.8, 593.1, 689.1, 760.0}),
+               {10.07, 14.73, 17.94, 23.93, 29.61, 35.18, 40.02, 44.82, 50.76, 55.05, 61.01, 66.40,
+                75.47, 81.78},
+               {{500, 0.0001}, {250, 0.0005}},
+               {2.3894212918E+02, 5.5015643181E-04}};
     expect_digits({"adsorption", saturation, {9, 9}, {8, 8}, {5, 5}});
     const auto call = regression_call<f64>(0, model_jacobian);
     EXPECT_NEAR(call.norm * call.norm, 1.2455138894E-01, 1e-10);
@@ -129,38 +130,25 @@ TEST_F(BoundedFitAccuracy, FindsCertifiedParametersFromEitherStart) {
     expect_digits({"two_decays", two_decays, {7, 7}, {6, 6}, {1, 1}});
 }
 
-bool read_regression(const std::string& path, model form, bool takes_log) {
-    std::ifstream file(path);
+void read_regression(const std::string& name, model form) {
+    const support::certified_set set = read_certified(name);
     current = {};
     current.form = form;
-    int first = 0, last = 0, at_line = 0;
-    for (std::string line; std::getline(file, line);) {
-        ++at_line;
-        const std::size_t lines = line.find("(lines");
-        if (line.find("Data  ") != std::string::npos && lines != std::string::npos)
-            std::sscanf(line.c_str() + lines, "(lines %d to %d", &first, &last);
-        int k;
-        double one, two, truth, deviation;
-        if (std::sscanf(line.c_str(), " b%d = %lf %lf %lf %lf", &k, &one, &two, &truth,
-                        &deviation) == 5) {
-            current.starts[0].push_back(one);
-            current.starts[1].push_back(two);
-            current.certified.push_back(truth);
-        }
-        if (first == 0 || at_line < first || at_line > last) continue;
-        std::istringstream fields(line);
-        double y = no_number;
-        std::array<double, 2> x{};
-        fields >> y >> x[0] >> x[1];
-        current.y.push_back(takes_log ? std::log(y) : y);
-        current.x.push_back(x);
+    for (int k = 1;; ++k) {
+        const auto line = set.after(" b" + std::to_string(k) + " ="); // starts, value, deviation
+        if (line.size() < 4) break;
+        current.starts[0].push_back(line[0]);
+        current.starts[1].push_back(line[1]);
+        current.certified.push_back(line[2]);
     }
-    return !current.y.empty();
+    for (const auto& row : set.rows) {
+        current.y.push_back(name == "Nelson" ? std::log(row[0]) : row[0]);
+        current.x.push_back({row.at(1), row.size() > 2 ? row[2] : 0.0});
+    }
 }
 
 TEST_F(BoundedFitAccuracy, FindsPublishedCertifiedParameters) {
-    const char* folder = std::getenv("QMX_IC_DATA");
-    if (folder == nullptr) GTEST_SKIP() << "QMX_IC_DATA is not set";
+    if (!has_certified_sets()) GTEST_SKIP() << "QMX_IC_DATA is not set";
     using values = const number*;
     // 0: from a far start rounding decides which minimum the descent reaches.
     // clang-format off
@@ -193,12 +181,11 @@ TEST_F(BoundedFitAccuracy, FindsPublishedCertifiedParameters) {
         {"Bennett5", [](values b, double x, double) { return b[0] * pow(b[1] + x, -1.0 / b[2]); },
          {7, 7}, {5, 5}, {0, 0}},
         {"Nelson", [](values b, double x, double second) { return b[0] - b[1] * x * exp(-b[2] * second); },
-         {7, 7}, {6, 6}, {2, 2}},
-    };
+         {7, 7}, {6, 6}, {2, 2}}};
     // clang-format on
     for (const certified_case& each : cases) {
-        const std::string path = std::string(folder) + "/certified/" + each.name + ".dat";
-        ASSERT_TRUE(read_regression(path, each.form, std::string(each.name) == "Nelson")) << path;
+        read_regression(each.name, each.form);
+        ASSERT_FALSE(current.y.empty() || current.certified.empty()) << each.name;
         expect_digits(each);
     }
 }

@@ -1,9 +1,5 @@
 #include "support/bounded_fit_call.hpp"
 
-#include <random>
-#include <string>
-#include <type_traits>
-
 using namespace support;
 
 namespace {
@@ -73,11 +69,10 @@ std::vector<limited_case> limited_cases() {
          {{{0, -2}, 1, 0, -5}, {{3, 0}, 3, 6, 7}}, {2, 2.5}, identity, origin},
         {"bounds_win_over_such_a_row", linear<f64>, linear<f32>, 2, {0, 0}, {-9, -9}, {9, 1},
          {{{0, 1}, 2, 5, 0}}, {0, 1}, identity, origin, false},
-        {"limits_that_are_nan", linear<f64>, linear<f32>, 2, {5, 5}, {no_number, 1}, {9, no_number},
-         {{{1, 1}, 2, no_number, 0}, {{no_number, 1}, 2, 8, 0}}, {0, 1}, identity, origin, false},
+        {"limits_that_are_nan", linear<f64>, linear<f32>, 2, {5, 5}, {nan64, 1}, {9, nan64},
+         {{{1, 1}, 2, nan64, 0}, {{nan64, 1}, 2, 8, 0}}, {0, 1}, identity, origin, false},
         {"deeper_valley_behind_a_ridge", two_valleys<f64>, two_valleys<f32>, 2,
-         {0}, {0}, {12}, {}, {deeper}},
-    };
+         {0}, {0}, {12}, {}, {deeper}}};
     // clang-format on
 }
 
@@ -106,8 +101,8 @@ void check_limited(const limited_case& given, residual_routine<Real> residuals) 
         // An inequality holds exactly, an equality to within rounding.
         const double epsilon = static_cast<double>(std::numeric_limits<Real>::epsilon());
         const double slack = each.lower == each.upper ? 4.0 * epsilon * size : 0.0;
-        EXPECT_GE(value, each.type != 1 ? each.lower - slack : -infinity);
-        EXPECT_LE(value, each.type != 2 ? each.upper + slack : infinity);
+        EXPECT_GE(value, each.type != 1 ? each.lower - slack : -inf64);
+        EXPECT_LE(value, each.type != 2 ? each.upper + slack : inf64);
     }
 }
 

@@ -1,7 +1,5 @@
 #include "support/bounded_fit_call.hpp"
-
-#include <random>
-#include <string>
+#include "support/semivariogram_profile.hpp"
 
 using namespace support;
 
@@ -62,43 +60,17 @@ TEST_F(BoundedFitMinima, OrdinaryEndsAtTheBestPointInFewCalls) {
     linear_a = {9, -6, 5, 4, -8, 1, -4, 6, 7, 0};
     linear_b = {58, -74, 37, 82, 75};
     const std::vector<double> ten(2, 10.0), minus_ten(2, -10.0);
+    // clang-format off
     const minimum_case cases[] = {
         {"linear", linear<f64>, linear<f32>, 5, {0, 0}, minus_ten, ten, {}, 149.679, 1e-3, 20},
-        {"bilinear",
-         bilinear<f64>,
-         bilinear<f32>,
-         3,
-         {0, 0},
-         {0, 0},
-         {1, 1},
-         {{{1, 1}, 1, 0, 1}},
-         std::sqrt(2.0),
-         1e-5,
-         300},
-        {"minimum_behind_another",
-         freudenstein<f64>,
-         freudenstein<f32>,
-         2,
-         {0.5, -2},
-         minus_ten,
-         ten,
-         {},
-         0,
-         1e-3,
-         400},
-        {"singular_jacobian",
-         powell_singular<f64>,
-         powell_singular<f32>,
-         4,
-         {3, -1, 0, 1},
-         {},
-         {},
-         {},
-         0,
-         1e-8,
-         400},
-        {"saddle_point", wood<f64>, wood<f32>, 6, {-3, -1, -3, -1}, {}, {}, {}, 0, 1e-3, 900},
-    };
+        {"bilinear", bilinear<f64>, bilinear<f32>, 3, {0, 0}, {0, 0}, {1, 1}, {{{1, 1}, 1, 0, 1}},
+         std::sqrt(2.0), 1e-5, 300},
+        {"minimum_behind_another", freudenstein<f64>, freudenstein<f32>, 2, {0.5, -2}, minus_ten, ten, {},
+         0, 1e-3, 400},
+        {"singular_jacobian", powell_singular<f64>, powell_singular<f32>, 4, {3, -1, 0, 1}, {}, {}, {},
+         0, 1e-8, 400},
+        {"saddle_point", wood<f64>, wood<f32>, 6, {-3, -1, -3, -1}, {}, {}, {}, 0, 1e-3, 900}};
+    // clang-format on
     for (const minimum_case& each : cases) {
         expect_minimum<f64>(each, each.residuals);
         expect_minimum<f32>(each, each.single_residuals);
@@ -110,17 +82,19 @@ minimum_case semivariogram(const char* name, bool is_power, double best, int mos
     const double greatest = *std::max_element(curve_y.begin(), curve_y.end());
     double size = 0;
     for (const double y : curve_y) size += y * y;
-    return {name,
-            is_power ? power_law<f64> : exponential<f64>,
-            is_power ? power_law<f32> : exponential<f32>,
-            static_cast<i32>(curve_h.size()),
-            {0, 0},
-            {1, 0.05},
-            {greatest, greatest},
-            {},
-            best,
-            1e-5 * std::sqrt(size),
-            most_calls};
+    minimum_case each{name,
+                      exponential<f64>,
+                      exponential<f32>,
+                      static_cast<i32>(curve_h.size()),
+                      {0, 0},
+                      {1, 0.05},
+                      {greatest, greatest},
+                      {},
+                      best,
+                      1e-5 * std::sqrt(size),
+                      most_calls};
+    if (is_power) each.residuals = power_law<f64>, each.single_residuals = power_law<f32>;
+    return each;
 }
 
 TEST_F(BoundedFitMinima, RoundingOfASaturatedSemivariogramIsNotNoise) {
@@ -133,42 +107,6 @@ TEST_F(BoundedFitMinima, RoundingOfASaturatedSemivariogramIsNotNoise) {
     curve_y = {0,          2.26507807, 2.92503667, 3.38612485, 3.84085512, 4.06263351,
                4.18529463, 4.29286957, 4.36540604, 4.41165876, 4.44314623};
     expect_minimum<f32>(semivariogram("noise", false, 2.20434380, 400), exponential<f32>);
-}
-
-// The least sum of squares over the sill, or the scale, for one value of the other parameter.
-double profile(bool is_power, double at, double lower, double upper) {
-    double pp = 0, py = 0, sum = 0;
-    const auto shape = [&](double h) {
-        return is_power ? std::pow(h, at) : -std::expm1(-3 * h / at);
-    };
-    for (std::size_t i = 0; i < curve_h.size(); ++i) {
-        pp += shape(curve_h[i]) * shape(curve_h[i]);
-        py += shape(curve_h[i]) * curve_y[i];
-    }
-    const double factor = std::clamp(pp > 0 ? py / pp : lower, lower, upper);
-    for (std::size_t i = 0; i < curve_h.size(); ++i)
-        sum += std::pow(factor * shape(curve_h[i]) - curve_y[i], 2);
-    return std::isfinite(sum) ? sum : infinity;
-}
-
-double best_norm(bool is_power) {
-    const double greatest = *std::max_element(curve_y.begin(), curve_y.end());
-    const double lower = is_power ? 0.05 : 1.0, upper = is_power ? 8.0 : greatest;
-    const double other = is_power ? 1.0 : 0.05;
-    double best = infinity, at = lower;
-    constexpr int places = 2000;
-    for (int k = 0; k <= places; ++k) {
-        const double value = lower * std::pow(upper / lower, double(k) / places);
-        const double sum = profile(is_power, value, other, greatest);
-        if (sum < best) best = sum, at = value;
-    }
-    for (double step = 2e-3 * at; step > 1e-9 * at; step /= 2)
-        for (const double side : {-step, step}) {
-            const double value = std::clamp(at + side, lower, upper);
-            const double sum = profile(is_power, value, other, greatest);
-            if (sum < best) best = sum, at = value;
-        }
-    return std::sqrt(best);
 }
 
 TEST_F(BoundedFitMinima, RandomSemivariogramsAreFittedToTheProfilesMinimum) {
@@ -192,7 +130,11 @@ TEST_F(BoundedFitMinima, RandomSemivariogramsAreFittedToTheProfilesMinimum) {
             curve_y.push_back(static_cast<f32>(scale * y * (1 + uniform(-noise, noise))));
         }
         const std::string name = std::to_string(trial);
-        const minimum_case each = semivariogram(name.c_str(), is_power, best_norm(is_power), 1000);
+        const double greatest = *std::max_element(curve_y.begin(), curve_y.end());
+        const double least = is_power ? 0.05 : 1.0, other = is_power ? 1.0 : 0.05;
+        const double best = profile{curve_h, curve_y, is_power, other, greatest}.scan(
+            least, is_power ? 8.0 : greatest, 2000);
+        const minimum_case each = semivariogram(name.c_str(), is_power, best, 1000);
         expect_minimum<f32>(each, each.single_residuals);
         calls += watched_calls;
     }

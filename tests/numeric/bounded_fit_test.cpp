@@ -1,8 +1,6 @@
 #include "numeric/bounded/bounded_solver.hpp"
 #include "support/bounded_fit_call.hpp"
 
-#include <string>
-
 using namespace support;
 
 namespace {
@@ -13,7 +11,7 @@ template <class Real> void shifted(const i32& M, const i32&, const Real* x, Real
     for (i32 i = 0; i < M; ++i) f[i] = x[0] - to<Real>(i + 1);
 }
 template <int value> void constant(const i32& M, const i32&, const f64*, f64* f) {
-    std::fill_n(f, M, value == 0 ? no_number : value);
+    std::fill_n(f, M, value == 0 ? nan64 : value);
 }
 void exact_line(const i32& M, const i32&, const f64* x, f64* f) {
     for (i32 i = 0; i < M; ++i) f[i] = x[0] - 3.0;
@@ -62,8 +60,7 @@ TEST_F(BoundedFit, EachStopCodeHasItsStatusOrItsWarning) {
         {"no_step_brings_the_gain", shifted<f64>, wrong_jacobian, 3, {5}, {}, {}, 75, 0, {-7}, 2,
          "The model problem solver has noted a value for the linear or quadratic model problem"},
         {"too_many_iterations", rosenbrock<f64>, rosenbrock_jacobian, 2, {-2, 1}, {}, {}, 3, 0, {-7}, 3,
-         "More than ITMAX iterations were taken to obtain the solution.  The value obtained"},
-    };
+         "More than ITMAX iterations were taken to obtain the solution.  The value obtained"}};
     // clang-format on
     for (const stop_case& each : cases) {
         SCOPED_TRACE(each.name);
@@ -88,7 +85,7 @@ TEST_F(BoundedFit, EachStopCodeHasItsStatusOrItsWarning) {
 }
 
 TEST_F(BoundedFit, TheBestPointOfACutRunComesBack) {
-    f64 previous = infinity;
+    f64 previous = inf64;
     for (const i32 limit : {1, 2, 4, 8, 16, 32, 64}) {
         fit_call<f64> call{rosenbrock<f64>, rosenbrock_jacobian, 2, {-1.2, 1}};
         call.limit_iterations(limit);
@@ -149,19 +146,15 @@ TEST_F(BoundedFit, ArgumentsOutOfRangeAreRefusedUnseenByTheQuery) {
          "greater than or equal to to number of constraints while LDC = 0 and MCON = 1."},
         {1, 1, 1, 1, 4, 5, of_type},
         {1, 1, 1, 1, -1, 5, of_type},
-        {0, 0, -1, -2, 9, 1, "The number of functions must be positive while M = 0 is given."},
-    };
+        {0, 0, -1, -2, 9, 1, "The number of functions must be positive while M = 0 is given."}};
     for (const refusal_case& each : cases) {
         f32 c = 1, limit = 0, x = 42, norm = 43;
         i32 status = 44;
         const array_view<const f32> one(&limit, 1);
         BCNLS(shifted<f32>, each.M, {&c, 1, 1, 1}, one, one, view_of(&each.IRTYPE, 1), one, one,
               view_of(&x, 1), &each.MCON, &each.N, &each.LDC, nullptr, &norm, &status);
-        EXPECT_EQ(N1RTY(1), type_terminal);
-        EXPECT_EQ(N1RCD(1), each.code);
-        EXPECT_EQ(IERCD(), 0);
         const std::string tail = each.code == 5 ? std::to_string(each.IRTYPE) + "." : "";
-        EXPECT_EQ(last_message(), each.message + tail);
+        expect_error(type_terminal, each.code, each.message + tail);
         EXPECT_TRUE(x == 42 && norm == 43 && status == 44) << each.code;
     }
 }
@@ -173,11 +166,10 @@ TEST_F(BoundedFit, StorageThatCannotBeHadIsRefused) {
     bounded_problem<f32> problem{};
     problem.M = problem.N = most;
     bcnls(problem, IPARAM, RPARAM, static_cast<f32*>(nullptr), norm, status);
-    EXPECT_EQ(N1RTY(1), type_terminal);
-    EXPECT_EQ(N1RCD(1), bounded_fit_storage_code);
-    EXPECT_EQ(last_message(),
-              "The required storage cannot be allocated.  The workspace allocation is based on M "
-              "and N, where M = 2147483647, N = 2147483647 are given.");
+    expect_error(
+        type_terminal, bounded_fit_storage_code,
+        "The required storage cannot be allocated.  The workspace allocation is based on M "
+        "and N, where M = 2147483647, N = 2147483647 are given.");
 }
 
 TEST_F(BoundedFit, TheSolverChecksItsOwnList) {
@@ -202,8 +194,7 @@ TEST_F(BoundedFit, TheSolverChecksItsOwnList) {
         {0, 1, 0, 4, 99, bytes, "The number of equations must be positive, yet M = 0 is given."},
         {3, 0, 0, 4, 99, bytes, "The number of variables must be positive, yet M = 0 is given."},
         {3, 1, -2, 4, 99, bytes,
-         "The number of constraints must be nonnegative, yet M = -2 is given."},
-    };
+         "The number of constraints must be nonnegative, yet M = -2 is given."}};
     for (const list_case& each : cases) {
         E1PSH("test ", 5);
         problem.M = each.M;

@@ -3,15 +3,9 @@
 #include "numeric/arithmetic/machine.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/errors/print_options.hpp"
+#include "support/expect_error.hpp"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <limits>
-#include <string>
 #include <thread>
-#include <utility>
 
 using namespace qmx;
 using namespace qmx::numeric;
@@ -54,18 +48,8 @@ protected:
 };
 
 TEST_F(ErrorStack, ATypeRisesAndIsSeenAsItsRowTells) {
-    const struct {
-        i32 type;
-        bool rises, is_seen;
-    } rows[] = {{type_none, false, false},
-                {type_note, false, true},
-                {type_alert, true, true},
-                {type_warning, true, true},
-                {type_fatal, true, true},
-                {type_terminal, true, false},
-                {type_warning_everywhere, true, false},
-                {type_fatal_everywhere, true, false}};
-    for (const auto& [type, rises, is_seen] : rows) {
+    for (i32 type = type_none; type <= type_fatal_everywhere; ++type) {
+        const bool rises = type >= type_alert, is_seen = type >= type_note && type <= type_fatal;
         SCOPED_TRACE(type);
         {
             const numeric_frame outer("OUTER ");
@@ -209,8 +193,7 @@ TEST(ErrorSettings, AreRefusedWithTheirMessageAndChangeNothing) {
     const auto refuse = [](i32 severity, i32 print_action, i32 stop_action, i32 code,
                            std::string_view message) {
         ERSET(severity, print_action, stop_action);
-        EXPECT_EQ(error_at(1), std::pair(type_terminal, code));
-        EXPECT_EQ(last_message(), message);
+        support::expect_error(type_terminal, code, message);
         EXPECT_EQ(printing_types(), 0);
     };
     const std::string severity =
@@ -365,13 +348,10 @@ TEST_F(ErrorStack, PageOptionsAreKeptAndBadOnesRefused) {
     const auto set = [](i32 width, i32 length) { PGOPT(-1, width), PGOPT(-2, length); };
     EXPECT_EQ(std::pair(get(1), get(2)), std::pair(78, 60));
     set(132, 8);
-    for (const auto& [option, given, code] : {std::array{0, 50, 1},
-                                              {3, 50, 1},
-                                              {-3, 50, 1},
-                                              {std::numeric_limits<i32>::min(), 50, 1},
-                                              {-1, 23, 2},
-                                              {-2, 7, 2},
-                                              {-2, -60, 2}}) {
+    constexpr i32 lowest = std::numeric_limits<i32>::min();
+    const i32 rows[][3] = {{0, 50, 1},  {3, 50, 1}, {-3, 50, 1}, {lowest, 50, 1},
+                           {-1, 23, 2}, {-2, 7, 2}, {-2, -60, 2}};
+    for (const auto& [option, given, code] : rows) {
         i32 value = given;
         PGOPT(option, value);
         expect_refused(code, option, given);
@@ -396,15 +376,10 @@ TEST_F(ErrorStack, TableOptionsHoldForOneTableOrForAll) {
     EXPECT_EQ(std::pair(first.significant_digits, first.blank_lines_after), std::pair(3, 0));
     EXPECT_TRUE(first.row_numbers && first.break_columns_into_tables);
     EXPECT_EQ(std::pair(second.significant_digits, second.blank_lines_after), std::pair(12, 1));
-    for (const auto& [option, given, scope, code] : {std::array{5, 1, 0, 1},
-                                                     {-5, 1, 0, 1},
-                                                     {-1, 7, 2, 2},
-                                                     {-1, 7, -1, 2},
-                                                     {-1, 0, 0, 3},
-                                                     {-1, 18, 0, 3},
-                                                     {-2, 2, 1, 3},
-                                                     {-3, -1, 0, 3},
-                                                     {-4, 10, 0, 3}}) {
+    const i32 rows[][4] = {{5, 1, 0, 1},   {-5, 1, 0, 1},  {-1, 7, 2, 2},
+                           {-1, 7, -1, 2}, {-1, 0, 0, 3},  {-1, 18, 0, 3},
+                           {-2, 2, 1, 3},  {-3, -1, 0, 3}, {-4, 10, 0, 3}};
+    for (const auto& [option, given, scope, code] : rows) {
         i32 setting = given;
         WROPT(option, setting, scope);
         expect_refused(code, option, given);

@@ -20,9 +20,7 @@ void expect_quiet(const std::string& what, const std::function<void()>& run) {
     std::feclearexcept(FE_ALL_EXCEPT);
     run();
     const int raised = std::fetestexcept(FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW);
-    EXPECT_FALSE(raised & FE_INVALID) << what;
-    EXPECT_FALSE(raised & FE_DIVBYZERO) << what;
-    EXPECT_FALSE(raised & FE_OVERFLOW) << what;
+    EXPECT_EQ(raised, 0) << what;
 }
 
 constexpr std::size_t sizes[] = {2, 3, 5, 17, 300, 5000};
@@ -53,7 +51,7 @@ TEST(FloatingPointFlags, StayClearInStatistics) {
             expect_quiet("plot of " + name, [&] {
                 SCTP(count, x.data(), y.data(), "", "", "", {[](void*, std::string_view) {}, {}});
             });
-            x[n / 2] = univariate::nan32;
+            x[n / 2] = nan32;
             expect_quiet("statistics with a missing value", [&] { univariate::statistics(x); });
         }
         expect_quiet("equal values", [] { univariate::statistics({3, 3, 3, 3}); });
@@ -76,11 +74,11 @@ TEST(FloatingPointFlags, StayClearInRegressionsAndFits) {
                 });
             };
             for (const i32 degree : {0, 1, 2, 5, 9}) fit(degree, 0.0);
-            fit(2, regression_test::nan64);
+            fit(2, nan64);
             for (const i32 intercept : {0, 1})
                 expect_quiet("line through " + name,
                              [&] { regression_test::regress(data, intercept); });
-            data[n / 2].y = regression_test::nan64;
+            data[n / 2].y = nan64;
             expect_quiet("line with a missing value", [&] { regression_test::regress(data); });
         }
         expect_quiet("equal responses", [] { regression_test::regress({{1, 5}, {2, 5}, {4, 5}}); });

@@ -1,21 +1,13 @@
 // One call of the regression on rows of a test, and rows made up for it.
 #pragma once
 
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/regression/simple_regression.hpp"
-
-#include <array>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <vector>
+#include "support/expect_error.hpp"
 
 namespace regression_test {
 
 using namespace qmx;
 using namespace qmx::numeric;
-
-inline constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
 
 struct observation {
     f64 x, y, frequency = 1.0, weight = 1.0, future = 1.0;

@@ -1,16 +1,9 @@
 // The sorts against a plain transcription of their steps, on patterned and adversarial inputs, and the search.
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/sorting/quicksort.hpp"
 #include "numeric/sorting/sort_search.hpp"
+#include "support/expect_error.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <numeric>
-#include <random>
-#include <string>
-#include <vector>
 
 using namespace qmx;
 using namespace qmx::numeric;
@@ -123,8 +116,7 @@ TYPED_TEST(Sort, OrdersPatternsThatSlowOtherSorts) {
         make([](int i) { return i < many / 2 ? -i : i - many; }),
         make([](int i) { return i * 7919LL % 2; }),
         make([](int i) { return i == many - 1 ? -1 : i; }),
-        make([](int i) { return i % 1000; }),
-    };
+        make([](int i) { return i % 1000; })};
     for (const auto& keys : inputs) {
         const auto got = sort_of(keys);
         EXPECT_TRUE(std::is_sorted(got.keys.begin(), got.keys.end()));
@@ -205,30 +197,26 @@ TEST(SortOf, NothingIsATerminalErrorAndNothingIsWritten) {
     const std::string rest = " and IPERM must be greater than or equal to one.  On input the "
                              "length, N, is given as ";
     SVIGP(0, &integer, &integer, &place);
-    EXPECT_EQ(N1RTY(1), type_terminal);
-    EXPECT_EQ(N1RCD(1), 1);
-    EXPECT_EQ(IERCD(), 0);
-    EXPECT_EQ(last_message(), "The length of vectors IA, IB," + rest + "0.");
+    support::expect_error(type_terminal, 1, "The length of vectors IA, IB," + rest + "0.");
     SVRGP(-3, &single, &single, &place);
-    EXPECT_EQ(last_message(), "The length of vectors RA, RB" + rest + "-3.");
+    support::expect_error(type_terminal, 1, "The length of vectors RA, RB" + rest + "-3.");
     EXPECT_EQ(integer, 7);
     EXPECT_EQ(place, 8);
 }
 
 TEST(Search, FindsThePositionOrWhereItWouldBe) {
+    // Of equal elements it is the first probed.
     const struct {
         std::vector<i32> elements;
         i32 stride, key, index;
-    } cases[] = {
-        {{}, 1, 4, -1},
-        {{2, 4, 6}, 1, 2, 1},
-        {{2, 4, 6}, 1, 6, 3},
-        {{2, 4, 6}, 1, 1, -1},
-        {{2, 4, 6}, 1, 5, -3},
-        {{2, 4, 6}, 1, 7, -4},
-        {{5, 5, 5, 5}, 1, 5, 2}, // of equal ones the first probed
-        {{1, 9, 3, 9, 5}, 2, 5, 3},
-    };
+    } cases[] = {{{}, 1, 4, -1},
+                 {{2, 4, 6}, 1, 2, 1},
+                 {{2, 4, 6}, 1, 6, 3},
+                 {{2, 4, 6}, 1, 1, -1},
+                 {{2, 4, 6}, 1, 5, -3},
+                 {{2, 4, 6}, 1, 7, -4},
+                 {{1, 9, 3, 9, 5}, 2, 5, 3},
+                 {{5, 5, 5, 5}, 1, 5, 2}};
     for (const auto& c : cases) {
         i32 index = 99;
         const i32 n = (static_cast<i32>(c.elements.size()) + c.stride - 1) / c.stride;
@@ -242,13 +230,11 @@ TEST(Search, RefusesCountsItCannotUse) {
     const i32 element = 1;
     i32 index = 99;
     ISRCH(-1, 1, &element, 0, index);
-    EXPECT_EQ(N1RCD(1), 1);
-    EXPECT_EQ(last_message(), "N = -1.  The length of IX, N, must be greater than or equal to 0.");
+    support::expect_error(5, 1,
+                          "N = -1.  The length of IX, N, must be greater than or equal to 0.");
     ISRCH(1, 1, &element, 0, index);
-    EXPECT_EQ(N1RCD(1), 2);
-    EXPECT_EQ(last_message(),
-              "INCX = 0.  The displacement between elements of IX, INCX, must be greater than 0.");
-    EXPECT_EQ(N1RTY(1), type_terminal);
+    support::expect_error(
+        5, 2, "INCX = 0.  The displacement between elements of IX, INCX, must be greater than 0.");
     EXPECT_EQ(index, 99);
 }
 

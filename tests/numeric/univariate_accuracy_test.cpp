@@ -1,8 +1,6 @@
 #include "numeric/univariate_samples.hpp"
 #include "support/register_widths.hpp"
 
-#include <algorithm>
-
 using namespace univariate;
 
 namespace {
@@ -69,11 +67,9 @@ TEST(Univariate, StaysAccurateForMillionsOfRows) {
              return i < 2 ? static_cast<std::uint32_t>(i) * 2 * K : i % 3 == 0 ? K + 2 : K - 1;
          }},
         // The mean misses its leading bits by little, the deviation is less than a billionth of it.
-        {"last places of one", 10000000, 1.0F - 0x1p-23F, 0x1p-23F,
-         [](std::size_t i, auto&) { return i < 108   ? 2U
-                                           : i < 215 ? 0U
-                                                     : 1U; }},
-    };
+        {"last places of one", 10000000, 1.0F - 0x1p-23F, 0x1p-23F, [](std::size_t i, auto&) {
+             return i < 108 ? 2U : i < 215 ? 0U : 1U;
+         }}};
     for (const auto& given : rows) {
         std::mt19937 random(11);
         std::vector<f32> x(given.n);

@@ -1,17 +1,9 @@
 // Calls of UVSTA and what to hold them against.
 #pragma once
 
-#include "numeric/errors/error_stack.hpp"
 #include "numeric/statistics/univariate.hpp"
 #include "support/exact_statistics.hpp"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstring>
-#include <functional>
-#include <random>
-#include <string>
+#include "support/expect_error.hpp"
 
 namespace univariate {
 
@@ -19,8 +11,6 @@ using namespace qmx;
 using namespace qmx::numeric;
 using support::wide;
 
-inline constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-inline constexpr f32 infinite = std::numeric_limits<f32>::infinity();
 inline constexpr f32 untouched = -777.0F;
 
 using column = std::array<f32, 15>;

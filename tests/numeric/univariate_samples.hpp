@@ -42,8 +42,7 @@ inline std::vector<sample> unkind_data() {
                                 })},
         {"a block and a rest", made(2049, [](auto i, auto&) { return static_cast<f32>(i); })},
         {"missing values between",
-         made(4100, [](auto i, auto& r) { return i % 3 == 1 ? nan32 : normal(r, 8.0F, 2.0F); })},
-    };
+         made(4100, [](auto i, auto& r) { return i % 3 == 1 ? nan32 : normal(r, 8.0F, 2.0F); })}};
 }
 
 // A number of either sign and of any fraction, its exponent evenly between the given ones.
@@ -72,8 +71,7 @@ inline std::vector<sample> small_sets(std::size_t sets) {
              return (i % 2 == 0 ? 1.0F : -1.0F) + static_cast<f32>(r() % 9) * 0x1p-23F;
          }},
         {"a huge and tiny ones",
-         [](auto i, auto& r) { return i == 0 ? 3e38F : of_exponent(r, -40, -20); }},
-    };
+         [](auto i, auto& r) { return i == 0 ? 3e38F : of_exponent(r, -40, -20); }}};
     std::mt19937 random(8);
     std::vector<sample> list(sets);
     for (std::size_t k = 0; k < sets; ++k) {

@@ -1,30 +1,14 @@
 // The experimental semivariogram: the numbers of the plain loop, bit for bit.
-#include "events/event.hpp"
-#include "semivariogram/experimental.hpp"
+#include "semivariogram/gamv_call.hpp"
 #include "semivariogram/kernel/pair_kernel.hpp"
 #include "semivariogram/literal_loop.hpp"
 #include "semivariogram/parameters.hpp"
 #include "semivariogram/search/pair_search.hpp"
 #include "semivariogram/search/window_search.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
-#include <random>
-
-using namespace qmx;
+using namespace gamv_test;
 
 namespace {
-
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-constexpr f32 inf32 = std::numeric_limits<f32>::infinity();
-
-using lot = std::vector<t_icdata>;
-
-t_gamvset settings(i32 nlag, f32 xlag) {
-    return {-1.0e21F, 1.0e21F, nlag, xlag, xlag * 0.5F, 0, 90, 1.0e9F, 0, 0, 1.0e9F, 0, 1, 1, 1};
-}
 
 // ---- Lots --------------------------------------------------------------------------------------
 
@@ -165,24 +149,21 @@ void expect_literal(const t_gamvset& set, const lot& data) {
         clear_event();
         gamv_variables variables;
         ASSERT_EQ(readparm(set, count, view, variables), 1);
-        std::vector<f64> np(truth.np.size() - 1), dis(np), gam(np), table(700, -1);
+        std::vector<f64> np(truth.np.size() - 1), dis(np), gam(np);
         ASSERT_TRUE(search_pairs(variables, view_of(np.data(), std::ssize(np)),
                                  view_of(dis.data(), std::ssize(np)),
                                  view_of(gam.data(), std::ssize(np))));
-        i32 classes = 0;
-        gslib_gamv(set, count, view, classes, view_of(table.data(), 700));
-        ASSERT_FALSE(has_failed());
-        EXPECT_EQ(classes, set.nlag + 2);
+        const table results(set, data);
+        EXPECT_EQ(results.classes, set.nlag + 2);
         EXPECT_TRUE(same(variables.sills, truth.sill));
         for (std::size_t k = 1; k < truth.np.size(); ++k) {
-            ASSERT_EQ(np[k - 1], truth.np[k]) << "class " << k;
-            ASSERT_TRUE(same(dis[k - 1], truth.dis[k]))
-                << "class " << k << ": " << dis[k - 1] << " for " << truth.dis[k];
-            ASSERT_TRUE(same(gam[k - 1], truth.gam[k]))
-                << "class " << k << ": " << gam[k - 1] << " for " << truth.gam[k];
-            ASSERT_TRUE(same(table[k - 1], means.dis[k])) << "class " << k;
-            ASSERT_TRUE(same(table[100 + k - 1], means.gam[k])) << "class " << k;
-            ASSERT_EQ(table[200 + k - 1], truth.np[k]) << "class " << k;
+            SCOPED_TRACE(k);
+            ASSERT_EQ(np[k - 1], truth.np[k]);
+            ASSERT_TRUE(same(dis[k - 1], truth.dis[k])) << dis[k - 1] << " for " << truth.dis[k];
+            ASSERT_TRUE(same(gam[k - 1], truth.gam[k])) << gam[k - 1] << " for " << truth.gam[k];
+            ASSERT_TRUE(same(results.values[k - 1], means.dis[k]));
+            ASSERT_TRUE(same(results.values[99 + k], means.gam[k]));
+            ASSERT_EQ(results.values[199 + k], truth.np[k]);
         }
     }
     pair_kernel::use_version(nullptr);
@@ -288,47 +269,6 @@ INSTANTIATE_TEST_SUITE_P(PairSearch, LargeLot, testing::ValuesIn(large_lots),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // ---- Known numbers -----------------------------------------------------------------------------
-
-struct table {
-    explicit table(const t_gamvset& set, const lot& data) : values(700, -1) {
-        i32 classes = 0;
-        const i64 count = std::ssize(data);
-        clear_event();
-        gslib_gamv(set, static_cast<i32>(count), view_of(data.data(), count), classes,
-                   view_of(values.data(), 700));
-    }
-    f64 distance(i64 k) const { return at(result_column::distance, k); }
-    f64 semivariance(i64 k) const { return at(result_column::semivariance, k); }
-    f64 pairs(i64 k) const { return at(result_column::pair_count, k); }
-    f64 at(result_column column, i64 k) const {
-        return values[static_cast<std::size_t>(result_index(column, k) - 1)];
-    }
-    std::vector<f64> values;
-};
-
-TEST(LagClasses, HoldEachPairOfALineTwice) {
-    // Distances 1, 1 and 2; squared differences 4, 25 and 9.
-    const lot data = {{0, 0, 1, 1, 0}, {1, 0, 3, 1, 0}, {2, 0, -2, 1, 0}};
-    t_gamvset set = settings(2, 1.0F);
-    const table plain(set, data);
-    EXPECT_EQ(plain.pairs(1), 6);
-    EXPECT_EQ(plain.pairs(2), 0);
-    EXPECT_EQ(plain.pairs(3), 4);
-    EXPECT_EQ(plain.pairs(4), 2);
-    EXPECT_EQ(plain.distance(3), 1);
-    EXPECT_EQ(plain.semivariance(3), 29.0 / 4);
-    EXPECT_EQ(plain.distance(4), 2);
-    EXPECT_EQ(plain.semivariance(4), 4.5);
-    set.isill = 1; // mean 2/3, variance 14/3 - 4/9
-    EXPECT_NEAR(table(set, data).semivariance(4), 4.5 / (14.0 / 3 - 4.0 / 9), 1.0e-15);
-    set.atol = 45; // north, but the line runs east
-    EXPECT_EQ(table(set, data).pairs(3), 0);
-    set.azm = 90;
-    EXPECT_EQ(table(set, data).pairs(3), 2);
-    set.bandwh = set.bandwd = 0; // passes coincident points only
-    EXPECT_EQ(table(set, data).pairs(1), 3);
-    EXPECT_EQ(table(set, data).pairs(3), 0);
-}
 
 TEST(LagClasses, BorderBelongsToTheLowerClass) {
     const t_gamvset set = settings(3, 1.0F);

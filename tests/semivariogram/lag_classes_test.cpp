@@ -1,25 +1,17 @@
 // Which distances have a certain class, and what the search owes a host's floating-point settings.
 #include "semivariogram/kernel/lag_classes.hpp"
 
-#include "events/event.hpp"
-#include "semivariogram/experimental.hpp"
+#include "semivariogram/gamv_call.hpp"
 #include "semivariogram/kernel/pair_kernel.hpp"
 #include "semivariogram/model_fit.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
 #include <cfenv>
 #include <chrono>
-#include <cmath>
-#include <random>
-#include <vector>
 #if defined(__x86_64__)
 #include <xmmintrin.h>
 #endif
 
-using namespace qmx;
+using namespace gamv_test;
 
 namespace {
 
@@ -78,23 +70,6 @@ TEST(LagClasses, TheCoincidenceLimitIsTheLastWhoseRootIsEpsilon) {
 
 // ---- A host's floating-point settings ----------------------------------------------------------
 
-struct computation {
-    explicit computation(std::size_t count) : points(count), table(700, -1) {}
-
-    void run() {
-        const i64 count = std::ssize(points);
-        i32 classes = 0;
-        clear_event();
-        gslib_gamv(set, static_cast<i32>(count), view_of<const t_icdata>(points.data(), count),
-                   classes, view_of(table.data(), 700));
-        ASSERT_FALSE(has_failed());
-    }
-
-    t_gamvset set = {-1e21F, 1e21F, 20, 0.5F, 0.25F, 0, 90, 1e9F, 0, 0, 1e9F, 0, 1, 1, 1};
-    std::vector<t_icdata> points;
-    std::vector<f64> table;
-};
-
 // A host may have unmasked the exceptions that a raised flag stands for.
 TEST(FloatingPointFlags, StayDownOnOrdinaryLots) {
     std::mt19937 random(4);
@@ -103,35 +78,34 @@ TEST(FloatingPointFlags, StayDownOnOrdinaryLots) {
     };
     const pair_kernel::version_list versions = pair_kernel::available_versions();
     for (i32 trial = 0; trial < 200; ++trial) {
-        computation lot(static_cast<std::size_t>(3 + below(700)));
+        lot data(static_cast<std::size_t>(3 + below(700)));
+        const i32 lags = 1 + below(98);
+        t_gamvset set = settings(lags, 0.1F + static_cast<f32>(below(30)) / 10);
         const f64 east = below(2) == 0 ? 0 : 500123.4;
         const i32 kind = below(4), passes = 1 + below(4), across = 1 + below(30);
-        for (i32 i = 0; i < std::ssize(lot.points); ++i) {
+        for (i32 i = 0; i < std::ssize(data); ++i) {
             const i32 cell = i / passes;
-            t_icdata& point = lot.points[static_cast<std::size_t>(i)];
+            t_icdata& point = data[static_cast<std::size_t>(i)];
             point = {0.3 * (cell / across), 0.5 * (cell % across), 60 + below(400) / 10.0, 1, 0};
             if (kind == 0) point.d_x = below(2000) / 37.0;
             point.d_x += east;
         }
-        if (kind == 1) std::shuffle(lot.points.begin(), lot.points.end(), random);
-        if (kind == 2) lot.points[0].d_val = 2e21; // trimmed
-        lot.set.nlag = 1 + below(98);
-        lot.set.xlag = 0.1F + static_cast<f32>(below(30)) / 10;
-        lot.set.xltol = lot.set.xlag * 0.5F;
+        if (kind == 1) std::shuffle(data.begin(), data.end(), random);
+        if (kind == 2) data[0].d_val = 2e21; // trimmed
         if (below(2) == 0) {
-            lot.set.azm = static_cast<f32>(below(180));
-            lot.set.atol = static_cast<f32>(below(90));
-            if (below(2) == 0) lot.set.bandwh = lot.set.bandwd = 0.3F * static_cast<f32>(below(9));
+            set.azm = static_cast<f32>(below(180));
+            set.atol = static_cast<f32>(below(90));
+            if (below(2) == 0) set.bandwh = set.bandwd = 0.3F * static_cast<f32>(below(9));
         }
         for (i32 v = 0; v < versions.count; ++v) {
             pair_kernel::use_version(versions.entries[v]);
             std::feclearexcept(FE_ALL_EXCEPT);
-            lot.run();
+            const table result(set, data);
             f32 x[100] = {}, y[100] = {}, coefficients[2], summary[4];
-            const i64 classes = lot.set.nlag + 2;
+            const i64 classes = set.nlag + 2;
             for (i64 k = 0; k < classes; ++k) {
-                x[k] = static_cast<f32>(lot.table[static_cast<std::size_t>(k)]);
-                y[k] = static_cast<f32>(lot.table[static_cast<std::size_t>(k + 100)]);
+                x[k] = static_cast<f32>(result.distance(k + 1));
+                y[k] = static_cast<f32>(result.semivariance(k + 1));
             }
             f32 curve_x[100], curve_y[100];
             semivariogram_modlefit(1, static_cast<i32>(classes), {x, classes}, {y, classes},
@@ -139,7 +113,7 @@ TEST(FloatingPointFlags, StayDownOnOrdinaryLots) {
                                    summary);
             ASSERT_EQ(std::fetestexcept(FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW), 0)
                 << versions.entries[v]->name << ", trial " << trial << ", kind " << kind
-                << ", tolerance " << lot.set.atol;
+                << ", tolerance " << set.atol;
         }
     }
     pair_kernel::use_version(nullptr);
@@ -147,27 +121,29 @@ TEST(FloatingPointFlags, StayDownOnOrdinaryLots) {
 
 #if defined(__x86_64__)
 TEST(FlushedSubnormals, ChangeNeitherResultsNorTheTime) {
-    computation lot(200);
+    lot data(200);
     for (std::size_t i = 0; i < 200; ++i)
-        lot.points[i] = {0.3 * static_cast<f64>(i % 20), 0.5 * static_cast<f64>(i / 20),
-                         70 + static_cast<f64>(i * i % 23), 1, 0};
+        data[i] = {0.3 * static_cast<f64>(i % 20), 0.5 * static_cast<f64>(i / 20),
+                   70 + static_cast<f64>(i * i % 23), 1, 0};
+    const t_gamvset set = settings(20, 0.5F);
+    table result(set, data);
+    const std::vector<f64> truth = result.values;
     const auto least_time = [&] {
         using clock = std::chrono::steady_clock;
         clock::duration least = clock::duration::max();
         for (i32 run = 0; run < 5; ++run) {
             const auto start = clock::now();
-            lot.run();
+            result.fill(set, data);
             least = std::min(least, clock::now() - start);
         }
         return least;
     };
     const auto usual = least_time();
-    const std::vector<f64> truth = lot.table;
     const unsigned before = _mm_getcsr();
     _mm_setcsr(before | 0x8040); // flush to zero, subnormals are zero
     const auto flushed = least_time();
     _mm_setcsr(before);
-    EXPECT_EQ(lot.table, truth);
+    EXPECT_EQ(result.values, truth);
     EXPECT_LT(flushed, 20 * usual); // 500 times as long if subnormal numbers are tried one by one
 }
 #endif

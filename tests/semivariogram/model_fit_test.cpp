@@ -1,15 +1,8 @@
 #include "semivariogram/model_fit.hpp"
 
 #include "events/event.hpp"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <string>
-#include <vector>
+#include "support/expect_event.hpp"
+#include "support/semivariogram_profile.hpp"
 
 using namespace qmx;
 
@@ -24,6 +17,10 @@ struct fit_call {
     std::vector<f32> ycurve = std::vector<f32>(100, untouched);
     f32 summary[4] = {untouched, untouched, untouched, untouched};
 
+    void add(double h, double semivariance) {
+        x.push_back(static_cast<f32>(h));
+        y.push_back(static_cast<f32>(semivariance));
+    }
     i32 run(i32 model = 1) {
         clear_event();
         const i64 n = static_cast<i64>(x.size());
@@ -32,72 +29,15 @@ struct fit_call {
                                       view_of(ycurve.data(), 100), summary);
     }
     bool outputs_untouched() const {
-        const auto untouched_in = [](const auto& values) {
+        const auto are = [](const auto& values) {
             return std::count(std::begin(values), std::end(values), untouched) ==
                    std::ssize(values);
         };
-        return untouched_in(coef) && untouched_in(xcurve) && untouched_in(ycurve) &&
-               untouched_in(summary);
+        return are(coef) && are(xcurve) && are(ycurve) && are(summary);
     }
 };
-
-std::string description() {
-    return std::string(current_event.c_description.trimmed());
-}
-std::string path() {
-    return std::string(current_event.c_subfunc.trimmed());
-}
 
 // ---- The fit beside a dense scan -----------------------------------------------------------------------
-
-// Both models are linear in one parameter: for a given other one its best value is a quotient.
-struct profile {
-    const fit_call& data;
-    i32 model;
-    double linear_low, linear_high;
-
-    double basis(double h, double x) const {
-        return model == 1 ? 1.0 - std::exp(-3.0 * h / x) : std::pow(h, x);
-    }
-    double norm(double x, double linear) const {
-        double sum = 0.0;
-        for (std::size_t i = 0; i < data.x.size(); ++i) {
-            const double r = basis(data.x[i], x) * linear - data.y[i];
-            sum += r * r;
-        }
-        return std::sqrt(sum);
-    }
-    double best_norm(double x) const {
-        double bb = 0.0, by = 0.0;
-        for (std::size_t i = 0; i < data.x.size(); ++i) {
-            const double b = basis(data.x[i], x);
-            bb += b * b;
-            by += b * data.y[i];
-        }
-        if (!std::isfinite(bb)) return std::numeric_limits<double>::infinity();
-        return norm(x, std::clamp(bb > 0.0 ? by / bb : linear_low, linear_low, linear_high));
-    }
-    // Scan in even ratios, then golden sections around the best place.
-    double scan(double low, double high) const {
-        constexpr int places = 400;
-        double least = std::numeric_limits<double>::infinity(), at = low;
-        for (int k = 0; k <= places; ++k) {
-            const double x = low * std::pow(high / low, static_cast<double>(k) / places);
-            const double value = best_norm(x);
-            if (value < least) {
-                least = value;
-                at = x;
-            }
-        }
-        const double ratio = std::pow(high / low, 1.5 / places);
-        double a = std::max(low, at / ratio), b = std::min(high, at * ratio);
-        for (int k = 0; k < 60; ++k) {
-            const double c = a + 0.381966 * (b - a), d = a + 0.618034 * (b - a);
-            (best_norm(c) < best_norm(d) ? b : a) = best_norm(c) < best_norm(d) ? d : c;
-        }
-        return std::min(least, best_norm(0.5 * (a + b)));
-    }
-};
 
 // An experimental semivariogram: true shape, nugget, noise, empty classes, a class at distance 0.
 class simulator {
@@ -119,8 +59,7 @@ public:
             if (i == 0) value = uniform(0, 1) < 0.8 ? 0 : nugget * uniform(0, 1);
             value *= sill * std::max(0.0, 1 + noise * normal_(engine_));
             if (i > 1 && uniform(0, 1) < empty) h = value = 0;
-            data.x.push_back(static_cast<f32>(h));
-            data.y.push_back(static_cast<f32>(value));
+            data.add(h, value);
         }
         return data;
     }
@@ -173,12 +112,15 @@ TEST(ModelFit, ReachesTheLeastResidualNormThatItsBoundsAllow) {
             EXPECT_GE(call.coef[1], sill_low);
             EXPECT_LE(call.coef[1], most);
 
-            const double first_low = low, second_low = sill_low, high = most;
-            const profile truth{call, model, model == 1 ? second_low : first_low, high};
-            const double best =
-                model == 1 ? truth.scan(first_low, high) : truth.scan(second_low, high);
-            const double reached = model == 1 ? truth.norm(call.coef[0], call.coef[1])
-                                              : truth.norm(call.coef[1], call.coef[0]);
+            const bool is_power = model == 2;
+            const support::profile truth{{call.x.begin(), call.x.end()},
+                                         {call.y.begin(), call.y.end()},
+                                         is_power,
+                                         is_power ? low : sill_low,
+                                         most};
+            const double best = truth.scan(is_power ? sill_low : low, most, 400);
+            const double reached =
+                truth.norm(call.coef[is_power ? 1 : 0], call.coef[is_power ? 0 : 1]);
             EXPECT_LE(reached, 1.001 * best + resolution_of(call))
                 << call.coef[0] << ' ' << call.coef[1] << " at most " << most;
         }
@@ -196,22 +138,19 @@ struct narrow_case {
 };
 
 TEST(ModelFit, BoundsWithoutRoomEndAtTheGreatestSemivariance) {
-    constexpr f32 any = std::numeric_limits<f32>::quiet_NaN();
     const narrow_case cases[] = {
-        {"greatest_below_1", {0.2F, 0.5F, 0.75F, 0.5F}, status_success, 0.75F, any},
+        {"greatest_below_1", {0.2F, 0.5F, 0.75F, 0.5F}, status_success, 0.75F, nan32},
         {"greatest_is_1", {0.25F, 0.5F, 1.0F, 0.75F}, status_success, 1.0F, 0.625F},
         {"below_the_least_sill", {0.02F, 0.03F, 0.04F, 0.03F}, status_success, 0.04F, 0.04F},
         {"below_both_lower_bounds", {0.005F, 0.01F, 0.01F, 0.01F}, status_success, 0.01F, 0.01F},
         {"least_sill_exactly", {0.0F, 0.05F, 0.01F, 0.0F}, status_success, 0.05F, 0.05F},
         {"sill_held_by_its_limit", {0.0F, 0.06F, 0.0F, 0.0F}, status_success, 0.06F, 0.05F},
-        {"all_zero", {0.0F, 0.0F, 0.0F, 0.0F}, status_failure, any, any},
-    };
+        {"all_zero", {0.0F, 0.0F, 0.0F, 0.0F}, status_failure, nan32, nan32}};
     for (const narrow_case& each : cases) {
         SCOPED_TRACE(each.name);
         fit_call call;
-        call.y = each.y;
-        for (std::size_t i = 1; i <= each.y.size(); ++i)
-            call.x.push_back(5.0F * static_cast<f32>(i));
+        for (const f32 value : each.y)
+            call.add(5.0 * static_cast<double>(call.x.size() + 1), value);
         EXPECT_EQ(call.run(), each.result);
         EXPECT_TRUE(std::isnan(each.range) || call.coef[0] == each.range) << call.coef[0];
         EXPECT_TRUE(std::isnan(each.sill) || std::abs(call.coef[1] - each.sill) < 1e-7F)
@@ -224,8 +163,7 @@ TEST(ModelFit, ARangeIsFoundFromThePlateauAtItsLowerBound) {
     fit_call call;
     for (int i = 1; i <= 100; ++i) { // up to where the sill, which bounds the fit, is reached
         const double h = 8.0 * i;
-        call.x.push_back(static_cast<f32>(h));
-        call.y.push_back(static_cast<f32>(400.0 * (1.0 - std::exp(-3.0 * h / 120.0))));
+        call.add(h, 400.0 * (1.0 - std::exp(-3.0 * h / 120.0)));
     }
     ASSERT_EQ(call.run(), status_success);
     EXPECT_NEAR(call.coef[0], 120.0F, 1e-2F);
@@ -236,10 +174,8 @@ TEST(ModelFit, ARangeIsFoundFromThePlateauAtItsLowerBound) {
 
 TEST(ModelFit, TheCurveIsTheModelOnAGridOneStepShortOfTheGreatestDistance) {
     fit_call call;
-    for (int i = 0; i < 12; ++i) {
-        call.x.push_back(static_cast<f32>(3.7 * i));
-        call.y.push_back(static_cast<f32>(20.0 * (1.0 - std::exp(-0.2 * i)) + 0.3 * (i % 3)));
-    }
+    for (int i = 0; i < 12; ++i)
+        call.add(3.7 * i, 20.0 * (1.0 - std::exp(-0.2 * i)) + 0.3 * (i % 3));
     const auto [least, greatest] = std::minmax_element(call.x.begin(), call.x.end());
     const f32 step = (*greatest - *least) * 0.01F;
     for (const i32 model : {1, 2}) {
@@ -266,8 +202,7 @@ fit_call exponential_data(double first, double last, double range) {
     fit_call call;
     for (int i = 0; i < 20; ++i) {
         const double h = first + (last - first) * i / 19.0;
-        call.x.push_back(static_cast<f32>(h));
-        call.y.push_back(static_cast<f32>(5000.0 * (1.0 - std::exp(-3.0 * h / range))));
+        call.add(h, 5000.0 * (1.0 - std::exp(-3.0 * h / range)));
     }
     return call;
 }
@@ -292,7 +227,7 @@ TEST(ModelFit, WithoutAFlatPartPoint99IsReported) {
     fit_call one_distance = exponential_data(50.0, 50.0, 100.0);
     fit_call flat = exponential_data(1e4, 2e4, 20.0); // every ordinate the same: slopes are NaN
     for (fit_call* call : {&never_flat, &one_distance, &flat}) {
-        ASSERT_EQ(call->run(), status_success) << description();
+        ASSERT_EQ(call->run(), status_success);
         EXPECT_EQ(call->summary[0], call->xcurve[98]);
         EXPECT_EQ(call->summary[1], call->ycurve[98]);
         EXPECT_EQ(call->summary[3], call->ycurve[0]);
@@ -303,12 +238,9 @@ TEST(ModelFit, WithoutAFlatPartPoint99IsReported) {
 
 TEST(ModelFit, ThePolynomialComesFromTheCurveMaker) {
     fit_call call;
-    for (int i = 0; i <= 10; ++i) {
-        call.x.push_back(static_cast<f32>(i));
-        call.y.push_back(
-            static_cast<f32>(4 + 3 * i - 0.25 * i * i + (i % 2 == 0 ? 0.125 : -0.125)));
-    }
-    ASSERT_EQ(call.run(3), status_success) << description();
+    for (int i = 0; i <= 10; ++i)
+        call.add(i, 4 + 3 * i - 0.25 * i * i + (i % 2 == 0 ? 0.125 : -0.125));
+    ASSERT_EQ(call.run(3), status_success);
     EXPECT_NEAR(call.coef[0], 4.0F, 0.1F);
     EXPECT_NEAR(call.coef[1], 3.0F, 0.1F);
     EXPECT_EQ(call.xcurve[99], 99 * (10.0F * 0.01F)); // own grid, not that of the ordinates
@@ -328,39 +260,29 @@ TEST(ModelFit, FailuresNameTheirPathAndLeaveTheOutputs) {
         f32 spoilt; // value of one semivariance
         const char* description;
     };
-    constexpr f32 nan = std::numeric_limits<f32>::quiet_NaN();
     const failure_case cases[] = {
-        {1, 10, nan, "error calling imsl BCNLS with the exponential function"},
-        {2, 10, nan, "error calling imsl BCNLS with the power function"},
+        {1, 10, nan32, "error calling imsl BCNLS with the exponential function"},
+        {2, 10, nan32, "error calling imsl BCNLS with the power function"},
         {0, 10, 1.0F, "idx_model is not defined correctly"},
         {4, 10, 1.0F, "idx_model is not defined correctly"},
         {1, 101, 1.0F, "i_npoints exceeds the maximum 100"}};
     for (const failure_case& each : cases) {
         SCOPED_TRACE(each.description);
         fit_call call;
-        for (int i = 0; i < each.points; ++i) {
-            call.x.push_back(static_cast<f32>(i));
-            call.y.push_back(static_cast<f32>(i));
-        }
+        for (int i = 0; i < each.points; ++i) call.add(i, i);
         call.y[4] = each.spoilt;
         EXPECT_EQ(call.run(each.model), status_failure);
-        EXPECT_EQ(description(), each.description);
-        EXPECT_EQ(path(), "modelfit_all/modelfit_all/semivariogram_modlefit");
-        EXPECT_EQ(current_event.i_errcode, 101);
-        EXPECT_EQ(current_event.i_errtype, 2);
+        support::expect_event(each.description, "modelfit_all/modelfit_all/semivariogram_modlefit");
         EXPECT_TRUE(call.outputs_untouched());
     }
 }
 
 TEST(ModelFit, AFailedPolynomialShowsInTheEvent) {
     fit_call call;
-    for (int i = 0; i < 8; ++i) {
-        call.x.push_back(static_cast<f32>(i));
-        call.y.push_back(5.0F); // constant: no fit
-    }
+    for (int i = 0; i < 8; ++i) call.add(i, 5.0); // constant: no fit
     EXPECT_EQ(call.run(3), status_failure);
-    EXPECT_EQ(description(), "error calling imsl drcurv");
-    EXPECT_EQ(path(), "polycurvfit/polycurvfit/semivariogram_modlefit");
+    support::expect_event("error calling imsl drcurv",
+                          "polycurvfit/polycurvfit/semivariogram_modlefit");
     EXPECT_EQ(call.summary[0], untouched);
 }
 

@@ -1,12 +1,7 @@
 // Rows joined to the sum of one addition after the other, where sums pass powers of two and where sums of
 // distances leave the range in which no addition rounds.
 #include "semivariogram/search/sum_joiner.hpp"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <random>
-#include <vector>
+#include "support/test.hpp"
 
 using namespace qmx;
 using namespace qmx::ordered_growth;

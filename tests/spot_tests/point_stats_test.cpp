@@ -1,22 +1,13 @@
-// Spot tests: the matching against the plain double loop, and the driver's
-// rules.
+// Spot tests: the matching against the plain double loop, and the driver's rules.
 #include "measure_statistics/statistics.hpp"
 #include "spot_tests/circle_matching.hpp"
 #include "spot_tests/point_stats.hpp"
 #include "support/expect_event.hpp"
 
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <random>
-
 using namespace qmx;
 using support::view;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 inf64 = std::numeric_limits<f64>::infinity();
 
 using positions = std::vector<i32>;
 
@@ -57,8 +48,8 @@ std::vector<positions> matches_of_grid(const std::vector<t_icdata>& points,
     return found;
 }
 
-// Places that make a grid stumble, mixed with rims: points at the radius from a
-// test, and one step of the last place to either side.
+// Places that make a grid stumble, mixed with rims: points at the radius from a test, and one step of
+// the last place to either side.
 struct hostile_set {
     std::vector<t_icdata> points, tests;
     f64 radius;
@@ -213,8 +204,7 @@ struct driver_call {
     }
 };
 
-// A cluster of four points of passes 1 and 2 at x = 10 k, y = 0, with values
-// about k * k.
+// A cluster of four points of passes 1 and 2 at x = 10 k, y = 0, with values about k * k.
 driver_call clusters(int count) {
     driver_call call;
     for (int k = 0; k < count; ++k) {
@@ -270,8 +260,7 @@ TEST(Driver, RelatesMeansToSpotValues) {
 }
 
 TEST(Driver, GathersValuesInTheOrderOfThePoints) {
-    // The records must be those of direct calls with the values in order, one
-    // after the other.
+    // The records must be those of direct calls with the values in order, one after the other.
     driver_call call = clusters(9);
     std::mt19937_64 random(4);
     for (int i = 0; i < 3000; ++i)
@@ -378,8 +367,7 @@ TEST(Driver, FitsWhatHasNoLine) {
     EXPECT_TRUE(std::isnan(equal_means.regress[2]));
     EXPECT_EQ(equal_means.predict[1], 7);
 
-    // One spot value missing of three: two points, an exact line, no prediction
-    // for the third.
+    // One spot value missing of three: two points, an exact line, no prediction for the third.
     driver_call two = clusters(3);
     two.tests[1].d_val = nan64;
     ASSERT_EQ(two.run(), 1);

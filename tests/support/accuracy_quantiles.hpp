@@ -3,17 +3,12 @@
 // the quantile by the density there; so no other solver's tolerance is counted as ours.
 #pragma once
 
+#include "support/test.hpp"
+
 #include <boost/math/special_functions/beta.hpp>
 #include <boost/math/special_functions/erf.hpp>
 #include <boost/math/special_functions/gamma.hpp>
 #include <boost/multiprecision/cpp_bin_float.hpp>
-
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <random>
-#include <vector>
 
 namespace support {
 

@@ -1,17 +1,11 @@
 // Errors gathered over many samples, and the table of them in docs/accuracy.md.
 #pragma once
 
-#include <algorithm>
+#include "support/test.hpp"
+
 #include <charconv>
-#include <cmath>
 #include <concepts>
-#include <cstdio>
-#include <fstream>
-#include <limits>
 #include <map>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace support {
 

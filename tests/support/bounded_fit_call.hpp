@@ -2,15 +2,7 @@
 #pragma once
 
 #include "numeric/bounded/bounded_fit.hpp"
-#include "numeric/errors/error_stack.hpp"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <limits>
-#include <vector>
+#include "support/expect_error.hpp"
 
 namespace support {
 
@@ -18,8 +10,6 @@ using namespace qmx;
 using namespace qmx::numeric;
 
 constexpr double none_below = 1.0e30, none_above = -1.0e30; // no lower, no upper bound
-constexpr double no_number = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 template <class Real> Real to(double value) {
     return static_cast<Real>(value);
@@ -120,9 +110,9 @@ template <class Real> void run_watched(fit_call<Real>& call) {
     watched_upper.clear();
     for (std::size_t j = 0; j < call.lower.size(); ++j) {
         const double low = call.lower[j], high = call.upper[j];
-        watched_upper.push_back(high == none_above || std::isnan(high) ? infinity : high);
+        watched_upper.push_back(high == none_above || std::isnan(high) ? inf64 : high);
         watched_lower.push_back(
-            low == none_below || std::isnan(low) ? -infinity : std::min(low, watched_upper.back()));
+            low == none_below || std::isnan(low) ? -inf64 : std::min(low, watched_upper.back()));
     }
     has_left_bounds = false;
     watched_calls = 0;

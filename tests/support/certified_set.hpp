@@ -2,12 +2,7 @@
 // folder "certified" below the one that the environment variable QMX_IC_DATA names.
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "support/test.hpp"
 
 namespace support {
 
@@ -51,8 +46,10 @@ inline certified_set read_certified(const std::string& name) {
             std::sscanf(line.c_str() + at, "(lines %d to %d", &first, &last);
         if (first == 0 || number < first)
             set.header.push_back(line);
-        else if (number <= last)
-            set.rows.push_back(numbers_in(line));
+        else if (const auto numbers = numbers_in(line); number <= last && !numbers.empty())
+            set.rows.push_back(numbers);
+        if (first == 0 && line.starts_with("-----")) // sets without a range: all below the rule
+            first = number + 1, last = std::numeric_limits<int>::max();
     }
     return set;
 }

@@ -1,13 +1,11 @@
 // Statistics in arithmetic wide enough to be exact where it matters: the truth for f32 results.
 #pragma once
 
+#include "support/test.hpp"
+
 #include <boost/math/distributions/chi_squared.hpp>
 #include <boost/math/distributions/students_t.hpp>
 #include <boost/multiprecision/cpp_bin_float.hpp>
-
-#include <cmath>
-#include <limits>
-#include <vector>
 
 namespace support {
 
@@ -33,22 +31,11 @@ inline exact_statistics statistics_of(const wide& n, const wide& mean, const wid
     const boost::math::students_t_distribution<long double> student(degrees);
     const boost::math::chi_squared_distribution<long double> chi_squared(degrees);
     const wide half_width = wide(quantile(complement(student, tail))) * deviation / sqrt(n);
-    exact_statistics exact;
-    exact.row[0] = mean;
-    exact.row[1] = variance;
-    exact.row[2] = deviation;
-    exact.row[3] = third / (n * sigma * sigma * sigma);
-    exact.row[4] = fourth / (n * sigma * sigma * sigma * sigma) - 3;
-    exact.row[5] = lowest;
-    exact.row[6] = highest;
-    exact.row[7] = wide(highest) - wide(lowest);
-    exact.row[8] = deviation / mean;
-    exact.row[9] = n;
-    exact.row[10] = mean - half_width;
-    exact.row[11] = mean + half_width;
-    exact.row[12] = second / wide(quantile(complement(chi_squared, tail)));
-    exact.row[13] = second / wide(quantile(chi_squared, tail));
-    return exact;
+    const wide cube = n * sigma * sigma * sigma;
+    return {{mean, variance, deviation, third / cube, fourth / (cube * sigma) - 3, lowest, highest,
+             wide(highest) - wide(lowest), deviation / mean, n, mean - half_width,
+             mean + half_width, second / wide(quantile(complement(chi_squared, tail))),
+             second / wide(quantile(chi_squared, tail))}};
 }
 
 // Of values with frequencies and weights; the sum of frequency times weight goes to weight. Values that

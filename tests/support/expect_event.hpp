@@ -3,10 +3,7 @@
 
 #include "base/array_view.hpp"
 #include "events/event.hpp"
-
-#include <gtest/gtest.h>
-
-#include <vector>
+#include "support/test.hpp"
 
 namespace support {
 

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "numeric/arithmetic/register_width.hpp"
-
-#include <gtest/gtest.h>
+#include "support/test.hpp"
 
 namespace support {
 

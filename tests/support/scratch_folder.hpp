@@ -1,11 +1,11 @@
-// A folder of a test's own, the folder it works in, and an environment variable, each put back when
+// A folder of a test's own and the files in it, the folder it works in, and an environment variable, each put back when
 // the test ends.
 #pragma once
 
-#include <cstdlib>
+#include "support/test.hpp"
+
 #include <filesystem>
 #include <optional>
-#include <string>
 
 namespace support {
 
@@ -30,6 +30,17 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+inline std::string text_in(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+inline std::vector<std::string> lines_of(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) lines.push_back(line);
+    return lines;
+}
 
 class working_folder {
 public:

@@ -3,15 +3,12 @@
 #include "support/expect_event.hpp"
 #include "toolkit/correlation_wrappers.hpp"
 
-#include <limits>
-
 using namespace qmx;
 using support::view;
 
 namespace {
 
 using reals = std::vector<f32>;
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
 constexpr f32 untouched = -777.0F;
 
 // Two pulses: y repeats that of x two steps later.
@@ -54,16 +51,14 @@ TEST(CorrelationWrapper, ChecksInItsOrderAndWritesNothingThen) {
         const char* message;
         reals x, y;
         i32 maxlag;
-    } const rows[] = {
-        {"two time series are in different size", {1}, good, 0},
-        {"number of obervation is less than 2", {1}, {1}, 0},
-        {"number of obervation is less than 2", {}, {}, 1},
-        {"i_maxlag is out of range", zeros, zeros, 0},
-        {"i_maxlag is out of range", zeros, zeros, 4},
-        {"x_xval is a zero array", zeros, zeros, 3},
-        {"x_xval is a zero array", missing, good, 2},
-        {"x_yval is a zero array", good, zeros, 2},
-    };
+    } const rows[] = {{"two time series are in different size", {1}, good, 0},
+                      {"number of obervation is less than 2", {1}, {1}, 0},
+                      {"number of obervation is less than 2", {}, {}, 1},
+                      {"i_maxlag is out of range", zeros, zeros, 0},
+                      {"i_maxlag is out of range", zeros, zeros, 4},
+                      {"x_xval is a zero array", zeros, zeros, 3},
+                      {"x_xval is a zero array", missing, good, 2},
+                      {"x_yval is a zero array", good, zeros, 2}};
     for (const auto& row : rows) {
         reals table(9, untouched);
         i32 lag = -99;
@@ -79,11 +74,9 @@ TEST(CorrelationWrapper, WhatTheCorrelationRefusesIsZeroAndNoFailure) {
         const char* name;
         reals x, y;
         i32 maxlag;
-    } const rows[] = {
-        {"as many lags as observations", {1, 2, 4}, {1, 5, 4}, 3},
-        {"a missing value", {1, nan32, 4}, {1, 5, 4}, 1},
-        {"a constant series", {1, 3, 4}, {2, 2, 2}, 2},
-    };
+    } const rows[] = {{"as many lags as observations", {1, 2, 4}, {1, 5, 4}, 3},
+                      {"a missing value", {1, nan32, 4}, {1, 5, 4}, 1},
+                      {"a constant series", {1, 3, 4}, {2, 2, 2}, 2}};
     for (const auto& row : rows) {
         clear_event();
         reals table(7, untouched);
@@ -109,8 +102,7 @@ TEST(QuantileWrapper, ReadsValuesOutOfATableAndFailsForEveryRefusal) {
         {"beyond", {0.25F, 0.95F, 0.5F}, values, {0, 0.25F, 0.5F, 0.9F}, {12.5F, 0, 0}},
         {"three rows", {0.25F}, {10, 12.5F, 15}, {0, 0.25F, 1}, {0, 0, 0}},
         {"different extents", {0.25F}, values, {0, 0.25F, 0.5F, 0.8F, 1}, {0, 0, 0}},
-        {"a table that falls", {0.25F}, values, falls, {0, 0, 0}},
-    };
+        {"a table that falls", {0.25F}, values, falls, {0, 0, 0}}};
     for (const auto& row : rows) {
         clear_event();
         reals quantiles(3, untouched);

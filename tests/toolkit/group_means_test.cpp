@@ -1,24 +1,13 @@
 // Means of groups in one sweep: those of exact arithmetic, and to the last bit those of the statistics
 // of each group on its own.
 #include "support/exact_statistics.hpp"
+#include "support/test.hpp"
 #include "toolkit/group_means.hpp"
 #include "toolkit/statistics_wrappers.hpp"
-
-#include <gtest/gtest.h>
-
-#include <bit>
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <random>
-#include <vector>
 
 using namespace qmx;
 
 namespace {
-
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-constexpr f32 infinite = std::numeric_limits<f32>::infinity();
 
 struct value_case {
     const char* name;
@@ -50,11 +39,10 @@ const value_case value_cases[] = {
     {"NaN between", 50.0F, [](auto& r) { return r() % 3 == 0 ? nan32 : even(r, 0, 50); }},
     {"nothing but NaN", 0.0F, [](auto&) { return nan32; }},
     {"infinite values, few of both signs", 5.0F,
-     [](auto& r) { return r() % 200 == 0   ? infinite
-                          : r() % 300 == 0 ? -infinite
+     [](auto& r) { return r() % 200 == 0   ? inf32
+                          : r() % 300 == 0 ? -inf32
                                            : 5.0F; }},
-    {"below infinity", 5.0F, [](auto& r) { return r() % 99 == 0 ? -infinite : even(r, 0, 5); }},
-};
+    {"below infinity", 5.0F, [](auto& r) { return r() % 99 == 0 ? -inf32 : even(r, 0, 5); }}};
 
 TEST(GroupMeans, AreThoseOfEachGroupOnItsOwn) {
     constexpr std::size_t groups = 7;

@@ -1,14 +1,9 @@
 #include "support/expect_event.hpp"
 #include "toolkit/interpolation.hpp"
 
-#include <cmath>
-#include <limits>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
 
 f32 at(const std::vector<f32>& y, const std::vector<f32>& x, f32 query,
        const i32* outside = nullptr) {
@@ -28,20 +23,18 @@ TEST(Interpolation, FollowsTheRulesInsideAndOutsideTheTable) {
         f32 query;
         const i32* outside;
         f32 expected;
-    } const rows[] = {
-        {"first point", 0, &zero, 5},
-        {"last point", 40, &zero, 0},
-        {"middle of a step", 5, nullptr, 5.5F},
-        {"a falling step", 30, nullptr, 4},
-        {"a table point", 20, nullptr, 8},
-        {"within the tolerance above a point", 10 + 9e-6F, nullptr, 6},
-        {"below, held", -1, &hold, 5},
-        {"below, absent flag", -1, nullptr, 5},
-        {"below, zeroed", -1, &zero, 0},
-        {"above, held", 41, &hold, 0},
-        {"not a number lies below", nan32, &hold, 5},
-        {"not a number, zeroed", nan32, &zero, 0},
-    };
+    } const rows[] = {{"first point", 0, &zero, 5},
+                      {"last point", 40, &zero, 0},
+                      {"middle of a step", 5, nullptr, 5.5F},
+                      {"a falling step", 30, nullptr, 4},
+                      {"a table point", 20, nullptr, 8},
+                      {"within the tolerance above a point", 10 + 9e-6F, nullptr, 6},
+                      {"below, held", -1, &hold, 5},
+                      {"below, absent flag", -1, nullptr, 5},
+                      {"below, zeroed", -1, &zero, 0},
+                      {"above, held", 41, &hold, 0},
+                      {"not a number lies below", nan32, &hold, 5},
+                      {"not a number, zeroed", nan32, &zero, 0}};
     for (const auto& row : rows)
         EXPECT_EQ(at(y, x, row.query, row.outside), row.expected) << row.name;
 }

@@ -5,9 +5,6 @@
 #include "toolkit/polynomial_curve.hpp"
 #include "toolkit/sort_wrappers.hpp"
 
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <optional>
 
 using namespace qmx;
@@ -17,7 +14,6 @@ namespace {
 
 using reals = std::vector<f64>;
 
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
 constexpr f64 untouched = -77.0;
 
 struct curve_call {
@@ -67,8 +63,7 @@ const failure_case failure_cases[] = {
     {"constant ordinates", {1, 2, 3}, {4, 4, 4}, 1, refused, fit},
     {"constant ordinates, degree 0", {1, 2, 3}, {4, 4, 4}, 0, refused, fit},
     {"too few abscissas", {1, 1, 2, 2}, {1, 2, 3, 5}, 2, refused, fit},
-    {"perfect below the degree", {1, 2, 3}, {2, 3, 4}, 2, refused, fit},
-};
+    {"perfect below the degree", {1, 2, 3}, {2, 3, 4}, 2, refused, fit}};
 TEST(PolynomialCurve, FailsInItsOrderAndLeavesWhatItSays) {
     for (const auto& c : failure_cases) {
         SCOPED_TRACE(c.name);

@@ -7,17 +7,9 @@
 #include <boost/math/distributions/beta.hpp>
 #include <boost/math/distributions/normal.hpp>
 
-#include <algorithm>
-#include <fstream>
-#include <limits>
-#include <sstream>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
-constexpr f32 infinite = std::numeric_limits<f32>::infinity();
 
 struct report {
     i32 status = 0;
@@ -33,8 +25,7 @@ report report_on(const std::vector<f32>& data) {
     clear_event();
     result.status = norm_prob(view_of(data.data(), std::ssize(data)), unit);
     close_unit(unit);
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) result.lines.push_back(line);
+    result.lines = support::lines_of(path);
     return result;
 }
 
@@ -118,12 +109,12 @@ TEST(NormalProbabilityPlot, ASingleValueStandsInTheMiddle) {
 }
 
 TEST(NormalProbabilityPlot, FailsWhereNothingCanBeDrawn) {
-    const std::vector<f32> rows[] = {{}, {nan32, nan32}, {infinite, -infinite}};
+    const std::vector<f32> rows[] = {{}, {nan32, nan32}, {inf32, -inf32}};
     for (const auto& data : rows) {
         const report written = report_on(data);
         EXPECT_EQ(written.status, status_failure);
         support::expect_event("IMSL SCTP Error", "norm_prob");
-        EXPECT_EQ(written.lines.size(), data.size() == 2 && data[0] == infinite ? 3U : 1U);
+        EXPECT_EQ(written.lines.size(), data.size() == 2 && data[0] == inf32 ? 3U : 1U);
     }
 }
 

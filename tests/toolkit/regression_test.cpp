@@ -1,17 +1,11 @@
-// The regression's wrappers: which numerical errors become events, and copies
-// of strided matrices.
+// The regression's wrappers: which numerical errors become events, and copies of strided matrices.
 #include "numeric/errors/error_stack.hpp"
 #include "support/expect_event.hpp"
 #include "toolkit/regression.hpp"
 
-#include <cmath>
-#include <limits>
-
 using namespace qmx;
 
 namespace {
-
-constexpr f64 nan64 = std::numeric_limits<f64>::quiet_NaN();
 
 struct outputs {
     f64 AOV[15], COEF[10], COVB[4], TESTLF[10], CASE[12 * 5];
@@ -24,15 +18,13 @@ TEST(Regression, ErrorsOfTypesOneToFourAreFailures) {
         std::vector<f64> x, y;
         f64 confidence;
         i32 weight_column, leading, status;
-    } const rows[] = {
-        {"a line", {1, 2, 3, 4}, {2, 4, 7, 8}, 95, 0, 4, 1},
-        {"missing everywhere", {1, nan64, 3}, {nan64, 2, nan64}, 95, 0, 3, 3},
-        {"a negative weight", {1, -2, 3}, {2, 4, 7}, 95, 1, 3, 3},
-        {"two rows, no error degrees", {1, nan64, 3}, {2, 4, 7}, 95, 0, 3, 1},
-        {"low confidence", {1, 2, 3, 4}, {2, 4, 7, 8}, 20, 0, 4, 1},
-        {"refused arguments", {1, 2, 3, 4}, {2, 4, 7, 8}, 95, 0, 1, 1},
-        {"constant x", {2, 2, 2}, {2, 4, 7}, 95, 0, 3, 1},
-    };
+    } const rows[] = {{"a line", {1, 2, 3, 4}, {2, 4, 7, 8}, 95, 0, 4, 1},
+                      {"missing everywhere", {1, nan64, 3}, {nan64, 2, nan64}, 95, 0, 3, 3},
+                      {"a negative weight", {1, -2, 3}, {2, 4, 7}, 95, 1, 3, 3},
+                      {"two rows, no error degrees", {1, nan64, 3}, {2, 4, 7}, 95, 0, 3, 1},
+                      {"low confidence", {1, 2, 3, 4}, {2, 4, 7, 8}, 20, 0, 4, 1},
+                      {"refused arguments", {1, 2, 3, 4}, {2, 4, 7, 8}, 95, 0, 1, 1},
+                      {"constant x", {2, 2, 2}, {2, 4, 7}, 95, 0, 3, 1}};
     for (const auto& row : rows) {
         clear_event();
         numeric::ERSET(0, 2, 2); // the wrapper silences what would stop the process

@@ -3,39 +3,29 @@
 #include "support/expect_event.hpp"
 #include "toolkit/reliability.hpp"
 
-#include <array>
-#include <cmath>
-#include <limits>
-#include <random>
-
 using namespace qmx;
 using support::view;
 
 namespace {
-
-constexpr f64 not_a_number = std::numeric_limits<f64>::quiet_NaN();
-constexpr f64 infinite = std::numeric_limits<f64>::infinity();
 
 TEST(ReliabilityAdjustment, MovesTheMeansTowardsEachOther) {
     constexpr f64 z95 = 1.6448536269514722;
     struct {
         const char* name;
         f64 reliability, m1, m2, c1, c2, out1, out2;
-    } const rows[] = {
-        {"half", 50, 10, 20, 0.1, 0.2, 10, 20},
-        {"no variation of the second", 95, 10, 20, 0.3, 0,
-         10 + 3 * z95 * std::sqrt(10.) / (std::sqrt(10.) + 1), 20},
-        {"no variation of the first", 95, 10, 20, 0, 0.1, 10,
-         20 - 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
-        {"the sign of a coefficient is lost", 95, 10, 20, 0, -0.1, 10,
-         20 - 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
-        {"both", 95, 20, 10, 0.1, 0.3,
-         20 + 2 * z95 * std::sqrt(14.) / (std::sqrt(5.) + std::sqrt(10.)),
-         10 - 3 * z95 * std::sqrt(14.) / (std::sqrt(5.) + std::sqrt(10.))},
-        {"not below 0", 95, -1, 1, 0, 4, 0, 0},
-        {"below half it moves them apart", 5, 10, 20, 0, 0.1, 10,
-         20 + 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
-    };
+    } const rows[] = {{"half", 50, 10, 20, 0.1, 0.2, 10, 20},
+                      {"no variation of the second", 95, 10, 20, 0.3, 0,
+                       10 + 3 * z95 * std::sqrt(10.) / (std::sqrt(10.) + 1), 20},
+                      {"no variation of the first", 95, 10, 20, 0, 0.1, 10,
+                       20 - 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
+                      {"the sign of a coefficient is lost", 95, 10, 20, 0, -0.1, 10,
+                       20 - 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))},
+                      {"both", 95, 20, 10, 0.1, 0.3,
+                       20 + 2 * z95 * std::sqrt(14.) / (std::sqrt(5.) + std::sqrt(10.)),
+                       10 - 3 * z95 * std::sqrt(14.) / (std::sqrt(5.) + std::sqrt(10.))},
+                      {"not below 0", 95, -1, 1, 0, 4, 0, 0},
+                      {"below half it moves them apart", 5, 10, 20, 0, 0.1, 10,
+                       20 + 2 * z95 * std::sqrt(5.) / (1 + std::sqrt(5.))}};
     for (const auto& row : rows) {
         f64 out1 = -1, out2 = -1;
         clear_event();
@@ -47,7 +37,7 @@ TEST(ReliabilityAdjustment, MovesTheMeansTowardsEachOther) {
 }
 
 TEST(ReliabilityAdjustment, AnImpossibleReliabilityIsSeenInTheResultsOnly) {
-    for (const f64 reliability : {0.0, 100.0, -5.0, not_a_number}) {
+    for (const f64 reliability : {0.0, 100.0, -5.0, nan64}) {
         f64 out1 = -1, out2 = -1;
         clear_event();
         EXPECT_EQ(relia_adj(reliability, 10, 20, 0.1, 0.1, out1, out2), status_success);
@@ -69,6 +59,13 @@ std::vector<f64> values_of(const curve& each, const std::vector<f64>& x) {
     return y;
 }
 
+curve fitted(const std::vector<f64>& x, const std::vector<f64>& y, i32 status = status_success) {
+    curve found{-1, -1, -1};
+    clear_event();
+    EXPECT_EQ(maturfit(view(x), view(y), found.a, found.b, found.c), status);
+    return found;
+}
+
 const std::vector<f64> days = {0.5, 1, 2, 3, 5, 7, 14, 28, 56, 90};
 
 TEST(MaturityFit, RecoversExactCurves) {
@@ -76,21 +73,15 @@ TEST(MaturityFit, RecoversExactCurves) {
         const char* name;
         curve expected;
         f64 unit; // of x
-    } const rows[] = {
-        {"days", {42.5, 3.2, 0.8}, 1},
-        {"degree hours", {35, 1500, 0.65}, 240},
-        {"steep", {60, 2, 4}, 1},
-        {"slow, far from its end", {80, 60, 0.5}, 1},
-        {"small numbers", {3e-5, 2e-4, 1}, 1e-4},
-    };
+    } const rows[] = {{"days", {42.5, 3.2, 0.8}, 1},
+                      {"degree hours", {35, 1500, 0.65}, 240},
+                      {"steep", {60, 2, 4}, 1},
+                      {"slow, far from its end", {80, 60, 0.5}, 1},
+                      {"small numbers", {3e-5, 2e-4, 1}, 1e-4}};
     for (const auto& row : rows) {
         std::vector<f64> x = days;
         for (f64& value : x) value *= row.unit;
-        const std::vector<f64> y = values_of(row.expected, x);
-        f64 a = -1, b = -1, c = -1;
-        clear_event();
-        ASSERT_EQ(maturfit(view(x), view(y), a, b, c), status_success)
-            << row.name << ": " << current_event.c_description.trimmed();
+        const auto [a, b, c] = fitted(x, values_of(row.expected, x));
         EXPECT_NEAR(a / row.expected.a, 1, 1e-6) << row.name;
         EXPECT_NEAR(b / row.expected.b, 1, 1e-6) << row.name;
         EXPECT_NEAR(c / row.expected.c, 1, 1e-6) << row.name;
@@ -101,11 +92,9 @@ TEST(MaturityFit, RecoversExactCurves) {
 TEST(MaturityFit, FindsCurvesThatAreAlmostFlat) {
     const auto expect_curve = [](const char* name, const std::vector<f64>& x,
                                  const std::vector<f64>& y, const std::vector<f64>& expected) {
-        curve fitted{-1, -1, -1};
-        clear_event();
-        EXPECT_EQ(maturfit(view(x), view(y), fitted.a, fitted.b, fitted.c), status_success) << name;
+        const curve found = fitted(x, y);
         for (std::size_t i = 0; i < x.size(); ++i)
-            EXPECT_NEAR(fitted.at(x[i]), expected[i], 1e-6 * y.back()) << name << i;
+            EXPECT_NEAR(found.at(x[i]), expected[i], 1e-6 * y.back()) << name << i;
     };
     const std::vector<f64> hardened(4, 30.0), four = {1, 2, 3, 4};
     expect_curve("hardened", four, hardened, hardened);
@@ -124,16 +113,10 @@ TEST(MaturityFit, FindsCurvesThatAreAlmostFlat) {
 
 // Data that ask for a steepness beyond its bounds end on them.
 TEST(MaturityFit, KeepsTheSteepnessWithinItsBounds) {
-    const auto steepness = [](const std::vector<f64>& x, const std::vector<f64>& y) {
-        f64 a = -1, b = -1, c = -1;
-        clear_event();
-        EXPECT_EQ(maturfit(view(x), view(y), a, b, c), status_success);
-        return c;
-    };
     const std::vector<f64> four = {1, 3, 7, 28};
-    EXPECT_EQ(steepness(four, values_of({30, 1000, 0.0095}, four)), 0.01);
-    EXPECT_NEAR(steepness(four, values_of({30, 1000, 0.011}, four)), 0.011, 1e-6);
-    EXPECT_EQ(steepness({1, 2, 3, 4, 5, 6}, {0, 1, 30, 30, 30, 30}), 20);
+    EXPECT_EQ(fitted(four, values_of({30, 1000, 0.0095}, four)).c, 0.01);
+    EXPECT_NEAR(fitted(four, values_of({30, 1000, 0.011}, four)).c, 0.011, 1e-6);
+    EXPECT_EQ(fitted({1, 2, 3, 4, 5, 6}, {0, 1, 30, 30, 30, 30}).c, 20);
 }
 
 TEST(MaturityFit, RecoversCurvesFromNoisyData) {
@@ -146,9 +129,7 @@ TEST(MaturityFit, RecoversCurvesFromNoisyData) {
             x.push_back(day);
             y.push_back(expected.at(day) + noise(engine));
         }
-    f64 a = -1, b = -1, c = -1;
-    clear_event();
-    ASSERT_EQ(maturfit(view(x), view(y), a, b, c), status_success);
+    const auto [a, b, c] = fitted(x, y);
     EXPECT_NEAR(a, expected.a, 0.4);
     EXPECT_NEAR(b, expected.b, 0.1);
     EXPECT_NEAR(c, expected.c, 0.02);
@@ -173,9 +154,7 @@ TEST(MaturityFit, RecoversCurvesFromNoisyData) {
 
 TEST(MaturityFit, DerivativesAreThoseOfTheResiduals) {
     const std::vector<f64> x = {0, 1e-3, 0.5, 2, 9, 70}, y = {0, 0, 1, 8, 20, 33};
-    f64 a = 0, b = 0, c = 0;
-    clear_event();
-    ASSERT_EQ(maturfit(view(x), view(y), a, b, c), status_success);
+    fitted(x, y); // whose data the residuals are of
     const i32 n = 6, three = 3, leading = 7;
     const std::array<f64, 3> at = {40, 3, 0.9};
     std::vector<f64> derivatives(21, -777.0), above(6), below(6);
@@ -200,24 +179,21 @@ TEST(MaturityFit, RefusesDataThatHaveNoCurve) {
     struct {
         const char* name;
         std::vector<f64> x, y;
-    } const rows[] = {
-        {"nothing", {}, {}},
-        {"two pairs", {1, 2}, {1, 2}},
-        {"three pairs, two maturities", {1, 2, 2}, {1, 2, 2.5}},
-        {"different extents", {1, 2, 3, 4}, {1, 2, 3}},
-        {"a negative maturity", {-1, 1, 2, 3}, {1, 2, 3, 4}},
-        {"a missing value", {1, 2, 3, 4}, {1, not_a_number, 3, 4}},
-        {"an infinite maturity", {1, 2, 3, infinite}, {1, 2, 3, 4}},
-        {"no strength", {1, 2, 3, 4}, {0, 0, 0, 0}},
-        {"negative strength", {1, 2, 3, 4}, {-1, -2, -3, -4}},
-    };
+    } const rows[] = {{"nothing", {}, {}},
+                      {"two pairs", {1, 2}, {1, 2}},
+                      {"three pairs, two maturities", {1, 2, 2}, {1, 2, 2.5}},
+                      {"different extents", {1, 2, 3, 4}, {1, 2, 3}},
+                      {"a negative maturity", {-1, 1, 2, 3}, {1, 2, 3, 4}},
+                      {"a missing value", {1, 2, 3, 4}, {1, nan64, 3, 4}},
+                      {"an infinite maturity", {1, 2, 3, inf64}, {1, 2, 3, 4}},
+                      {"no strength", {1, 2, 3, 4}, {0, 0, 0, 0}},
+                      {"negative strength", {1, 2, 3, 4}, {-1, -2, -3, -4}}};
     for (const auto& row : rows) {
-        f64 a = -1, b = -2, c = -3;
-        clear_event();
-        EXPECT_EQ(maturfit(view(row.x), view(row.y), a, b, c), status_failure) << row.name;
+        SCOPED_TRACE(row.name);
+        const auto [a, b, c] = fitted(row.x, row.y, status_failure);
         support::expect_event("error in fitting maturity data - check and throw out outliers",
                               "maturfit/maturfit");
-        EXPECT_TRUE(a == -1 && b == -2 && c == -3) << row.name;
+        EXPECT_TRUE(a == -1 && b == -1 && c == -1);
     }
 }
 

@@ -2,16 +2,12 @@
 #include "support/expect_event.hpp"
 #include "toolkit/statistics_wrappers.hpp"
 
-#include <cmath>
-#include <limits>
-
 using namespace qmx;
 using support::view;
 
 namespace {
 
 using reals = std::vector<f32>;
-constexpr f32 nan32 = std::numeric_limits<f32>::quiet_NaN();
 constexpr f32 untouched = -777.0F;
 
 TEST(UnivariateWrapper, HandsOverAsManyStatisticsAsThereIsRoomFor) {
@@ -50,17 +46,15 @@ TEST(FrequencyWrapper, GivesPercentagesOfTheGivenCountAndZerosForARefusedTally) 
         reals x, limits;
         i32 k;
         f32 expected; // in each class
-    } const rows[] = {
-        {"six", 6, six, limits, 3, third},
-        {"more than counted", 4, six, limits, 3, 50},
-        {"none counted", 0, six, limits, 3, endless},
-        {"a missing value", 2, {1, nan32}, {1, 2}, 3, 0},
-        {"limits that fall", 2, {1, 2}, {2, 1}, 3, 0},
-        {"no values", 2, {}, {1, 2}, 3, 0},
-        {"one class", 2, {1, 2}, {1}, 1, 0},
-        {"too few limits", 2, {1, 2}, {1}, 3, 0},
-        {"no class", 2, {1, 2}, {}, 0, 0},
-    };
+    } const rows[] = {{"six", 6, six, limits, 3, third},
+                      {"more than counted", 4, six, limits, 3, 50},
+                      {"none counted", 0, six, limits, 3, endless},
+                      {"a missing value", 2, {1, nan32}, {1, 2}, 3, 0},
+                      {"limits that fall", 2, {1, 2}, {2, 1}, 3, 0},
+                      {"no values", 2, {}, {1, 2}, 3, 0},
+                      {"one class", 2, {1, 2}, {1}, 1, 0},
+                      {"too few limits", 2, {1, 2}, {1}, 3, 0},
+                      {"no class", 2, {1, 2}, {}, 0, 0}};
     for (const auto& row : rows) {
         reals percent(4, untouched), expected(4, untouched);
         std::fill_n(expected.begin(), row.k, row.expected);

@@ -1,12 +1,11 @@
 // Every wrapper gives the same for views with gaps, forwards and backwards, as for packed ones, and
 // leaves the gaps alone.
+#include "numeric/errors/error_stack.hpp"
+#include "numeric/polynomial/polynomial_fit.hpp"
 #include "support/expect_event.hpp"
 #include "toolkit/correlation_wrappers.hpp"
 #include "toolkit/sort_wrappers.hpp"
 #include "toolkit/statistics_wrappers.hpp"
-
-#include <bit>
-#include <functional>
 
 using namespace qmx;
 using support::view;
@@ -85,6 +84,15 @@ TEST(StridedViews, GiveWhatPackedOnesGive) {
                     EXPECT_EQ(at, -6);
                     return imsl_svigp(a, r, p);
                 });
+    numeric::ERSET(0, 0, 0);
+    const std::vector<f64> at = {1, 2, 3, 5, 8, 9, 11}, value = {4, 1, 7, 2, 8, 8, 3};
+    expect_same("polynomial fit without sums", at, value,
+                [](in_view<f64> a, in_view<f64> b, out_view<f64> r, places) {
+                    numeric::DRCURV(a, b, r, {}, {});
+                    EXPECT_NE(r(1), -1.0);
+                    return 1;
+                });
+    numeric::ERSET(0, 2, 2);
     EXPECT_FALSE(has_failed());
 }
 

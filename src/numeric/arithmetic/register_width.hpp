@@ -3,7 +3,7 @@
 // same operations, none of them fused, so that all results are the same bit for bit.
 //
 //     struct some_loop {
-//         QMX_MELTING static void run(const f32* x, i64 n, ...) { for ... }
+//         QMX_INLINED static void run(const f32* x, i64 n, ...) { for ... }
 //     };
 //     run_loop<some_loop>(x, n, ...);
 //
@@ -14,9 +14,9 @@
 #include "base/base_types.hpp"
 
 #if defined(__GNUC__)
-#define QMX_MELTING [[gnu::always_inline]] inline
+#define QMX_INLINED [[gnu::always_inline]] inline
 #else
-#define QMX_MELTING inline
+#define QMX_INLINED inline
 #endif
 
 namespace qmx::numeric {

@@ -41,7 +41,7 @@ struct widened_block {
     f64 y[row_block];
 };
 
-QMX_MELTING const f64* block_of(const column_read_as<f64>& column, i64 start, i64 length,
+QMX_INLINED const f64* block_of(const column_read_as<f64>& column, i64 start, i64 length,
                                 f64* wide) {
     if (column.wide() != nullptr) return column.wide() + start;
     const f32* narrow = column.narrow() + start;
@@ -75,7 +75,7 @@ template <i32 degree> struct moment_block {
 };
 
 template <i32 degree, i32 k>
-QMX_MELTING void add_moments(f64 t, f64 before, f64 now, f64 y, const moment_scales& scales,
+QMX_INLINED void add_moments(f64 t, f64 before, f64 now, f64 y, const moment_scales& scales,
                              moment_block<degree>& block) {
     if constexpr (k > 0) block.abscissa[k] += scales.abscissa.lifted_bits(now);
     if constexpr (k <= degree) block.ordinate[k] += scales.ordinate.lifted_bits(now * y);
@@ -86,7 +86,7 @@ QMX_MELTING void add_moments(f64 t, f64 before, f64 now, f64 y, const moment_sca
 }
 
 template <i32 degree>
-QMX_MELTING void sum_moments(const scaled_rows& rows, const moment_scales& given,
+QMX_INLINED void sum_moments(const scaled_rows& rows, const moment_scales& given,
                              moment_sums& sums) {
     const moment_scales scales = given;
     const f64 multiplier = rows.multiplier;
@@ -132,7 +132,7 @@ struct residual_sums {
 using chebyshev_sum = std::array<f64, most_degrees>;
 
 template <i32 degree, i32 k>
-QMX_MELTING void evaluate(const chebyshev_sum& fitted, f64 t, f64 (&value)[degree + 1],
+QMX_INLINED void evaluate(const chebyshev_sum& fitted, f64 t, f64 (&value)[degree + 1],
                           f64& residual) {
     residual -= fitted[k] * value[k];
     if constexpr (k < degree) {
@@ -145,14 +145,14 @@ QMX_MELTING void evaluate(const chebyshev_sum& fitted, f64 t, f64 (&value)[degre
 }
 
 template <i32 degree, i32 k>
-QMX_MELTING void add_residuals(const f64 (&value)[degree + 1], f64 residual,
+QMX_INLINED void add_residuals(const f64 (&value)[degree + 1], f64 residual,
                                const fixed_point_scale& scale, u64 (&sum)[degree + 1]) {
     sum[k] += scale.lifted_bits(value[k] * residual);
     if constexpr (k < degree) add_residuals<degree, k + 1>(value, residual, scale, sum);
 }
 
 template <i32 degree>
-QMX_MELTING void sum_residuals(const scaled_rows& rows, const chebyshev_sum& given_fit,
+QMX_INLINED void sum_residuals(const scaled_rows& rows, const chebyshev_sum& given_fit,
                                const residual_scales& given_scales, residual_sums& sums) {
     const chebyshev_sum fitted = given_fit;
     const residual_scales scales = given_scales;
@@ -191,7 +191,7 @@ QMX_MELTING void sum_residuals(const scaled_rows& rows, const chebyshev_sum& giv
 
 struct moment_sweep {
     template <i32 degree = highest_moment_degree>
-    QMX_MELTING static void run(i32 wanted, const scaled_rows& rows, const moment_scales& scales,
+    QMX_INLINED static void run(i32 wanted, const scaled_rows& rows, const moment_scales& scales,
                                 moment_sums& sums) {
         if (wanted == degree)
             sum_moments<degree>(rows, scales, sums);
@@ -202,7 +202,7 @@ struct moment_sweep {
 
 struct residual_sweep {
     template <i32 degree = highest_moment_degree>
-    QMX_MELTING static void run(i32 wanted, const scaled_rows& rows, const chebyshev_sum& fitted,
+    QMX_INLINED static void run(i32 wanted, const scaled_rows& rows, const chebyshev_sum& fitted,
                                 const residual_scales& scales, residual_sums& sums) {
         if (wanted == degree)
             sum_residuals<degree>(rows, fitted, scales, sums);

@@ -104,7 +104,7 @@ constexpr i64 few_observations = 64; // too few for vector code
 // How many observations lie above each cut point, by vector comparisons. (isless raises no
 // exception, which lets compilers vectorize it.)
 struct count_above {
-    QMX_MELTING static void run(const f32* x, i64 n, const f32* cut_points, i32 number,
+    QMX_INLINED static void run(const f32* x, i64 n, const f32* cut_points, i32 number,
                                 i64* above) {
         constexpr i64 near_block = 4096; // stays in the first-level cache for all cut points
         for (i64 start = 0; start < n; start += near_block) {
@@ -115,7 +115,7 @@ struct count_above {
     }
 
     // Each lane keeps its own count.
-    QMX_MELTING static i64 number_above(f32 cut, const f32* x, i64 n) {
+    QMX_INLINED static i64 number_above(f32 cut, const f32* x, i64 n) {
         constexpr i64 lanes = 32;
         i32 count[lanes] = {};
         i64 i = 0;

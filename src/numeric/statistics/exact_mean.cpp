@@ -12,7 +12,7 @@ namespace {
 // Adds the values in units of the scale; fits becomes false if some value is not a whole number of
 // units.
 struct unit_sweep {
-    QMX_MELTING static void run(const f32* x, i64 n, const fixed_point_scale& scale,
+    QMX_INLINED static void run(const f32* x, i64 n, const fixed_point_scale& scale,
                                 wide_integer& sum, bool& fits) {
         const f64 anchor = scale.anchor;
         for (i64 start = 0; start < n && fits; start += fixed_point_block) {
@@ -69,7 +69,7 @@ struct range_sweep {
     std::array<f32, lanes> lowest, highest;
     std::array<i32, lanes> numbers;
 
-    QMX_MELTING static void run(const f32* x, i64 n, range_sweep& found) {
+    QMX_INLINED static void run(const f32* x, i64 n, range_sweep& found) {
         constexpr f32 beyond = std::numeric_limits<f32>::infinity();
         std::array<f32, lanes> lowest, highest;
         std::array<i32, lanes> numbers;

@@ -23,7 +23,7 @@ public:
     explicit fixed_point_sum(f64 magnitude)
         : coarse_(fixed_point_scale::for_terms_up_to(magnitude)), fine_(coarse_.exponent - 51) {}
 
-    QMX_MELTING void add_to(block_total& total, f64 term) const {
+    QMX_INLINED void add_to(block_total& total, f64 term) const {
         total.coarse += coarse_.lifted_bits(term);
         if constexpr (refined) {
             const f64 rest = term - ((term + coarse_.anchor) - coarse_.anchor);
@@ -64,7 +64,7 @@ template <bool refined> struct power_totals {
 
 struct power_sweep {
     template <bool refined>
-    QMX_MELTING static void run(f64 pivot, const f32* x, i64 n, power_totals<refined>& totals) {
+    QMX_INLINED static void run(f64 pivot, const f32* x, i64 n, power_totals<refined>& totals) {
         auto [second, third, fourth] = totals;
         for (i64 start = 0; start < n; start += fixed_point_block) {
             const i64 length = std::min(fixed_point_block, n - start);
