@@ -50,7 +50,7 @@ private:
 
     model_shape shape;
     std::vector<double> distances, semivariances, weight;
-    double greatest = 0, mean_weight = 0, least_range = 0, width = 0;
+    double greatest = 0, mean_weight = 0, least_range = 0, most_range = 0, width = 0;
 };
 
 double weight_of(const variogram_lag& lag, lag_weights weights) {
@@ -64,7 +64,7 @@ double weight_of(const variogram_lag& lag, lag_weights weights) {
 
 profile::profile(const std::vector<variogram_lag>& lags, model_shape model, lag_weights weights,
                  const range_bounds& bounds)
-    : shape(model), least_range(bounds.least),
+    : shape(model), least_range(bounds.least), most_range(bounds.most),
       width(portable::logarithm(bounds.most / bounds.least)) {
     for (const variogram_lag& lag : lags) {
         greatest = std::max(greatest, lag.semivariance);
@@ -79,7 +79,8 @@ profile::profile(const std::vector<variogram_lag>& lags, model_shape model, lag_
 }
 
 double profile::range_at(double log_range) const {
-    return least_range / portable::exponential_decay(-std::clamp(log_range, 0.0, width));
+    if (log_range >= width) return most_range;
+    return least_range / portable::exponential_decay(-std::max(log_range, 0.0));
 }
 
 std::vector<double> profile::rises_at(double log_range) const {

@@ -82,14 +82,14 @@ void add_model_options(CLI::App& command, semivariogram_question& question) {
                     "back; otherwise a factor that keeps it off the bounds of the fit")
         ->group(models);
     std::vector<std::string> keys;
-    for (const lag_weights weights : all_weights) keys.emplace_back(key_of(weights));
-    CLI::Option* const weights =
+    for (const lag_weights one : all_weights) keys.emplace_back(key_of(one));
+    CLI::Option* const named =
         command
             .add_option_function<std::string>(
                 "--weights",
                 [&question](const std::string& key) {
-                    for (const lag_weights weights : all_weights)
-                        if (key == key_of(weights)) question.weights = weights;
+                    for (const lag_weights one : all_weights)
+                        if (key == key_of(one)) question.weights = one;
                 },
                 "What a lag weighs where the best model with a nugget is chosen; otherwise its "
                 "pairs where they are counted")
@@ -98,7 +98,7 @@ void add_model_options(CLI::App& command, semivariogram_question& question) {
     command
         .add_flag("--no-models", question.without_models,
                   "The library's model alone, none with a nugget")
-        ->excludes(weights)
+        ->excludes(named)
         ->group(models);
 }
 
