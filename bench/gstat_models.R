@@ -34,7 +34,7 @@ for (weights in c("equal", "pairs", "pairs-by-distance")) for (shape in shapes) 
     start <- if (nugget) model(c(0.1 * top, 0.9 * top, range)) else
       vgm(0.9 * top, shape[2], range, kappa = as.numeric(shape[3]))
     fit <- start
-    for (again in 1:5)
+    for (again in 1:2)
       fit <- tryCatch(fit.variogram(found, fit, fit.method = method), error = function(e) fit)
     p <- if (nugget) c(fit$psill, fit$range[2]) else c(0, fit$psill, fit$range)
     if (all(is.finite(p)) && min(p) >= 0 && p[3] > 0 && (is.null(best) || squares(p) < squares(best)))
@@ -42,11 +42,11 @@ for (weights in c("equal", "pairs", "pairs-by-distance")) for (shape in shapes) 
   }
   if (is.null(best)) next
   polished <- list(par = best, value = squares(best))
-  for (again in 1:5)
+  for (again in 1:2)
     polished <- tryCatch(optim(polished$par, squares, method = "L-BFGS-B",
                                lower = c(0, 0, longest / 1e4),
                                control = list(parscale = c(top / 10, top, longest / 10), factr = 1,
-                                              fnscale = max(polished$value, 1e-300), maxit = 1000)),
+                                              fnscale = max(polished$value, 1e-300), maxit = 100)),
                          error = function(e) polished)
   cat("fit", weights, shape[1], format(c(best, squares(best), polished$par, polished$value),
                                        digits = 10), "\n")
