@@ -53,9 +53,11 @@ STUDY = {
     "study/lot": {HEADER, "study/base", "study/table"},
     "study/shapes": STUDY_LOT,
     "study/generate": {"study/base"},
-    "study/analyses": STUDY_LOT | {"study/shapes"},
-    "study/document": STUDY_LOT | {"study/shapes", "study/analyses", "study/generate"},
-    "study/output": STUDY_LOT | {"study/shapes", "study/analyses"},
+    "study/variogram": {"study/base"},
+    "study/analyses": STUDY_LOT | {"study/shapes", "study/variogram"},
+    "study/document": STUDY_LOT
+    | {"study/shapes", "study/variogram", "study/analyses", "study/generate"},
+    "study/output": STUDY_LOT | {"study/shapes", "study/variogram", "study/analyses"},
 }
 # The terminal takes options and prints; it opens no room of the library.
 FRONTS = {HEADER, "study"}

@@ -116,6 +116,13 @@ double variance_of(const std::vector<t_icdata>& points) {
     return variance;
 }
 
+// The least power of two that is no less than this number.
+double power_of_two_from(double number) {
+    int exponent = 0;
+    const double mantissa = std::frexp(number, &exponent); // 1/2 to 1
+    return std::ldexp(1.0, mantissa > 0.5 ? exponent : exponent - 1);
+}
+
 // Powers of two change no digit of a lag. The fit holds the practical range between 1 and the greatest
 // semivariance, as numbers: a lag becomes 2 or more of them, and the variance sixteen cut-offs.
 void settle_scales(semivariogram_answer& answer, const semivariogram_question& question,
@@ -128,13 +135,12 @@ void settle_scales(semivariogram_answer& answer, const semivariogram_question& q
     answer.scale_is_named = question.value_scale.has_value();
     answer.value_scale = question.value_scale.value_or(1);
     if (answer.scale_is_named) return;
-    if (answer.lag < least_lag)
-        answer.distance_scale = std::exp2(std::ceil(std::log2(least_lag / answer.lag)));
+    if (answer.lag < least_lag) answer.distance_scale = power_of_two_from(least_lag / answer.lag);
     const double wanted = cut_offs_below_bound * answer.cut_off() * answer.distance_scale;
     if (!(variance > 0) || variance >= wanted) return;
     double largest = 0;
     for (const t_icdata& point : points) largest = std::max(largest, std::fabs(point.d_val));
-    const double scale = std::exp2(std::ceil(std::log2(std::sqrt(wanted / variance))));
+    const double scale = power_of_two_from(std::sqrt(wanted / variance));
     if (largest * scale <= largest_value) answer.value_scale = scale;
 }
 
@@ -209,11 +215,26 @@ void fill_model(semivariogram_answer& answer) {
     for (std::size_t k = 0; k < answer.model.size(); ++k)
         if (!answer.is_empty(k))
             answer.model[k] =
-                result.sill * -std::expm1(-3 * result.distances[k] / result.practical_range);
+                result.sill * saturation(3 * result.distances[k] / result.practical_range);
     double squares = 0;
-    for (std::size_t k = 1; k < answer.model.size(); ++k)
-        if (!answer.is_empty(k)) squares += std::pow(result.semivariances[k] - answer.model[k], 2);
+    for (std::size_t k = 1; k < answer.model.size(); ++k) {
+        if (answer.is_empty(k)) continue;
+        const double left = result.semivariances[k] - answer.model[k];
+        squares += left * left;
+    }
     answer.residual_norm = std::sqrt(squares);
+}
+
+void fit_models(semivariogram_answer& answer, const semivariogram_question& question) {
+    answer.has_models = !question.without_models;
+    if (!answer.has_models) return;
+    const bool is_counted = answer.are_all_counted();
+    std::vector<variogram_lag> lags;
+    for (std::size_t k = 1; k < answer.result.distances.size(); ++k)
+        if (!answer.is_empty(k))
+            lags.push_back({answer.result.distances[k], answer.result.semivariances[k],
+                            is_counted ? static_cast<double>(answer.pairs[k]) : 0});
+    answer.models = fit_models(lags, is_counted, question.weights);
 }
 
 void search_and_fit(semivariogram_answer& answer, const semivariogram_question& question,
@@ -222,7 +243,8 @@ void search_and_fit(semivariogram_answer& answer, const semivariogram_question& 
     constexpr double worth_a_word = 3; // seconds
     const t_gamvset_user settings = settings_of(answer);
     const double once = expected_seconds(points, settings);
-    const bool count_too = question.count_pairs || once <= worth_a_word;
+    const bool count_too = question.count_pairs || once <= worth_a_word ||
+                           question.weights.value_or(lag_weights::equal) != lag_weights::equal;
     const double seconds = count_too ? 2 * once : once;
     if (once > worth_a_word && foreseen) {
         shown.clear();
@@ -239,9 +261,16 @@ void search_and_fit(semivariogram_answer& answer, const semivariogram_question& 
     }
     scale_back(answer);
     fill_model(answer);
+    fit_models(answer, question);
 }
 
 } // namespace
+
+bool semivariogram_answer::are_all_counted() const {
+    return !pairs.empty() && std::none_of(pairs.begin() + 1, pairs.end(), [](std::int64_t count) {
+        return count == unknown_pairs;
+    });
+}
 
 void check(const semivariogram_question& question) {
     if (question.lag && !is_workable_length(*question.lag))

@@ -10,6 +10,7 @@
 #include "study/analyses/lag_proposal.hpp"
 #include "study/analyses/library_call.hpp"
 #include "study/analyses/pair_counts.hpp"
+#include "study/analyses/semivariogram_models.hpp"
 #include "study/lot/cells.hpp"
 #include "study/lot/load.hpp"
 
@@ -27,6 +28,9 @@ struct semivariogram_question {
     bool last_pass = false;   // of each cell
     bool all_records = false; // are meant, though a cell has several
     bool count_pairs = false; // also where that takes seconds
+    std::optional<lag_weights>
+        weights;                 // that name the best model; the pairs where they are counted
+    bool without_models = false; // but the library's
 };
 
 // Where a parameter of the model stands between the library's bounds.
@@ -57,6 +61,8 @@ struct semivariogram_answer {
     double residual_norm = 0; // root of the sum of squares of lags less model, unit of semivariance
     std::vector<double> model;       // at the mean distance of each class; NaN where there is none
     std::vector<std::int64_t> pairs; // of each class; empty where they were not counted
+    variogram_models models;         // with a nugget
+    bool has_models = true;          // unless they were not asked for
     analysis_failure failure;        // of the fit
     model_bound range_bound = model_bound::none;
     model_bound sill_bound = model_bound::none;
@@ -74,6 +80,7 @@ struct semivariogram_answer {
     bool is_counted(std::size_t lag_class) const {
         return !pairs.empty() && pairs[lag_class] != unknown_pairs;
     }
+    bool are_all_counted() const;
     bool flattens() const { return result.reading[0] < static_cast<float>(result.curve_x[98]); }
 };
 

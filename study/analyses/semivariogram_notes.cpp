@@ -41,7 +41,7 @@ void note_lags(semivariogram_answer& answer) {
     if (empty > 0)
         answer.notes.push_back(
             fmt::format("{} of {} lags {} empty: there is no pair in {}. Empty lags "
-                        "weigh nothing in the fit.",
+                        "weigh nothing in the fits.",
                         empty, lags, empty == 1 ? "is" : "are", empty == 1 ? "it" : "them"));
     constexpr std::int64_t enough_pairs = 30;
     const auto thin = std::count_if(filled.begin(), filled.end(), [&](std::size_t k) {
@@ -49,7 +49,7 @@ void note_lags(semivariogram_answer& answer) {
     });
     if (thin > 0)
         answer.notes.push_back(fmt::format("{} of {} lags {} fewer than {} pairs: {} uncertain. "
-                                           "All lags weigh the same in the fit.",
+                                           "All lags weigh the same in the library's fit.",
                                            thin, lags, thin == 1 ? "has" : "have", enough_pairs,
                                            thin == 1 ? "it is" : "they are"));
     if (filled.size() > 1 &&
@@ -115,9 +115,40 @@ void note_model(semivariogram_answer& answer) {
             "--value-scale moves the bound.",
             number_text(0.05 / (answer.value_scale * answer.value_scale * answer.variance))));
     answer.notes.push_back(
-        "The model has no nugget: it passes through 0 at distance 0, where its curve begins, so "
-        "the "
-        "nugget read off is 0. The semivariance of the first lags shows what there is.");
+        "The library's model has no nugget: it passes through 0 at distance 0, where its curve "
+        "begins, so the nugget read off is 0.");
+}
+
+void note_models(semivariogram_answer& answer) {
+    if (!answer.has_models) return;
+    const variogram_models& models = answer.models;
+    const nugget_model* const best = models.best_fit();
+    if (models.lags < least_lags_of_models) {
+        answer.notes.push_back(
+            fmt::format("Models with a nugget need {} lags with pairs; there {} {}.",
+                        least_lags_of_models, models.lags == 1 ? "is" : "are", models.lags));
+    } else if (best && best->range == range_place::no_rise) {
+        answer.notes.push_back("The best model is a level: the semivariance does not rise with "
+                               "distance, so there is no range.");
+    } else if (best && best->range == range_place::on_upper_bound) {
+        answer.notes.push_back(fmt::format(
+            "The practical range of the best model stands on its bound, ten times the longest "
+            "mean distance, {}: the semivariance still rises there, and these lags show neither "
+            "range nor sill.",
+            number_text(models.bounds.most / 10)));
+    } else if (best && best->range == range_place::on_lower_bound) {
+        answer.notes.push_back(fmt::format(
+            "The practical range of the best model stands on its bound, the shortest mean "
+            "distance, {}: the true one may be shorter, and then nugget and sill cannot be told "
+            "apart. A shorter --lag may show it.",
+            number_text(models.bounds.least)));
+    } else if (best && best->practical_range > models.bounds.most / 10) {
+        answer.notes.push_back("The practical range of the best model is beyond the lags: range "
+                               "and sill rest on the shape of the model.");
+    }
+    if (!models.fits.empty() && !answer.are_all_counted())
+        answer.notes.push_back("Not all pairs are counted, so the models were fitted with lags of "
+                               "equal weight alone.");
 }
 
 } // namespace
@@ -127,6 +158,7 @@ void add_notes(semivariogram_answer& answer) {
     note_positions(answer);
     note_lags(answer);
     if (answer.is_fitted()) note_model(answer);
+    note_models(answer);
 }
 
 } // namespace qmx_study

@@ -37,6 +37,21 @@ json settings_json(const semivariogram_answer& answer) {
             {"distance_scale", answer.distance_scale}};
 }
 
+json place_json(range_place place) {
+    switch (place) {
+    case range_place::on_lower_bound: return "lower";
+    case range_place::on_upper_bound: return "upper";
+    case range_place::inside:
+    case range_place::no_rise: break;
+    }
+    return nullptr;
+}
+
+json best_at(const semivariogram_answer& answer, double distance) {
+    const nugget_model* const best = answer.models.best_fit();
+    return best && distance > 0 ? number_or_null(best->at(distance)) : json(nullptr);
+}
+
 json lags_json(const semivariogram_answer& answer) {
     const semivariogram& result = answer.result;
     json lags = json::array();
@@ -54,7 +69,8 @@ json lags_json(const semivariogram_answer& answer) {
                          is_counted ? json(answer.pairs[k] <= most_exact_pairs) : json(nullptr)},
                         {"mean_distance", of_pairs(result.distances[k])},
                         {"semivariance", of_pairs(result.semivariances[k])},
-                        {"model", number_or_null(answer.model[k])}});
+                        {"model", number_or_null(answer.model[k])},
+                        {"best_model", best_at(answer, result.distances[k])}});
     }
     return lags;
 }
@@ -73,11 +89,44 @@ void add_model(json& document, const semivariogram_answer& answer) {
                            {"sill_less_nugget", number_or_null(result.reading[2])},
                            {"nugget", number_or_null(result.reading[3])}};
     json& curve = document["curve"];
-    curve = {{"distance", json::array()}, {"semivariance", json::array()}};
+    curve = {{"distance", json::array()},
+             {"semivariance", json::array()},
+             {"best_model", json::array()}};
     for (std::size_t i = 0; i < result.curve_x.size(); ++i) {
         curve["distance"].push_back(narrow(result.curve_x[i]));
         curve["semivariance"].push_back(narrow(result.curve_y[i]));
+        curve["best_model"].push_back(best_at(answer, result.curve_x[i]));
     }
+}
+
+json fit_json(const nugget_model& fit, bool is_best) {
+    return {{"weights", key_of(fit.weights)},
+            {"model", key_of(fit.shape)},
+            {"nugget", fit.nugget},
+            {"nugget_on_bound", fit.nugget > 0 ? json(nullptr) : json("lower")},
+            {"partial_sill", fit.partial_sill},
+            {"sill", fit.sill()},
+            {"practical_range", number_or_null(fit.practical_range)},
+            {"practical_range_on_bound", place_json(fit.range)},
+            {"scale", number_or_null(fit.scale())},
+            {"sum_of_squares", fit.sum_of_squares},
+            {"residual_norm", fit.residual_norm},
+            {"best_of_its_weights", is_best}};
+}
+
+json models_json(const variogram_models& models) {
+    if (models.fits.empty()) return nullptr;
+    const nugget_model* const best = models.best_fit();
+    json fits = json::array();
+    for (std::size_t i = 0; i < models.fits.size(); ++i)
+        fits.push_back(fit_json(models.fits[i], best_of(models.fits, models.fits[i].weights) == i));
+    return {
+        {"criterion", "least weighted sum of squares"},
+        {"weights", key_of(models.weights)},
+        {"best", best ? json(key_of(best->shape)) : json(nullptr)},
+        {"lags", models.lags},
+        {"practical_range_bounds", {{"least", models.bounds.least}, {"most", models.bounds.most}}},
+        {"fits", std::move(fits)}};
 }
 
 } // namespace
@@ -97,6 +146,7 @@ json document_of(const semivariogram_answer& answer) {
     document["reading"] = nullptr;
     document["curve"] = nullptr;
     if (answer.is_fitted()) add_model(document, answer);
+    document["models"] = models_json(answer.models);
     document["failure"] = failure_json(answer.failure);
     document["notes"] = answer.notes;
     document["output"] = text_or_null(answer.output);

@@ -183,7 +183,7 @@ TEST_F(Semivariogram, AFieldOfKnownRangeAndSillIsFound) {
     std::istringstream csv(text_of(path("lags.csv")));
     std::string line;
     std::getline(csv, line);
-    EXPECT_EQ(line, "part,class,lag,pairs,distance,semivariance,model");
+    EXPECT_EQ(line, "part,class,lag,pairs,distance,semivariance,model,best_model");
     std::size_t lags = 0, points = 0;
     while (std::getline(csv, line)) (line.starts_with("lag,") ? lags : points) += 1;
     EXPECT_EQ(lags, document["lags"].size());
@@ -219,7 +219,7 @@ TEST_F(Semivariogram, TheUnitsOfValuesAndPositionsDoNotBindTheModel) {
     EXPECT_TRUE(run("semivariogram lot.csv --lag 0.5").says("the library got values ×"));
     // The same lot in kilometres.
     std::istringstream rows(text_of(path("lot.csv")));
-    std::string line, text = "x_km,y_km,CMV\n";
+    std::string line, text = "x,y,CMV\n";
     for (std::getline(rows, line); std::getline(rows, line);) {
         std::vector<std::string> fields(1);
         for (const char c : line) c == ',' ? fields.emplace_back() : fields.back() += c;
@@ -227,7 +227,7 @@ TEST_F(Semivariogram, TheUnitsOfValuesAndPositionsDoNotBindTheModel) {
                             std::stod(fields[1]) / 1000, fields[8]);
     }
     write("km.csv", text);
-    const json far = run("semivariogram km.csv --json --lag 0.0005").json();
+    const json far = run("semivariogram km.csv --json --lag 0.0005 --all-records").json();
     EXPECT_EQ(far["model"]["practical_range_on_bound"], nullptr);
     EXPECT_NEAR(1000 * far["model"]["practical_range"].get<double>(),
                 freed["model"]["practical_range"], 0.5);
@@ -243,6 +243,85 @@ TEST_F(Semivariogram, TheUnitsOfValuesAndPositionsDoNotBindTheModel) {
             squares += std::pow(lag["semivariance"].get<double>() - lag["model"].get<double>(), 2);
     }
     EXPECT_NEAR(freed["model"]["residual_norm"], std::sqrt(squares), 1e-6);
+}
+
+TEST_F(Semivariogram, ModelsWithANuggetFindTheFieldThatTheLibrarysModelMisses) {
+    generate("--range 8 --sill 40 --nugget 20", 60);
+    const json document = run("semivariogram lot.csv --json --lag 0.5 --nlag 40").json();
+    const json& models = document["models"];
+    EXPECT_EQ(models["weights"], "pairs");
+    EXPECT_EQ(models["criterion"], "least weighted sum of squares");
+    ASSERT_EQ(models["fits"].size(), 15U);
+    double least = 1e300;
+    json best;
+    for (const json& fit : models["fits"]) {
+        SCOPED_TRACE(fit.dump());
+        // The sums of squares are those of the printed parameters on the printed lags.
+        double squares = 0, weights = 0;
+        std::size_t lags = 0;
+        for (const json& lag : document["lags"]) {
+            if (lag["class"] == 0 || lag["empty"].get<bool>()) continue;
+            const double pairs = lag["pairs"], h = lag["mean_distance"];
+            const double weight = fit["weights"] == "equal"   ? 1
+                                  : fit["weights"] == "pairs" ? pairs
+                                                              : pairs / (h * h);
+            const double nugget = fit["nugget"], rise = fit["partial_sill"], a = fit["scale"];
+            const double u = h / a;
+            const double share =
+                fit["model"] == "exponential"  ? 1 - std::exp(-u)
+                : fit["model"] == "gaussian"   ? 1 - std::exp(-u * u)
+                : fit["model"] == "spherical"  ? (u < 1 ? 1.5 * u - 0.5 * u * u * u : 1)
+                : fit["model"] == "matern_3_2" ? 1 - (1 + u) * std::exp(-u)
+                                               : 1 - (1 + u + u * u / 3) * std::exp(-u);
+            squares +=
+                weight * std::pow(lag["semivariance"].get<double>() - nugget - rise * share, 2);
+            weights += weight;
+            ++lags;
+        }
+        EXPECT_EQ(lags, models["lags"]);
+        EXPECT_NEAR(fit["sum_of_squares"], squares, 1e-9 * squares);
+        const double norm = std::sqrt(squares / weights * static_cast<double>(lags));
+        EXPECT_NEAR(fit["residual_norm"], norm, 1e-9 * norm);
+        if (fit["weights"] == "pairs" && squares < least) {
+            least = squares;
+            best = fit;
+        }
+        if (fit["model"] == "exponential" && fit["weights"] == "pairs") {
+            EXPECT_NEAR(fit["nugget"], 20, 5);
+            EXPECT_NEAR(fit["sill"], 40, 6);
+            EXPECT_NEAR(fit["practical_range"], 8, 3.5);
+            EXPECT_LT(fit["residual_norm"], 0.5 * document["model"]["residual_norm"].get<double>());
+        }
+    }
+    EXPECT_EQ(models["best"], best["model"]);
+    EXPECT_EQ(best["best_of_its_weights"], true);
+
+    const outcome shown = run("semivariogram lot.csv --lag 0.5 --nlag 40");
+    for (const char* const words : {"the library's", "Matérn 5/2", "Best: ", "by pairs"})
+        EXPECT_TRUE(shown.says(words));
+    EXPECT_TRUE(run("semivariogram lot.csv --lag 0.5 --nlag 40 --weights pairs-by-distance")
+                    .says("by pairs / distance²"));
+    const json bare = run("semivariogram lot.csv --lag 0.5 --json --no-models").json();
+    EXPECT_EQ(bare["models"], nullptr);
+    EXPECT_EQ(bare["lags"][3]["best_model"], nullptr);
+}
+
+TEST_F(Semivariogram, ARangeThatTheLagsDoNotShowIsMarkedInItsLine) {
+    std::vector<place> places;
+    for (int i = 0; i < 900; ++i) {
+        places.push_back({1.0 * (i % 30), 1.0 * (i / 30), 3.0 * (i % 30) + i / 30});
+    }
+    write("slope.csv", csv_of(places));
+    const json models = run("semivariogram slope.csv --lag 1 --nlag 10 --json").json()["models"];
+    for (const json& fit : models["fits"])
+        if (fit["model"] == "gaussian") {
+            EXPECT_EQ(fit["practical_range_on_bound"], "upper");
+            EXPECT_EQ(fit["practical_range"], models["practical_range_bounds"]["most"]);
+        }
+    const outcome shown = run("semivariogram slope.csv --lag 1 --nlag 10");
+    EXPECT_TRUE(shown.says("RANGE ON ITS UPPER BOUND: no result"));
+    EXPECT_TRUE(shown.says("show neither range nor sill"));
+    EXPECT_TRUE(run("semivariogram slope.csv --lag 1 --nlag 2").says("need 4 lags with pairs"));
 }
 
 TEST_F(Semivariogram, StandardisedMeansDividedByTheVariance) {
@@ -308,7 +387,9 @@ TEST_F(Semivariogram, WrongUseIsRefusedWithItsRemedy) {
                     {"lonlat.csv", "--project"},
                     {"units.csv", "a distance takes both in one unit"},
                     {"huge.csv", "line 3, column CMV"},
-                    {"one.csv", "the points (3) lie in one place", 1}});
+                    {"lot.csv --weights some", "--weights"},
+                    {"lot.csv --weights pairs --no-models", "--no-models excludes --weights"},
+                    {"one.csv --all-records", "the points (3) lie in one place", 1}});
 }
 
 class SemivariogramOfATrack : public app_test::RealFiles {};

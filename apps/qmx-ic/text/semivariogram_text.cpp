@@ -88,7 +88,8 @@ std::string model_text(const semivariogram_answer& answer) {
     const std::string squared = answer.semivariance_unit;
     const auto value = [](float number) { return number_text(static_cast<double>(number)); };
     std::string text =
-        "\nModel fitted to the lags: sill × (1 − exp(−3 × distance / practical range))\n";
+        "\nThe library's model, without a nugget: sill × (1 − exp(−3 × distance / practical "
+        "range))\n";
     text_table model("lrll");
     model.add({"Practical range", number_text(result.practical_range), length,
                bound_text(answer.range_bound)});
@@ -104,6 +105,62 @@ std::string model_text(const semivariogram_answer& answer) {
     reading.add({"Sill less nugget", value(result.reading[2]), squared});
     reading.add({"Nugget", value(result.reading[3]), squared});
     return text + reading.text();
+}
+
+std::string remarks_on(const nugget_model& fit, const variogram_models& models, bool is_best) {
+    std::vector<std::string> remarks;
+    if (is_best) remarks.emplace_back("best");
+    switch (fit.range) {
+    case range_place::no_rise: remarks.emplace_back("NO RISE: a level, no range"); break;
+    case range_place::on_lower_bound:
+        remarks.emplace_back("RANGE ON ITS LOWER BOUND: no result");
+        break;
+    case range_place::on_upper_bound:
+        remarks.emplace_back("RANGE ON ITS UPPER BOUND: no result");
+        break;
+    case range_place::inside:
+        if (fit.practical_range > models.bounds.most / 10)
+            remarks.emplace_back("range beyond the lags");
+    }
+    if (!(fit.nugget > 0)) remarks.emplace_back("nugget on its bound");
+    std::string text;
+    for (const std::string& remark : remarks) text += (text.empty() ? "" : ", ") + remark;
+    return text;
+}
+
+// The library's model first, then those with a nugget: lags of equal weight, and the weights that name
+// the best one.
+std::string models_text(const semivariogram_answer& answer) {
+    const variogram_models& models = answer.models;
+    if (models.fits.empty()) return {};
+    const std::string& squared = answer.semivariance_unit;
+    text_table table("llrrrrl");
+    table.add({"weights", "model", "nugget", "sill" + unit_suffix(squared),
+               "practical range" + unit_suffix(answer.reading.x.unit), "residual norm"});
+    table.add_rule();
+    if (answer.is_fitted())
+        table.add({"equal", "the library's", "none", number_text(answer.result.sill),
+                   number_text(answer.result.practical_range), number_text(answer.residual_norm),
+                   bound_text(answer.range_bound)});
+    for (std::size_t i = 0; i < models.fits.size(); ++i) {
+        const nugget_model& fit = models.fits[i];
+        const bool is_shown = fit.weights == lag_weights::equal || fit.weights == models.weights ||
+                              fit.weights == lag_weights::pairs;
+        if (is_shown)
+            table.add({name_of(fit.weights), name_of(fit.shape), number_text(fit.nugget),
+                       number_text(fit.sill()), number_text(fit.practical_range),
+                       number_text(fit.residual_norm), remarks_on(fit, models, models.best == i)});
+    }
+    std::string text = "\nModels with a nugget, fitted to the same lags\n" + table.text();
+    if (const nugget_model* const best = models.best_fit())
+        text += fmt::format(
+            "  Best: {}, by the least sum of squares where lags weigh {} (three parameters each).\n"
+            "  At the practical range 95 % of the rise from nugget to sill is reached (spherical: "
+            "all).\n",
+            name_of(best->shape),
+            best->weights == lag_weights::equal ? "the same"
+                                                : std::string("by ") + name_of(best->weights));
+    return text;
 }
 
 std::string chart_of(const semivariogram_answer& answer) {
@@ -145,6 +202,7 @@ std::string semivariogram_text(const semivariogram_answer& answer) {
                         answer.is_standardised ? ", divided by the variance of the values" : "");
     text += lags_table(answer);
     if (answer.is_fitted()) text += model_text(answer);
+    text += models_text(answer);
     text += chart_of(answer);
     if (!answer.output.empty())
         text += fmt::format("\n{} written to {}\n", answer.is_fitted() ? "Lags and curve" : "Lags",
