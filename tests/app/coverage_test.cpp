@@ -216,6 +216,54 @@ TEST_F(Coverage, PositionsThatScatterAboutCellsAreMovedToThem) {
     EXPECT_TRUE(shown.says("not covered"));
 }
 
+// A lot whose coverage is known, with each position moved by some centimetres.
+std::string jittered(const std::string& lot, double deviation) {
+    std::mt19937 bits(5);
+    std::normal_distribution<double> off(0, deviation);
+    std::istringstream lines(lot);
+    std::string line;
+    std::string text;
+    while (std::getline(lines, line)) {
+        std::vector<std::string> fields;
+        std::istringstream parts(line);
+        for (std::string part; std::getline(parts, part, ',');) fields.push_back(part);
+        if (!text.empty()) // a head line
+            for (const std::size_t field : {1U, 2U})
+                fields[field] = fmt::format("{:.3f}", std::stod(fields[field]) + off(bits));
+        text += fmt::format("{}\n", fmt::join(fields, ","));
+    }
+    return text;
+}
+
+TEST_F(Coverage, ScatteredPositionsGiveTheCoverageOfTheirLot) {
+    struct {
+        const char* lot;
+        double deviation;
+    } const lots[] = {
+        {"--lattice 0.34 --drum-width 2.04 --overlap 0.34 --width 12.24 --passes 3", 0.02},
+        {"--lattice 0.34 --drum-width 2.04 --overlap 0.34 --width 12.24 --length 400", 0.02},
+        {"--lattice 0.25 --drum-width 2 --overlap 0.5 --missed 0.3", 0.02},
+        {"--lattice 0.3 --drum-width 2.1 --overlap 0.3 --length 20 --width 6 --missed 0.2", 0.03}};
+    for (const auto& [lot, deviation] : lots) {
+        SCOPED_TRACE(lot);
+        ASSERT_EQ(run(std::string("generate lot --force --bad-rows 0 ") + lot).code, 0);
+        write("moved.csv", jittered(text_of(path("lot.csv")), deviation));
+        const std::string asked = ".csv --area lot-alignment.csv --target-passes 3 --json";
+        const auto truth = coverage("lot" + asked).json();
+        const auto moved = coverage("moved" + asked).json();
+        for (const char* const part : {"bins", "not_covered", "target", "plan_area", "failure"})
+            EXPECT_EQ(moved[part], truth[part]) << part;
+        EXPECT_EQ(moved["cells"], truth["cells"]);
+        EXPECT_NEAR(moved["mesh"]["scatter_of_positions"], deviation * std::sqrt(2), 0.001);
+        // The finished layer of other analyses is the same too.
+        const auto layer = run("stats lot.csv --json").json();
+        const auto moved_layer = run("stats moved.csv --json").json();
+        EXPECT_EQ(moved_layer["statistics"], layer["statistics"]);
+        EXPECT_EQ(moved_layer["input"]["rows_of_earlier_passes"],
+                  layer["input"]["rows_of_earlier_passes"]);
+    }
+}
+
 TEST_F(Coverage, WhatCannotBeMeantIsRefused) {
     write("nowhere.csv", "x,y\n0,0\n10,0\n10,10\n0,10\n");
     write("lonlat.csv", "Longitude,Latitude,PassCount\n-93,43,1\n-93,43.1,2\n");
