@@ -76,7 +76,8 @@ void refuse_far_positions(const loaded_lot& lot, double cell) {
                         "row out with --where",
                         lot.source().file, lot.place(lot.data.records[i]), number_text(point.d_x),
                         number_text(point.d_y)),
-            error_place{"--where", lot.source().file, lot.source().line_of(lot.data.records[i]), {}});
+            error_place{
+                "--where", lot.source().file, lot.source().line_of(lot.data.records[i]), {}});
     }
 }
 

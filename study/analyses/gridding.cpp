@@ -59,7 +59,9 @@ place_list places_of(const std::vector<track_record>& records, const grid_settin
     for (const track_record& record : records) {
         track_end& end = ends[record.track];
         const vector_2d at{record.x, record.y};
-        const auto reaches = [&](vector_2d from) { return std::hypot(at.x - from.x, at.y - from.y); };
+        const auto reaches = [&](vector_2d from) {
+            return std::hypot(at.x - from.x, at.y - from.y);
+        };
         const bool follows = end.place >= 0 && reaches(end.at) <= settings.gap;
         end.at = at;
         if (follows) {
@@ -90,7 +92,8 @@ place_list places_of(const std::vector<track_record>& records, const grid_settin
 // lies inside also where the lines cross.
 class swath {
 public:
-    swath(vector_2d from, vector_2d from_heading, vector_2d to, vector_2d to_heading, double width) {
+    swath(vector_2d from, vector_2d from_heading, vector_2d to, vector_2d to_heading,
+          double width) {
         const auto across = [width](vector_2d heading) {
             return (width / 2) * vector_2d{-heading.y, heading.x};
         };
@@ -119,9 +122,9 @@ public:
                 widen(west, east, corners[edge], corners[(edge + 1) % corners.size()], y);
             widen(west, east, corners[0], corners[2], y);
             if (!(west <= east)) continue;
-            for (std::int32_t column = first_at(west, cell); column <= last_at(east, cell); ++column)
-                if (covers({cell_centre(column, cell), cell_centre(row, cell)}))
-                    visit(column, row);
+            for (std::int32_t column = first_at(west, cell); column <= last_at(east, cell);
+                 ++column)
+                if (covers({cell_centre(column, cell), cell_centre(row, cell)})) visit(column, row);
         }
     }
 
@@ -228,8 +231,8 @@ private:
             last_key = key;
             if (last_tile->empty()) last_tile->assign(std::size_t{side} * side, -1);
         }
-        std::int32_t& position =
-            (*last_tile)[static_cast<std::size_t>((column & (side - 1)) * side + (row & (side - 1)))];
+        std::int32_t& position = (*last_tile)[static_cast<std::size_t>(
+            (column & (side - 1)) * side + (row & (side - 1)))];
         if (position < 0) {
             position = static_cast<std::int32_t>(cells.size());
             cells.emplace_back();

@@ -61,6 +61,7 @@ struct spots_answer {
     std::int32_t least_values = 0;
     analysis_failure failure;
     std::vector<std::string> notes;
+    std::string output; // file that the table was written to, or ""
 };
 
 // The IC data, and the spot tests in their plane.

@@ -1,5 +1,6 @@
 #include "study/output/table_file.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -8,7 +9,6 @@
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
-#include "study/base/output_file.hpp"
 #include "study/output/vector_output.hpp"
 
 namespace qmx_study {
@@ -50,13 +50,53 @@ output_kind kind_of(const std::string& output) {
 }
 
 // Before anything is opened.
-std::string checked(const std::string& output, std::initializer_list<std::string> inputs) {
-    refuse_inputs_as_output(inputs, output);
+std::string checked(const std::string& output) {
     check_output_name(output);
     return output;
 }
 
+std::vector<std::string_view> parts_of(std::string_view text, char between) {
+    std::vector<std::string_view> parts;
+    for (std::size_t end = 0; end != std::string_view::npos;) {
+        end = text.find(between);
+        parts.push_back(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return parts;
+}
+
 } // namespace
+
+void write_csv_text(const std::string& output, std::string_view csv) {
+    if (csv.ends_with('\n')) csv.remove_suffix(1);
+    std::vector<std::vector<std::string_view>> rows;
+    for (const std::string_view line : parts_of(csv, '\n')) rows.push_back(parts_of(line, ','));
+    const bool is_typed = is_vector_name(output);
+    table_layout layout;
+    for (std::size_t i = 0; i < rows.front().size(); ++i) {
+        double number = 0;
+        bool is_real = is_typed;
+        for (std::size_t row = 1; row < rows.size() && is_real; ++row)
+            is_real = rows[row][i].empty() || read_plain_number(rows[row][i], number);
+        layout.columns.push_back(
+            {std::string(rows.front()[i]), is_real ? table_type::real : table_type::text});
+    }
+    table_file file(output, layout);
+    for (std::size_t row = 1; row < rows.size(); ++row) {
+        for (std::size_t i = 0; i < rows[row].size(); ++i) {
+            double number = 0;
+            if (layout.columns[i].type == table_type::text) {
+                file.text(rows[row][i]);
+            } else if (read_plain_number(rows[row][i], number)) {
+                file.real(number);
+            } else {
+                file.missing();
+            }
+        }
+        file.end_row();
+    }
+    file.close();
+}
 
 bool is_vector_name(const std::string& output) {
     return kind_of(output).format.has_value();
@@ -66,10 +106,8 @@ void check_output_name(const std::string& output) {
     if (const auto format = kind_of(output).format) check_can_write(*format, output);
 }
 
-table_file::table_file(const std::string& output, table_layout wanted,
-                       std::initializer_list<std::string> inputs)
-    : layout(std::move(wanted)), name(checked(output, inputs)),
-      bytes(name, kind_of(name).is_packed) {
+table_file::table_file(const std::string& output, table_layout wanted)
+    : layout(std::move(wanted)), name(checked(output)), bytes(name, kind_of(name).is_packed) {
     const output_kind kind = kind_of(name);
     if (kind.format) {
         features = std::make_unique<vector_output>(*kind.format, layout, name);

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -35,9 +34,8 @@ class vector_output;
 
 class table_file {
 public:
-    // Throws usage_error: an unknown ending, a format that this build cannot write, a file of `inputs`.
-    table_file(const std::string& output, table_layout layout,
-               std::initializer_list<std::string> inputs);
+    // Throws usage_error: an unknown ending, or a format that this build cannot write.
+    table_file(const std::string& output, table_layout layout);
     ~table_file();
 
     // The fields of a row in order; each row ends with end_row().
@@ -60,6 +58,10 @@ private:
 
     void field(std::string_view value);
 };
+
+// A table that was made as a CSV, without quotation marks: in formats with types a column is one of
+// numbers where all its fields are numbers or empty. Throws usage_error.
+void write_csv_text(const std::string& output, std::string_view csv);
 
 // Whether the name asks for a format other than text, in which columns have types.
 bool is_vector_name(const std::string& output);
