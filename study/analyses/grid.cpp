@@ -94,10 +94,10 @@ void settle_gap(grid_answer& answer, const grid_question& question) {
 
 void add_notes(grid_answer& answer, const loaded_lot& lot) {
     note_chosen_value(answer.notes, lot);
+    if (answer.settings.drum_width > 0) return;
     if (lattice_of(lot.data.points))
         answer.notes.push_back("The positions lie on a lattice already: the other commands take "
                                "them as they are.");
-    if (answer.settings.drum_width > 0) return;
     answer.notes.push_back("Without --drum-width a record counts for the cell that it lies in "
                            "alone, and the ground beside it stays empty.");
     if (answer.median_step > answer.settings.cell)

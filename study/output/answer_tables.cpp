@@ -82,6 +82,7 @@ void write_table(const std::string& output, const grid_answer& answer) {
     layout.x = 0;
     layout.y = 1;
     layout.system = answer.system;
+    layout.length_unit = reading.x.unit;
     table_file file(output, layout);
     for (const grid_entry& entry : answer.grid.entries) {
         const auto centre = [&](std::int32_t number) {
@@ -110,6 +111,8 @@ void write_table(const std::string& output, const spots_answer& answer) {
     layout.x = 1;
     layout.y = 2;
     layout.keeps_positions = true;
+    layout.system = answer.system;
+    layout.length_unit = answer.reading.x.unit;
     table_file file(output, layout);
     for (const spot_row& spot : answer.spots) {
         file.text(spot.name).real(spot.test.d_x).real(spot.test.d_y);

@@ -54,6 +54,7 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
     table_layout layout;
     layout.separator = source.is_delimited ? source.lines.separator : ',';
     layout.system = positions.system;
+    layout.length_unit = positions.length_unit;
     const bool has_points = source.has_geometry() && !source.is_delimited;
     if (has_points) layout.columns = {{"x", table_type::real}, {"y", table_type::real}};
     const std::size_t first = layout.columns.size();

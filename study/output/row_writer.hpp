@@ -14,6 +14,7 @@ namespace qmx_study {
 struct position_columns {
     int x = -1, y = -1;
     coordinate_system system; // null where it is not known
+    std::string length_unit;
 };
 
 // records: ascending, from 1. In a text the fields have the text that was read; one that was a text

@@ -110,6 +110,13 @@ table_file::table_file(const std::string& output, table_layout wanted)
     : layout(std::move(wanted)), name(checked(output)), bytes(name, kind_of(name).is_packed) {
     const output_kind kind = kind_of(name);
     if (kind.format) {
+        if (kind.format == vector_format::geojson && layout.x >= 0 && !layout.system)
+            throw usage_error(
+                fmt::format("--output {}: GeoJSON places its points on the globe, and the "
+                            "coordinate system of the positions is not known; name it, such as "
+                            "--crs EPSG:26915, or take another ending",
+                            name),
+                error_place{"--crs", name, 0, {}});
         features = std::make_unique<vector_output>(*kind.format, layout, name);
         return;
     }

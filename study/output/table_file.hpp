@@ -27,6 +27,7 @@ struct table_layout {
     int x = -1, y = -1;
     bool keeps_positions = false;
     coordinate_system system; // of the points, null where it is not known
+    std::string length_unit;  // of a plane whose system is not known: "m", "ft", ""
     char separator = ',';     // of a text, unless its name asks for tabs
 };
 
@@ -34,7 +35,8 @@ class vector_output;
 
 class table_file {
 public:
-    // Throws usage_error: an unknown ending, or a format that this build cannot write.
+    // Throws usage_error: an unknown ending, a format that this build cannot write, or GeoJSON with
+    // points in an unknown system: it would take them as degrees.
     table_file(const std::string& output, table_layout layout);
     ~table_file();
 

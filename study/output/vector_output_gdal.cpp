@@ -74,13 +74,21 @@ struct vector_output::state {
 
     void make_layer(vector_format format) {
         OGRSpatialReference system;
-        if (layout.system) system = layout.system->known().system;
+        if (layout.system) {
+            system = layout.system->known().system;
+        } else {
+            system.SetLocalCS("Undefined Cartesian SRS"); // a plane, in no known place
+            if (layout.length_unit == "m") system.SetLinearUnits("metre", 1);
+            if (layout.length_unit == "ft") system.SetLinearUnits("foot", 0.3048);
+            if (layout.length_unit == "US survey ft")
+                system.SetLinearUnits("US survey foot", 1200.0 / 3937);
+        }
         CPLStringList options;
         if (format == vector_format::gpkg) {
             options.SetNameValue("FID", free_name(layout, "fid").c_str());
             options.SetNameValue("GEOMETRY_NAME", free_name(layout, "geom").c_str());
         }
-        layer = dataset->CreateLayer(stem_of(output).c_str(), layout.system ? &system : nullptr,
+        layer = dataset->CreateLayer(stem_of(output).c_str(), layout.x >= 0 ? &system : nullptr,
                                      layout.x >= 0 ? wkbPoint : wkbNone, options.List());
         if (!layer) refuse(output);
         for (std::size_t i = 0; i < layout.columns.size(); ++i) {

@@ -51,6 +51,10 @@ vector_output::vector_output(vector_format, const table_layout& layout, const st
     : now(std::make_unique<state>()) {
     now->layout = layout;
     now->clear();
+    if (layout.x >= 0 && layout.system && !layout.system->is_same_as(*wgs84()))
+        now->text.insert(now->text.find("\"features\""),
+                         fmt::format(R"("crs":{{"type":"name","properties":{{"name":{}}}}},)",
+                                     json(layout.system->name()).dump()));
 }
 
 vector_output::~vector_output() = default;

@@ -2,8 +2,10 @@
 #include "run_program.hpp"
 
 #include <cmath>
+#include <random>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace {
 
@@ -152,6 +154,62 @@ TEST_F(Coverage, AreasThatDoNotSimplyAddUpAreNamed) {
     EXPECT_FALSE(coverage("last.csv --area side_by_side.csv").says("twice"));
     expect_refused("coverage",
                    {{"last.csv --area bow.csv --exclude whole.csv", "the alignment area is ", 1}});
+}
+
+TEST_F(Coverage, NoVerdictIsDrawnFromAreasThatDoNotCarryOne) {
+    const auto box = [](double x0, double y0, double x1, double y1) {
+        return fmt::format("[[[{0},{1}],[{2},{1}],[{2},{3}],[{0},{3}],[{0},{1}]]]", x0, y0, x1, y1);
+    };
+    const auto areas = [&](const std::string& name, const std::vector<std::string>& boxes) {
+        write(name, fmt::format(R"({{"type":"MultiPolygon","coordinates":[{}]}})",
+                                fmt::join(boxes, ",")));
+    };
+    const std::string all = box(1000, 2000, 1010, 2002.5);
+    areas("whole.geojson", {all});
+    areas("beside.geojson", {box(1020, 2000, 1022, 2002)});
+    areas("partly.geojson", {box(1009, 2000, 1011, 2002)});
+    areas("crossed.geojson", {"[[[1001,2000.5],[1009,2002],[1009,2000.5],[1001,2001.5],"
+                              "[1001,2000.5]]]"});
+    areas("twice.geojson", {all, box(1002, 2000, 1004, 2001)});
+    areas("holes_twice.geojson", {box(1002, 2000, 1004, 2001), box(1003, 2000, 1005, 2001)});
+    areas("touching.geojson", {box(1000, 2000, 1005, 2002.5), box(1005, 2000, 1010, 2002.5)});
+    write("points.geojson", R"({"type":"MultiPoint","coordinates":[[1000,2000],[1010,2002]]})");
+    write("line.geojson", R"({"type":"LineString","coordinates":[[1000,2000],[1010,2002]]})");
+    write("empty.geojson", R"({"type":"FeatureCollection","features":[]})");
+    const struct {
+        const char* areas;
+        int code;
+        const char* words;
+    } cases[] = {
+        {"--area whole.geojson", 3, "NOT MET"},
+        {"--area touching.geojson", 3, "NOT MET"},
+        {"--area whole.geojson --exclude beside.geojson", 1, "of the excluded areas lie outside"},
+        {"--area whole.geojson --exclude partly.geojson", 1, "of the excluded areas lie outside"},
+        {"--area twice.geojson", 1, "count twice"},
+        {"--area whole.geojson --exclude holes_twice.geojson", 1, "subtracted twice"},
+        {"--area crossed.geojson", 1, "Self-intersection"},
+        {"--area whole.geojson --exclude crossed.geojson", 1, "Self-intersection"},
+        {"--area last.csv", 2, "not the vertices of an outline"},
+        {"--area points.geojson", 2, "is no area"},
+        {"--area line.geojson", 2, "is no area"},
+        {"--area empty.geojson", 2, "empty.geojson"}};
+    for (const auto& [options, code, words] : cases) {
+        SCOPED_TRACE(options);
+        const outcome result =
+            coverage(std::string("last.csv --target-passes 15 --exit-code ") + options);
+        EXPECT_EQ(result.code, code);
+        EXPECT_TRUE(result.says(words));
+        EXPECT_EQ(static_cast<bool>(result.says("NO VERDICT")), code == 1);
+        const auto document =
+            coverage(std::string("last.csv --target-passes 15 --json ") + options).json();
+        if (code == 1) {
+            EXPECT_EQ(document["target"]["met"], nullptr);
+            EXPECT_TRUE(document["failure"]["explanation"].get<std::string>().starts_with(
+                "There is no verdict."));
+        } else if (code == 2) {
+            EXPECT_EQ(document["schema"], "qmx-ic/failure/1");
+        }
+    }
 }
 
 TEST_F(Coverage, OutlinesTakeTenThousandVerticesAndNoMore) {

@@ -26,7 +26,8 @@ protected:
     }
 };
 
-constexpr const char* on_lattice = "grid tracks.csv --cell 0.25 --drum-width 2 --gap 3 ";
+constexpr const char* on_lattice =
+    "grid tracks.csv --crs EPSG:26915 --cell 0.25 --drum-width 2 --gap 3 ";
 
 TEST_F(Tables, RawTracksHaveTheCoverageOfTheirLanes) {
     const auto grid = run(std::string(on_lattice) + "--json --output cells.csv").json();
@@ -55,8 +56,7 @@ TEST_F(Tables, RawTracksHaveTheCoverageOfTheirLanes) {
     for (int k = 0; k <= 100; ++k)
         mixed += fmt::format("A,{0},2001,5\nB,{0},2007,7\n", 1000 + 0.3 * k);
     write("mixed.csv", mixed);
-    const auto two =
-        run("grid mixed.csv --cell 0.25 --drum-width 2 --track Machine --json").json();
+    const auto two = run("grid mixed.csv --cell 0.25 --drum-width 2 --track Machine --json").json();
     EXPECT_EQ(two["tracks"], 2);
     EXPECT_EQ(two["cells"], 120 * 16);
     EXPECT_EQ(two["cells_by_passes"].size(), 1);
@@ -86,12 +86,15 @@ TEST_F(Tables, AreWhatTheirNamesSay) {
         EXPECT_EQ(read.json()["statistics"], truth["statistics"]);
         EXPECT_EQ(read.json()["input"]["rows_used"], truth["input"]["rows_used"]);
     }
-    EXPECT_TRUE(text_of(path("cells.tsv")).starts_with("Easting (m)\tNorthing (m)\tPassCount\tCMV\n"));
+    EXPECT_TRUE(
+        text_of(path("cells.tsv")).starts_with("Easting (m)\tNorthing (m)\tPassCount\tCMV\n"));
     EXPECT_TRUE(text_of(path("cells.csv.gz")).starts_with("\x1f\x8b"));
     const auto features = nlohmann::json::parse(text_of(path("cells.geojson")));
     EXPECT_EQ(features["features"][0]["geometry"]["coordinates"].size(), 2);
+    expect_refused("grid tracks.csv --cell 1", {{"--output x.geojson", "--crs EPSG:26915"}});
     for (const char* const name : {"x.foo", "x.csv.zip", "x.gpkg.gz"}) {
-        expect_refused("stats cells.csv --output", {{name, "no table is written under such a name"}});
+        expect_refused("stats cells.csv --output",
+                       {{name, "no table is written under such a name"}});
         EXPECT_FALSE(std::filesystem::exists(path(name)));
     }
     // Standard output takes the table, standard error the rest.
@@ -110,7 +113,10 @@ TEST_F(Tables, SelectedRowsKeepAllColumnsInEveryFormat) {
     for (const char* const name : {"rows.csv", "rows.geojson", "rows.gpkg"}) {
         if (std::string(name) == "rows.gpkg" && !app_test::can_project) continue;
         SCOPED_TRACE(name);
-        ASSERT_EQ(run(std::string("select odd.csv --circle 2,2,5 --output ") + name).code, 0);
+        ASSERT_EQ(
+            run(std::string("select odd.csv --crs EPSG:26915 --circle 2,2,5 --output ") + name)
+                .code,
+            0);
         const auto columns = run(std::string("columns ") + name + " --json").json();
         EXPECT_EQ(columns["input"]["rows_read"], std::string(name) == "rows.csv" ? 3 : 2);
         std::string names;

@@ -95,8 +95,8 @@ plain_grid plainly(const std::vector<track_record>& records, const grid_settings
         last[record.track] = at;
         if (!follows) of_number.emplace_back();
         auto& run = of_number.back();
-        if (follows && std::hypot(at.x - run.back().at.x, at.y - run.back().at.y) <
-                           settings.cell / 2) {
+        if (follows &&
+            std::hypot(at.x - run.back().at.x, at.y - run.back().at.y) < settings.cell / 2) {
             run.back().values.push_back(record.value);
             continue;
         }
@@ -113,8 +113,8 @@ plain_grid plainly(const std::vector<track_record>& records, const grid_settings
                 const spot centre{(column + 0.5) * settings.cell, (row + 0.5) * settings.cell};
                 const bool is_own = std::floor(here.at.x / settings.cell) == column &&
                                     std::floor(here.at.y / settings.cell) == row;
-                if (!is_own && !(settings.drum_width > 0 &&
-                                 covers(run, number, centre, settings.drum_width)))
+                if (!is_own &&
+                    !(settings.drum_width > 0 && covers(run, number, centre, settings.drum_width)))
                     continue;
                 auto& visits = grid[{row, column}];
                 if (visits.empty() || visits.back().track != here.track ||
@@ -134,8 +134,8 @@ std::vector<grid_entry> entries_of(const plain_grid& grid, grid_passes passes) {
         for (const plain_visit& visit : visits) {
             means.push_back(mean_of(visit.values));
             if (passes == grid_passes::all)
-                entries.push_back({cell.second, cell.first, static_cast<int>(means.size()),
-                                   means.back()});
+                entries.push_back(
+                    {cell.second, cell.first, static_cast<int>(means.size()), means.back()});
         }
         if (passes != grid_passes::all)
             entries.push_back({cell.second, cell.first, static_cast<int>(means.size()),

@@ -1,6 +1,5 @@
 // qmx-ic grid FILE: the tracks of machines on a lattice of cells, pass by pass.
 
-#include <map>
 #include <memory>
 #include <string>
 
@@ -20,15 +19,24 @@ namespace {
 struct grid_options {
     reading_options reading;
     grid_question question;
+    std::string passes = "last";
     output_options output;
 };
 
+grid_question question_of(const grid_options& options) {
+    grid_question question = options.question;
+    if (options.passes == "mean") question.passes = grid_passes::mean;
+    if (options.passes == "all") question.passes = grid_passes::all;
+    check(question);
+    return question;
+}
+
 void run(const grid_options& options) {
-    check(options.question);
+    const grid_question question = question_of(options);
     check(options.output, {options.reading.file});
     progress shown(progress_line());
-    loaded_lot lot = load(options.reading, needs_of(options.question), shown);
-    grid_answer answer = analyse(options.question, lot, shown);
+    loaded_lot lot = load(options.reading, needs_of(question), shown);
+    grid_answer answer = analyse(question, lot, shown);
     answer.output = options.output.output;
     if (!answer.output.empty()) write_table(answer.output, answer);
     shown.clear();
@@ -50,7 +58,7 @@ void add_grid_command(CLI::App& program) {
         "with their mean value. A cell whose centre is covered gets the value of the place. A "
         "pass\n"
         "is an unbroken visit of a cell, with the mean of its places as its value; PassCount is\n"
-        "counted from these visits. Cells have their corners at whole multiples of --cell.");
+        "counted from these visits. Cells have their corners at whole multiples of --cell.\n");
     add_reading_options(*command, options->reading);
     command->remove_option(command->get_option("--pass"));
     const char* const group = "Lattice";
@@ -64,13 +72,11 @@ void add_grid_command(CLI::App& program) {
                      "Width of the drum; without it a record counts for its own cell alone")
         ->group(group);
     command
-        ->add_option("--passes", options->question.passes,
+        ->add_option("--passes", options->passes,
                      "Of each cell the value of the last pass and the number of passes, the mean "
-                     "of its passes and their number, or all passes, a row each")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, grid_passes>{
-            {"last", grid_passes::last}, {"mean", grid_passes::mean}, {"all", grid_passes::all}}))
-        ->type_name("last|mean|all")
-        ->default_str("last")
+                     "of its passes and their number, or all passes, a row each: last, mean or all")
+        ->check(CLI::IsMember({"last", "mean", "all"}))
+        ->capture_default_str()
         ->group(group);
     command
         ->add_option("--gap", options->question.gap,

@@ -64,7 +64,7 @@ void set_up(CLI::App& program) {
     program.footer("Exit codes: 0 done, 1 the analysis failed or gives no verdict, 2 wrong usage,\n"
                    "unreadable input or unwritable output, 3 the target is missed (where "
                    "--exit-code asks for it).\n"
-                   "qmx-ic COMMAND --help tells the options of a command.");
+                   "qmx-ic COMMAND --help tells the options of a command.\n");
     add_columns_command(program);
     add_stats_command(program);
     add_select_command(program);

@@ -63,7 +63,8 @@ select_question question_of(const select_options& options) {
 
 // As they stand in the file: positions that were projected are written in degrees.
 position_columns positions_of(const lot& points) {
-    return {points.x.index, points.y.index, points.is_projected ? wgs84() : points.system};
+    return {points.x.index, points.y.index, points.is_projected ? wgs84() : points.system,
+            points.x.unit};
 }
 
 void run(const select_options& options) {
