@@ -23,12 +23,48 @@ except ImportError:
     sys.exit(77)  # skipped, as ctest sees it
 
 SCHEMA = pathlib.Path(__file__).resolve().parent.parent / "docs/documents.schema.json"
+# Besides the lines of compare_programs.py.
+COMMANDS = """
+grid lanes.csv --cell 0.25 --drum-width 2
+grid lanes.csv --cell 0.5 --passes mean --gap 3 --track Machine --output cells.csv
+grid lanes.csv --cell 0
+grid lonlat.csv --cell 1 --project utm
+coverage jitter.csv --area square.csv --target-passes 2
+coverage grid.csv --area two.csv --target-passes 2
+stats lot.csv --output table.csv
+stats lot.csv --target 40 --levels 5,95
+stats lot.csv --output -
+stats lot.csv --output table.foo
+spots passes.csv tests.csv --radius 2 --output tests.gpkg
+coverage grid.csv --area hole.csv --output /dev/full
+fit pairs.csv --x Depth_m --y Density --degree 0
+fit pairs.csv --x Depth_m --y Density --degree x
+select lot.csv --polygon lot-alignment.csv --output rows.geojson
+generate lot --length 5
+""".strip("\n").split("\n")
+
+
+def validators(schema):
+    """By the name that a document gives itself."""
+    found = {}
+    for kind in schema["oneOf"]:
+        title = schema["$defs"][kind["$ref"].rpartition("/")[2]]["title"]
+        found[title] = jsonschema.Draft202012Validator({"$defs": schema["$defs"], **kind})
+    return found
+
+
+def spoilt(document):
+    """Documents that the schema must refuse: each with a key too many, one lacking, or a wrong type."""
+    yield {**document, "another": 1}
+    for key in document:
+        yield {other: value for other, value in document.items() if other != key}
+        yield {**document, key: {"another": 1}}
 
 
 def faults(program, schema, folder):
-    by_name = {kind["title"]: jsonschema.Draft202012Validator(kind) for kind in schema["oneOf"]}
+    by_name = validators(schema)
     seen = set()
-    for line in compare_programs.COMMANDS:
+    for line in compare_programs.COMMANDS + COMMANDS:
         if not line or "--help" in line or "--version" in line:
             continue
         arguments = shlex.split(line) + ([] if "--json" in line else ["--json"])
@@ -40,12 +76,18 @@ def faults(program, schema, folder):
             yield f"{line}: no single document ({problem}), exit code {done.returncode}"
             continue
         name = document.get("schema")
-        seen.add(name)
         if name not in by_name:
             yield f"{line}: a document of an unknown kind, {name}"
             continue
         for error in by_name[name].iter_errors(document):
             yield f"{line}: {error.json_path}: {error.message[:200]}"
+        if (name == "qmx-ic/failure/1") != (done.returncode != 0 and not document.get("input")):
+            yield f"{line}: a document {name} with exit code {done.returncode}"
+        if name not in seen:
+            seen.add(name)
+            for number, wrong in enumerate(spoilt(document)):
+                if by_name[name].is_valid(wrong):
+                    yield f"{name}: the schema takes a spoilt document, number {number}"
     for name in sorted(by_name.keys() - seen):
         yield f"{name} stands in the schema, but no command line printed it"
 

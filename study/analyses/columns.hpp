@@ -27,6 +27,7 @@ struct column_contents {
 struct columns_answer {
     reading_account reading;
     std::vector<column_contents> columns;
+    std::string output = {}; // file that the table was written to, or ""
 };
 
 reading_needs needs_of(const columns_question& question);

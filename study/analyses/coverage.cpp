@@ -64,7 +64,10 @@ std::optional<mesh_size> settle_mesh(coverage_answer& answer, const coverage_que
                                      lot& points, const std::string& file) {
     std::optional<mesh_size> lattice = lattice_of(points.points);
     if (!lattice) {
-        if (const auto scattered = scattered_lattice_of(points.points, question.mesh)) {
+        auto scattered = scattered_lattice_of(points.points, std::nullopt);
+        if (!scattered && question.mesh)
+            scattered = scattered_lattice_of(points.points, question.mesh);
+        if (scattered) {
             snap(points.points, *scattered);
             lattice = scattered->mesh;
             answer.scatter = scattered->scatter;
@@ -72,12 +75,13 @@ std::optional<mesh_size> settle_mesh(coverage_answer& answer, const coverage_que
     }
     if (!question.mesh && !lattice)
         throw usage_error(
-            fmt::format("{}: the positions do not lie on a lattice along the axes (or on too few "
-                        "rows of one), so the area that each stands for cannot be told from them\n"
-                        "  name it with --mesh DX,DY in the unit of the positions; for records "
-                        "along lanes: the distance of the lanes and that of the records along a "
-                        "lane",
-                        file),
+            fmt::format(
+                "{}: the positions do not lie on a lattice along the axes (or on too few "
+                "rows of one), so the area that each stands for cannot be told from them\n"
+                "  put them on one with qmx-ic grid; or name that area with --mesh DX,DY in "
+                "the unit of the positions, for records of a single pass along lanes: the "
+                "distance of the lanes and that of the records along a lane",
+                file),
             error_place{"--mesh", file, 0, {}});
     answer.mesh = question.mesh ? *question.mesh : *lattice;
     answer.mesh_is_derived = !question.mesh;
@@ -189,7 +193,8 @@ std::string doubt_about_mesh(const coverage_answer& answer, const aligned_areas&
         return fmt::format(
             "The positions lie on no lattice, and a grid cell of the mesh's size holds {:.1f} "
             "points on average: either the mesh is too large, or several passes over the same "
-            "ground count one by one. Grid the data, or select one pass with --where.",
+            "ground count one by one. Put the data on a lattice with qmx-ic grid, or select one "
+            "pass with --where.",
             crowd);
     constexpr double noticeable = 0.005; // less comes of the 32 bits of mesh and percentage
     const double rim = rim_percent(answer, areas);
@@ -220,7 +225,7 @@ void note_mesh(coverage_answer& answer, const std::optional<mesh_size>& lattice)
         answer.notes.push_back(fmt::format(
             "The positions scatter by {:.2g} about cells {} × {} apart. Each counts for the cell "
             "that it is nearest to.",
-            *answer.scatter, mesh.x, mesh.y));
+            *answer.scatter, lattice->x, lattice->y));
     if (lattice && mesh.area() < 0.99 * lattice->area())
         answer.notes.push_back(fmt::format(
             "The positions are {} × {} apart, the mesh is {} × {}: each point stands for {} of its "
@@ -228,7 +233,8 @@ void note_mesh(coverage_answer& answer, const std::optional<mesh_size>& lattice)
             lattice->x, lattice->y, mesh.x, mesh.y, number_text(mesh.area() / lattice->area())));
     if (!lattice)
         answer.notes.push_back("The positions lie on no lattice: the mesh is taken as it is named, "
-                               "and every record as a piece of ground of its own.");
+                               "and every record as a piece of ground of its own. qmx-ic grid puts "
+                               "tracks on a lattice.");
 }
 
 // Of one unit of area, 0 where the unit of length is not known.

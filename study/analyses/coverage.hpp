@@ -64,6 +64,7 @@ struct coverage_answer {
     coverage_target target;   // without a verdict where the analysis failed
     analysis_failure failure; // what keeps the data from carrying a verdict
     std::vector<std::string> notes;
+    std::string output; // file that the table was written to, or ""
 
     bool has_verdict() const { return target.passes > 0 && !failure.has_failed(); }
 };

@@ -23,7 +23,8 @@ double cosine_of(double distance, double spacing) {
     return std::cos(2 * std::numbers::pi * distance / spacing);
 }
 
-// Differences of sorted coordinates, none longer than the window.
+// Differences of sorted coordinates, spread over the window without a period of their own: evenly
+// spread ones would agree with whatever spacing the window is made of.
 std::vector<double> differences(const std::vector<double>& sorted, double window) {
     std::vector<double> found;
     const std::size_t count = std::min(samples, sorted.size());
@@ -32,8 +33,12 @@ std::vector<double> differences(const std::vector<double>& sorted, double window
         const auto end = std::upper_bound(sorted.begin() + static_cast<std::ptrdiff_t>(i),
                                           sorted.end(), sorted[i] + window);
         const auto reach = static_cast<std::size_t>(end - sorted.begin()) - i - 1;
-        for (std::size_t k = 1; k <= partners && reach > 0; ++k)
-            found.push_back(sorted[i + std::max<std::size_t>(1, k * reach / partners)] - sorted[i]);
+        for (std::size_t k = 0; k < partners && reach > 0; ++k) {
+            const double turn = static_cast<double>(s * partners + k) * std::numbers::phi;
+            const auto steps =
+                static_cast<std::size_t>((turn - std::floor(turn)) * static_cast<double>(reach));
+            found.push_back(sorted[i + std::min(reach, 1 + steps)] - sorted[i]);
+        }
     }
     return found;
 }
@@ -90,23 +95,24 @@ double refined(const std::vector<double>& sorted, double spacing) {
     }
 }
 
-// The number with the fewest decimals that moves no node by more than the scatter.
-double simplest(double spacing, double length, double scatter) {
-    for (double scale = 1; scale < 1e7; scale *= 10) {
-        const double rounded = std::round(spacing * scale) / scale;
-        if (rounded > 0 && std::fabs(rounded - spacing) * (length / spacing) <= scatter / 2)
-            return rounded;
-    }
-    return spacing;
+// The coordinates without rows far off, which would make the lattice reach to them.
+std::vector<double> bulk_of(const std::vector<double>& sorted) {
+    const std::size_t few = sorted.size() / 100;
+    const double low = sorted[few];
+    const double high = sorted[sorted.size() - 1 - few];
+    std::vector<double> bulk;
+    for (const double coordinate : sorted)
+        if (coordinate >= low - (high - low) && coordinate <= high + (high - low))
+            bulk.push_back(coordinate);
+    return bulk;
 }
 
-double distance_from_node(double coordinate, const axis& along) {
-    const double steps = (coordinate - along.origin) / along.spacing;
-    return (steps - std::round(steps)) * along.spacing;
+double node_of(double coordinate, const axis& along) {
+    return std::round((coordinate - along.origin) / along.spacing);
 }
 
-// Settles origin and scatter for a spacing. False where too few points lie near nodes.
-bool settle(axis& along, const std::vector<double>& coordinates) {
+// The origin where the coordinates, as turns of a circle one spacing round, have their mean.
+void find_origin(axis& along, const std::vector<double>& coordinates) {
     double cosines = 0;
     double sines = 0;
     for (const double coordinate : coordinates) {
@@ -117,10 +123,15 @@ bool settle(axis& along, const std::vector<double>& coordinates) {
     }
     along.origin =
         coordinates.front() + std::atan2(sines, cosines) * along.spacing / (2 * std::numbers::pi);
+}
+
+// Settles the scatter. False where too few coordinates lie near nodes.
+bool settle(axis& along, const std::vector<double>& coordinates) {
     double squares = 0;
     std::size_t near = 0;
     for (const double coordinate : coordinates) {
-        const double distance = distance_from_node(coordinate, along);
+        const double distance =
+            coordinate - (along.origin + node_of(coordinate, along) * along.spacing);
         squares += distance * distance;
         near += std::fabs(distance) <= along.spacing / 4;
     }
@@ -129,23 +140,53 @@ bool settle(axis& along, const std::vector<double>& coordinates) {
     return static_cast<double>(near) >= share_near_nodes * count;
 }
 
+// Spacing and origin of the straight line through (node, coordinate) by least squares; the number with
+// the fewest decimals where it lies within four standard errors of the slope.
+void fit_line(axis& along, const std::vector<double>& coordinates) {
+    const auto count = static_cast<double>(coordinates.size());
+    double mean_node = 0;
+    double mean = 0;
+    for (const double coordinate : coordinates) {
+        mean_node += node_of(coordinate, along) / count;
+        mean += (coordinate - along.origin) / count;
+    }
+    double squares = 0;
+    double products = 0;
+    for (const double coordinate : coordinates) {
+        const double step = node_of(coordinate, along) - mean_node;
+        squares += step * step;
+        products += step * (coordinate - along.origin - mean);
+    }
+    if (!(squares > 0)) return;
+    double spacing = products / squares;
+    const double error = along.scatter / std::sqrt(squares);
+    for (double scale = 1; scale < 1e7; scale *= 10) {
+        const double rounded = std::round(spacing * scale) / scale;
+        if (rounded <= 0 || std::fabs(rounded - spacing) > 4 * error) continue;
+        spacing = rounded;
+        break;
+    }
+    along.origin += mean - mean_node * spacing;
+    along.spacing = spacing;
+}
+
 std::optional<axis> axis_of(const std::vector<t_icdata>& points, double t_icdata::*coordinate,
                             std::optional<double> named) {
-    std::vector<double> coordinates(points.size());
-    std::transform(points.begin(), points.end(), coordinates.begin(),
+    if (points.size() < 3) return {};
+    std::vector<double> sorted(points.size());
+    std::transform(points.begin(), points.end(), sorted.begin(),
                    [&](const t_icdata& point) { return point.*coordinate; });
-    std::vector<double> sorted = coordinates;
     std::sort(sorted.begin(), sorted.end());
-    if (sorted.size() < 3) return {};
+    sorted = bulk_of(sorted);
     axis along;
     along.spacing = named ? *named : best_spacing(sorted);
     if (!(along.spacing > 0) || sorted.back() - sorted.front() < 2 * along.spacing) return {};
     if (!named) along.spacing = refined(sorted, along.spacing);
-    if (!settle(along, coordinates)) return {};
+    find_origin(along, sorted);
+    if (!settle(along, sorted)) return {};
     if (named) return along;
-    const double exact = along.spacing;
-    along.spacing = simplest(exact, sorted.back() - sorted.front(), along.scatter);
-    if (!settle(along, coordinates)) return {};
+    fit_line(along, sorted);
+    if (!settle(along, sorted)) return {};
     return along;
 }
 

@@ -21,7 +21,9 @@ struct scattered_lattice {
 // nodes: at least 98 of 100 must lie within a quarter of the mesh of one, along both axes.
 //
 // The spacing is the one whose period the differences of coordinates keep best, first over eight
-// spacings, then over ever longer distances, which fixes it to what a whole row can tell.
+// spacings, then over ever longer distances; at last the slope of the line through the nodes and the
+// coordinates, rounded to the fewest decimals that its standard error allows. Rows that lie far from
+// the others have no say.
 std::optional<scattered_lattice> scattered_lattice_of(const std::vector<t_icdata>& points,
                                                       const std::optional<mesh_size>& named);
 

@@ -148,6 +148,7 @@ spots_answer analyse(const spots_question& question, spot_tables& tables) {
     if (question.any_pass || !has_pass)
         for (t_icdata& test : tables.tests.data.points) test.i_passno = all_passes;
     spots_answer answer;
+    answer.system = tables.points.data.system;
     answer.reading = account_of(tables.points);
     answer.test_reading = account_of(tables.tests);
     answer.radius = question.radius;

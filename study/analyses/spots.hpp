@@ -59,8 +59,10 @@ struct spots_answer {
     double least_correlation = 0;
     int least_pairs = 0;
     std::int32_t least_values = 0;
+    coordinate_system system; // of the positions
     analysis_failure failure;
     std::vector<std::string> notes;
+    std::string output; // file that the table was written to, or ""
 };
 
 // The IC data, and the spot tests in their plane.

@@ -64,6 +64,7 @@ struct stats_answer {
     std::int64_t earlier_passes = 0; // records left out for the last pass of each cell
     cell_summary cells;
     std::vector<std::string> notes;
+    std::string output; // file that the table was written to, or ""
 
     bool is_constant() const { return !pass_counts && result.i_numbins == 1; }
     // The library's own test of the target, read off its histogram.

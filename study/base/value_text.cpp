@@ -23,7 +23,7 @@ std::string number_in_spread(double value, double spread) {
 }
 
 std::string coordinate_text(double value, bool in_degrees) {
-    if (std::isnan(value)) return "-";
+    if (!(std::fabs(value) < 1e15)) return number_text(value);
     return in_degrees ? fmt::format("{:.7f}", value) : fmt::format("{:.3f}", value);
 }
 

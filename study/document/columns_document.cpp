@@ -22,6 +22,7 @@ json document_of(const columns_answer& answer) {
                         {"example", text_or_null(column.example)}});
     }
     document["file_columns"] = list;
+    document["output"] = text_or_null(answer.output);
     return document;
 }
 

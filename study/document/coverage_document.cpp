@@ -70,6 +70,7 @@ json document_of(const coverage_answer& answer) {
             {"met", answer.has_verdict() ? json(answer.target.is_met()) : json(nullptr)}};
     document["failure"] = failure_json(answer.failure);
     document["notes"] = answer.notes;
+    document["output"] = text_or_null(answer.output);
     return document;
 }
 

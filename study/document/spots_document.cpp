@@ -80,6 +80,7 @@ json document_of(const spots_answer& answer) {
     document["regression"] = answer.line ? line_json(answer) : json(nullptr);
     document["failure"] = failure_json(answer.failure);
     document["notes"] = answer.notes;
+    document["output"] = text_or_null(answer.output);
     return document;
 }
 

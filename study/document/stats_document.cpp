@@ -74,6 +74,7 @@ json document_of(const stats_answer& answer) {
                               {"met", answer.target->is_met()}};
     document["read_off_histogram"] = histogram_readings(answer);
     document["notes"] = answer.notes;
+    document["output"] = text_or_null(answer.output);
     return document;
 }
 

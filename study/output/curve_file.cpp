@@ -1,29 +1,17 @@
 #include "study/output/curve_file.hpp"
 
-#include <fmt/format.h>
-
-#include "study/base/output_file.hpp"
+#include "study/output/table_file.hpp"
 
 namespace qmx_study {
 
-namespace {
-
-std::string quoted(const std::string& name) {
-    if (name.find_first_of(",\"\r\n") == std::string::npos) return name;
-    std::string result = "\"";
-    for (const char c : name) result += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return result + '"';
-}
-
-} // namespace
-
-void write_curve(const std::string& output, const std::string& input, const std::string& x_name,
-                 const std::string& y_name, const std::array<double, curve_points>& x,
+void write_curve(const std::string& output, const std::string& x_name, const std::string& y_name,
+                 const std::array<double, curve_points>& x,
                  const std::array<double, curve_points>& y) {
-    refuse_inputs_as_output({input}, output);
-    std::string text = quoted(x_name) + "," + quoted(y_name) + "\n";
-    for (std::size_t i = 0; i < x.size(); ++i) text += fmt::format("{},{}\n", x[i], y[i]);
-    write_output(output, text);
+    table_layout layout;
+    layout.columns = {{x_name, table_type::real}, {y_name, table_type::real}};
+    table_file file(output, layout);
+    for (std::size_t i = 0; i < x.size(); ++i) file.real(x[i]).real(y[i]).end_row();
+    file.close();
 }
 
 } // namespace qmx_study

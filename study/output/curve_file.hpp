@@ -1,4 +1,4 @@
-// The points of a curve, written to a CSV.
+// The points of a curve, written to a table.
 #pragma once
 
 #include <array>
@@ -8,10 +8,9 @@
 
 namespace qmx_study {
 
-// Two columns with a head line; numbers with all their digits. `input` is the file that was read: it is
-// not written over. Throws usage_error.
-void write_curve(const std::string& output, const std::string& input, const std::string& x_name,
-                 const std::string& y_name, const std::array<double, curve_points>& x,
+// Two columns, numbers with all their digits. Throws usage_error.
+void write_curve(const std::string& output, const std::string& x_name, const std::string& y_name,
+                 const std::array<double, curve_points>& x,
                  const std::array<double, curve_points>& y);
 
 } // namespace qmx_study

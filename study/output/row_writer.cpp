@@ -1,101 +1,98 @@
 #include "study/output/row_writer.hpp"
 
-#include <cstring>
+#include <cmath>
 
-#include <fmt/format.h>
-
-#include "study/base/errors.hpp"
-#include "study/base/output_file.hpp"
+#include "study/base/number_text.hpp"
+#include "study/output/table_file.hpp"
 
 namespace qmx_study {
 
 namespace {
 
-constexpr std::size_t written_at_once = std::size_t{1} << 20;
-
-class text_writer {
-public:
-    text_writer(const std::string& path, char between)
-        : name(path), separator(between), file(path) {
-        buffer.reserve(written_at_once + 4096);
-    }
-
-    void field(std::string_view text) {
-        if (!at_start) buffer += separator;
-        at_start = false;
-        const char special[] = {separator, '"', '\n', '\r', '\0'};
-        if (text.find_first_of(special) == std::string_view::npos) {
-            buffer += text;
-            return;
-        }
-        buffer += '"';
-        for (const char c : text) {
-            if (c == '"') buffer += '"';
-            buffer += c;
-        }
-        buffer += '"';
-    }
-
-    void end_row() {
-        buffer += '\n';
-        at_start = true;
-        if (buffer.size() >= written_at_once) flush();
-    }
-
-    void close() {
-        flush();
-        if (const int error = file.finish(); error != 0)
-            throw usage_error(fmt::format("--output {}: {}", name, std::strerror(error)),
-                              error_place{"--output", name, 0, {}});
-    }
-
-private:
-    std::string name;
-    char separator;
-    unfinished_file file;
-    std::string buffer;
-    bool at_start = true;
-
-    void flush() {
-        file.write(buffer);
-        buffer.clear();
-    }
-};
-
-} // namespace
-
-void write_rows(table_source& source, const std::vector<std::int64_t>& records,
-                const std::string& output, progress& shown) {
-    refuse_inputs_as_output({source.file}, output);
-    text_writer writer(output, source.is_delimited ? source.lines.separator : ',');
-    const bool has_points = source.has_geometry() && !source.is_delimited;
-    if (has_points) {
-        writer.field("x");
-        writer.field("y");
-    }
-    for (const source_column& column : source.columns) writer.field(column.name);
-    writer.end_row();
-
+// Runs through the records that are wanted.
+template <class Use>
+void for_each_record(table_source& source, const std::vector<std::int64_t>& records,
+                     const std::string& task, progress& shown, Use use) {
     auto wanted = records.begin();
     source.rewind();
     while (wanted != records.end() && source.next()) {
         if (source.record() % 4096 == 0)
-            shown.note("writing " + output, static_cast<double>(source.record()),
+            shown.note(task, static_cast<double>(source.record()),
                        static_cast<double>(records.back()));
         if (source.record() != *wanted) continue;
         while (wanted != records.end() && *wanted == source.record()) ++wanted; // several points
+        use();
+    }
+}
+
+// A column of a text is one of numbers where no field that is written says anything else.
+void settle_types(table_layout& layout, std::size_t first, table_source& source,
+                  const std::vector<std::int64_t>& records, const number_style& style,
+                  progress& shown) {
+    for (std::size_t i = 0; i < source.columns.size(); ++i)
+        layout.columns[first + i].type = source.is_delimited || source.columns[i].is_numeric()
+                                             ? table_type::real
+                                             : table_type::text;
+    if (!source.is_delimited) return;
+    for_each_record(source, records, "looking at columns", shown, [&] {
+        for (std::size_t i = 0; i < source.columns.size(); ++i) {
+            table_type& type = layout.columns[first + i].type;
+            if (type == table_type::text) continue;
+            const text_kind kind = source.value(static_cast<int>(i), style).kind;
+            if (kind != text_kind::number && !trimmed(source.text(static_cast<int>(i))).empty())
+                type = table_type::text;
+        }
+    });
+}
+
+} // namespace
+
+void write_rows(table_source& source, const std::vector<std::int64_t>& records,
+                const position_columns& positions, const number_style& style,
+                const std::string& output, progress& shown) {
+    check_output_name(output);
+    table_layout layout;
+    layout.separator = source.is_delimited ? source.lines.separator : ',';
+    layout.system = positions.system;
+    layout.length_unit = positions.length_unit;
+    const bool has_points = source.has_geometry() && !source.is_delimited;
+    if (has_points) layout.columns = {{"x", table_type::real}, {"y", table_type::real}};
+    const std::size_t first = layout.columns.size();
+    const bool is_typed = is_vector_name(output);
+    for (int i = 0; i < static_cast<int>(source.columns.size()); ++i)
+        layout.columns.push_back(
+            {is_typed ? source.unique_name(i) : source.columns[static_cast<std::size_t>(i)].name,
+             table_type::text});
+    if (is_typed) settle_types(layout, first, source, records, style, shown);
+    layout.x = has_points ? 0 : positions.x;
+    layout.y = has_points ? 1 : positions.y;
+    layout.keeps_positions = !has_points;
+    const auto is_number = [&](int column) {
+        return layout.columns[static_cast<std::size_t>(column)].type == table_type::real;
+    };
+    if (!has_points &&
+        (layout.x < 0 || layout.y < 0 || !is_number(layout.x) || !is_number(layout.y)))
+        layout.x = layout.y = -1;
+
+    table_file file(output, layout);
+    for_each_record(source, records, "writing " + output, shown, [&] {
         if (has_points) {
             const shape* const geometry = source.geometry();
             const bool is_point =
                 geometry && geometry->kind == shape_kind::point && !geometry->is_empty;
-            writer.field(is_point ? fmt::format("{}", geometry->x) : "");
-            writer.field(is_point ? fmt::format("{}", geometry->y) : "");
+            file.real(is_point ? geometry->x : NAN).real(is_point ? geometry->y : NAN);
         }
-        for (int column = 0; column < static_cast<int>(source.columns.size()); ++column)
-            writer.field(source.text(column));
-        writer.end_row();
-    }
-    writer.close();
+        for (std::size_t i = 0; i < source.columns.size(); ++i) {
+            const auto column = static_cast<int>(i);
+            if (is_typed && layout.columns[first + i].type == table_type::real) {
+                file.real(source.value(column, style).value);
+            } else {
+                file.text(source.text(column));
+            }
+        }
+        file.end_row();
+    });
+    file.close();
     shown.clear();
 }
 

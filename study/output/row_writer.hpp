@@ -1,4 +1,4 @@
-// Writes rows of a table to a delimited text, all columns with their text as it was read.
+// Writes rows of a table, all columns as they were read.
 #pragma once
 
 #include <cstdint>
@@ -10,10 +10,19 @@
 
 namespace qmx_study {
 
-// records: ascending, from 1. A text keeps its separator; other formats are written with commas, and
-// the point of a geometry as two leading columns x and y. Throws usage_error when the file cannot be
-// written, or is the one that is read.
+// Which columns hold the positions, for formats with geometries; -1 where none does.
+struct position_columns {
+    int x = -1, y = -1;
+    coordinate_system system; // null where it is not known
+    std::string length_unit;
+};
+
+// records: ascending, from 1. In a text the fields have the text that was read; one that was a text
+// keeps its separator, other formats are written with commas and the point of a geometry as two
+// leading columns x and y. In formats with types a column is one of numbers where all its fields are.
+// Throws usage_error when the file cannot be written.
 void write_rows(table_source& source, const std::vector<std::int64_t>& records,
+                const position_columns& positions, const number_style& style,
                 const std::string& output, progress& shown);
 
 } // namespace qmx_study

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "study/base/output_file.hpp"
+#include "study/output/table_file.hpp"
 
 namespace qmx_study {
 
@@ -26,7 +26,7 @@ void write_semivariogram(const std::string& output, const semivariogram_answer& 
     for (std::size_t i = 0; answer.is_fitted() && i < result.curve_x.size(); ++i)
         text += fmt::format("curve,,,,{},,{},{}\n", static_cast<float>(result.curve_x[i]),
                             static_cast<float>(result.curve_y[i]), best_at(result.curve_x[i]));
-    write_output(output, text);
+    write_csv_text(output, text);
 }
 
 } // namespace qmx_study

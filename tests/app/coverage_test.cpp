@@ -2,8 +2,10 @@
 #include "run_program.hpp"
 
 #include <cmath>
+#include <random>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace {
 
@@ -154,6 +156,62 @@ TEST_F(Coverage, AreasThatDoNotSimplyAddUpAreNamed) {
                    {{"last.csv --area bow.csv --exclude whole.csv", "the alignment area is ", 1}});
 }
 
+TEST_F(Coverage, NoVerdictIsDrawnFromAreasThatDoNotCarryOne) {
+    const auto box = [](double x0, double y0, double x1, double y1) {
+        return fmt::format("[[[{0},{1}],[{2},{1}],[{2},{3}],[{0},{3}],[{0},{1}]]]", x0, y0, x1, y1);
+    };
+    const auto areas = [&](const std::string& name, const std::vector<std::string>& boxes) {
+        write(name, fmt::format(R"({{"type":"MultiPolygon","coordinates":[{}]}})",
+                                fmt::join(boxes, ",")));
+    };
+    const std::string all = box(1000, 2000, 1010, 2002.5);
+    areas("whole.geojson", {all});
+    areas("beside.geojson", {box(1020, 2000, 1022, 2002)});
+    areas("partly.geojson", {box(1009, 2000, 1011, 2002)});
+    areas("crossed.geojson", {"[[[1001,2000.5],[1009,2002],[1009,2000.5],[1001,2001.5],"
+                              "[1001,2000.5]]]"});
+    areas("twice.geojson", {all, box(1002, 2000, 1004, 2001)});
+    areas("holes_twice.geojson", {box(1002, 2000, 1004, 2001), box(1003, 2000, 1005, 2001)});
+    areas("touching.geojson", {box(1000, 2000, 1005, 2002.5), box(1005, 2000, 1010, 2002.5)});
+    write("points.geojson", R"({"type":"MultiPoint","coordinates":[[1000,2000],[1010,2002]]})");
+    write("line.geojson", R"({"type":"LineString","coordinates":[[1000,2000],[1010,2002]]})");
+    write("empty.geojson", R"({"type":"FeatureCollection","features":[]})");
+    const struct {
+        const char* areas;
+        int code;
+        const char* words;
+    } cases[] = {
+        {"--area whole.geojson", 3, "NOT MET"},
+        {"--area touching.geojson", 3, "NOT MET"},
+        {"--area whole.geojson --exclude beside.geojson", 1, "of the excluded areas lie outside"},
+        {"--area whole.geojson --exclude partly.geojson", 1, "of the excluded areas lie outside"},
+        {"--area twice.geojson", 1, "count twice"},
+        {"--area whole.geojson --exclude holes_twice.geojson", 1, "subtracted twice"},
+        {"--area crossed.geojson", 1, "Self-intersection"},
+        {"--area whole.geojson --exclude crossed.geojson", 1, "Self-intersection"},
+        {"--area last.csv", 2, "not the vertices of an outline"},
+        {"--area points.geojson", 2, "is no area"},
+        {"--area line.geojson", 2, "is no area"},
+        {"--area empty.geojson", 2, "empty.geojson"}};
+    for (const auto& [options, code, words] : cases) {
+        SCOPED_TRACE(options);
+        const outcome result =
+            coverage(std::string("last.csv --target-passes 15 --exit-code ") + options);
+        EXPECT_EQ(result.code, code);
+        EXPECT_TRUE(result.says(words));
+        EXPECT_EQ(static_cast<bool>(result.says("NO VERDICT")), code == 1);
+        const auto document =
+            coverage(std::string("last.csv --target-passes 15 --json ") + options).json();
+        if (code == 1) {
+            EXPECT_EQ(document["target"]["met"], nullptr);
+            EXPECT_TRUE(document["failure"]["explanation"].get<std::string>().starts_with(
+                "There is no verdict."));
+        } else if (code == 2) {
+            EXPECT_EQ(document["schema"], "qmx-ic/failure/1");
+        }
+    }
+}
+
 TEST_F(Coverage, OutlinesTakeTenThousandVerticesAndNoMore) {
     const auto ring = [](int vertices) {
         std::string text = "x,y\n";
@@ -214,6 +272,54 @@ TEST_F(Coverage, PositionsThatScatterAboutCellsAreMovedToThem) {
     EXPECT_EQ(shown.code, 3);
     EXPECT_TRUE(shown.says("Each counts for the cell that it is nearest to"));
     EXPECT_TRUE(shown.says("not covered"));
+}
+
+// A lot whose coverage is known, with each position moved by some centimetres.
+std::string jittered(const std::string& lot, double deviation) {
+    std::mt19937 bits(5);
+    std::normal_distribution<double> off(0, deviation);
+    std::istringstream lines(lot);
+    std::string line;
+    std::string text;
+    while (std::getline(lines, line)) {
+        std::vector<std::string> fields;
+        std::istringstream parts(line);
+        for (std::string part; std::getline(parts, part, ',');) fields.push_back(part);
+        if (!text.empty()) // a head line
+            for (const std::size_t field : {1U, 2U})
+                fields[field] = fmt::format("{:.3f}", std::stod(fields[field]) + off(bits));
+        text += fmt::format("{}\n", fmt::join(fields, ","));
+    }
+    return text;
+}
+
+TEST_F(Coverage, ScatteredPositionsGiveTheCoverageOfTheirLot) {
+    struct {
+        const char* lot;
+        double deviation;
+    } const lots[] = {
+        {"--lattice 0.34 --drum-width 2.04 --overlap 0.34 --width 12.24 --passes 3", 0.02},
+        {"--lattice 0.34 --drum-width 2.04 --overlap 0.34 --width 12.24 --length 400", 0.02},
+        {"--lattice 0.25 --drum-width 2 --overlap 0.5 --missed 0.3", 0.02},
+        {"--lattice 0.3 --drum-width 2.1 --overlap 0.3 --length 20 --width 6 --missed 0.2", 0.03}};
+    for (const auto& [lot, deviation] : lots) {
+        SCOPED_TRACE(lot);
+        ASSERT_EQ(run(std::string("generate lot --force --bad-rows 0 ") + lot).code, 0);
+        write("moved.csv", jittered(text_of(path("lot.csv")), deviation));
+        const std::string asked = ".csv --area lot-alignment.csv --target-passes 3 --json";
+        const auto truth = coverage("lot" + asked).json();
+        const auto moved = coverage("moved" + asked).json();
+        for (const char* const part : {"bins", "not_covered", "target", "plan_area", "failure"})
+            EXPECT_EQ(moved[part], truth[part]) << part;
+        EXPECT_EQ(moved["cells"], truth["cells"]);
+        EXPECT_NEAR(moved["mesh"]["scatter_of_positions"], deviation * std::sqrt(2), 0.001);
+        // The finished layer of other analyses is the same too.
+        const auto layer = run("stats lot.csv --json").json();
+        const auto moved_layer = run("stats moved.csv --json").json();
+        EXPECT_EQ(moved_layer["statistics"], layer["statistics"]);
+        EXPECT_EQ(moved_layer["input"]["rows_of_earlier_passes"],
+                  layer["input"]["rows_of_earlier_passes"]);
+    }
 }
 
 TEST_F(Coverage, WhatCannotBeMeantIsRefused) {

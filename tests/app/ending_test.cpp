@@ -85,6 +85,69 @@ TEST_F(Ending, AnOutputIsWholeOrNotThere) {
     EXPECT_NE(text_of(path("made.csv")), made);
 }
 
+TEST_F(Ending, ExitCodesFollowThePageInEveryCommand) {
+    std::string text = "x,y,PassCount,CMV\n";
+    for (int i = 0; i < 60; ++i)
+        text += std::to_string(i % 10) + "," + std::to_string(i / 10) + ",1," +
+                std::to_string(20 + i % 7) + "\n";
+    write("lot.csv", text);
+    write("area.csv", "x,y\n0,0\n9,0\n9,5\n0,5\n");
+    write("far.csv", "x,y,PassCount,CMV\n1,1,1,1\n2,2,1,2\n1e300,-1e300,1,3\n");
+    std::filesystem::create_directory(folder / "folder.csv");
+    const struct {
+        const char* arguments;
+        int code;
+        const char* words;
+    } cases[] = {
+        {"stats lot.csv --target 23 --target-percent 50 --exit-code", 0, "MET"},
+        {"stats lot.csv --target 23 --target-percent 60 --exit-code", 3, "NOT MET"},
+        {"stats lot.csv --target 23 --target-percent 60 --below --exit-code", 0, "or below 23"},
+        {"stats lot.csv --target 1e300", 2, "--target"},
+        {"stats lot.csv --levels 10", 2, "--levels"},
+        {"stats lot.csv --value Nothing", 2, "Nothing"},
+        {"stats folder.csv", 2, "folder.csv"},
+        {"stats lot.csv --output folder.csv", 2, "directory"},
+        {"coverage lot.csv --area folder.csv", 2, "folder.csv"},
+        {"coverage lot.csv --area missing.geojson", 2, "missing.geojson"},
+        {"coverage lot.csv --area area.csv --target-passes -1", 2, "--target-passes"},
+        {"coverage lot.csv --area area.csv --target-passes 1e3", 2, "--target-passes"},
+        {"coverage lot.csv --area area.csv --target-passes 2 --exit-code", 3, "NOT MET"},
+        {"fit lot.csv --x x --y CMV --degree 10", 2, "--degree"},
+        {"fit lot.csv --x x --y CMV --degree -1", 2, "--degree"},
+        {"fit lot.csv --x x --y CMV --degree 1.5", 2, "--degree"},
+        {"fit lot.csv --x CMV --y CMV --degree 9", 1, "analysis failed"},
+        {"curve lot.csv", 1, "analysis failed"},
+        {"curve lot.csv --min-points -1 --max-pass -1", 2, "--max-pass"},
+        {"select lot.csv --circle 1,1,-1", 2, "--circle"},
+        {"select lot.csv --circle 1,1,1e300", 0, "60"},
+        {"select far.csv --circle 1,1,2", 0, "2 "},
+        {"spots lot.csv area.csv --radius -1", 2, "--radius"},
+        {"semivariogram lot.csv --nlag 0", 2, "--nlag"},
+        {"grid lot.csv --cell -1", 2, "--cell"},
+        {"generate x --passes 1e9", 2, "--passes"},
+        {"generate /dev/full/x", 2, "/dev/full"},
+        {"stats", 2, "FILE"},
+        {"", 2, "a command is wanted"}};
+    for (const auto& [arguments, code, words] : cases) {
+        SCOPED_TRACE(arguments);
+        const outcome result = run(arguments);
+        EXPECT_EQ(result.code, code);
+        EXPECT_TRUE(result.says(words));
+        // No number of three hundred digits.
+        EXPECT_EQ((result.out + result.err).find(std::string(40, '0')), std::string::npos);
+        const outcome document = run(std::string(arguments) + " --json");
+        EXPECT_EQ(document.code, code);
+        EXPECT_TRUE(nlohmann::json::accept(document.out)) << document.out;
+    }
+    for (const char* const asked : {"stats lot.csv", "stats lot.csv --output -", "stats --help",
+                                    "fit lot.csv --x x --y y --json", "stats missing.csv --json"})
+        EXPECT_EQ(std::system(("cd '" + folder.string() + "' && '" QMX_IC_PROGRAM "' " + asked +
+                               " > /dev/full 2> err.txt")
+                                  .c_str()),
+                  2 << 8)
+            << asked;
+}
+
 TEST_F(Ending, MisspeltNamesGetASuggestion) {
     write("lot.csv", "x,y,CMV\n1,1,5\n2,2,6\n3,3,7\n");
     expect_refused(

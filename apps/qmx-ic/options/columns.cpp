@@ -5,6 +5,7 @@
 #include "options/commands.hpp"
 #include "options/road.hpp"
 #include "study/document/columns_document.hpp"
+#include "study/output/answer_tables.hpp"
 #include "text/columns_text.hpp"
 #include "text/progress_line.hpp"
 
@@ -16,14 +17,18 @@ namespace {
 
 struct columns_options {
     reading_options reading;
-    bool as_json = false;
+    output_options output;
 };
 
 void run(const columns_options& options) {
+    check(options.output, {options.reading.file});
     progress shown(progress_line());
     const columns_question question;
     loaded_lot lot = load(options.reading, needs_of(question), shown);
-    show(analyse(question, lot, shown), options.as_json, columns_text);
+    columns_answer answer = analyse(question, lot, shown);
+    answer.output = options.output.output;
+    if (!answer.output.empty()) write_table(answer.output, answer);
+    show(answer, options.output.as_json, columns_text);
 }
 
 } // namespace
@@ -33,7 +38,7 @@ void add_columns_command(CLI::App& program) {
     CLI::App* const command = program.add_subcommand(
         "columns", "What is recognised in a file, and which rows would be dropped");
     add_reading_options(*command, options->reading);
-    add_json_option(*command, options->as_json);
+    add_output_options(*command, options->output, "the columns");
     command->callback([options] { run(*options); });
 }
 

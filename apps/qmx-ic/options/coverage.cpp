@@ -6,6 +6,7 @@
 #include "options/road.hpp"
 #include "study/analyses/wrong_option.hpp"
 #include "study/document/coverage_document.hpp"
+#include "study/output/answer_tables.hpp"
 #include "text/coverage_text.hpp"
 #include "text/progress_line.hpp"
 
@@ -22,8 +23,8 @@ struct coverage_options {
     std::string bins;
     std::string area, area_layer;
     std::string exclude, exclude_layer;
+    output_options output;
     bool exit_code = false;
-    bool as_json = false;
 };
 
 coverage_question question_of(const coverage_options& options) {
@@ -40,11 +41,14 @@ coverage_question question_of(const coverage_options& options) {
 }
 
 void run(const coverage_options& options) {
+    check(options.output, {options.reading.file, options.area, options.exclude});
     const coverage_question question = question_of(options);
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(question), shown);
-    const coverage_answer answer = analyse(question, lot);
-    show(answer, options.as_json, coverage_text);
+    coverage_answer answer = analyse(question, lot);
+    if (!answer.failure.has_failed()) answer.output = options.output.output;
+    if (!answer.output.empty()) write_table(answer.output, answer);
+    show(answer, options.output.as_json, coverage_text);
     if (options.exit_code && !answer.target.is_met()) throw target_not_met();
 }
 
@@ -102,7 +106,7 @@ void add_coverage_command(CLI::App& program) {
         ->group(analysis);
     command->add_flag("--exit-code", options->exit_code, "End with 3 when the target is missed")
         ->group("Output");
-    add_json_option(*command, options->as_json);
+    add_output_options(*command, options->output, "the table of the bins");
     command->callback([options] { run(*options); });
 }
 

@@ -18,20 +18,20 @@ namespace {
 struct curve_options {
     reading_options reading;
     curve_question question;
-    std::string output;
-    bool as_json = false;
+    output_options output;
 };
 
 void run(const curve_options& options) {
     check(options.question);
+    check(options.output, {options.reading.file});
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(options.question), shown);
     curve_answer answer = analyse(options.question, lot);
-    if (answer.has_curve()) answer.output = options.output;
+    if (answer.has_curve()) answer.output = options.output.output;
     if (!answer.output.empty())
-        write_curve(answer.output, answer.reading.file, "pass", answer.reading.value.name,
-                    answer.curve.x, answer.curve.y);
-    show(answer, options.as_json, curve_text);
+        write_curve(answer.output, "pass", answer.reading.value.name, answer.curve.x,
+                    answer.curve.y);
+    show(answer, options.output.as_json, curve_text);
 }
 
 } // namespace
@@ -57,9 +57,7 @@ void add_curve_command(CLI::App& program) {
                      "Highest pass number that the data may hold (that of the data)")
         ->check(CLI::Range(0, most_passes))
         ->group(group);
-    command->add_option("--output", options->output, "Write the 100 points of the curve to a CSV")
-        ->group("Output");
-    add_json_option(*command, options->as_json);
+    add_output_options(*command, options->output, "the 100 points of the curve");
     command->callback([options] { run(*options); });
 }
 

@@ -18,20 +18,20 @@ namespace {
 struct fit_options {
     reading_options reading;
     fit_question question;
-    std::string output;
-    bool as_json = false;
+    output_options output;
 };
 
 void run(const fit_options& options) {
     check(options.question);
+    check(options.output, {options.reading.file});
     progress shown(progress_line());
     loaded_lot lot = load_pairs(options.reading, shown);
     fit_answer answer = analyse(options.question, lot);
-    if (answer.has_curve()) answer.output = options.output;
+    if (answer.has_curve()) answer.output = options.output.output;
     if (!answer.output.empty())
-        write_curve(answer.output, answer.reading.file, answer.reading.x.name,
-                    answer.reading.y.name, answer.x, answer.y);
-    show(answer, options.as_json, fit_text);
+        write_curve(answer.output, answer.reading.x.name, answer.reading.y.name, answer.x,
+                    answer.y);
+    show(answer, options.output.as_json, fit_text);
 }
 
 } // namespace
@@ -53,9 +53,7 @@ void add_fit_command(CLI::App& program) {
         ->add_flag("--centre", options->question.centre,
                    "Subtract the middle of the abscissas before the fit, which keeps digits")
         ->group(group);
-    command->add_option("--output", options->output, "Write the 100 points of the curve to a CSV")
-        ->group("Output");
-    add_json_option(*command, options->as_json);
+    add_output_options(*command, options->output, "the 100 points of the curve");
     command->callback([options] { run(*options); });
 }
 

@@ -61,12 +61,14 @@ std::vector<std::string> options_of(const CLI::App& command) {
 } // namespace
 
 void set_up(CLI::App& program) {
-    program.footer("Exit codes: 0 done, 1 the analysis failed, 2 wrong usage or unreadable input,\n"
-                   "3 the target is missed (where --exit-code asks for it).\n"
-                   "qmx-ic COMMAND --help tells the options of a command.");
+    program.footer("Exit codes: 0 done, 1 the analysis failed or gives no verdict, 2 wrong usage,\n"
+                   "unreadable input or unwritable output, 3 the target is missed (where "
+                   "--exit-code asks for it).\n"
+                   "qmx-ic COMMAND --help tells the options of a command.\n");
     add_columns_command(program);
     add_stats_command(program);
     add_select_command(program);
+    add_grid_command(program);
     add_coverage_command(program);
     add_semivariogram_command(program);
     add_curve_command(program);

@@ -72,10 +72,6 @@ void add_reading_options(CLI::App& command, reading_options& options) {
         ->group(group);
 }
 
-void add_json_option(CLI::App& command, bool& as_json) {
-    command.add_flag("--json", as_json, "Print JSON")->group("Output");
-}
-
 void end_failed(const analysis_failure& failure) {
     if (!failure.has_failed()) return;
     const std::string explanation = wrapped(failure.explanation, 2);

@@ -10,7 +10,6 @@
 #include "options/road.hpp"
 #include "study/analyses/wrong_option.hpp"
 #include "study/base/number_text.hpp"
-#include "study/base/output_file.hpp"
 #include "study/document/select_document.hpp"
 #include "study/output/row_writer.hpp"
 #include "text/progress_line.hpp"
@@ -27,8 +26,7 @@ struct select_options {
     std::string circle;
     std::string polygons;
     std::string polygon_layer;
-    std::string output;
-    bool as_json = false;
+    output_options output;
 };
 
 circle_shape read_circle(const std::string& text) {
@@ -63,15 +61,23 @@ select_question question_of(const select_options& options) {
     return question;
 }
 
+// As they stand in the file: positions that were projected are written in degrees.
+position_columns positions_of(const lot& points) {
+    return {points.x.index, points.y.index, points.is_projected ? wgs84() : points.system,
+            points.x.unit};
+}
+
 void run(const select_options& options) {
     const select_question question = question_of(options);
-    refuse_inputs_as_output({options.reading.file, options.polygons}, options.output);
+    check(options.output, {options.reading.file, options.polygons});
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(question, options.reading), shown);
     select_answer answer = analyse(question, lot);
-    answer.output = options.output;
-    if (!answer.output.empty()) write_rows(*lot.table.source, answer.records, answer.output, shown);
-    show(answer, options.as_json, select_text);
+    answer.output = options.output.output;
+    if (!answer.output.empty())
+        write_rows(*lot.table.source, answer.records, positions_of(lot.data),
+                   lot.table.survey.style, answer.output, shown);
+    show(answer, options.output.as_json, select_text);
 }
 
 } // namespace
@@ -96,10 +102,7 @@ void add_select_command(CLI::App& program) {
         ->group(group);
     command->add_option("--polygon-layer", options->polygon_layer, "Layer of a file with several")
         ->group(group);
-    command
-        ->add_option("--output", options->output, "Write the selected rows, all columns, to a CSV")
-        ->group("Output");
-    add_json_option(*command, options->as_json);
+    add_output_options(*command, options->output, "the selected rows, all columns,");
     command->callback([options] { run(*options); });
 }
 

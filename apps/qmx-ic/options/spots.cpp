@@ -6,6 +6,7 @@
 #include "options/commands.hpp"
 #include "options/road.hpp"
 #include "study/document/spots_document.hpp"
+#include "study/output/answer_tables.hpp"
 #include "text/progress_line.hpp"
 #include "text/spots_text.hpp"
 
@@ -18,14 +19,18 @@ namespace {
 struct spots_options {
     reading_options reading, tests;
     spots_question question;
-    bool as_json = false;
+    output_options output;
 };
 
 void run(const spots_options& options) {
     check(options.question);
+    check(options.output, {options.reading.file, options.tests.file});
     progress shown(progress_line());
     spot_tables tables = load_spots(options.reading, options.tests, shown);
-    show(analyse(options.question, tables), options.as_json, spots_text);
+    spots_answer answer = analyse(options.question, tables);
+    if (!answer.failure.has_failed()) answer.output = options.output.output;
+    if (!answer.output.empty()) write_table(answer.output, answer);
+    show(answer, options.output.as_json, spots_text);
 }
 
 } // namespace
@@ -73,7 +78,7 @@ void add_spots_command(CLI::App& program) {
         ->add_option("--min-r", options->question.least_correlation, "Warn of a correlation below")
         ->capture_default_str()
         ->group(analysis);
-    add_json_option(*command, options->as_json);
+    add_output_options(*command, options->output, "the tests with what was found round them");
     command->callback([options] { run(*options); });
 }
 

@@ -6,6 +6,7 @@
 #include "options/road.hpp"
 #include "study/analyses/wrong_option.hpp"
 #include "study/document/stats_document.hpp"
+#include "study/output/answer_tables.hpp"
 #include "text/progress_line.hpp"
 #include "text/stats_text.hpp"
 
@@ -18,18 +19,21 @@ namespace {
 struct stats_options {
     reading_options reading;
     stats_question question;
+    output_options output;
     bool exit_code = false;
-    bool as_json = false;
 };
 
 void run(const stats_options& options) {
     check(options.question);
     if (options.exit_code && !options.question.target)
         throw wrong_option("--exit-code", " needs --target");
+    check(options.output, {options.reading.file});
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(options.question), shown);
-    const stats_answer answer = analyse(options.question, lot);
-    show(answer, options.as_json, stats_text);
+    stats_answer answer = analyse(options.question, lot);
+    answer.output = options.output.output;
+    if (!answer.output.empty()) write_table(answer.output, answer);
+    show(answer, options.output.as_json, stats_text);
     if (options.exit_code && !answer.target->is_met()) throw target_not_met();
 }
 
@@ -79,7 +83,7 @@ void add_stats_command(CLI::App& program) {
         ->add_flag("--exit-code", options->exit_code,
                    "End with 3 when the target is missed, by the counted share")
         ->group("Output");
-    add_json_option(*command, options->as_json);
+    add_output_options(*command, options->output, "statistics, quantiles and histogram");
     command->callback([options] { run(*options); });
 }
 

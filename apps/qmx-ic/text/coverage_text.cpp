@@ -22,6 +22,7 @@ int decimals_of(double largest) {
 }
 
 std::string area_text(double area, int decimals) {
+    if (!(std::fabs(area) < 1e15)) return number_text(area);
     const std::string text = fmt::format("{:.{}f}", std::fabs(area), decimals);
     const std::size_t point = text.find('.');
     const std::string fraction = point == std::string::npos ? "" : text.substr(point);
@@ -87,7 +88,9 @@ std::string bins_text(const coverage_answer& answer) {
         const double metres = area * answer.square_metres;
         table.add({name, points, area_text(area, area_decimals),
                    is_converted ? area_text(metres, decimals_of(answer.covered_area)) : "",
-                   fmt::format("{:.{}f}", percent, percent_decimals), drawn});
+                   std::fabs(percent) < 1e6 ? fmt::format("{:.{}f}", percent, percent_decimals)
+                                            : number_text(percent),
+                   drawn});
     };
     table.add({"passes", "points", with_unit("area", answer.area_unit),
                is_converted ? "area m²" : "", "% of area", ""});

@@ -29,7 +29,8 @@ const char* words_for(left_out reason) {
 }
 
 std::string percent_text(double value) {
-    return std::isnan(value) ? "-" : fmt::format("{:+.2f}", value);
+    if (std::isnan(value)) return "-";
+    return std::fabs(value) < 1e6 ? fmt::format("{:+.2f}", value) : fmt::format("{:+.6g}", value);
 }
 
 std::string passes_text(const curve_answer& answer) {

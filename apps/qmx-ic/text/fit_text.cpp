@@ -31,7 +31,7 @@ std::string curve_part(const fit_answer& answer) {
     const plotted line{{answer.x.begin(), answer.x.end()}, {answer.y.begin(), answer.y.end()}};
     return "\nCurve\n" + curve.text() + "\n" + chart_text(data, line, pair.x.name, pair.y.name) +
            (answer.output.empty()
-                ? fmt::format("\n{} of {} points; --output writes all to a CSV\n",
+                ? fmt::format("\n{} of {} points; --output writes all to a file\n",
                               (curve_points + printed_step - 1) / printed_step, curve_points)
                 : fmt::format("\n{} points of the curve written to {}\n", curve_points,
                               answer.output));

@@ -1,0 +1,175 @@
+#include "study/output/vector_output.hpp"
+
+#include <cmath>
+#include <limits>
+
+#include <cpl_error.h>
+#include <cpl_string.h>
+#include <cpl_vsi.h>
+#include <fmt/format.h>
+#include <ogrsf_frmts.h>
+
+#include "study/base/errors.hpp"
+#include "study/base/number_text.hpp"
+#include "study/table/ogr_reference.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+const char* driver_of(vector_format format) {
+    switch (format) {
+    case vector_format::gpkg: return "GPKG";
+    case vector_format::geojson: return "GeoJSON";
+    case vector_format::parquet: return "Parquet";
+    }
+    return "";
+}
+
+const char* ending_of(vector_format format) {
+    switch (format) {
+    case vector_format::gpkg: return ".gpkg";
+    case vector_format::geojson: return ".geojson";
+    case vector_format::parquet: return ".parquet";
+    }
+    return "";
+}
+
+[[noreturn]] void refuse(const std::string& output) {
+    throw usage_error(fmt::format("--output {}: {}", output, CPLGetLastErrorMsg()),
+                      error_place{"--output", output, 0, {}});
+}
+
+std::string stem_of(const std::string& output) {
+    std::string name = output.substr(output.find_last_of("/\\") + 1);
+    name.resize(std::min(name.size(), name.rfind('.')));
+    return name;
+}
+
+// A name that no column has.
+std::string free_name(const table_layout& layout, std::string name) {
+    for (std::size_t i = 0; i < layout.columns.size(); ++i)
+        if (same_text(layout.columns[i].name, name)) {
+            name += "_";
+            i = static_cast<std::size_t>(-1); // from the start again
+        }
+    return name;
+}
+
+OGRFieldType type_of(table_type type) {
+    if (type == table_type::text) return OFTString;
+    return type == table_type::integer ? OFTInteger64 : OFTReal;
+}
+
+} // namespace
+
+struct vector_output::state {
+    table_layout layout;
+    std::string output, file; // the latter in memory
+    GDALDatasetUniquePtr dataset;
+    OGRLayer* layer = nullptr;
+    OGRFeatureUniquePtr feature;
+    std::vector<int> fields; // of each column, -1 where it is only a position
+    double x = std::numeric_limits<double>::quiet_NaN(), y = x;
+
+    void make_layer(vector_format format) {
+        OGRSpatialReference system;
+        if (layout.system) {
+            system = layout.system->known().system;
+        } else {
+            system.SetLocalCS("Undefined Cartesian SRS"); // a plane, in no known place
+            if (layout.length_unit == "m") system.SetLinearUnits("metre", 1);
+            if (layout.length_unit == "ft") system.SetLinearUnits("foot", 0.3048);
+            if (layout.length_unit == "US survey ft")
+                system.SetLinearUnits("US survey foot", 1200.0 / 3937);
+        }
+        CPLStringList options;
+        if (format == vector_format::gpkg) {
+            options.SetNameValue("FID", free_name(layout, "fid").c_str());
+            options.SetNameValue("GEOMETRY_NAME", free_name(layout, "geom").c_str());
+        }
+        layer = dataset->CreateLayer(stem_of(output).c_str(), layout.x >= 0 ? &system : nullptr,
+                                     layout.x >= 0 ? wkbPoint : wkbNone, options.List());
+        if (!layer) refuse(output);
+        for (std::size_t i = 0; i < layout.columns.size(); ++i) {
+            const auto number = static_cast<int>(i);
+            const bool is_position = number == layout.x || number == layout.y;
+            fields.push_back(-1);
+            if (is_position && !layout.keeps_positions) continue;
+            OGRFieldDefn field(layout.columns[i].name.c_str(), type_of(layout.columns[i].type));
+            if (layer->CreateField(&field) != OGRERR_NONE) refuse(output);
+            fields.back() = layer->GetLayerDefn()->GetFieldCount() - 1;
+        }
+        feature.reset(new OGRFeature(layer->GetLayerDefn()));
+    }
+};
+
+void check_can_write(vector_format format, const std::string& output) {
+    prepare_gdal();
+    if (GetGDALDriverManager()->GetDriverByName(driver_of(format))) return;
+    throw usage_error(fmt::format("--output {}: the installed GDAL cannot write {}; take another "
+                                  "ending, such as .gpkg or .csv",
+                                  output, driver_of(format)),
+                      error_place{"--output", output, 0, {}});
+}
+
+vector_output::vector_output(vector_format format, const table_layout& layout,
+                             const std::string& output)
+    : now(std::make_unique<state>()) {
+    now->layout = layout;
+    now->output = output;
+    static int number = 0; // of the files in memory
+    now->file = fmt::format("/vsimem/qmx-ic-{}/{}{}", ++number, stem_of(output), ending_of(format));
+    CPLErrorReset();
+    GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName(driver_of(format));
+    now->dataset.reset(driver->Create(now->file.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    if (!now->dataset) refuse(output);
+    now->make_layer(format);
+    now->dataset->StartTransaction(); // where there is such a thing
+}
+
+vector_output::~vector_output() {
+    now->feature.reset();
+    now->dataset.reset();
+    VSIUnlink(now->file.c_str());
+}
+
+void vector_output::text(std::size_t column, std::string_view value) {
+    if (const int field = now->fields[column]; field >= 0)
+        now->feature->SetField(field, std::string(value).c_str());
+}
+
+void vector_output::integer(std::size_t column, std::int64_t value) {
+    if (const int field = now->fields[column]; field >= 0)
+        now->feature->SetField(field, static_cast<GIntBig>(value));
+}
+
+void vector_output::real(std::size_t column, double value) {
+    if (static_cast<int>(column) == now->layout.x) now->x = value;
+    if (static_cast<int>(column) == now->layout.y) now->y = value;
+    if (const int field = now->fields[column]; field >= 0) now->feature->SetField(field, value);
+}
+
+void vector_output::end_row() {
+    if (!std::isnan(now->x) && !std::isnan(now->y)) {
+        const OGRPoint point(now->x, now->y);
+        now->feature->SetGeometry(&point);
+    }
+    if (now->layer->CreateFeature(now->feature.get()) != OGRERR_NONE) refuse(now->output);
+    now->feature.reset(new OGRFeature(now->layer->GetLayerDefn()));
+    now->x = now->y = std::numeric_limits<double>::quiet_NaN();
+}
+
+void vector_output::write_to(byte_output& bytes) {
+    CPLErrorReset();
+    now->dataset->CommitTransaction();
+    now->feature.reset();
+    now->dataset.reset();
+    if (CPLGetLastErrorType() >= CE_Failure) refuse(now->output);
+    vsi_l_offset size = 0;
+    const GByte* const contents = VSIGetMemFileBuffer(now->file.c_str(), &size, FALSE);
+    if (!contents) refuse(now->output);
+    bytes.write({reinterpret_cast<const char*>(contents), static_cast<std::size_t>(size)});
+}
+
+} // namespace qmx_study
