@@ -116,7 +116,7 @@ void remove_unfinished_files_when_interrupted() {
 #endif
 }
 
-void refuse_inputs_as_output(std::initializer_list<std::string> inputs, const std::string& output) {
+void refuse_inputs_as_output(const std::vector<std::string>& inputs, const std::string& output) {
     for (const std::string& input : inputs) {
         std::error_code unknown;
         if (std::filesystem::equivalent(input, output, unknown))

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstdio>
-#include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qmx_study {
 
@@ -32,7 +32,7 @@ private:
 void remove_unfinished_files_when_interrupted();
 
 // Throws usage_error when the output is one of the inputs.
-void refuse_inputs_as_output(std::initializer_list<std::string> inputs, const std::string& output);
+void refuse_inputs_as_output(const std::vector<std::string>& inputs, const std::string& output);
 
 // Writes a whole file. Throws usage_error.
 void write_output(const std::string& output, std::string_view text);

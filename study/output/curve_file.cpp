@@ -17,10 +17,11 @@ std::string quoted(const std::string& name) {
 
 } // namespace
 
-void write_curve(const std::string& output, const std::string& input, const std::string& x_name,
-                 const std::string& y_name, const std::array<double, curve_points>& x,
+void write_curve(const std::string& output, const std::vector<std::string>& inputs,
+                 const std::string& x_name, const std::string& y_name,
+                 const std::array<double, curve_points>& x,
                  const std::array<double, curve_points>& y) {
-    refuse_inputs_as_output({input}, output);
+    refuse_inputs_as_output(inputs, output);
     std::string text = quoted(x_name) + "," + quoted(y_name) + "\n";
     for (std::size_t i = 0; i < x.size(); ++i) text += fmt::format("{},{}\n", x[i], y[i]);
     write_output(output, text);

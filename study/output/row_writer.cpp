@@ -66,8 +66,8 @@ private:
 
 void write_rows(table_source& source, const std::vector<std::int64_t>& records,
                 const std::string& output, progress& shown) {
-    refuse_inputs_as_output({source.file}, output);
-    text_writer writer(output, source.is_delimited ? source.lines.separator : ',');
+    refuse_inputs_as_output(source.files(), output);
+    text_writer writer(output, source.separator());
     const bool has_points = source.has_geometry() && !source.is_delimited;
     if (has_points) {
         writer.field("x");

@@ -127,7 +127,11 @@ bool text_records::next_line(std::string_view& line) {
 bool text_records::next() {
     if (!fault_text.empty()) return false;
     do {
-        if (!next_line(text)) return false;
+        if (!next_line(text)) {
+            buffer = {}; // many files of one lot may be open at a time
+            rest = {};
+            return false;
+        }
     } while (text.empty() || is_comment(text));
     first_line = lines;
     has_quotes = holds(text, '"');

@@ -23,7 +23,7 @@ void run(const columns_options& options) {
     progress shown(progress_line());
     const columns_question question;
     loaded_lot lot = load(options.reading, needs_of(question), shown);
-    show(analyse(question, lot, shown), options.as_json, columns_text);
+    show(analyse(question, options.reading, lot, shown), options.as_json, columns_text);
 }
 
 } // namespace

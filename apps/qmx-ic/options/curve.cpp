@@ -29,7 +29,7 @@ void run(const curve_options& options) {
     curve_answer answer = analyse(options.question, lot);
     if (answer.has_curve()) answer.output = options.output;
     if (!answer.output.empty())
-        write_curve(answer.output, answer.reading.file, "pass", answer.reading.value.name,
+        write_curve(answer.output, options.reading.files(), "pass", answer.reading.value.name,
                     answer.curve.x, answer.curve.y);
     show(answer, options.as_json, curve_text);
 }

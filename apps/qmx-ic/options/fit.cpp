@@ -29,7 +29,7 @@ void run(const fit_options& options) {
     fit_answer answer = analyse(options.question, lot);
     if (answer.has_curve()) answer.output = options.output;
     if (!answer.output.empty())
-        write_curve(answer.output, answer.reading.file, answer.reading.x.name,
+        write_curve(answer.output, options.reading.files(), answer.reading.x.name,
                     answer.reading.y.name, answer.x, answer.y);
     show(answer, options.as_json, fit_text);
 }

@@ -65,7 +65,8 @@ select_question question_of(const select_options& options) {
 
 void run(const select_options& options) {
     const select_question question = question_of(options);
-    refuse_inputs_as_output({options.reading.file, options.polygons}, options.output);
+    refuse_inputs_as_output(options.reading.files(), options.output);
+    refuse_inputs_as_output({options.polygons}, options.output);
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(question, options.reading), shown);
     select_answer answer = analyse(question, lot);
