@@ -31,6 +31,7 @@ struct columns_answer {
 };
 
 reading_needs needs_of(const columns_question& question);
-columns_answer analyse(const columns_question& question, loaded_lot& lot, progress& shown);
+columns_answer analyse(const columns_question& question, const reading_options& options,
+                       loaded_lot& lot, progress& shown);
 
 } // namespace qmx_study

@@ -187,6 +187,7 @@ loaded_lot load_pairs(const reading_options& options, progress& shown) {
     needs.position = need::required;
     needs.value = need::unused;
     needs.pass = need::unused;
+    needs.are_pairs = true;
     loaded_lot lot = read_table(std::move(table), options, needs, shown);
     if (lot.data.is_geographic)
         throw usage_error(fmt::format("{}: {} and {} are taken as degrees of longitude and "

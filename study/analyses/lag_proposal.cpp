@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "study/lot/bulk.hpp"
+
 namespace qmx_study {
 
 namespace {
@@ -19,7 +21,6 @@ struct place {
 struct span {
     double least = 0, greatest = 0;
     double length() const { return greatest - least; }
-    double middle() const { return least + length() / 2; }
 };
 
 span whole_span(const std::vector<double>& coordinates) {
@@ -102,9 +103,10 @@ point_layout layout_of(const std::vector<t_icdata>& points) {
     const span north = whole_span(y);
     point_layout layout;
     layout.points = points.size();
-    layout.middle_x = east.middle();
-    layout.middle_y = north.middle();
-    layout.reach = std::max(east.length(), north.length()) / 2;
+    const bulk all = bulk_of(points);
+    layout.middle_x = all.middle_x();
+    layout.middle_y = all.middle_y();
+    layout.reach = std::max(all.right - all.left, all.top - all.bottom) / 2;
     layout.whole_diagonal = std::hypot(east.length(), north.length());
     const span inner_east = inner_span(x);
     const span inner_north = inner_span(y);

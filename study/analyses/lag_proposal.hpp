@@ -13,8 +13,8 @@ inline constexpr int most_lags = 98; // that the library takes
 // Lengths in the unit of the positions.
 struct point_layout {
     std::size_t points = 0;
-    double middle_x = 0, middle_y = 0; // of the extent
-    double reach = 0;                  // greatest distance from the middle along an axis
+    double middle_x = 0, middle_y = 0; // of the extent of the bulk, without points far astray
+    double reach = 0;                  // greatest distance of the bulk from it along an axis
     double diagonal = 0;               // of the extent of all points but stray ones
     double whole_diagonal = 0;         // of all points
     double spacing = 0; // from a point to its nearest other place, as a rule; 0 with one place

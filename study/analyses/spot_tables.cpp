@@ -37,11 +37,15 @@ template <class Reading> auto reading_tests(Reading read) {
 // --project is for the table in degrees; the other one may be planar.
 void share_projection(reading_options& options, const opened_table& points,
                       reading_options& test_options, const opened_table& tests) {
-    const auto in_degrees = [](const opened_table& table, const reading_options& named) {
-        return choose_columns(*table.source, table.survey, named, needs_of_tables()).is_geographic;
+    const auto in_degrees = [](const opened_table& table, const reading_options& named,
+                               bool are_tests) {
+        reading_needs needs = needs_of_tables();
+        needs.are_spot_tests = are_tests;
+        return choose_columns(*table.source, table.survey, named, needs).is_geographic;
     };
-    const bool points_in_degrees = in_degrees(points, options);
-    const bool tests_in_degrees = reading_tests([&] { return in_degrees(tests, test_options); });
+    const bool points_in_degrees = in_degrees(points, options, false);
+    const bool tests_in_degrees =
+        reading_tests([&] { return in_degrees(tests, test_options, true); });
     // Tests in degrees beside IC data in degrees follow these to their plane.
     if (tests_in_degrees && !points_in_degrees) std::swap(options.project, test_options.project);
 }

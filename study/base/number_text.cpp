@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <iterator>
 #include <limits>
 
 namespace qmx_study {
@@ -53,21 +55,43 @@ std::size_t number_at_start(std::string_view text, char decimal, double& value) 
 
 // Sorted by their lower-case letters. "l" and "o" are none: next to digits they are typing errors.
 constexpr std::string_view units[] = {
-    "%",      "1/min",  "a",      "bar",   "bu/ac", "cm",    "daN",   "dB",    "deg",   "degC",
-    "degF",   "ft",     "ft/min", "ft/s",  "g",     "g/cm3", "g/cm³", "GPa",   "h",     "hPa",
-    "Hz",     "in",     "in.",    "J",     "K",     "kg",    "kg/ha", "kg/m2", "kg/m3", "kg/m²",
-    "kg/m³",  "kg/s",   "kHz",    "kJ",    "km",    "km/h",  "kmh",   "kN",    "kN/m",  "kN/m2",
-    "kN/m3",  "kN/m²",  "kN/m³",  "knots", "kPa",   "kph",   "ksi",   "kW",    "l/h",   "lb",
-    "lb/ft3", "lb/ft³", "lb/s",   "lbf",   "lbs",   "m",     "m/min", "m/s",   "m/s2",  "m/s²",
-    "m2",     "m3",     "m²",     "m³",    "mi/h",  "min",   "mm",    "mm/s",  "MN/m",  "MN/m2",
-    "MN/m3",  "MN/m²",  "MN/m³",  "MPa",   "mph",   "ms",    "N",     "N/mm",  "N/mm2", "N/mm²",
-    "Nm",     "pcf",    "psf",    "psi",   "rad",   "rpm",   "s",     "sec",   "t",     "t/ha",
-    "t/m3",   "t/m³",   "V",      "vpm",   "yd",    "°",     "°C",    "°F"};
+    "%",      "1/min",  "a",      "bar",   "bu/ac", "cm",    "daN",   "dB",      "deg",   "degC",
+    "degF",   "ft",     "ft/min", "ft/s",  "g",     "g/cm3", "g/cm³", "GPa",     "h",     "hPa",
+    "Hz",     "in",     "in.",    "J",     "K",     "kg",    "kg/ha", "kg/m2",   "kg/m3", "kg/m²",
+    "kg/m³",  "kg/s",   "kHz",    "kJ",    "km",    "km/h",  "kmh",   "kN",      "kN/m",  "kN/m2",
+    "kN/m3",  "kN/m²",  "kN/m³",  "knots", "kPa",   "kph",   "ksi",   "kW",      "l/h",   "lb",
+    "lb/ft3", "lb/ft³", "lb/s",   "lbf",   "lbs",   "m",     "m/min", "m/s",     "m/s2",  "m/s²",
+    "m2",     "m3",     "m²",     "m³",    "mi/h",  "min",   "mm",    "mm/blow", "mm/s",  "MN/m",
+    "MN/m2",  "MN/m3",  "MN/m²",  "MN/m³", "MPa",   "mph",   "ms",    "N",       "N/mm",  "N/mm2",
+    "N/mm²",  "Nm",     "pcf",    "psf",   "psi",   "rad",   "rpm",   "s",       "sec",   "t",
+    "t/ha",   "t/m3",   "t/m³",   "V",     "vpm",   "yd",    "°",     "°C",      "°F"};
+
+// Where the units with a first byte begin and end, since this is asked for each value of a column.
+struct unit_index {
+    std::array<std::uint8_t, 257> first{};
+
+    constexpr unit_index() {
+        std::size_t at = 0;
+        for (std::size_t byte = 0; byte < 256; ++byte) {
+            first[byte] = static_cast<std::uint8_t>(at);
+            while (at < std::size(units) && first_byte(units[at]) == byte) ++at;
+        }
+        first[256] = static_cast<std::uint8_t>(at);
+    }
+    static constexpr std::size_t first_byte(std::string_view text) {
+        const char c = text.front();
+        return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    }
+};
+constexpr unit_index index_of_units;
+static_assert(index_of_units.first[256] == std::size(units)); // sorted, so that each is found
 
 } // namespace
 
 bool is_known_unit(std::string_view text) {
-    return std::any_of(std::begin(units), std::end(units),
+    if (text.empty()) return false;
+    const std::size_t byte = unit_index::first_byte(text);
+    return std::any_of(units + index_of_units.first[byte], units + index_of_units.first[byte + 1],
                        [&](std::string_view unit) { return same_text(unit, text); });
 }
 

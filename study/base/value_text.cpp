@@ -34,6 +34,17 @@ std::string count_text(std::int64_t count) {
     return digits;
 }
 
+std::string example_text(std::string_view text) {
+    constexpr std::size_t longest = 60;
+    std::string example(text.substr(0, text.find_first_of("\r\n")));
+    if (example.size() > longest) {
+        std::size_t end = longest;
+        while (end > 0 && (static_cast<unsigned char>(example[end]) & 0xC0) == 0x80) --end;
+        example.resize(end);
+    }
+    return example.size() < text.size() ? example + "…" : example;
+}
+
 std::string unit_suffix(std::string_view unit) {
     return unit.empty() ? std::string() : fmt::format(" [{}]", unit);
 }

@@ -20,6 +20,7 @@ void add_reading(json& document, const reading_account& reading) {
             {{"reason", reason.rows.reason},
              {"text", reason.rows.text},
              {"count", reason.rows.count},
+             {"first_file", reason.first_file},
              {reading.is_delimited ? "first_line" : "first_record", reason.first_line},
              {"column", text_or_null(reason.rows.column)},
              {"value", text_or_null(reason.rows.value)}});
@@ -28,7 +29,16 @@ void add_reading(json& document, const reading_account& reading) {
         stripped.push_back({{"column", text.column},
                             {text.is_unit ? "unit" : "label", text.text},
                             {"count", text.count}});
+    json files = json::array();
+    for (const file_account& file : reading.files)
+        files.push_back({{"file", file.file},
+                         {"rows_read", file.read},
+                         {"rows_used", file.used},
+                         {"rows_dropped", file.dropped},
+                         {"rows_left_out_by_filter", file.filtered},
+                         {"rows_left_out_otherwise", file.left_out()}});
     document["input"] = {{"file", reading.file},
+                         {"files", files},
                          {"format", reading.format},
                          {"decimal_mark", std::string(1, reading.decimal)},
                          {"coordinate_system", text_or_null(reading.system)},

@@ -11,8 +11,11 @@ struct cell_summary {
     std::int64_t cells = 0;        // distinct positions
     std::int64_t shared_cells = 0; // with more than one record
     std::int64_t most_records = 0; // in one cell
-    // A few repeated positions come from stops; from one cell in a hundred on, passes were kept.
-    bool is_all_passes() const { return shared_cells > 0 && 100 * shared_cells >= cells; }
+    // A few repeated positions come from stops; from one cell in a hundred on, passes were kept. A
+    // single place is no layer: a receiver without a fix gives one position for all.
+    bool is_all_passes() const {
+        return cells > 1 && shared_cells > 0 && 100 * shared_cells >= cells;
+    }
 };
 
 // Records whose positions agree to a thousandth of the unit lie in one cell. Points without a position

@@ -14,6 +14,12 @@ namespace {
 used_column use(const table_source& source, const row_survey& survey, int index, std::string why) {
     const auto at = static_cast<std::size_t>(index);
     used_column column{index, source.unique_name(index), {}, std::move(why)};
+    if (const std::string& other = survey.columns[at].other_unit; !other.empty())
+        throw usage_error(fmt::format("{}: the column {} is in {} in one file and in {} in "
+                                      "another; bring the files to one unit",
+                                      source.file, column.name, survey.columns[at].accepted_unit,
+                                      other),
+                          {{}, source.file, 0, column.name});
     column.unit = heading_unit(source.columns[at]);
     if (column.unit.empty()) column.unit = survey.columns[at].unit;
     return column;
@@ -30,23 +36,43 @@ used_column use_named(const table_source& source, const row_survey& survey, cons
     return use(source, survey, index, std::string("named by ") + option);
 }
 
-std::vector<used_column> columns_of_role(const table_source& source, const row_survey& survey,
-                                         column_role role) {
+bool is_in_every_file(const table_source& source, int column) {
+    for (std::size_t k = 0; k < source.part_count(); ++k)
+        if (source.own_column(k, column) < 0) return false;
+    return true;
+}
+
+// The columns that a rule gives a rank (-1: none of them), the smallest rank first. Of several files,
+// those that all of them have, where there are such.
+template <class Rank>
+std::vector<used_column> columns_by_rank(const table_source& source, const row_survey& survey,
+                                         Rank rank_of) {
     struct ranked {
         int rank;
         int index;
     };
     std::vector<ranked> found;
-    for (std::size_t i = 0; i < source.columns.size(); ++i) {
-        const column_meaning meaning = meaning_of_name(source.columns[i].name);
-        if (meaning.role == role) found.push_back({meaning.rank, static_cast<int>(i)});
-    }
+    for (std::size_t i = 0; i < source.columns.size(); ++i)
+        if (const int rank = rank_of(source.columns[i].name); rank >= 0)
+            found.push_back({rank, static_cast<int>(i)});
+    const auto is_partial = [&](const ranked& column) {
+        return !is_in_every_file(source, column.index);
+    };
+    if (!std::all_of(found.begin(), found.end(), is_partial)) std::erase_if(found, is_partial);
     std::stable_sort(found.begin(), found.end(),
                      [](const ranked& a, const ranked& b) { return a.rank < b.rank; });
     std::vector<used_column> columns;
     for (const ranked& column : found)
         columns.push_back(use(source, survey, column.index, "found by its name"));
     return columns;
+}
+
+std::vector<used_column> columns_of_role(const table_source& source, const row_survey& survey,
+                                         column_role role) {
+    return columns_by_rank(source, survey, [&](const std::string& name) {
+        const column_meaning meaning = meaning_of_name(name);
+        return meaning.role == role ? meaning.rank : -1;
+    });
 }
 
 void choose_positions(column_choice& choice, const table_source& source, const row_survey& survey,
@@ -112,13 +138,28 @@ std::string head_taken(const table_source& source) {
     if (!source.is_delimited) return {};
     const std::string names = source.column_list();
     return fmt::format("\n  line {} was taken as its head: {}{}\n  name another with --header-line",
-                       source.lines.head_line, names.substr(0, 100), names.size() > 100 ? "…" : "");
+                       source.part(0).lines.head_line, names.substr(0, 100),
+                       names.size() > 100 ? "…" : "");
 }
 
 } // namespace
 
-column_choice choose_columns(const table_source& source, const row_survey& survey,
-                             const reading_options& options, const reading_needs& needs) {
+namespace {
+
+// A column that one file lacks would make its rows a part of the answer and no part of it.
+void refuse_partial(const table_source& source, const used_column& column, const char* option) {
+    if (column.index < 0 || is_in_every_file(source, column.index)) return;
+    std::string with, without;
+    for (std::size_t k = 0; k < source.part_count(); ++k)
+        (source.own_column(k, column.index) < 0 ? without : with) = source.part(k).file;
+    throw usage_error(fmt::format("{}: it has no column {}, which {} has; name a column that all "
+                                  "files have with {}",
+                                  without, column.name, with, option),
+                      {option, without, 0, column.name});
+}
+
+column_choice choose(const table_source& source, const row_survey& survey,
+                     const reading_options& options, const reading_needs& needs) {
     column_choice choice;
     if (needs.position != need::unused) choose_positions(choice, source, survey, options);
     if (needs.position == need::required && !choice.x.found())
@@ -151,7 +192,9 @@ column_choice choose_columns(const table_source& source, const row_survey& surve
                 {"--pass", source.file, 0, {}});
         choice.values = {choice.pass};
     } else {
-        choice.values = columns_of_role(source, survey, column_role::measured);
+        if (needs.are_spot_tests) choice.values = columns_by_rank(source, survey, spot_rank);
+        if (choice.values.empty())
+            choice.values = columns_of_role(source, survey, column_role::measured);
         const std::vector<used_column> others = other_numbers(source, survey, choice);
         if (choice.values.empty() && others.size() == 1) choice.values = others;
         if (choice.values.empty() && needs.value == need::required)
@@ -162,6 +205,18 @@ column_choice choose_columns(const table_source& source, const row_survey& surve
                     source.file, names_of(others), others.empty() ? head_taken(source) : ""),
                 {"--value", source.file, 0, {}});
     }
+    return choice;
+}
+
+} // namespace
+
+column_choice choose_columns(const table_source& source, const row_survey& survey,
+                             const reading_options& options, const reading_needs& needs) {
+    const column_choice choice = choose(source, survey, options, needs);
+    refuse_partial(source, choice.x, "--x");
+    refuse_partial(source, choice.y, "--y");
+    if (needs.pass != need::unused) refuse_partial(source, choice.pass, "--pass");
+    for (const used_column& value : choice.values) refuse_partial(source, value, "--value");
     return choice;
 }
 

@@ -29,7 +29,22 @@ constexpr unit_suffix unit_suffixes[] = {{"us_survey_ft", "US survey ft"},
                                          {"kph", "km/h"},
                                          {"m_s", "m/s"},
                                          {"mph", "mph"},
+                                         {"mm_per_blow", "mm/blow"},
+                                         {"mm_blow", "mm/blow"},
                                          {"mn_m2", "MN/m2"},
+                                         {"mn_m²", "MN/m²"},
+                                         {"mn_m3", "MN/m3"},
+                                         {"mn_m³", "MN/m³"},
+                                         {"kn_m2", "kN/m2"},
+                                         {"kn_m3", "kN/m3"},
+                                         {"kn_m³", "kN/m³"},
+                                         {"kg_m³", "kg/m³"},
+                                         {"g_cm3", "g/cm3"},
+                                         {"g_cm³", "g/cm³"},
+                                         {"t_m3", "t/m3"},
+                                         {"t_m³", "t/m³"},
+                                         {"lb_ft3", "lb/ft3"},
+                                         {"n_mm2", "N/mm2"},
                                          {"mn_m", "MN/m"},
                                          {"kn_m", "kN/m"},
                                          {"t_ha", "t/ha"},
@@ -38,6 +53,8 @@ constexpr unit_suffix unit_suffixes[] = {{"us_survey_ft", "US survey ft"},
                                          {"kpa", "kPa"},
                                          {"pct", "%"},
                                          {"percent", "%"},
+                                         {"%", "%"},
+                                         {"pcf", "pcf"},
                                          {"hz", "Hz"},
                                          {"mm", "mm"},
                                          {"cm", "cm"},
@@ -70,6 +87,41 @@ constexpr std::string_view measured[] = {
     "cmv", "icmv",  "ccv",       "hmv",           "evib1",   "evib2", "evib",
     "kb",  "ks",    "stiffness", "modulus",       "mdp",     "rmv",   "dmv",
     "omv", "value", "val",       "measuredvalue", "measure", "yield", "density"};
+
+// Values of spot tests: moduli of plate tests, the light weight deflectometer's and others, bearing and
+// penetration, then density and moisture.
+constexpr std::string_view spot_values[] = {"evd",
+                                            "ev2",
+                                            "ev1",
+                                            "elwd",
+                                            "lwd",
+                                            "lwdmodulus",
+                                            "dynamicmodulus",
+                                            "fwd",
+                                            "efwd",
+                                            "plt",
+                                            "plateload",
+                                            "modulus",
+                                            "stiffness",
+                                            "k",
+                                            "kvalue",
+                                            "ks",
+                                            "cbr",
+                                            "dcp",
+                                            "dcpi",
+                                            "dpi",
+                                            "compaction",
+                                            "compactiondegree",
+                                            "degreeofcompaction",
+                                            "relativecompaction",
+                                            "dpr",
+                                            "proctor",
+                                            "drydensity",
+                                            "density",
+                                            "wetdensity",
+                                            "moisture",
+                                            "moisturecontent",
+                                            "watercontent"};
 
 template <std::size_t N> int position(const std::string_view (&list)[N], std::string_view key) {
     const auto* const found = std::find(std::begin(list), std::end(list), key);
@@ -130,6 +182,16 @@ column_meaning meaning_of_key(std::string_view key) {
 
 } // namespace
 
+int spot_rank(std::string_view name) {
+    name = trimmed(name);
+    std::string unit;
+    cut_bracketed_unit(name, unit);
+    std::string words = words_joined(name);
+    if (const int rank = position(spot_values, without_separators(words)); rank >= 0) return rank;
+    cut_suffix_unit(words, unit);
+    return position(spot_values, without_separators(words));
+}
+
 column_meaning meaning_of_name(std::string_view name) {
     name = trimmed(name);
     std::string unit;
@@ -149,13 +211,25 @@ std::string heading_unit(const source_column& column) {
     return unit.empty() ? column.unit : unit;
 }
 
-std::string measured_value_order() {
-    std::string order;
-    for (const std::string_view name : measured) {
-        if (!order.empty()) order += ", ";
-        order += name;
+namespace {
+
+template <std::size_t N> std::string listed(const std::string_view (&names)[N]) {
+    std::string list;
+    for (const std::string_view name : names) {
+        if (!list.empty()) list += ", ";
+        list += name;
     }
-    return order;
+    return list;
+}
+
+} // namespace
+
+std::string measured_value_order() {
+    return listed(measured);
+}
+
+std::string spot_value_order() {
+    return listed(spot_values);
 }
 
 } // namespace qmx_study

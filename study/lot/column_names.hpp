@@ -20,10 +20,15 @@ struct column_meaning {
 // underscores and hyphens do not count, nor does a leading "Last".
 column_meaning meaning_of_name(std::string_view name);
 
+// The place of a name among those of the values of spot tests, -1 for another name. Written like the
+// others: "EVD [MN/m²]", dry_density_t_m3.
+int spot_rank(std::string_view name);
+
 // The unit that stands over a column: in its name, or in a line of units.
 std::string heading_unit(const source_column& column);
 
 // The order in which measured values are taken, for messages and help.
 std::string measured_value_order();
+std::string spot_value_order();
 
 } // namespace qmx_study

@@ -5,23 +5,13 @@
 
 #include <fmt/format.h>
 
+#include "study/base/value_text.hpp"
+
 namespace qmx_study {
 
 namespace {
 
 constexpr double none = std::numeric_limits<double>::quiet_NaN();
-
-// An example for a message: one line of it, and not a whole page.
-std::string shortened(std::string_view text) {
-    constexpr std::size_t longest = 60;
-    std::string example(text.substr(0, text.find_first_of("\r\n")));
-    if (example.size() > longest) {
-        std::size_t end = longest;
-        while (end > 0 && (static_cast<unsigned char>(example[end]) & 0xC0) == 0x80) --end;
-        example.resize(end);
-    }
-    return example.size() < text.size() ? example + "…" : example;
-}
 
 } // namespace
 
@@ -45,7 +35,7 @@ double field_reader::read(const table_source& row, drop_counter& drops) {
     const text_value field = survey.read(row, column.index);
     const auto drop = [&](const char* reason, const char* text) {
         drops.add(key, reason, column.name, text, row.record(), column.name,
-                  shortened(trimmed(row.text(column.index))));
+                  example_text(trimmed(row.text(column.index))));
         return none;
     };
     switch (field.kind) {

@@ -1,5 +1,6 @@
 #include "study/lot/load.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace qmx_study {
@@ -7,7 +8,7 @@ namespace qmx_study {
 opened_table open_table(const reading_options& options, progress& shown) {
     opened_table table;
     table.source = std::make_unique<table_source>(
-        options.file, options.layer, shown, text_layout{options.header_line, options.comment});
+        options.files(), options.layer, shown, text_layout{options.header_line, options.comment});
     table.survey = survey_rows(*table.source, missing_texts_of(options), decimal_of(options));
     return table;
 }
@@ -40,8 +41,9 @@ reading_account account_of(const loaded_lot& lot) {
     account.is_projected = lot.data.is_projected;
     account.candidates = lot.data.candidates;
     for (const dropped_rows& rows : lot.data.dropped)
-        account.dropped.push_back(
-            {rows, source.line_of(rows.first_record), source.place(rows.first_record)});
+        account.dropped.push_back({rows, source.part(source.part_of(rows.first_record)).file,
+                                   source.line_of(rows.first_record),
+                                   source.place(rows.first_record)});
     account.stripped = lot.data.stripped;
     account.rows_read = lot.data.rows_read;
     account.rows_used = static_cast<std::int64_t>(lot.data.points.size());
@@ -51,6 +53,12 @@ reading_account account_of(const loaded_lot& lot) {
     account.earlier_passes = lot.earlier_passes;
     account.left_without_position = lot.left_without_position;
     account.notes = lot.data.notes;
+    auto point = lot.data.records.begin();
+    for (const file_rows& rows : lot.data.files) {
+        const auto end = std::upper_bound(point, lot.data.records.end(), rows.last);
+        account.files.push_back({rows.file, rows.read, end - point, rows.dropped, rows.filtered});
+        point = end;
+    }
     return account;
 }
 

@@ -39,13 +39,22 @@ loaded_lot load(const reading_options& options, const reading_needs& needs, prog
 // Rows dropped for one reason, with the place of the first one.
 struct dropped_account {
     dropped_rows rows;
+    std::string first_file;
     std::int64_t first_line = 0; // of a text; of other formats the record
     std::string first_place;     // "line 52", "record 51"
+};
+
+// What became of the rows of one of the files.
+struct file_account {
+    std::string file;
+    std::int64_t read = 0, used = 0, dropped = 0, filtered = 0;
+    std::int64_t left_out() const { return read - used - dropped - filtered; } // earlier passes
 };
 
 // What was read from a file and what was not: the head of every answer.
 struct reading_account {
     std::string file, format;
+    std::vector<file_account> files;
     std::size_t columns = 0; // of the file
     bool is_delimited = false;
     char decimal = '.';

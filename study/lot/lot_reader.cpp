@@ -7,9 +7,11 @@
 #include <fmt/format.h>
 
 #include "study/base/errors.hpp"
+#include "study/base/value_text.hpp"
 #include "study/lot/column_choice.hpp"
 #include "study/lot/field_reader.hpp"
-#include "study/lot/row_filter.hpp"
+#include "study/lot/lot_positions.hpp"
+#include "study/lot/row_screen.hpp"
 
 namespace qmx_study {
 
@@ -23,13 +25,18 @@ public:
     lot_builder(table_source& from, const row_survey& learned, const reading_options& chosen,
                 const reading_needs& wanted, progress& on_terminal)
         : source(from), survey(learned), options(chosen), needs(wanted), shown(on_terminal),
-          filter(options.where, source, survey),
+          screen(source, survey, options.where),
           choice(choose_columns(source, survey, options, needs)), x(choice.x, "x", survey),
           y(choice.y, "y", survey), pass(choice.pass, "pass", survey) {
         for (const used_column& column : choice.values)
             values.push_back({field_reader(column, "value", survey), {}, {}, 0});
-        result.decimal = survey.style.decimal;
-        result.notes = source.lines.notes;
+        result.decimal = survey.files.front().style.decimal;
+        for (std::size_t k = 0; k < source.part_count(); ++k)
+            for (const std::string& note : source.part(k).lines.notes)
+                result.notes.push_back(source.part_count() == 1
+                                           ? note
+                                           : fmt::format("{}: {}", source.part(k).file, note));
+        note_joined_columns();
         reads_pass = choice.pass.found() && needs.pass != need::unused && !needs.value_is_pass;
     }
 
@@ -38,7 +45,6 @@ public:
             result.points.reserve(static_cast<std::size_t>(source.rows));
             result.records.reserve(static_cast<std::size_t>(source.rows));
         }
-        odd = source.lines.odd.begin();
         source.rewind_for(columns_asked_for(), choice.from_geometry);
         while (source.next()) {
             if (source.record() % rows_between_notes == 0)
@@ -46,12 +52,13 @@ public:
                            static_cast<double>(source.record()), static_cast<double>(source.rows));
             take_row();
         }
-        result.rows_read = source.record();
+        result.rows_read = source.record() + further_points;
         settle_value();
         settle_columns();
         result.dropped = std::move(drops.rows);
         std::stable_sort(result.dropped.begin(), result.dropped.end(),
                          [](const auto& a, const auto& b) { return a.count > b.count; });
+        settle_files();
         if (result.points.empty() && !needs.allow_empty) refuse_empty();
         if (result.points.size() > static_cast<std::size_t>(std::numeric_limits<int32_t>::max()))
             throw usage_error(
@@ -67,48 +74,30 @@ private:
     const reading_options& options;
     const reading_needs& needs;
     progress& shown;
-    row_filter filter;
+    row_screen screen;
     column_choice choice;
     field_reader x, y, pass;
     std::vector<value_column> values;
-    std::vector<odd_record>::const_iterator odd;
     drop_counter drops;
     lot result;
     bool reads_pass = false;
     std::int64_t further_points = 0; // of records with several
+    std::vector<std::int64_t> further_by_file, filtered_by_file;
 
     std::vector<int> columns_asked_for() const {
-        std::vector<int> columns = filter.columns();
+        std::vector<int> columns = screen.columns();
         for (const field_reader* reader : {&x, &y, &pass}) columns.push_back(reader->column.index);
         for (const value_column& column : values) columns.push_back(column.reader.column.index);
         return columns;
     }
 
-    bool has_sound_fields() {
-        if (!source.is_delimited) return true;
-        const std::int64_t record = source.record();
-        if (odd != source.lines.odd.end() && odd->record == record) {
-            const bool few = odd->fields < source.lines.head_fields;
-            drops.add("", few ? "too_few_fields" : "too_many_fields", "the line has ",
-                      few ? "too few fields" : "too many fields", record, {},
-                      fmt::format("{} fields, not {}", odd->fields, source.lines.head_fields));
-            ++odd;
-            return false;
-        }
-        const int count = static_cast<int>(source.columns.size());
-        int column = 0;
-        while (column < count && trimmed(source.text(column)).empty()) ++column;
-        if (column == count) {
-            drops.add("empty_row", "all fields are empty", record);
-            return false;
-        }
-        if (survey.is_out_of_place(source)) {
-            drops.add("fields_out_of_place",
-                      "the fields do not stand under their columns (one is lacking or too many)",
-                      record);
-            return false;
-        }
-        return true;
+    void note_joined_columns() {
+        if (source.part_count() == 1) return;
+        for (std::size_t k = 1; k < source.part_count(); ++k)
+            if (const char mark = survey.files[k].style.decimal; mark != result.decimal)
+                result.notes.push_back(
+                    fmt::format("{} is written with a decimal {}, unlike {}", source.part(k).file,
+                                mark == ',' ? "comma" : "point", source.part(0).file));
     }
 
     // A row that need not have a position loses it here without being dropped.
@@ -133,15 +122,25 @@ private:
             point.d_x = x.read(source, counter);
             if (!std::isnan(point.d_x)) point.d_y = y.read(source, counter);
         }
-        if (choice.is_geographic && (std::fabs(point.d_x) > 360 || std::fabs(point.d_y) > 90)) {
-            counter.add("", "position_not_degrees", "", "longitude or latitude is beyond its range",
-                        source.record(), choice.x.name,
-                        fmt::format("{}, {}", point.d_x, point.d_y));
-            point.d_x = point.d_y = none;
-        }
+        if (!is_sound_position(point, counter)) point.d_x = point.d_y = none;
         if (std::isfinite(point.d_x) && std::isfinite(point.d_y)) return true;
         point.d_x = point.d_y = none;
         return may_lack;
+    }
+
+    bool is_sound_position(const t_icdata& point, drop_counter& counter) const {
+        constexpr double beyond_the_earth = 1e12; // in any unit, down to millimetres
+        if (needs.are_pairs) return true;
+        const char* const reason =
+            choice.is_geographic ? "position_not_degrees" : "position_not_on_earth";
+        const char* const text = choice.is_geographic ? "longitude or latitude is beyond its range"
+                                                      : "the position is beyond any on earth";
+        const double most_x = choice.is_geographic ? 360 : beyond_the_earth;
+        const double most_y = choice.is_geographic ? 90 : beyond_the_earth;
+        if (!(std::fabs(point.d_x) > most_x || std::fabs(point.d_y) > most_y)) return true;
+        counter.add("", reason, "", text, source.record(), choice.x.name,
+                    fmt::format("{:.10g}, {:.10g}", point.d_x, point.d_y));
+        return false;
     }
 
     // The point of a record, or the first of several; null where it has none.
@@ -151,18 +150,35 @@ private:
         return is_several && !geometry->parts.empty() ? &geometry->parts.front() : geometry;
     }
 
-    // The further points of a record with several: they share its value and its pass.
+    // The further points of a record with several: they share its value and its pass, and count as
+    // rows of their own.
     void add_further_points(const t_icdata& first) {
         const shape* const geometry = choice.from_geometry ? source.geometry() : nullptr;
-        if (!geometry || geometry->name != "MULTIPOINT" || std::isnan(first.d_x)) return;
-        for (std::size_t i = 1; i < geometry->parts.size(); ++i) {
+        if (!geometry || geometry->name != "MULTIPOINT" || geometry->parts.size() < 2) return;
+        drop_counter unwanted;
+        drop_counter& counter = needs.position == need::taken ? unwanted : drops;
+        const std::vector<shape> parts(geometry->parts.begin() + 1, geometry->parts.end());
+        for (const shape& part : parts) {
             t_icdata point = first;
-            point.d_x = geometry->parts[i].x;
-            point.d_y = geometry->parts[i].y;
-            if (!std::isfinite(point.d_x) || !std::isfinite(point.d_y)) continue;
-            ++further_points;
+            point.d_x = part.x;
+            point.d_y = part.y;
+            count_further_point();
+            const bool is_missing =
+                part.is_empty || !std::isfinite(point.d_x) || !std::isfinite(point.d_y);
+            if (is_missing)
+                counter.add("position_missing", "the record has no point", source.record());
+            if (is_missing || !is_sound_position(point, counter)) {
+                point.d_x = point.d_y = none;
+                if (needs.position != need::taken) continue;
+            }
             add_point(point);
         }
+    }
+
+    void count_further_point() {
+        ++further_points;
+        further_by_file.resize(source.part_count());
+        ++further_by_file[source.part_index()];
     }
 
     void add_point(const t_icdata& point) {
@@ -186,16 +202,19 @@ private:
         }
         if (!std::isnan(number))
             counter.add("", "pass_not_whole", choice.pass.name, " is not a whole number",
-                        source.record(), choice.pass.name, trimmed(source.text(choice.pass.index)));
+                        source.record(), choice.pass.name,
+                        example_text(trimmed(source.text(choice.pass.index))));
         return may_lack;
     }
 
     void take_row() {
-        if (!has_sound_fields()) return;
-        if (!filter.passes(source)) {
+        const row_state state = screen.look(drops);
+        if (state == row_state::filtered) {
             ++result.rows_filtered;
-            return;
+            filtered_by_file.resize(source.part_count());
+            ++filtered_by_file[source.part_index()];
         }
+        if (state != row_state::taken) return;
         t_icdata point{};
         if (!read_position(point) || !read_pass(point)) return;
         point.d_val = none;
@@ -258,105 +277,32 @@ private:
         result.is_geographic = choice.is_geographic;
         for (const field_reader* reader : {&x, &y, &pass})
             if (reader->stripped.count > 0) result.stripped.push_back(reader->stripped);
-        if (result.has_positions())
-            result.without_position =
-                std::count_if(result.points.begin(), result.points.end(),
-                              [](const t_icdata& point) { return std::isnan(point.d_x); });
         if (further_points > 0)
             result.notes.push_back(
-                fmt::format("{} points are further ones of records with several; "
-                            "each counts with the value of its record",
+                fmt::format("{} points are further ones of records with several; each counts as a "
+                            "row with the value of its record",
                             further_points));
         if (choice.from_geometry) result.system = source.reference();
-        if (!options.crs.empty()) take_named_system();
-        if (!result.system && !result.is_geographic && look_like_degrees()) {
-            result.is_geographic = true;
-            result.x.unit = result.y.unit = "deg";
-            result.notes.push_back(
-                fmt::format("{} and {} lie within a fraction of a unit and the range of degrees: "
-                            "they are taken "
-                            "as longitude and latitude; name another system with --crs",
-                            result.x.name, result.y.name));
-        }
-        if (!result.system && result.is_geographic) result.system = wgs84();
-        if (!options.project.empty()) project();
+        if (needs.are_pairs) return;
+        settle_positions(result, source, options, needs, drops);
     }
 
-    void take_named_system() {
-        if (!result.has_positions())
-            throw usage_error(fmt::format("{}: --crs needs positions, and no columns of them were "
-                                          "recognised; name them with --x and --y",
-                                          source.file),
-                              {"--crs", source.file, 0, {}});
-        result.system = system_from_text(options.crs);
-        if (!result.system)
-            throw usage_error(
-                fmt::format("--crs \"{}\": no such coordinate system; give a code such "
-                            "as EPSG:26915",
-                            options.crs),
-                {"--crs", {}, 0, {}});
-        result.is_geographic = result.system->is_geographic();
-        const std::string unit = result.system->length_unit();
-        for (used_column* const column : {&result.x, &result.y})
-            if (column->unit.empty() || result.is_geographic) column->unit = unit;
-    }
-
-    // A lot that is some metres wide spans a few 1e-5 degrees, and no lot spans half a metre.
-    bool look_like_degrees() const {
-        constexpr double widest = 0.5;
-        constexpr std::ptrdiff_t fewest = 3;
-        double left = 1e9, right = -1e9, bottom = 1e9, top = -1e9;
-        std::ptrdiff_t count = 0;
-        for (const t_icdata& point : result.points) {
-            if (std::isnan(point.d_x)) continue;
-            ++count;
-            left = std::min(left, point.d_x);
-            right = std::max(right, point.d_x);
-            bottom = std::min(bottom, point.d_y);
-            top = std::max(top, point.d_y);
+    void settle_files() {
+        std::int64_t before = 0;
+        auto point = result.records.begin();
+        for (std::size_t k = 0; k < source.part_count(); ++k) {
+            file_rows rows;
+            rows.file = source.part(k).file;
+            rows.first = before + 1;
+            rows.last = before += source.part(k).record();
+            const auto end = std::upper_bound(point, result.records.end(), rows.last);
+            if (k < filtered_by_file.size()) rows.filtered = filtered_by_file[k];
+            rows.read = rows.last - rows.first + 1;
+            if (k < further_by_file.size()) rows.read += further_by_file[k];
+            rows.dropped = rows.read - rows.filtered - (end - point);
+            result.files.push_back(std::move(rows));
+            point = end;
         }
-        return count >= fewest && left >= -180 && right <= 180 && bottom >= -90 && top <= 90 &&
-               right - left < widest && top - bottom < widest && right > left && top > bottom;
-    }
-
-    void project() {
-        if (!result.has_positions())
-            throw usage_error(
-                fmt::format("{}: --project needs positions, and no columns of them were "
-                            "recognised; name them with --x and --y",
-                            source.file),
-                {"--project", source.file, 0, {}});
-        if (!result.system)
-            throw usage_error(
-                fmt::format("{}: --project is for longitudes and latitudes, but {} and "
-                            "{} are planar already",
-                            source.file, result.x.name, result.y.name),
-                {"--project", source.file, 0, {}});
-        std::vector<double> eastings(result.points.size());
-        std::vector<double> northings(result.points.size());
-        for (std::size_t i = 0; i < result.points.size(); ++i) {
-            eastings[i] = result.points[i].d_x;
-            northings[i] = result.points[i].d_y;
-        }
-        const coordinate_system plane =
-            planar_system(options.project, *result.system, eastings, northings);
-        transform(*result.system, *plane, eastings, northings);
-        for (std::size_t i = 0; i < result.points.size(); ++i) {
-            t_icdata& point = result.points[i];
-            if (!std::isnan(point.d_x) && std::isnan(eastings[i]))
-                throw usage_error(
-                    fmt::format(
-                        "{}, {}: the position {}, {} has no place in {}; choose another --project",
-                        source.file, source.place(result.records[i]), point.d_x, point.d_y,
-                        plane->name()),
-                    {"--project", source.file, source.line_of(result.records[i]), {}});
-            point.d_x = eastings[i];
-            point.d_y = northings[i];
-        }
-        result.system = plane;
-        result.is_geographic = false;
-        result.is_projected = true;
-        result.x.unit = result.y.unit = plane->length_unit();
     }
 
     [[noreturn]] void refuse_empty() {

@@ -28,8 +28,10 @@ struct reading_needs {
     need position = need::taken;
     need value = need::required;
     need pass = need::taken;
-    bool value_is_pass = false; // the value to analyse is the pass count
-    bool allow_empty = false;   // a lot without a point is an answer, not an error
+    bool value_is_pass = false;  // the value to analyse is the pass count
+    bool allow_empty = false;    // a lot without a point is an answer, not an error
+    bool are_pairs = false;      // x and y are any two quantities, no positions
+    bool are_spot_tests = false; // values are called as in a laboratory: EVD, EV2, DCP, CBR
 };
 
 struct used_column {
@@ -56,6 +58,13 @@ struct dropped_rows {
     std::string column, value; // of the first one
 };
 
+// What became of the rows of one file.
+struct file_rows {
+    std::string file;
+    std::int64_t first = 0, last = 0; // records of the lot, from 1
+    std::int64_t read = 0, dropped = 0, filtered = 0;
+};
+
 struct stripped_text {
     std::string column;
     std::string text; // the unit or label of the first value
@@ -73,8 +82,9 @@ struct lot {
     std::vector<value_candidate> candidates;
     std::vector<dropped_rows> dropped;
     std::vector<stripped_text> stripped;
-    std::int64_t rows_read = 0;
-    std::int64_t rows_filtered = 0;    // left out by --where
+    std::int64_t rows_read = 0;     // each point of a record with several counts as one
+    std::int64_t rows_filtered = 0; // left out by --where
+    std::vector<file_rows> files;
     std::int64_t without_position = 0; // points among them, where positions need not be there
     char decimal = '.';
     std::vector<std::string> notes; // what the user should know of the choices made

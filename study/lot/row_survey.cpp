@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <utility>
 
 #include "study/lot/column_names.hpp"
 
@@ -26,26 +27,6 @@ column_content content_of(text_kind kind) {
     return column_content::unknown;
 }
 
-// The mark that the numbers of the first rows are written with.
-char learn_decimal_mark(table_source& source) {
-    const number_style point{'.', {}};
-    const number_style comma{',', {}};
-    std::int64_t points = 0;
-    std::int64_t commas = 0;
-    source.rewind();
-    for (std::int64_t row = 0; row < surveyed_rows && source.next(); ++row)
-        for (int column = 0; column < static_cast<int>(source.columns.size()); ++column) {
-            const std::string_view text = source.text(column);
-            const auto counts = [&](char mark, const number_style& style) {
-                return text.find(mark) != std::string_view::npos &&
-                       content_of(read_text_value(text, style).kind) == column_content::numbers;
-            };
-            points += counts('.', point);
-            commas += counts(',', comma);
-        }
-    return commas > points ? ',' : '.';
-}
-
 // Whether a field can stand in a column. A missing field contradicts only a column that hardly ever
 // has one.
 bool contradicts(const text_value& field, const surveyed_column& column) {
@@ -65,9 +46,9 @@ bool may_contradict(std::string_view text, column_content content) {
     return numeric_start != (content == column_content::numbers);
 }
 
-} // namespace
-
-bool row_survey::is_out_of_place(const table_source& row) const {
+bool fields_are_moved(const table_file& row, const file_survey& survey) {
+    const std::vector<surveyed_column>& columns = survey.columns;
+    const number_style& style = survey.style;
     const std::size_t count = columns.size();
     bool suspicious = false;
     for (std::size_t j = 0; j < count && !suspicious; ++j) {
@@ -103,28 +84,10 @@ bool row_survey::is_out_of_place(const table_source& row) const {
     return best <= as_it_stands - 2;
 }
 
-namespace {
-
-// 1e38, 3.4028235e38 and the like: no quantity of this earth.
-constexpr double largest_value = 1e37;
-
 } // namespace
 
-text_value row_survey::read(const table_source& row, int column) const {
-    text_value field = row.value(column, style);
-    const surveyed_column& known = columns[static_cast<std::size_t>(column)];
-    const bool has_unit = field.kind == text_kind::unit_number;
-    if (has_unit && !same_text(field.extra, known.accepted_unit))
-        return {text_kind::not_a_number, std::numeric_limits<double>::quiet_NaN(), field.extra};
-    if (!has_unit && field.kind != text_kind::number) return field;
-    const bool is_beyond = known.has_usual_numbers && std::fabs(field.value) > largest_value;
-    const bool is_code = std::find(known.missing_codes.begin(), known.missing_codes.end(),
-                                   field.value) != known.missing_codes.end();
-    if (is_beyond || is_code)
-        return {text_kind::missing, std::numeric_limits<double>::quiet_NaN(),
-                row.columns[static_cast<std::size_t>(column)].is_text() ? trimmed(row.text(column))
-                                                                        : "code"};
-    return field;
+bool row_survey::is_out_of_place(const table_source& row) const {
+    return fields_are_moved(row.part(), files[row.part_index()]);
 }
 
 namespace {
@@ -136,11 +99,43 @@ bool is_usual_code(double value) {
            std::end(usual_codes);
 }
 
+// 1e38, 1.70141e38 and 3.4028235e38 are codes too: no quantity of this earth, and still 32-bit numbers.
+// What is larger than these is no code but a mistake, which is refused as such.
+bool is_huge_code(double value) {
+    constexpr double least = 9.9e37;
+    constexpr double largest = 3.40283e38; // a rounded 3.4028235e38
+    return std::fabs(value) >= least && std::fabs(value) <= largest;
+}
+
+} // namespace
+
+text_value row_survey::read(const table_source& row, int column) const {
+    constexpr double none = std::numeric_limits<double>::quiet_NaN();
+    const int own = row.own_column(row.part_index(), column);
+    if (own < 0) return {text_kind::missing, none, {}};
+    const file_survey& file = files[row.part_index()];
+    const text_value field = row.part().value(own, file.style);
+    const surveyed_column& known = file.columns[static_cast<std::size_t>(own)];
+    const bool has_unit = field.kind == text_kind::unit_number;
+    if (has_unit && !same_text(field.extra, known.accepted_unit))
+        return {text_kind::not_a_number, none, field.extra};
+    if (!has_unit && field.kind != text_kind::number) return field;
+    const bool is_code = std::find(known.missing_codes.begin(), known.missing_codes.end(),
+                                   field.value) != known.missing_codes.end();
+    if (is_code || (known.has_usual_numbers && is_huge_code(field.value)))
+        return {text_kind::missing, none,
+                row.columns[static_cast<std::size_t>(column)].is_text() ? trimmed(row.text(column))
+                                                                        : "code"};
+    return field;
+}
+
+namespace {
+
 // The numbers of one column, as far as the survey goes.
 class column_range {
 public:
     void add(double value) {
-        if (is_usual_code(value) || std::fabs(value) > largest_value) return;
+        if (is_usual_code(value) || is_huge_code(value)) return;
         lowest = std::min(lowest, value);
         highest = std::max(highest, value);
     }
@@ -194,35 +189,118 @@ struct column_tally {
     }
 };
 
+// What the first rows of one file show.
+class file_surveyor {
+public:
+    explicit file_surveyor(const table_file& from) : file(from), tallies(file.columns.size()) {
+        found.columns.resize(file.columns.size());
+    }
+
+    // The mark that the numbers are written with.
+    void count_marks() {
+        const number_style point{'.', {}};
+        const number_style comma{',', {}};
+        for (std::size_t j = 0; j < file.columns.size(); ++j) {
+            const std::string_view text = file.text(static_cast<int>(j));
+            const auto counts = [&](char mark, const number_style& style) {
+                return text.find(mark) != std::string_view::npos &&
+                       content_of(read_text_value(text, style).kind) == column_content::numbers;
+            };
+            points += counts('.', point);
+            commas += counts(',', comma);
+        }
+    }
+    char mark() const { return commas > points ? ',' : '.'; }
+
+    void take_row() {
+        const auto& odd = file.lines.odd;
+        if (next_odd < odd.size() && odd[next_odd].record == file.record()) {
+            ++next_odd;
+            return;
+        }
+        for (std::size_t j = 0; j < tallies.size(); ++j) {
+            const text_value field = file.value(static_cast<int>(j), found.style);
+            tallies[j].add(field);
+            found.columns[j].missing += field.kind == text_kind::missing;
+            found.columns[j].filled += field.kind != text_kind::missing;
+        }
+    }
+
+    file_survey settled() {
+        for (std::size_t j = 0; j < tallies.size(); ++j)
+            tallies[j].settle(found.columns[j], file.columns[j]);
+        return std::move(found);
+    }
+
+    file_survey found;
+
+private:
+    const table_file& file;
+    std::vector<column_tally> tallies;
+    std::size_t next_odd = 0;
+    std::int64_t points = 0, commas = 0;
+};
+
+// Calls visit(surveyor) at each of the first rows of each file.
+template <class Visit>
+void for_first_rows(table_source& source, std::vector<file_surveyor>& surveyors, Visit visit) {
+    source.rewind();
+    std::vector<std::int64_t> seen(source.part_count());
+    for (bool more = source.next(); more;) {
+        const std::size_t part = source.part_index();
+        visit(surveyors[part]);
+        if (++seen[part] == surveyed_rows && !source.skip_to_next_part()) break;
+        more = source.next();
+    }
+}
+
+bool is_other_unit(const std::string& one, const std::string& other) {
+    return !one.empty() && !other.empty() && !same_text(one, other);
+}
+
+// Columns of several files taken together.
+void join(row_survey& survey, const table_source& source) {
+    survey.columns.resize(source.columns.size());
+    for (std::size_t j = 0; j < survey.columns.size(); ++j) {
+        surveyed_column& joined = survey.columns[j];
+        bool is_first = true;
+        for (std::size_t k = 0; k < survey.files.size(); ++k) {
+            const int own = source.own_column(k, static_cast<int>(j));
+            if (own < 0) continue;
+            const surveyed_column& each = survey.files[k].columns[static_cast<std::size_t>(own)];
+            if (std::exchange(is_first, false)) {
+                joined = each;
+                continue;
+            }
+            joined.filled += each.filled;
+            joined.missing += each.missing;
+            if (joined.content == column_content::unknown) joined.content = each.content;
+            if (each.content != column_content::unknown && each.content != joined.content)
+                joined.content = column_content::text;
+            if (is_other_unit(joined.accepted_unit, each.accepted_unit))
+                joined.other_unit = each.accepted_unit;
+            if (joined.unit.empty()) joined.unit = each.unit;
+            if (joined.accepted_unit.empty()) joined.accepted_unit = each.accepted_unit;
+        }
+    }
+}
+
 } // namespace
 
 row_survey survey_rows(table_source& source, const std::vector<std::string>& missing,
                        char decimal) {
+    std::vector<file_surveyor> surveyors;
+    for (std::size_t k = 0; k < source.part_count(); ++k) surveyors.emplace_back(source.part(k));
+    if (decimal == '\0' && source.is_delimited)
+        for_first_rows(source, surveyors, [](file_surveyor& file) { file.count_marks(); });
+    for (file_surveyor& file : surveyors) {
+        name_missing(file.found.style, missing);
+        file.found.style.decimal = decimal != '\0' ? decimal : file.mark();
+    }
+    for_first_rows(source, surveyors, [](file_surveyor& file) { file.take_row(); });
     row_survey survey;
-    name_missing(survey.style, missing);
-    if (decimal != '\0') {
-        survey.style.decimal = decimal;
-    } else {
-        survey.style.decimal = source.is_delimited ? learn_decimal_mark(source) : '.';
-    }
-    const std::size_t count = source.columns.size();
-    survey.columns.resize(count);
-    std::vector<column_tally> tallies(count);
-    source.rewind();
-    auto odd = source.lines.odd.begin();
-    for (; survey.rows < surveyed_rows && source.next(); ++survey.rows) {
-        if (odd != source.lines.odd.end() && odd->record == source.record()) {
-            ++odd;
-            continue;
-        }
-        for (std::size_t j = 0; j < count; ++j) {
-            const text_value field = source.value(static_cast<int>(j), survey.style);
-            tallies[j].add(field);
-            survey.columns[j].missing += field.kind == text_kind::missing;
-            survey.columns[j].filled += field.kind != text_kind::missing;
-        }
-    }
-    for (std::size_t j = 0; j < count; ++j) tallies[j].settle(survey.columns[j], source.columns[j]);
+    for (file_surveyor& file : surveyors) survey.files.push_back(file.settled());
+    join(survey, source);
     source.rewind();
     return survey;
 }

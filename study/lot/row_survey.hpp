@@ -22,15 +22,21 @@ struct surveyed_column {
     std::int64_t missing = 0;
     std::string unit;          // the unit inside most of the values, "" if there is none
     std::string accepted_unit; // that a value may carry: this unit, or else that of the heading
+    std::string other_unit;    // of the same column in a further file of the lot, where it differs
     // Numbers that stand for a missing value, as loggers write them, far from all other values.
     std::vector<double> missing_codes;
     bool has_usual_numbers = false; // so that 1e38 among them is such a code too
 };
 
-struct row_survey {
+// What one file was found to hold: its columns in its own order.
+struct file_survey {
     std::vector<surveyed_column> columns;
     number_style style;
-    std::int64_t rows = 0;
+};
+
+struct row_survey {
+    std::vector<file_survey> files;
+    std::vector<surveyed_column> columns; // of the lot, all files together
 
     // A field as the rules of its column have it: a number in another unit than the column's is no
     // number, and a code such as -9999 that the other values cannot reach is missing; `extra` then
@@ -40,9 +46,14 @@ struct row_survey {
     // True when the fields of this row fit the columns much better after moving those from some
     // field on by one column.
     bool is_out_of_place(const table_source& row) const;
+
+    const number_style& style(const table_source& row) const {
+        return files[row.part_index()].style;
+    }
 };
 
-// decimal: '.' or ',' to settle the decimal mark, '\0' to learn it. Leaves the source rewound.
+// decimal: '.' or ',' to settle the decimal mark, '\0' to learn it, file by file. Leaves the source
+// rewound.
 row_survey survey_rows(table_source& source, const std::vector<std::string>& missing, char decimal);
 
 } // namespace qmx_study

@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "study/base/number_text.hpp"
-#include "study/output/table_file.hpp"
+#include "study/output/table_writer.hpp"
 
 namespace qmx_study {
 
@@ -34,7 +34,7 @@ std::string value_name(const used_column& value) {
 } // namespace
 
 void write_table(const std::string& output, const columns_answer& answer) {
-    table_file file(output, plain({{"name", text},
+    table_writer file(output, plain({{"name", text},
                                    {"taken_as", text},
                                    {"content", text},
                                    {"numbers", integer},
@@ -56,7 +56,7 @@ void write_table(const std::string& output, const columns_answer& answer) {
 }
 
 void write_table(const std::string& output, const coverage_answer& answer) {
-    table_file file(output, plain({{"passes", text},
+    table_writer file(output, plain({{"passes", text},
                                    {"points", integer},
                                    {with_unit("area", answer.area_unit), real},
                                    {"percent_of_area", real}}));
@@ -83,7 +83,7 @@ void write_table(const std::string& output, const grid_answer& answer) {
     layout.y = 1;
     layout.system = answer.system;
     layout.length_unit = reading.x.unit;
-    table_file file(output, layout);
+    table_writer file(output, layout);
     for (const grid_entry& entry : answer.grid.entries) {
         const auto centre = [&](std::int32_t number) {
             constexpr double resolution = 1e6; // of the digits written, per unit
@@ -113,7 +113,7 @@ void write_table(const std::string& output, const spots_answer& answer) {
     layout.keeps_positions = true;
     layout.system = answer.system;
     layout.length_unit = answer.reading.x.unit;
-    table_file file(output, layout);
+    table_writer file(output, layout);
     for (const spot_row& spot : answer.spots) {
         file.text(spot.name).real(spot.test.d_x).real(spot.test.d_y);
         if (spot.test.i_passno < 0) {
@@ -131,13 +131,13 @@ void write_table(const std::string& output, const spots_answer& answer) {
 void write_table(const std::string& output, const stats_answer& answer) {
     const t_statsout& result = answer.result;
     const std::string unit = answer.value_unit();
-    table_file file(output, plain({{"part", text}, // statistic, quantile, class
+    table_writer file(output, plain({{"part", text}, // statistic, quantile, class
                                    {"name", text}, // of a class its upper limit or pass count
                                    {"value", real},
                                    {"unit", text},
                                    {"percent", real},
                                    {"cumulative_percent", real}}));
-    const auto row = [&](const char* part, const std::string& name) -> table_file& {
+    const auto row = [&](const char* part, const std::string& name) -> table_writer& {
         return file.text(part).text(name);
     };
     row("statistic", "count").real(static_cast<double>(result.i_numdata)).text("");

@@ -1,6 +1,6 @@
 #include "study/output/curve_file.hpp"
 
-#include "study/output/table_file.hpp"
+#include "study/output/table_writer.hpp"
 
 namespace qmx_study {
 
@@ -9,7 +9,7 @@ void write_curve(const std::string& output, const std::string& x_name, const std
                  const std::array<double, curve_points>& y) {
     table_layout layout;
     layout.columns = {{x_name, table_type::real}, {y_name, table_type::real}};
-    table_file file(output, layout);
+    table_writer file(output, layout);
     for (std::size_t i = 0; i < x.size(); ++i) file.real(x[i]).real(y[i]).end_row();
     file.close();
 }

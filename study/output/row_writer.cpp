@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "study/base/number_text.hpp"
-#include "study/output/table_file.hpp"
+#include "study/output/table_writer.hpp"
 
 namespace qmx_study {
 
@@ -52,7 +52,7 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
                 const std::string& output, progress& shown) {
     check_output_name(output);
     table_layout layout;
-    layout.separator = source.is_delimited ? source.lines.separator : ',';
+    layout.separator = source.separator();
     layout.system = positions.system;
     layout.length_unit = positions.length_unit;
     const bool has_points = source.has_geometry() && !source.is_delimited;
@@ -74,7 +74,7 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
         (layout.x < 0 || layout.y < 0 || !is_number(layout.x) || !is_number(layout.y)))
         layout.x = layout.y = -1;
 
-    table_file file(output, layout);
+    table_writer file(output, layout);
     for_each_record(source, records, "writing " + output, shown, [&] {
         if (has_points) {
             const shape* const geometry = source.geometry();

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "study/output/table_file.hpp"
+#include "study/output/table_writer.hpp"
 
 namespace qmx_study {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "study/output/table_file.hpp"
+#include "study/output/table_writer.hpp"
 
 namespace qmx_study {
 

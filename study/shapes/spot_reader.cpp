@@ -81,6 +81,7 @@ lot read_spot_tests(table_source& source, const row_survey& survey, const readin
                     const lot& points, progress& shown) {
     reading_needs needs;
     needs.position = need::required;
+    needs.are_spot_tests = true;
     lot tests = read_lot(source, survey, options, needs, shown);
     settle_passes(source, survey, tests);
     bring_to_plane(source, tests, points);

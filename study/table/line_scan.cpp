@@ -95,9 +95,11 @@ void refuse_failure(const text_records& records, const std::string& shown_name) 
         throw usage_error(
             fmt::format("{}, line {}: {}", shown_name, records.fault_line(), records.failure()),
             {{}, shown_name, records.fault_line(), {}});
-    throw usage_error(fmt::format("{}, after line {}: reading stopped: {}", shown_name,
-                                  records.lines, records.failure()),
-                      {{}, shown_name, records.lines, {}});
+    const std::string place =
+        records.lines > 0 ? fmt::format(", after line {}", records.lines) : std::string();
+    throw usage_error(
+        fmt::format("{}{}: reading stopped: {}", shown_name, place, records.failure()),
+        {{}, shown_name, records.lines, {}});
 }
 
 line_scan scan_lines(text_records& records, const text_layout& layout,

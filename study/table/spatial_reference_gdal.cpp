@@ -1,5 +1,6 @@
 #include "study/table/ogr_reference.hpp"
 
+#include <cpl_conv.h>
 #include <cpl_error.h>
 #include <gdal.h>
 
@@ -37,6 +38,8 @@ std::string spatial_reference::length_unit() const {
 void prepare_gdal() {
     static const bool is_ready = [] {
         CPLSetErrorHandler(CPLQuietErrorHandler);
+        // Reading a packed file would else leave FILE.gz.properties beside it.
+        CPLSetConfigOption("CPL_VSIL_GZIP_WRITE_PROPERTIES", "NO");
         GDALAllRegister();
         return true;
     }();

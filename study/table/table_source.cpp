@@ -1,10 +1,8 @@
 #include "study/table/table_source.hpp"
 
-#include <array>
+#include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <filesystem>
-#include <limits>
 
 #include <fmt/format.h>
 
@@ -16,157 +14,154 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view text_extensions[] = {".csv", ".tsv", ".txt", ".dat", ".asc", ".psv"};
-
-bool is_stream(const std::string& file) {
-    std::error_code unknown;
-    return file == "-" || fs::is_fifo(file, unknown) || fs::is_character_file(file, unknown);
+void refuse_repeated(const std::vector<std::string>& files) {
+    for (std::size_t i = 0; i < files.size(); ++i)
+        for (std::size_t j = 0; j < i; ++j) {
+            std::error_code unknown;
+            if (files[i] == files[j] || fs::equivalent(files[i], files[j], unknown))
+                throw usage_error(fmt::format("{}: this file is named twice; its rows would count "
+                                              "twice",
+                                              files[i]),
+                                  {{}, files[i], 0, {}});
+        }
 }
 
-bool is_delimited_name(const std::string& file) {
-    if (is_stream(file)) return true;
-    std::string lower = lower_case(file);
-    if (lower.starts_with("/vsi")) return false; // a place that only GDAL knows
-    if (lower.ends_with(".gz")) lower.resize(lower.size() - 3);
-    for (const std::string_view extension : text_extensions)
-        if (lower.ends_with(extension)) return true;
-    return false;
+std::string kind_of_positions(const table_file& file) {
+    if (file.is_delimited && !file.has_geometry()) return "a table of text";
+    if (!file.has_geometry()) return "a table without geometries";
+    return "in " + (file.reference() ? file.reference()->name() : "no named coordinate system");
+}
+
+// Positions of files that do not lie in one system would be mixed.
+void refuse_other_kind(const table_file& first, const table_file& further) {
+    const coordinate_system& ours = first.reference();
+    const coordinate_system& theirs = further.reference();
+    const bool is_alike = first.is_delimited == further.is_delimited &&
+                          first.has_geometry() == further.has_geometry() && !ours == !theirs &&
+                          (!ours || ours->is_same_as(*theirs));
+    if (is_alike) return;
+    throw usage_error(fmt::format("{} is {}, but {} is {}: files of one lot are of one kind and in "
+                                  "one coordinate system",
+                                  first.file, kind_of_positions(first), further.file,
+                                  kind_of_positions(further)),
+                      {{}, further.file, 0, {}});
+}
+
+std::size_t number_in(std::string_view text) {
+    std::size_t value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc{} && stop == text.data() + text.size() ? value : 0;
 }
 
 } // namespace
 
-table_source::table_source(const std::string& name, const std::string& layer, progress& shown,
-                           const text_layout& layout)
-    : file(name) {
-    std::error_code unknown;
-    if (!is_stream(file) && !fs::exists(file, unknown) && !file.starts_with("/vsi"))
-        throw usage_error(fmt::format("{}: there is no such file, or it may not be read", file),
-                          {{}, file, 0, {}});
-    if (fs::is_directory(file, unknown))
-        throw usage_error(fmt::format("{}: this is a folder; name a file in it", file),
-                          {{}, file, 0, {}});
-    is_delimited = is_delimited_name(file);
-    if (is_delimited) {
-        open_text(layout, shown);
+table_source::table_source(const std::vector<std::string>& named, const std::string& layer,
+                           progress& shown, const text_layout& layout) {
+    refuse_repeated(named);
+    rows = 0;
+    for (const std::string& name : named) {
+        joined_file& part = parts.emplace_back();
+        part.table = std::make_unique<table_file>(name, layer, shown, layout);
+        if (parts.size() > 1) refuse_other_kind(*parts.front().table, *part.table);
+        join_columns(part);
+        part.first = rows;
+        rows = rows < 0 || part.table->rows < 0 ? -1 : rows + part.table->rows;
+    }
+    for (joined_file& part : parts) part.own.resize(columns.size(), -1);
+    const table_file& first = *parts.front().table;
+    file = parts.size() == 1 ? first.file
+                             : fmt::format("{} and {} more", first.file, parts.size() - 1);
+    format = first.format;
+    is_delimited = first.is_delimited;
+    now = parts.front().table.get();
+}
+
+// Columns of the same name are one column of the lot: the second of a name goes to the second.
+void table_source::join_columns(joined_file& further) {
+    const std::vector<source_column>& theirs = further.table->columns;
+    if (parts.size() == 1) {
+        columns = theirs;
+        for (std::size_t i = 0; i < columns.size(); ++i) further.own.push_back(static_cast<int>(i));
         return;
     }
-    vector = std::make_unique<vector_table>(file, layer);
-    format = vector->format();
-    columns = vector->columns();
-    rows = vector->rows();
-    is_spatial = vector->has_geometry();
-    system = vector->system();
-}
-
-void table_source::open_text(const text_layout& layout, progress& shown) {
-    format = "CSV";
-    records = std::make_unique<text_records>(file);
-    if (!records->is_open())
-        throw usage_error(fmt::format("{}: the file cannot be opened", file), {{}, file, 0, {}});
-    lines = scan_lines(*records, layout, file, shown);
-    rows = lines.records;
-    name_columns_by_head();
-    refuse_missing_head();
-    rewind();
-}
-
-void table_source::name_columns_by_head() {
-    for (const std::string& name : lines.head) {
-        const std::size_t number_from_1 = columns.size() + 1;
-        std::string clean(trimmed(name));
-        if (clean.empty()) clean = fmt::format("field_{}", number_from_1);
-        if (shape_column < 0 && (same_text(clean, "WKT") || lower_case(clean).starts_with("_wkt")))
-            shape_column = static_cast<int>(columns.size());
-        columns.push_back({std::move(clean), column_type::text,
-                           lines.units.empty() ? std::string() : lines.units[columns.size()]});
+    further.own.assign(columns.size(), -1);
+    for (std::size_t i = 0; i < theirs.size(); ++i) {
+        std::size_t j = 0;
+        while (j < columns.size() &&
+               (further.own[j] >= 0 || !same_text(columns[j].name, theirs[i].name)))
+            ++j;
+        if (j == columns.size()) {
+            columns.push_back(theirs[i]);
+            further.own.push_back(-1);
+        } else if (columns[j].type != theirs[i].type) {
+            columns[j].type = column_type::text;
+        }
+        further.own[j] = static_cast<int>(i);
+        is_plain = is_plain && i == j;
     }
-    is_spatial = shape_column >= 0;
-    if (is_spatial) read_system_beside();
+    is_plain = is_plain && theirs.size() == columns.size();
 }
 
-// The coordinate system of a table with geometries may stand in a file beside it.
-void table_source::read_system_beside() {
-    text_input beside(fs::path(file).replace_extension(".prj").string());
-    if (!beside.is_open()) return;
-    std::array<char, 1 << 14> text;
-    const std::size_t size = beside.read(text.data(), text.size());
-    system = system_from_text({text.data(), size});
+std::vector<std::string> table_source::files() const {
+    std::vector<std::string> names;
+    for (const joined_file& each : parts) names.push_back(each.table->file);
+    return names;
 }
 
-void table_source::refuse_missing_head() const {
-    for (const source_column& column : columns) {
-        const text_kind kind = read_text_value(column.name, {}).kind;
-        if (kind != text_kind::number && kind != text_kind::missing) return;
-    }
-    throw usage_error(
-        fmt::format("{}, line {}: numbers stand where the names of the columns belong; "
-                    "add a head line such as x,y,value",
-                    file, lines.head_line),
-        {{}, file, lines.head_line, {}});
+void table_source::start(std::size_t part) {
+    if (part == 0) before = 0;
+    at = part;
+    now = parts[part].table.get();
+    parts[part].first = before;
 }
 
 void table_source::rewind() {
-    number = 0;
-    if (vector) return vector->rewind();
-    records->rewind();
-    for (std::int64_t i = 0; i < lines.head_records; ++i) records->next();
+    for (const joined_file& each : parts) each.table->rewind();
+    start(0);
 }
 
 void table_source::rewind_for(const std::vector<int>& wanted, bool with_geometry) {
-    if (!vector) return rewind();
-    number = 0;
-    vector->rewind_for(wanted, with_geometry);
+    for (std::size_t k = 0; k < parts.size(); ++k) {
+        std::vector<int> own;
+        for (const int column : wanted)
+            if (const int theirs = column < 0 ? -1 : own_column(k, column); theirs >= 0)
+                own.push_back(theirs);
+        parts[k].table->rewind_for(own, with_geometry);
+    }
+    start(0);
 }
 
-bool table_source::next() {
-    if (vector ? vector->next() : records->next()) {
-        ++number;
-        if (vector) return true;
-        split_fields(records->text, lines.separator, records->has_quotes, unquoted, fields);
-        if (fields.size() < columns.size()) fields.resize(columns.size());
-        return true;
+bool table_source::skip_to_next_part() {
+    if (at + 1 == parts.size()) return false;
+    before += now->rows >= 0 ? now->rows : now->record();
+    start(at + 1);
+    return true;
+}
+
+bool table_source::next_part() {
+    while (at + 1 < parts.size()) {
+        before += now->record();
+        start(at + 1);
+        if (now->next()) return true;
     }
-    if (records) refuse_failure(*records, file);
-    if (vector && !vector->failure().empty())
-        throw usage_error(fmt::format("{}, after {}: reading stopped: {}", file,
-                                      number > 0 ? place(number) : "the start", vector->failure()),
-                          {{}, file, 0, {}});
     return false;
 }
 
-std::string_view table_source::text(int column) const {
-    return vector ? vector->text(column) : fields[static_cast<std::size_t>(column)];
-}
-
-text_value table_source::value(int column, const number_style& style) const {
-    constexpr double none = std::numeric_limits<double>::quiet_NaN();
-    if (!vector) return read_text_value(text(column), style);
-    if (vector->is_missing(column)) return {text_kind::missing, none, {}};
-    const source_column& description = columns[static_cast<std::size_t>(column)];
-    if (!description.is_numeric()) return read_text_value(text(column), style);
-    const double number_read = vector->number(column);
-    if (std::isnan(number_read)) return {text_kind::missing, none, {}};
-    if (std::isinf(number_read)) return {text_kind::not_a_number, none, {}};
-    if (is_missing_number(number_read, style)) return {text_kind::missing, none, {}};
-    return {text_kind::number, number_read, {}};
-}
-
-const shape* table_source::geometry() const {
-    if (vector) return vector->geometry();
-    if (shape_column < 0 || !read_wkt(text(shape_column), read_shape)) return nullptr;
-    return &read_shape;
-}
-
-std::string_view table_source::geometry_text() const {
-    return shape_column < 0 ? std::string_view() : trimmed(text(shape_column));
+std::size_t table_source::part_of(std::int64_t record) const {
+    std::size_t index = parts.size() - 1;
+    while (index > 0 && parts[index].first >= record) --index;
+    return index;
 }
 
 std::int64_t table_source::line_of(std::int64_t record) const {
-    return is_delimited ? lines.line_of(record) : record;
+    const joined_file& part = parts[part_of(record)];
+    return part.table->line_of(record - part.first);
 }
 
 std::string table_source::place(std::int64_t record) const {
-    return fmt::format("{} {}", is_delimited ? "line" : "record", line_of(record));
+    const joined_file& part = parts[part_of(record)];
+    const std::string place = part.table->place(record - part.first);
+    return parts.size() == 1 ? place : fmt::format("{}, {}", part.table->file, place);
 }
 
 int table_source::column_named(std::string_view name) const {
@@ -179,11 +174,6 @@ int table_source::column_named(std::string_view name) const {
 
 int table_source::column_chosen(std::string_view name) const {
     if (const int column = column_named(name); column >= 0) return column;
-    const auto number_in = [](std::string_view text) -> std::size_t {
-        std::size_t value = 0;
-        const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-        return error == std::errc{} && stop == text.data() + text.size() ? value : 0;
-    };
     if (const std::size_t place = number_in(name); place > 0 && place <= columns.size())
         return static_cast<int>(place - 1);
     const std::size_t mark = name.rfind('#');
@@ -207,9 +197,11 @@ std::string table_source::unique_name(int column) const {
 }
 
 std::string table_source::column_list() const {
+    constexpr std::size_t most = 60;
     std::string list;
-    for (std::size_t i = 0; i < columns.size(); ++i)
+    for (std::size_t i = 0; i < std::min(columns.size(), most); ++i)
         list += (i > 0 ? ", " : "") + unique_name(static_cast<int>(i));
+    if (columns.size() > most) list += fmt::format(" and {} more", columns.size() - most);
     return list;
 }
 

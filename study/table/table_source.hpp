@@ -1,4 +1,8 @@
-// A table of records, read one after the other: delimited text, or a vector format.
+// The records of a lot: those of one file, or of several one after the other, as rollers and days
+// leave them.
+//
+// Columns of several files are joined by their names, in whatever order each file has them. Records
+// are numbered through; a place names the file and the line in it.
 #pragma once
 
 #include <cstdint>
@@ -7,48 +11,64 @@
 #include <string_view>
 #include <vector>
 
-#include "study/base/number_text.hpp"
-#include "study/base/progress.hpp"
-#include "study/table/line_scan.hpp"
-#include "study/table/shape.hpp"
-#include "study/table/source_column.hpp"
-#include "study/table/spatial_reference.hpp"
-#include "study/table/text_records.hpp"
-#include "study/table/vector_table.hpp"
+#include "study/table/table_file.hpp"
 
 namespace qmx_study {
 
 class table_source {
 public:
-    // Opens a file. gzip is unpacked on the way; .csv, .tsv, .txt, .dat, .asc and .psv are delimited
-    // text, whatever else goes by its contents. Throws usage_error.
-    table_source(const std::string& file, const std::string& layer, progress& shown,
+    // Throws usage_error where a file cannot be read, where one is named twice, and where one knows
+    // positions in another way than the first.
+    table_source(const std::vector<std::string>& named, const std::string& layer, progress& shown,
                  const text_layout& layout = {});
+    table_source(const std::string& only, const std::string& layer, progress& shown,
+                 const text_layout& layout = {})
+        : table_source(std::vector<std::string>{only}, layer, shown, layout) {}
 
-    std::string file;   // as the user named it
+    std::string file;   // for messages: as the user named it, or "a.csv and 2 more"
     std::string format; // "CSV", "GPKG", ...
     std::vector<source_column> columns;
     bool is_delimited = false;
-    line_scan lines;        // of delimited text
-    std::int64_t rows = -1; // -1 where the format does not know in advance
+    std::int64_t rows = -1; // -1 where a format does not know in advance
+
+    // The files, and which of them the present record is in.
+    std::size_t part_count() const { return parts.size(); }
+    const table_file& part(std::size_t index) const { return *parts[index].table; }
+    std::size_t part_index() const { return at; }
+    const table_file& part() const { return *now; }
+    // The column of a file that holds a column of the lot: -1 where it has none.
+    int own_column(std::size_t part, int column) const {
+        return is_plain ? column : parts[part].own[static_cast<std::size_t>(column)];
+    }
+    std::vector<std::string> files() const;
+    char separator() const { return is_delimited ? part(0).lines.separator : ','; }
 
     // The coordinate system of the geometries: null where there is none.
-    const coordinate_system& reference() const { return system; }
-    bool has_geometry() const { return is_spatial; }
+    const coordinate_system& reference() const { return part(0).reference(); }
+    bool has_geometry() const { return part(0).has_geometry(); }
 
     void rewind();
     // The same for a run through all records in which only these columns will be asked for, and the
     // geometry where it is said: what else there is need not be read then.
     void rewind_for(const std::vector<int>& wanted, bool with_geometry);
-    bool next();                                   // false after the last record
-    std::int64_t record() const { return number; } // from 1
+    bool next() {
+        if (now->next()) return true;
+        return next_part();
+    }
+    // Goes on behind the last record of the present file. False where that is the last one.
+    bool skip_to_next_part();
+    std::int64_t record() const { return before + now->record(); } // from 1
     // Valid until next(), and until the next call for a column that is no text.
-    std::string_view text(int column) const;
-    text_value value(int column, const number_style& style) const;
-    const shape* geometry() const;          // of this record, may be null
-    std::string_view geometry_text() const; // of a delimited text, as it stands there
+    std::string_view text(int column) const {
+        const int own = own_column(at, column);
+        return own < 0 ? std::string_view() : now->text(own);
+    }
+    const shape* geometry() const { return now->geometry(); } // of this record, may be null
+    std::string_view geometry_text() const { return now->geometry_text(); }
 
-    // Where a record stands, for messages: "line 52" of a text, "record 51" of anything else.
+    // Where a record stands: its file, the line of a text (of anything else the record in the file),
+    // and both for messages: "line 52", "day2.csv, line 52".
+    std::size_t part_of(std::int64_t record) const;
     std::int64_t line_of(std::int64_t record) const;
     std::string place(std::int64_t record) const;
 
@@ -60,21 +80,20 @@ public:
     std::string column_list() const;           // for messages
 
 private:
-    std::int64_t number = 0;
-    // One of the two.
-    std::unique_ptr<text_records> records;
-    std::unique_ptr<vector_table> vector;
-    std::vector<std::string_view> fields; // of a text
-    std::string unquoted;
-    int shape_column = -1; // of a text: well-known text
-    mutable shape read_shape;
-    bool is_spatial = false;
-    coordinate_system system;
+    struct joined_file {
+        std::unique_ptr<table_file> table;
+        std::vector<int> own;   // columns of the file by those of the lot
+        std::int64_t first = 0; // records before it, as far as they are read or known
+    };
+    std::vector<joined_file> parts;
+    bool is_plain = true; // each file has the columns of the first, in its order
+    std::size_t at = 0;
+    table_file* now = nullptr;
+    std::int64_t before = 0; // records of the files before this one
 
-    void open_text(const text_layout& layout, progress& shown);
-    void name_columns_by_head();
-    void read_system_beside();
-    void refuse_missing_head() const;
+    void start(std::size_t part);
+    bool next_part();
+    void join_columns(joined_file& further);
 };
 
 } // namespace qmx_study

@@ -7,6 +7,13 @@
 #include <cstring>
 #include <string_view>
 
+#if defined(__unix__) || defined(__APPLE__)
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 #include <fmt/format.h>
 #include <zlib.h>
 
@@ -20,6 +27,7 @@ namespace {
 enum class encoding { bytes, utf16_little, utf16_big };
 
 constexpr std::size_t packed_block = std::size_t{1} << 16;
+constexpr const char* damaged = "the gzip file is damaged; copy it again";
 
 } // namespace
 
@@ -28,6 +36,7 @@ struct text_input::state {
         void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
     std::unique_ptr<std::FILE, closer> file;
+    std::string refusal; // why nothing of it can be read
     bool is_packed = false;
     z_stream unpacker{};
     bool has_unpacker = false;
@@ -81,7 +90,7 @@ struct text_input::state {
             if (outcome == Z_STREAM_END) {
                 is_within_member = false;
             } else if (outcome != Z_OK && outcome != Z_BUF_ERROR) {
-                trouble = "the gzip file is damaged; copy it again";
+                trouble = damaged;
             }
         }
         return size - unpacker.avail_out;
@@ -134,34 +143,75 @@ struct text_input::state {
 namespace {
 
 // A pipe cannot be read twice: its bytes are kept in a file that goes when it is closed.
-std::FILE* spooled(std::FILE* pipe) {
+std::FILE* spooled(std::FILE* pipe, std::string& trouble) {
     std::FILE* const kept = std::tmpfile();
     std::string block(packed_block, '\0');
-    while (const std::size_t got = kept ? std::fread(block.data(), 1, block.size(), pipe) : 0)
-        if (std::fwrite(block.data(), 1, got, kept) != got) {
-            std::fclose(kept);
+    const char* reason = kept ? nullptr : "there is no place for a temporary file to keep it in";
+    while (const std::size_t got = reason ? 0 : std::fread(block.data(), 1, block.size(), pipe))
+        if (std::fwrite(block.data(), 1, got, kept) != got)
+            reason = "the disk is full where temporary files are kept";
+    if (!reason && std::ferror(pipe)) reason = "it could not be read to its end";
+    if (!reason && std::fflush(kept) != 0)
+        reason = "the disk is full where temporary files are kept";
+    if (!reason) return kept;
+    trouble = reason;
+    if (kept) std::fclose(kept);
+    return nullptr;
+}
+
+// Opens a file; a named pipe only where some program writes to it, or comes to within some seconds.
+// Waiting for one that has gone already would never end.
+std::FILE* opened(const std::string& path, std::string& trouble) {
+#if defined(__unix__) || defined(__APPLE__)
+    struct stat kind {};
+    if (::stat(path.c_str(), &kind) == 0 && S_ISFIFO(kind.st_mode)) {
+        constexpr int longest_wait = 5000; // milliseconds
+        const int pipe = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (pipe >= 0) {
+            pollfd wait{pipe, POLLIN, 0};
+            if (::poll(&wait, 1, longest_wait) > 0) {
+                ::fcntl(pipe, F_SETFL, ::fcntl(pipe, F_GETFL) & ~O_NONBLOCK);
+                return ::fdopen(pipe, "rb");
+            }
+            ::close(pipe);
+            trouble = "no program writes to this pipe; start the one that does before";
             return nullptr;
         }
-    return kept;
+    }
+#endif
+    std::FILE* const file = std::fopen(path.c_str(), "rb");
+    if (!file) trouble = std::strerror(errno);
+    return file;
+}
+
+// A packed file whose first two bytes are damaged would be taken for a text.
+bool is_damaged_start(const std::string& path, std::string_view start) {
+    return path.size() > 3 && path.ends_with(".gz") &&
+           std::any_of(start.begin(), start.end(), [](char c) {
+               const auto code = static_cast<unsigned char>(c);
+               return code < 0x20 && c != '\t' && c != '\n' && c != '\r';
+           });
 }
 
 } // namespace
 
 text_input::text_input(const std::string& path) : now(std::make_unique<state>()) {
     const bool is_standard = path == "-";
-    if (!is_standard) now->file.reset(std::fopen(path.c_str(), "rb"));
+    if (!is_standard) now->file.reset(opened(path, failure));
     std::FILE* const source = is_standard ? stdin : now->file.get();
     if (source && (is_standard || std::fseek(source, 0, SEEK_CUR) != 0))
-        now->file.reset(spooled(source));
+        now->file.reset(spooled(source, failure));
     if (!now->file) return;
-    unsigned char magic[2] = {0, 0};
-    now->is_packed =
-        std::fread(magic, 1, 2, now->file.get()) == 2 && magic[0] == 0x1F && magic[1] == 0x8B;
+    std::rewind(now->file.get());
+    char first[64];
+    const std::string_view start(first, std::fread(first, 1, sizeof first, now->file.get()));
+    now->is_packed = start.starts_with("\x1F\x8B");
+    if (!now->is_packed && is_damaged_start(path, start)) now->refusal = damaged;
     if (now->is_packed) {
         constexpr int window_with_gzip_head = 15 + 16;
         now->packed.resize(packed_block);
         now->has_unpacker = inflateInit2(&now->unpacker, window_with_gzip_head) == Z_OK;
-        if (!now->has_unpacker) failure = "there is no memory to unpack it";
+        if (!now->has_unpacker) now->refusal = "there is no memory to unpack it";
     }
     rewind();
 }
@@ -175,13 +225,13 @@ bool text_input::is_open() const {
 
 void text_input::rewind() {
     if (!is_open()) return;
-    failure.clear();
-    now->start(failure);
+    failure = now->refusal;
+    if (failure.empty()) now->start(failure);
 }
 
 std::size_t text_input::read(char* to, std::size_t size) {
     std::size_t given = 0;
-    while (given < size) {
+    while (given < size && failure.empty()) {
         if (now->handed < now->waiting.size()) {
             const std::size_t part = std::min(size - given, now->waiting.size() - now->handed);
             std::memcpy(to + given, now->waiting.data() + now->handed, part);
@@ -208,7 +258,8 @@ std::size_t text_input::read(char* to, std::size_t size) {
 std::string whole_text(const std::string& file) {
     text_input input(file);
     if (!input.is_open())
-        throw usage_error(fmt::format("{}: the file cannot be opened", file), {{}, file, 0, {}});
+        throw usage_error(fmt::format("{}: the file cannot be opened: {}", file, input.failure),
+                          {{}, file, 0, {}});
     std::string text;
     std::string block(packed_block, '\0');
     while (const std::size_t got = input.read(block.data(), block.size()))

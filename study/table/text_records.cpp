@@ -25,9 +25,16 @@ bool holds(std::string_view text, char c) {
 }
 
 bool holds_high_bytes(std::string_view text) {
-    unsigned char all = 0;
-    for (const char c : text) all |= static_cast<unsigned char>(c);
-    return all >= 0x80;
+    constexpr std::uint64_t high_bits = 0x8080808080808080;
+    std::uint64_t all = 0;
+    std::size_t at = 0;
+    for (; at + sizeof all <= text.size(); at += sizeof all) {
+        std::uint64_t eight;
+        std::memcpy(&eight, text.data() + at, sizeof eight);
+        all |= eight;
+    }
+    for (; at < text.size(); ++at) all |= static_cast<unsigned char>(text[at]);
+    return (all & high_bits) != 0;
 }
 
 // Where a character stands in its field. A quotation mark means something only at the start of a field
@@ -127,7 +134,11 @@ bool text_records::next_line(std::string_view& line) {
 bool text_records::next() {
     if (!fault_text.empty()) return false;
     do {
-        if (!next_line(text)) return false;
+        if (!next_line(text)) {
+            buffer = {}; // many files of one lot may be open at a time
+            rest = {};
+            return false;
+        }
     } while (text.empty() || is_comment(text));
     first_line = lines;
     has_quotes = holds(text, '"');

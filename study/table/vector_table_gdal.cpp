@@ -10,6 +10,7 @@
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
 #include "study/table/ogr_reference.hpp"
+#include "study/table/text_input.hpp"
 
 namespace qmx_study {
 
@@ -64,6 +65,17 @@ void convert(const OGRGeometry& from, shape& into) {
     }
 }
 
+// Of a damaged file the reader may see a part that looks whole.
+void refuse_damaged_gzip(const std::string& file) {
+    if (!lower_case(file).ends_with(".gz") || file.starts_with("/vsi")) return;
+    text_input packed(file);
+    std::string block(std::size_t{1} << 16, '\0');
+    while (packed.read(block.data(), block.size()) > 0) {}
+    if (packed.failure.empty()) return;
+    throw usage_error(fmt::format("{}: reading stopped: {}", file, packed.failure),
+                      {{}, file, 0, {}});
+}
+
 OGRLayer* layer_of(GDALDataset& dataset, const std::string& file, const std::string& wanted) {
     OGRLayer* layer = nullptr;
     std::string names;
@@ -97,6 +109,7 @@ struct vector_table::state {
 
 vector_table::vector_table(const std::string& file, const std::string& layer)
     : now(std::make_unique<state>()) {
+    refuse_damaged_gzip(file);
     prepare_gdal();
     CPLErrorReset();
     now->dataset.reset(GDALDataset::Open(path_for_gdal(file).c_str(), GDAL_OF_VECTOR));

@@ -91,7 +91,8 @@ TEST(Head, IsFoundOrNamed) {
         std::int64_t read = 0;
         while (source.next()) ++read;
         EXPECT_EQ(read, each.rows);
-        const std::string note = source.lines.notes.empty() ? "" : source.lines.notes[0];
+        const std::string note =
+            source.part(0).lines.notes.empty() ? "" : source.part(0).lines.notes[0];
         EXPECT_EQ(note.empty(), std::string(each.note).empty()) << note;
         EXPECT_NE(note.find(each.note), std::string::npos) << note;
     }

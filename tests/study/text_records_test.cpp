@@ -246,8 +246,8 @@ TEST(TextRecords, KnowTheLinesThatTheyStandOn) {
     EXPECT_EQ(scan.odd[0].fields, 3);
 }
 
-// An archive that breaks off or has a wrong bit is told, never taken for a shorter file, and reading
-// it leaves nothing behind.
+// An archive that breaks off or has a wrong byte is told, or gives what it held (a byte of its head that
+// names no content): never other rows. Reading it leaves nothing behind.
 TEST(PackedText, ThatIsDamagedIsRefusedWhateverItsSize) {
     std::string text = "x,y,CMV\n";
     std::mt19937 generator(3);
@@ -255,30 +255,40 @@ TEST(PackedText, ThatIsDamagedIsRefusedWhateverItsSize) {
         for (int i = 0; i < rows; ++i) text += std::to_string(generator()) + ",1,2\n";
         const std::string sound = gzipped(text);
         const temporary_file file(".csv.gz", sound);
+        std::string read;
         const auto outcome = [&] {
+            read = "x,y,CMV\n";
             try {
                 progress quiet;
                 table_source source(file.name(), "", quiet);
-                while (source.next()) {}
+                while (source.next())
+                    for (int column = 0; column < 3; ++column)
+                        read.append(source.text(column)) += column < 2 ? ',' : '\n';
                 return std::string();
             } catch (const usage_error& error) {
                 return std::string(error.what());
             }
         };
         EXPECT_EQ(outcome(), "");
-        for (const std::size_t kept : {sound.size() - 1, sound.size() - 8, sound.size() - 9,
-                                       sound.size() / 2, std::size_t{19}}) {
+        EXPECT_EQ(read, text);
+        const bool is_small = rows == 3;
+        const std::size_t step = is_small ? 1 : sound.size() / 16;
+        for (std::size_t kept = is_small ? 1 : 19; kept < sound.size(); kept += step) {
             file.write(sound.substr(0, kept));
-            EXPECT_NE(outcome().find("reading stopped: the gzip file breaks off"),
-                      std::string::npos)
+            EXPECT_NE(outcome().find("reading stopped: the gzip file"), std::string::npos)
                 << rows << ", " << kept << " of " << sound.size() << ": " << outcome();
         }
-        for (const std::size_t place : {sound.size() / 2, sound.size() - 6, sound.size() - 2}) {
-            std::string flipped = sound;
-            flipped[place] = static_cast<char>(flipped[place] ^ 0x10);
-            file.write(flipped);
-            EXPECT_NE(outcome(), "") << rows << ", bit at " << place;
-        }
+        int harmless = 0;
+        for (std::size_t place = 0; place < sound.size(); place += step)
+            for (const int change : {0x01, 0x10, 0xFF}) {
+                std::string flipped = sound;
+                flipped[place] = static_cast<char>(flipped[place] ^ change);
+                file.write(flipped);
+                if (!outcome().empty()) continue;
+                ++harmless;
+                EXPECT_EQ(read, text) << rows << ", byte " << place;
+            }
+        EXPECT_LE(harmless, 10 * 3); // in the ten bytes of the head
         for (const auto& entry :
              std::filesystem::directory_iterator(std::filesystem::path(file.name()).parent_path()))
             EXPECT_FALSE(entry.path().string().starts_with(file.name() + ".")) << entry.path();

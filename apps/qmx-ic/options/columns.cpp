@@ -21,11 +21,11 @@ struct columns_options {
 };
 
 void run(const columns_options& options) {
-    check(options.output, {options.reading.file});
+    check(options.output, options.reading.files());
     progress shown(progress_line());
     const columns_question question;
     loaded_lot lot = load(options.reading, needs_of(question), shown);
-    columns_answer answer = analyse(question, lot, shown);
+    columns_answer answer = analyse(question, options.reading, lot, shown);
     answer.output = options.output.output;
     if (!answer.output.empty()) write_table(answer.output, answer);
     show(answer, options.output.as_json, columns_text);

@@ -41,7 +41,9 @@ coverage_question question_of(const coverage_options& options) {
 }
 
 void run(const coverage_options& options) {
-    check(options.output, {options.reading.file, options.area, options.exclude});
+    std::vector<std::string> inputs = options.reading.files();
+    inputs.insert(inputs.end(), {options.area, options.exclude});
+    check(options.output, inputs);
     const coverage_question question = question_of(options);
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(question), shown);

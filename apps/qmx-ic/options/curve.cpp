@@ -23,7 +23,7 @@ struct curve_options {
 
 void run(const curve_options& options) {
     check(options.question);
-    check(options.output, {options.reading.file});
+    check(options.output, options.reading.files());
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(options.question), shown);
     curve_answer answer = analyse(options.question, lot);

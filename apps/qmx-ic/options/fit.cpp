@@ -23,7 +23,7 @@ struct fit_options {
 
 void run(const fit_options& options) {
     check(options.question);
-    check(options.output, {options.reading.file});
+    check(options.output, options.reading.files());
     progress shown(progress_line());
     loaded_lot lot = load_pairs(options.reading, shown);
     fit_answer answer = analyse(options.question, lot);

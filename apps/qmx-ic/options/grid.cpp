@@ -33,7 +33,7 @@ grid_question question_of(const grid_options& options) {
 
 void run(const grid_options& options) {
     const grid_question question = question_of(options);
-    check(options.output, {options.reading.file});
+    check(options.output, options.reading.files());
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(question), shown);
     grid_answer answer = analyse(question, lot, shown);

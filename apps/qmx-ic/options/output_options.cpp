@@ -3,7 +3,7 @@
 #include "options/road.hpp"
 #include "study/analyses/wrong_option.hpp"
 #include "study/base/output_file.hpp"
-#include "study/output/table_file.hpp"
+#include "study/output/table_writer.hpp"
 
 namespace qmx_terminal {
 

@@ -1,5 +1,8 @@
 #include "options/road.hpp"
 
+#include <string>
+#include <vector>
+
 #include <fmt/format.h>
 
 #include "options/commands.hpp"
@@ -17,10 +20,15 @@ void add_reading_options(CLI::App& command, reading_options& options) {
     for (const std::string& text : default_missing_texts()) missing_texts += " " + text;
 
     command
-        .add_option(
-            "FILE", options.file,
+        .add_option_function<std::vector<std::string>>(
+            "FILE",
+            [&options](const std::vector<std::string>& files) {
+                options.file = files.front();
+                options.further_files.assign(files.begin() + 1, files.end());
+            },
             "Points: CSV (comma, semicolon or tab; .gz too), GeoPackage, Shapefile, GeoJSON "
-            "or another vector format")
+            "or another vector format; - is standard input. Several files, one for each machine "
+            "or day, make one lot")
         ->required();
     const std::string group = "Reading";
     command.add_option("--x", options.x, "Column of the eastings")->group(group);

@@ -69,7 +69,9 @@ position_columns positions_of(const lot& points) {
 
 void run(const select_options& options) {
     const select_question question = question_of(options);
-    check(options.output, {options.reading.file, options.polygons});
+    std::vector<std::string> inputs = options.reading.files();
+    inputs.push_back(options.polygons);
+    check(options.output, inputs);
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(question, options.reading), shown);
     select_answer answer = analyse(question, lot);

@@ -36,7 +36,7 @@ void run(const semivariogram_options& options) {
     check(options.question);
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(options.question), shown);
-    refuse_inputs_as_output({options.reading.file}, options.output);
+    refuse_inputs_as_output(options.reading.files(), options.output);
     semivariogram_answer answer = analyse(options.question, lot, shown, tell);
     answer.output = options.output;
     if (!answer.output.empty()) write_semivariogram(answer.output, answer);

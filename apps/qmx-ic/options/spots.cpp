@@ -7,6 +7,7 @@
 #include "options/road.hpp"
 #include "study/document/spots_document.hpp"
 #include "study/output/answer_tables.hpp"
+#include "study/lot/column_names.hpp"
 #include "text/progress_line.hpp"
 #include "text/spots_text.hpp"
 
@@ -24,9 +25,13 @@ struct spots_options {
 
 void run(const spots_options& options) {
     check(options.question);
-    check(options.output, {options.reading.file, options.tests.file});
+    reading_options points = options.reading;
+    reading_options tests = options.tests;
+    tests.file = points.further_files.back();
+    points.further_files.pop_back();
+    check(options.output, options.reading.files());
     progress shown(progress_line());
-    spot_tables tables = load_spots(options.reading, options.tests, shown);
+    spot_tables tables = load_spots(points, tests, shown);
     spots_answer answer = analyse(options.question, tables);
     if (!answer.failure.has_failed()) answer.output = options.output.output;
     if (!answer.output.empty()) write_table(answer.output, answer);
@@ -40,14 +45,17 @@ void add_spots_command(CLI::App& program) {
     CLI::App* const command = program.add_subcommand(
         "spots", "Spot tests: the IC data round each, and the line through the pairs");
     add_reading_options(*command, options->reading);
-    command
-        ->add_option("TESTS", options->tests.file,
-                     "Spot tests: a table with position, value and, where known, pass number")
-        ->required();
+    command->get_option("FILE")->expected(2, -1)->description(
+        "Points: one file or several, as other commands take them; the last file holds the spot "
+        "tests: a table with position, value and, where known, pass number");
     const std::string group = "Spot tests";
     command->add_option("--test-x", options->tests.x, "Column of their eastings")->group(group);
     command->add_option("--test-y", options->tests.y, "Column of their northings")->group(group);
-    command->add_option("--test-value", options->tests.value, "Column of their values")
+    command
+        ->add_option("--test-value", options->tests.value,
+                     fmt::format("Column of their values; otherwise the first of these names that "
+                                 "is filled in at least half of the rows: {}",
+                                 spot_value_order()))
         ->group(group);
     command
         ->add_option(

@@ -27,7 +27,7 @@ void run(const stats_options& options) {
     check(options.question);
     if (options.exit_code && !options.question.target)
         throw wrong_option("--exit-code", " needs --target");
-    check(options.output, {options.reading.file});
+    check(options.output, options.reading.files());
     progress shown(progress_line());
     loaded_lot lot = load(options.reading, needs_of(options.question), shown);
     stats_answer answer = analyse(options.question, lot);

@@ -48,6 +48,18 @@ std::string rows_text(const reading_account& reading) {
     return rows;
 }
 
+std::string file_rows_text(const file_account& file) {
+    std::string rows = fmt::format("{}: {} read, {} used", file.file, count_text(file.read),
+                                   count_text(file.used));
+    if (file.dropped > 0) rows += fmt::format(", {} dropped", count_text(file.dropped));
+    if (file.filtered > 0)
+        rows += fmt::format(", {} left out by --where", count_text(file.filtered));
+    if (file.left_out() > 0)
+        rows += fmt::format(", {} of earlier passes or without a position",
+                            count_text(file.left_out()));
+    return rows;
+}
+
 } // namespace
 
 std::string reading_text(const reading_account& reading, head_of_positions head) {
@@ -69,6 +81,8 @@ std::string reading_text(const reading_account& reading, head_of_positions head)
     }
     if (reading.pass.found()) table.add({"Pass", reading.pass.name + "  " + reading.pass.why});
     table.add({"Rows", rows_text(reading)});
+    if (reading.files.size() > 1)
+        for (const file_account& file : reading.files) table.add({"", file_rows_text(file)});
     bool is_first = true;
     for (const dropped_account& reason : reading.dropped) {
         table.add(

@@ -33,19 +33,19 @@ struct table_layout {
 
 class vector_output;
 
-class table_file {
+class table_writer {
 public:
     // Throws usage_error: an unknown ending, a format that this build cannot write, or GeoJSON with
     // points in an unknown system: it would take them as degrees.
-    table_file(const std::string& output, table_layout layout);
-    ~table_file();
+    table_writer(const std::string& output, table_layout layout);
+    ~table_writer();
 
     // The fields of a row in order; each row ends with end_row().
-    table_file& text(std::string_view value);
-    table_file& integer(std::int64_t value);
-    table_file& real(double value); // a NaN is missing
-    table_file& real(float value);  // with the digits of 32 bits
-    table_file& missing();
+    table_writer& text(std::string_view value);
+    table_writer& integer(std::int64_t value);
+    table_writer& real(double value); // a NaN is missing
+    table_writer& real(float value);  // with the digits of 32 bits
+    table_writer& missing();
     void end_row();
 
     void close(); // throws usage_error; without it there is no file

@@ -1,4 +1,4 @@
-#include "study/output/table_file.hpp"
+#include "study/output/table_writer.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -81,7 +81,7 @@ void write_csv_text(const std::string& output, std::string_view csv) {
         layout.columns.push_back(
             {std::string(rows.front()[i]), is_real ? table_type::real : table_type::text});
     }
-    table_file file(output, layout);
+    table_writer file(output, layout);
     for (std::size_t row = 1; row < rows.size(); ++row) {
         for (std::size_t i = 0; i < rows[row].size(); ++i) {
             double number = 0;
@@ -106,7 +106,7 @@ void check_output_name(const std::string& output) {
     if (const auto format = kind_of(output).format) check_can_write(*format, output);
 }
 
-table_file::table_file(const std::string& output, table_layout wanted)
+table_writer::table_writer(const std::string& output, table_layout wanted)
     : layout(std::move(wanted)), name(checked(output)), bytes(name, kind_of(name).is_packed) {
     const output_kind kind = kind_of(name);
     if (kind.format) {
@@ -125,9 +125,9 @@ table_file::table_file(const std::string& output, table_layout wanted)
     end_row();
 }
 
-table_file::~table_file() = default;
+table_writer::~table_writer() = default;
 
-void table_file::field(std::string_view value) {
+void table_writer::field(std::string_view value) {
     if (column++ > 0) buffer += layout.separator;
     const char special[] = {layout.separator, '"', '\n', '\r', '\0'};
     if (value.find_first_of(special) == std::string_view::npos) {
@@ -142,7 +142,7 @@ void table_file::field(std::string_view value) {
     buffer += '"';
 }
 
-table_file& table_file::text(std::string_view value) {
+table_writer& table_writer::text(std::string_view value) {
     if (!features) {
         field(value);
     } else {
@@ -151,7 +151,7 @@ table_file& table_file::text(std::string_view value) {
     return *this;
 }
 
-table_file& table_file::integer(std::int64_t value) {
+table_writer& table_writer::integer(std::int64_t value) {
     if (!features) {
         field(fmt::format_int(value).c_str());
     } else {
@@ -160,7 +160,7 @@ table_file& table_file::integer(std::int64_t value) {
     return *this;
 }
 
-table_file& table_file::real(double value) {
+table_writer& table_writer::real(double value) {
     if (!std::isfinite(value)) return missing();
     if (!features) {
         field(fmt::format("{}", value));
@@ -170,13 +170,13 @@ table_file& table_file::real(double value) {
     return *this;
 }
 
-table_file& table_file::real(float value) {
+table_writer& table_writer::real(float value) {
     if (features || !std::isfinite(value)) return real(static_cast<double>(value));
     field(fmt::format("{}", value));
     return *this;
 }
 
-table_file& table_file::missing() {
+table_writer& table_writer::missing() {
     if (!features) {
         field({});
     } else {
@@ -185,7 +185,7 @@ table_file& table_file::missing() {
     return *this;
 }
 
-void table_file::end_row() {
+void table_writer::end_row() {
     column = 0;
     if (features) return features->end_row();
     buffer += '\n';
@@ -194,7 +194,7 @@ void table_file::end_row() {
     buffer.clear();
 }
 
-void table_file::close() {
+void table_writer::close() {
     if (features) {
         features->write_to(bytes);
     } else {
