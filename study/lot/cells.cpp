@@ -8,16 +8,38 @@ namespace qmx_study {
 
 namespace {
 
-constexpr double steps_per_unit = 1000;
-constexpr double steps_per_degree = 1e8; // about a millimetre
+// About a millimetre.
+constexpr double steps_per_metre = 1000;
+constexpr double steps_per_kilometre = 1e6;
+constexpr double steps_per_degree = 1e8;
 
 struct cell_record {
     double x, y; // in whole steps
     std::uint32_t index;
 };
 
+// Cells lie decimetres apart: records a hundredth of the unit apart, and less, are in kilometres.
+bool is_in_kilometres(const lot& points) {
+    double west = HUGE_VAL, east = -HUGE_VAL, south = HUGE_VAL, north = -HUGE_VAL;
+    for (const t_icdata& point : points.points) {
+        west = std::fmin(west, point.d_x);
+        east = std::fmax(east, point.d_x);
+        south = std::fmin(south, point.d_y);
+        north = std::fmax(north, point.d_y);
+    }
+    const double count = static_cast<double>(points.points.size());
+    const double width = east - west, height = north - south;
+    return width * height > 0 && std::sqrt(width * height / count) < 0.01 &&
+           std::fmax(width, height) / count < 0.001;
+}
+
+double steps_of(const lot& points) {
+    if (points.is_geographic) return steps_per_degree;
+    return is_in_kilometres(points) ? steps_per_kilometre : steps_per_metre;
+}
+
 std::vector<cell_record> records_by_cell(const lot& points) {
-    const double steps = points.is_geographic ? steps_per_degree : steps_per_unit;
+    const double steps = steps_of(points);
     std::vector<cell_record> records;
     records.reserve(points.points.size());
     for (std::size_t i = 0; i < points.points.size(); ++i) {

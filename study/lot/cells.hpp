@@ -18,8 +18,9 @@ struct cell_summary {
     }
 };
 
-// Records whose positions agree to a thousandth of the unit lie in one cell. Points without a position
-// take no part.
+// Records whose positions agree to about a millimetre lie in one cell: to a thousandth of the unit, and
+// to a millionth where so many records stand in so small a place that the unit must be a kilometre.
+// Points without a position take no part.
 cell_summary summarise_cells(const lot& points);
 
 // Keeps, of each cell, the record with the highest pass number, of equal ones the later row; without

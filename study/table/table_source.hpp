@@ -63,6 +63,10 @@ public:
         const int own = own_column(at, column);
         return own < 0 ? std::string_view() : now->text(own);
     }
+    text_value value(int column, const number_style& style) const {
+        const int own = own_column(at, column);
+        return own < 0 ? text_value{} : now->value(own, style);
+    }
     const shape* geometry() const { return now->geometry(); } // of this record, may be null
     std::string_view geometry_text() const { return now->geometry_text(); }
 
