@@ -147,7 +147,7 @@ TEST_F(Spots, PlanesAndPassesThatDoNotGoTogetherAreRefused) {
                              {"lot.csv sound.csv --radius -1", "0 or more"},
                              {"lot.csv sound.csv --radius nan", "0 or more"},
                              {"lot.csv sound.csv", "--radius"},
-                             {"lot.csv", "TESTS"},
+                             {"lot.csv --radius 1", "TESTS"},
                              {"lot.csv none.csv --radius 1", "none.csv"}});
     if (!app_test::can_project) return;
     // Degrees and the plane they are projected to meet: one place, twice.

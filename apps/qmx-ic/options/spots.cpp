@@ -25,6 +25,8 @@ struct spots_options {
 
 void run(const spots_options& options) {
     check(options.question);
+    if (options.reading.further_files.empty())
+        throw usage_error("TESTS is required: name the file of the spot tests behind the points");
     reading_options points = options.reading;
     reading_options tests = options.tests;
     tests.file = points.further_files.back();
@@ -45,7 +47,7 @@ void add_spots_command(CLI::App& program) {
     CLI::App* const command = program.add_subcommand(
         "spots", "Spot tests: the IC data round each, and the line through the pairs");
     add_reading_options(*command, options->reading);
-    command->get_option("FILE")->expected(2, -1)->description(
+    command->get_option("FILE")->description(
         "Points: one file or several, as other commands take them; the last file holds the spot "
         "tests: a table with position, value and, where known, pass number");
     const std::string group = "Spot tests";
