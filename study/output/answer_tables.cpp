@@ -35,15 +35,15 @@ std::string value_name(const used_column& value) {
 
 void write_table(const std::string& output, const columns_answer& answer) {
     table_writer file(output, plain({{"name", text},
-                                   {"taken_as", text},
-                                   {"content", text},
-                                   {"numbers", integer},
-                                   {"texts", integer},
-                                   {"missing", integer},
-                                   {"smallest", real},
-                                   {"largest", real},
-                                   {"unit", text},
-                                   {"example", text}}));
+                                     {"taken_as", text},
+                                     {"content", text},
+                                     {"numbers", integer},
+                                     {"texts", integer},
+                                     {"missing", integer},
+                                     {"smallest", real},
+                                     {"largest", real},
+                                     {"unit", text},
+                                     {"example", text}}));
     for (const column_contents& column : answer.columns) {
         const bool any = column.numbers > 0;
         const double none = std::numeric_limits<double>::quiet_NaN();
@@ -57,9 +57,9 @@ void write_table(const std::string& output, const columns_answer& answer) {
 
 void write_table(const std::string& output, const coverage_answer& answer) {
     table_writer file(output, plain({{"passes", text},
-                                   {"points", integer},
-                                   {with_unit("area", answer.area_unit), real},
-                                   {"percent_of_area", real}}));
+                                     {"points", integer},
+                                     {with_unit("area", answer.area_unit), real},
+                                     {"percent_of_area", real}}));
     for (std::size_t i = 0; i < answer.bins.size(); ++i) {
         const t_binresult& result = answer.results[i];
         file.text(bin_name(answer.bins[i])).integer(answer.counts.in_bin[i]);
@@ -132,11 +132,11 @@ void write_table(const std::string& output, const stats_answer& answer) {
     const t_statsout& result = answer.result;
     const std::string unit = answer.value_unit();
     table_writer file(output, plain({{"part", text}, // statistic, quantile, class
-                                   {"name", text}, // of a class its upper limit or pass count
-                                   {"value", real},
-                                   {"unit", text},
-                                   {"percent", real},
-                                   {"cumulative_percent", real}}));
+                                     {"name", text}, // of a class its upper limit or pass count
+                                     {"value", real},
+                                     {"unit", text},
+                                     {"percent", real},
+                                     {"cumulative_percent", real}}));
     const auto row = [&](const char* part, const std::string& name) -> table_writer& {
         return file.text(part).text(name);
     };

@@ -27,7 +27,7 @@ void for_each_record(table_source& source, const std::vector<std::int64_t>& reco
 
 // A column of a text is one of numbers where no field that is written says anything else.
 void settle_types(table_layout& layout, std::size_t first, table_source& source,
-                  const std::vector<std::int64_t>& records, const number_style& style,
+                  const std::vector<std::int64_t>& records, const row_survey& survey,
                   progress& shown) {
     for (std::size_t i = 0; i < source.columns.size(); ++i)
         layout.columns[first + i].type = source.is_delimited || source.columns[i].is_numeric()
@@ -38,7 +38,7 @@ void settle_types(table_layout& layout, std::size_t first, table_source& source,
         for (std::size_t i = 0; i < source.columns.size(); ++i) {
             table_type& type = layout.columns[first + i].type;
             if (type == table_type::text) continue;
-            const text_kind kind = source.value(static_cast<int>(i), style).kind;
+            const text_kind kind = source.value(static_cast<int>(i), survey.style(source)).kind;
             if (kind != text_kind::number && !trimmed(source.text(static_cast<int>(i))).empty())
                 type = table_type::text;
         }
@@ -48,7 +48,7 @@ void settle_types(table_layout& layout, std::size_t first, table_source& source,
 } // namespace
 
 void write_rows(table_source& source, const std::vector<std::int64_t>& records,
-                const position_columns& positions, const number_style& style,
+                const position_columns& positions, const row_survey& survey,
                 const std::string& output, progress& shown) {
     check_output_name(output);
     table_layout layout;
@@ -63,7 +63,7 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
         layout.columns.push_back(
             {is_typed ? source.unique_name(i) : source.columns[static_cast<std::size_t>(i)].name,
              table_type::text});
-    if (is_typed) settle_types(layout, first, source, records, style, shown);
+    if (is_typed) settle_types(layout, first, source, records, survey, shown);
     layout.x = has_points ? 0 : positions.x;
     layout.y = has_points ? 1 : positions.y;
     layout.keeps_positions = !has_points;
@@ -85,7 +85,7 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
         for (std::size_t i = 0; i < source.columns.size(); ++i) {
             const auto column = static_cast<int>(i);
             if (is_typed && layout.columns[first + i].type == table_type::real) {
-                file.real(source.value(column, style).value);
+                file.real(source.value(column, survey.style(source)).value);
             } else {
                 file.text(source.text(column));
             }

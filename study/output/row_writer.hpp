@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "study/base/progress.hpp"
+#include "study/lot/row_survey.hpp"
 #include "study/table/table_source.hpp"
 
 namespace qmx_study {
@@ -22,7 +23,7 @@ struct position_columns {
 // leading columns x and y. In formats with types a column is one of numbers where all its fields are.
 // Throws usage_error when the file cannot be written.
 void write_rows(table_source& source, const std::vector<std::int64_t>& records,
-                const position_columns& positions, const number_style& style,
+                const position_columns& positions, const row_survey& survey,
                 const std::string& output, progress& shown);
 
 } // namespace qmx_study

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -65,7 +66,8 @@ public:
     }
     text_value value(int column, const number_style& style) const {
         const int own = own_column(at, column);
-        return own < 0 ? text_value{} : now->value(own, style);
+        if (own < 0) return {text_kind::missing, std::numeric_limits<double>::quiet_NaN(), {}};
+        return now->value(own, style);
     }
     const shape* geometry() const { return now->geometry(); } // of this record, may be null
     std::string_view geometry_text() const { return now->geometry_text(); }

@@ -77,8 +77,8 @@ void run(const select_options& options) {
     select_answer answer = analyse(question, lot);
     answer.output = options.output.output;
     if (!answer.output.empty())
-        write_rows(*lot.table.source, answer.records, positions_of(lot.data),
-                   lot.table.survey.style, answer.output, shown);
+        write_rows(*lot.table.source, answer.records, positions_of(lot.data), lot.table.survey,
+                   answer.output, shown);
     show(answer, options.output.as_json, select_text);
 }
 

@@ -6,8 +6,8 @@
 #include "options/commands.hpp"
 #include "options/road.hpp"
 #include "study/document/spots_document.hpp"
-#include "study/output/answer_tables.hpp"
 #include "study/lot/column_names.hpp"
+#include "study/output/answer_tables.hpp"
 #include "text/progress_line.hpp"
 #include "text/spots_text.hpp"
 
