@@ -131,7 +131,11 @@ public:
 private:
     std::array<vector_2d, 4> corners; // left, right, right, left
 
+    // The box matters for triangles without area, whose sides settle nothing about points in line.
     static bool is_in_triangle(vector_2d point, vector_2d a, vector_2d b, vector_2d c) {
+        if (point.x < std::min({a.x, b.x, c.x}) || point.x > std::max({a.x, b.x, c.x}) ||
+            point.y < std::min({a.y, b.y, c.y}) || point.y > std::max({a.y, b.y, c.y}))
+            return false;
         const double sides[] = {cross(b - a, point - a), cross(c - b, point - b),
                                 cross(a - c, point - c)};
         return (sides[0] >= 0 && sides[1] >= 0 && sides[2] >= 0) ||

@@ -57,7 +57,7 @@ TEST_F(Stats, TheVerdictCountsTheValuesThemselves) {
     EXPECT_TRUE(missed.says("NOT MET"));
     const auto document = run(asked + " --json").json();
     EXPECT_EQ(document["target"]["counted"], 50);
-    EXPECT_GT(document["read_off_histogram"]["target"]["achieved_percent"], 50);
+    EXPECT_GT(document["read_off_histogram"]["target"]["achieved_percent"], 40);
     EXPECT_EQ(run("stats tail.csv --target 875 --target-percent 25 --exit-code").code, 0);
     expect_refused("stats", {{"tail.csv --exit-code", "--exit-code needs --target"}});
 }

@@ -135,6 +135,8 @@ TEST_F(Coverage, PointsAreSelectedByEveryKindOfOutlineFirst) {
 TEST_F(Coverage, AreasThatDoNotSimplyAddUpAreNamed) {
     write("twice.csv", "part,x,y\na,1000,2000\na,1006,2000\na,1006,2002.5\na,1000,2002.5\n"
                        "b,1004,2000\nb,1010,2000\nb,1010,2002.5\nb,1004,2002.5\n");
+    write("overlapping.csv", "part,x,y\na,1000,2000\na,1002,2000\na,1002,2002.5\na,1000,2002.5\n"
+                             "b,1001,2000\nb,1003,2000\nb,1003,2002.5\nb,1001,2002.5\n");
     write("side_by_side.csv", "part,x,y\na,1000,2000\na,1006,2000\na,1006,2002.5\na,1000,2002.5\n"
                               "b,1006,2000\nb,1010,2000\nb,1010,2002.5\nb,1006,2002.5\n");
     write("bow.csv", "x,y\n1000,2000\n1010,2002.5\n1010,2000\n1000,2005\n");
@@ -142,7 +144,9 @@ TEST_F(Coverage, AreasThatDoNotSimplyAddUpAreNamed) {
     for (const auto& [areas, reason] :
          {std::pair<const char*, const char*>{"twice.csv", "5 m² count twice"},
           {"bow.csv", "is not simple (Self-intersection"},
-          {"whole.csv --exclude twice.csv", "subtracted twice"}}) {
+          {"whole.csv --exclude twice.csv", "the alignment area is -5"},
+          {"whole.csv --exclude overlapping.csv",
+           "are subtracted twice from the alignment area"}}) {
         const outcome odd =
             coverage(std::string("last.csv --target-passes 2 --exit-code --area ") + areas);
         EXPECT_EQ(odd.code, 1) << areas;

@@ -58,7 +58,7 @@ TEST_F(Tables, RawTracksHaveTheCoverageOfTheirLanes) {
     write("mixed.csv", mixed);
     const auto two = run("grid mixed.csv --cell 0.25 --drum-width 2 --track Machine --json").json();
     EXPECT_EQ(two["tracks"], 2);
-    EXPECT_EQ(two["cells"], 120 * 16);
+    EXPECT_EQ(two["cells"], 120 * 16 + 2); // and the cells that the last records stand in
     EXPECT_EQ(two["cells_by_passes"].size(), 1);
 }
 
@@ -118,7 +118,7 @@ TEST_F(Tables, SelectedRowsKeepAllColumnsInEveryFormat) {
                 .code,
             0);
         const auto columns = run(std::string("columns ") + name + " --json").json();
-        EXPECT_EQ(columns["input"]["rows_read"], std::string(name) == "rows.csv" ? 3 : 2);
+        EXPECT_EQ(columns["input"]["rows_read"], 3);
         std::string names;
         for (const auto& column : columns["file_columns"])
             names += column["name"].get<std::string>() + " ";

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,8 +23,12 @@ struct outcome {
     std::string out, err;
     nlohmann::json json() const { return nlohmann::json::parse(out); }
     // A test that looks for a text shows everything when it is not there.
+    // A sentence may be broken into lines.
     testing::AssertionResult says(const std::string& text) const {
-        if ((out + err).find(text) != std::string::npos) return testing::AssertionSuccess();
+        const std::string all = out + err;
+        const std::string in_one_line = std::regex_replace(all, std::regex("\\n +"), " ");
+        if (all.find(text) != std::string::npos || in_one_line.find(text) != std::string::npos)
+            return testing::AssertionSuccess();
         return testing::AssertionFailure()
                << "\"" << text << "\" is missing; exit code " << code << "\n"
                << out << err;

@@ -388,7 +388,7 @@ TEST_F(Semivariogram, WrongUseIsRefusedWithItsRemedy) {
                     {"units.csv", "a distance takes both in one unit"},
                     {"huge.csv", "line 3, column CMV"},
                     {"lot.csv --weights some", "--weights"},
-                    {"lot.csv --weights pairs --no-models", "--no-models excludes --weights"},
+                    {"lot.csv --weights pairs --no-models", "--weights excludes --no-models"},
                     {"one.csv --all-records", "the points (3) lie in one place", 1}});
 }
 

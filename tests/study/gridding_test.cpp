@@ -36,7 +36,9 @@ bool in_triangle(spot p, spot a, spot b, spot c) {
     const auto all = [&](int sign) {
         return is_left(a, b, p, sign) && is_left(b, c, p, sign) && is_left(c, a, p, sign);
     };
-    return all(1) || all(-1);
+    const bool in_box = p.x >= std::min({a.x, b.x, c.x}) && p.x <= std::max({a.x, b.x, c.x}) &&
+                        p.y >= std::min({a.y, b.y, c.y}) && p.y <= std::max({a.y, b.y, c.y});
+    return in_box && (all(1) || all(-1));
 }
 
 // Between a line across heading `u` at `a` and one across `v` at `b`.
