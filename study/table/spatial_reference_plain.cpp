@@ -53,7 +53,9 @@ coordinate_system system_from_text(const std::string& text) {
         const bool is_number =
             !digits.empty() &&
             std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-        if (!is_number) return nullptr;
+        // The registry gives coordinate systems no other codes; which of them exist it alone knows.
+        if (!is_number || digits.size() > 5) return nullptr;
+        if (const int value = std::stoi(digits); value < 1024 || value > 32767) return nullptr;
         return named("EPSG:" + digits, false);
     }
     const std::size_t open = text.find('"');
