@@ -11,5 +11,5 @@ rm build-demo.log
 program=build/release/qmx-ic
 lot=build/sample-lot
 run() { echo; echo "\$ $*"; "$@"; }
-run "$program" generate --points 60000 --seed 1 "$lot"
+run "$program" generate --points 60000 --seed 1 --force "$lot"
 run "$program" stats "$lot.csv" --last-pass --target 40 --target-percent 90
