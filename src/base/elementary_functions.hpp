@@ -6,7 +6,7 @@
 // All callers of exp, log, pow and the like use these instead.
 //
 // Special values are those of C99, Annex F. Accuracy, in units in the last place of the result:
-//   f32 exponential, sine, cosine   0.5: correctly rounded on all arguments that the tests sample
+//   f32 exponential, sine, cosine   0.5: rounded correctly, of exponential on every argument (every_f32)
 //   f32 power                       0.5: evaluated to 2^-90 where needed
 //   f64, all of them                0.52 for normal results, 1 for subnormal ones
 //   whole_power, whole_powers       0.5 + 2^-40 for normal results

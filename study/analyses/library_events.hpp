@@ -11,7 +11,7 @@
 
 namespace qmx_study {
 
-// Code 101 stands for several events: these are told by their whole message.
+// Code 101 stands for several events: these are known by their whole message.
 enum class known_event {
     other,
     no_memory,

@@ -1,4 +1,4 @@
-// How long the search for the pairs of a semivariogram takes: told before it, and shown during it.
+// How long the search for the pairs of a semivariogram takes: estimated before it, and shown during it.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// How far a long piece of work has come: told to whoever shows it, who may call the work off.
+// How far a long piece of work has come: reported to whoever shows it, who may call the work off.
 #pragma once
 
 #include <functional>
@@ -24,7 +24,7 @@ public:
 
     // Both throw cancelled_error when the work is called off.
     void note(std::string_view text);
-    // How much of a whole is done. Nothing is told of a whole that is not known.
+    // How much of a whole is done. Nothing is reported of a whole that is not known.
     void note(std::string_view what, double done, double whole);
     void clear();
 

@@ -1,4 +1,4 @@
-// Text written to a file fast, with failures told as the program tells them.
+// Text written to a file fast; failures are reported in the words of the program.
 #pragma once
 
 #include "study/base/errors.hpp"

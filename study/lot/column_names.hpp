@@ -1,4 +1,4 @@
-// What a column holds, told from its name.
+// What a column holds, by its name.
 #pragma once
 
 #include <string>
