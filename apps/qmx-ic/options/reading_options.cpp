@@ -15,10 +15,11 @@ namespace qmx_terminal {
 
 using namespace qmx_study;
 
-void add_reading_options(CLI::App& command, reading_options& options) {
-    std::string missing_texts;
-    for (const std::string& text : default_missing_texts()) missing_texts += " " + text;
+namespace {
 
+constexpr const char* group = "Reading";
+
+void add_files(CLI::App& command, reading_options& options) {
     command
         .add_option_function<std::vector<std::string>>(
             "FILE",
@@ -30,7 +31,34 @@ void add_reading_options(CLI::App& command, reading_options& options) {
             "or another vector format; - is standard input. Several files, one for each machine "
             "or day, make one lot")
         ->required();
-    const std::string group = "Reading";
+}
+
+// How a text file is laid out.
+void add_text_options(CLI::App& command, reading_options& options) {
+    command
+        .add_option("--decimal", options.decimal,
+                    "Decimal mark of a text file: auto, point or comma")
+        ->check(CLI::IsMember({"auto", "point", "comma"}))
+        ->capture_default_str()
+        ->group(group);
+    command
+        .add_option("--header-line", options.header_line,
+                    "Line of a text file that holds the names of the columns; otherwise found")
+        ->check(CLI::PositiveNumber)
+        ->group(group);
+    command
+        .add_option("--comment", options.comment,
+                    "Start of the lines of a text file that are comments, such as \"#\"")
+        ->group(group);
+}
+
+} // namespace
+
+void add_reading_options(CLI::App& command, reading_options& options) {
+    std::string missing_texts;
+    for (const std::string& text : default_missing_texts()) missing_texts += " " + text;
+
+    add_files(command, options);
     command.add_option("--x", options.x, "Column of the eastings")->group(group);
     command.add_option("--y", options.y, "Column of the northings")->group(group);
     command
@@ -52,21 +80,7 @@ void add_reading_options(CLI::App& command, reading_options& options) {
                     "Only rows that satisfy a filter, say \"PassCount >= 2 AND VibeState = 'On'\"; "
                     "numbers compare as numbers, a missing field is NULL")
         ->group(group);
-    command
-        .add_option("--decimal", options.decimal,
-                    "Decimal mark of a text file: auto, point or comma")
-        ->check(CLI::IsMember({"auto", "point", "comma"}))
-        ->capture_default_str()
-        ->group(group);
-    command
-        .add_option("--header-line", options.header_line,
-                    "Line of a text file that holds the names of the columns; otherwise found")
-        ->check(CLI::PositiveNumber)
-        ->group(group);
-    command
-        .add_option("--comment", options.comment,
-                    "Start of the lines of a text file that are comments, such as \"#\"")
-        ->group(group);
+    add_text_options(command, options);
     command.add_option("--layer", options.layer, "Layer of a file with several")->group(group);
     command
         .add_option("--crs", options.crs,
