@@ -388,7 +388,7 @@ TEST_F(Dirty, SeveralFilesMakeOneLotWithTheRowsOfEachCounted) {
     const auto input = both.json()["input"];
     expect_every_row_accounted_for(input);
     EXPECT_EQ(input["rows_used"], 18);
-    for (int i = 0; i < 2; ++i) {
+    for (std::size_t i = 0; i < 2; ++i) {
         EXPECT_EQ(input["files"][i]["rows_read"], 10);
         EXPECT_EQ(input["files"][i]["rows_used"], 9);
     }
