@@ -49,10 +49,11 @@ std::string align(polygon_set& areas, const lot& points) {
             in_degrees &= std::fabs(ring.x[i]) <= 360 && std::fabs(ring.y[i]) <= 90;
     });
     if (in_degrees)
-        throw usage_error(fmt::format("{}: the polygons are in degrees but {} and {} are planar "
-                                      "and name no coordinate system; "
-                                      "give the polygons in the system of the points",
-                                      areas.file, points.x.name, points.y.name));
+        throw usage_error(
+            fmt::format("{}: the polygons are in degrees but {} and {} are planar "
+                        "and name no coordinate system; "
+                        "name that of the points with --crs, or give the polygons in it",
+                        areas.file, points.x.name, points.y.name));
     return assumed;
 }
 
