@@ -367,6 +367,26 @@ TEST_F(Coverage, LanesThatEachBeginElsewhereTakeTheirTwoDistancesAsMesh) {
     EXPECT_NEAR(lanes["all_bins"]["coverage_percent"], 100, 0.5);
 }
 
+// An outline of 20 m by 10 m in longitudes and latitudes round cells in UTM zone 15.
+TEST_F(Coverage, AreasInAnotherSystemNeedTheNameOfThatOfThePoints) {
+    std::string cells = "x,y,passes\n";
+    for (int i = 0; i < 800; ++i)
+        cells +=
+            fmt::format("{},{},{}\n", 421500 + 0.5 * (i / 20), 4864200 + 0.5 * (i % 20), 1 + i % 4);
+    write("planar.csv", cells);
+    write("degrees.geojson",
+          R"({"type": "Polygon", "coordinates": [[[-93.9779176656, 43.9267302235],
+              [-93.9776685513, 43.9267323553], [-93.9776700259, 43.9268223785],
+              [-93.9779191406, 43.9268202467], [-93.9779176656, 43.9267302235]]]})");
+    expect_refused("coverage planar.csv --area degrees.geojson", {{"--value passes", "--crs"}});
+    if (!app_test::can_project) return;
+    const std::string named = "planar.csv --area degrees.geojson --value passes --crs EPSG:26915 ";
+    const auto document = coverage(named + "--target-passes 2 --json").json();
+    EXPECT_EQ(document["all_bins"]["points"], 800);
+    EXPECT_NEAR(document["plan_area"], 200, 0.01);
+    EXPECT_NEAR(document["target"]["achieved_percent"], 75, 0.01);
+}
+
 class CoverageOfRealCells : public app_test::RealFiles {};
 TEST_F(CoverageOfRealCells, HaveTheirSpacing) {
     write("site.csv", "x,y\n-242449,1032543\n-239821,1032543\n-239821,1033085\n-242449,1033085\n");
