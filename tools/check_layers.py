@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Reads every #include line of src/, study/ and apps/ against the table of who may use whom.
+"""Reads every #include line of src/, study/, report/ and apps/ against the table of who may use whom.
 
 Rooms form layers: src/base is the floor, src/exports the roof; study/ sees the public header alone,
-apps/ sees study/. A file that reaches past its layer fails the check, and so does a folder that the
+report/ sees study/, apps/ sees both. A file that reaches past its layer fails the check, and so does a folder that the
 table does not know, or two folders that use each other.
 """
 
@@ -54,16 +54,19 @@ STUDY = {
     "study/shapes": STUDY_LOT,
     "study/generate": {"study/base"},
     "study/variogram": {"study/base"},
-    "study/analyses": STUDY_LOT | {"study/shapes", "study/variogram"},
+    "study/job": STUDY_LOT,
+    "study/analyses": STUDY_LOT | {"study/job", "study/shapes", "study/variogram"},
     "study/document": STUDY_LOT
-    | {"study/shapes", "study/variogram", "study/analyses", "study/generate"},
-    "study/output": STUDY_LOT | {"study/shapes", "study/variogram", "study/analyses"},
+    | {"study/job", "study/shapes", "study/variogram", "study/analyses", "study/generate"},
+    "study/output": STUDY_LOT
+    | {"study/job", "study/shapes", "study/variogram", "study/analyses", "study/document"},
 }
 # The terminal takes options and prints; it opens no room of the library.
 FRONTS = {HEADER, "study"}
+REPORT = {"report": FRONTS}
 APPS = {
     "text": FRONTS,
-    "options": FRONTS | {"text"},
+    "options": FRONTS | {"text", "report"},
     "": FRONTS | {"options", "text"},
 }
 
@@ -116,6 +119,7 @@ def main():
     trees = [
         (read(ROOT / "src", sources("src")), SRC, "src/"),
         (read(ROOT, sources("study")), STUDY, ""),
+        (read(ROOT, sources("report")), REPORT, ""),
         (read(ROOT / "apps/qmx-ic", sources("apps/qmx-ic")), APPS, "apps/qmx-ic/"),
     ]
     if not all(files for files, _, _ in trees):

@@ -1,0 +1,17 @@
+// The hash by which a file is known again.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qmx_study {
+
+struct file_mark {
+    std::int64_t bytes = 0;
+    std::string sha256; // 64 lower-case hexadecimal digits
+};
+
+// Of the bytes as they stand on the disk. Throws usage_error where the file cannot be read.
+file_mark mark_of_file(const std::string& file);
+
+} // namespace qmx_study
