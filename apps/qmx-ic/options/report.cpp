@@ -1,0 +1,267 @@
+// qmx-ic report FILE...: all analyses of a lot as a page that is signed, and as a document and tables.
+
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include "options/commands.hpp"
+#include "options/road.hpp"
+#include "report/page.hpp"
+#include "study/analyses/report.hpp"
+#include "study/analyses/wrong_option.hpp"
+#include "study/base/number_text.hpp"
+#include "study/base/output_file.hpp"
+#include "study/document/report_document.hpp"
+#include "study/job/job_file.hpp"
+#include "study/output/cell_file.hpp"
+#include "study/output/report_tables.hpp"
+#include "text/progress_line.hpp"
+#include "text/report_text.hpp"
+
+namespace qmx_terminal {
+
+using namespace qmx_study;
+
+namespace {
+
+struct report_options {
+    CLI::App* command = nullptr;
+    std::string job;
+    reading_options reading;
+    // What the command line says beyond the reading: laid over the job file in the order given.
+    std::vector<std::function<void(job_settings&)>> changes;
+    bool as_json = false;
+    bool exit_code = false;
+};
+
+std::string now() {
+    return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr)));
+}
+
+void lay_reading_over(job_settings& settings, const report_options& options) {
+    const auto given = [&](const char* name) { return options.command->count(name) > 0; };
+    const reading_options& from = options.reading;
+    reading_options& to = settings.reading;
+    if (given("FILE")) {
+        to.file = from.file;
+        to.further_files = from.further_files;
+    }
+    using text_option = std::pair<const char*, std::string reading_options::*>;
+    for (const auto& [name, field] :
+         {text_option{"--x", &reading_options::x}, text_option{"--y", &reading_options::y},
+          text_option{"--value", &reading_options::value},
+          text_option{"--pass", &reading_options::pass},
+          text_option{"--where", &reading_options::where},
+          text_option{"--decimal", &reading_options::decimal},
+          text_option{"--comment", &reading_options::comment},
+          text_option{"--layer", &reading_options::layer},
+          text_option{"--crs", &reading_options::crs},
+          text_option{"--project", &reading_options::project}})
+        if (given(name)) to.*field = from.*field;
+    if (given("--missing")) to.missing = from.missing;
+    if (given("--header-line")) to.header_line = from.header_line;
+}
+
+job_settings settings_of(const report_options& options) {
+    job_settings settings;
+    if (!options.job.empty())
+        settings = read_job(options.job);
+    else
+        settings.thresholds = thresholds_of(settings.preset);
+    lay_reading_over(settings, options);
+    for (const auto& change : options.changes) change(settings);
+    if (settings.reading.file.empty())
+        throw usage_error("FILE is required: name the points, or a job file that does");
+    if (settings.time_stamp.empty()) settings.time_stamp = now();
+    return settings;
+}
+
+std::vector<std::string> inputs_of(const job_settings& settings) {
+    std::vector<std::string> inputs = settings.reading.files();
+    for (const std::string& file : {settings.tests, settings.area, settings.excluded_area,
+                                    settings.filters.polygon, settings.job_file, settings.logo})
+        if (!file.empty()) inputs.push_back(file);
+    return inputs;
+}
+
+// Before anything is read.
+void check(const job_settings& settings) {
+    const std::vector<std::string> inputs = inputs_of(settings);
+    for (const std::string& output : {settings.report, settings.document, settings.cells})
+        if (!output.empty()) refuse_inputs_as_output(inputs, output);
+    if (!settings.cells.empty()) check_cell_file_name(settings.cells);
+    if (!settings.report.empty())
+        qmx_report::check(qmx_report::page_options{settings.language, settings.logo});
+}
+
+bool has_missed(const report_answer& answer) {
+    for (const verdict& each : answer.verdicts)
+        if (each.result == outcome::missed) return true;
+    return false;
+}
+
+void run(const report_options& options) {
+    const job_settings settings = settings_of(options);
+    check(settings);
+    progress shown(progress_line());
+    const lot_report report = report_of(settings, shown);
+    const json document = document_of(report.answer);
+    if (!settings.report.empty())
+        write_output(settings.report, qmx_report::page_of(document, report.cells,
+                                                          {settings.language, settings.logo}));
+    if (!settings.document.empty()) write_output(settings.document, text_of(document));
+    if (!settings.tables.empty()) write_report_tables(settings.tables, document);
+    if (!settings.cells.empty()) write_cells(settings.cells, settings, report, shown);
+    shown.clear();
+    fmt::print("{}", options.as_json ? text_of(document) : report_text(document));
+    if (options.exit_code && has_missed(report.answer)) throw target_not_met();
+}
+
+// Adds an option that changes one setting.
+template <class Value>
+CLI::Option* change(report_options& options, const char* name, const char* what,
+                    std::function<void(job_settings&, const Value&)> apply) {
+    return options.command->add_option_function<Value>(
+        name,
+        [&options, apply](const Value& value) {
+            options.changes.emplace_back(
+                [apply, value](job_settings& settings) { apply(settings, value); });
+        },
+        what);
+}
+void text_option(report_options& options, const char* name, const char* what,
+                 std::string job_settings::*field, const char* group) {
+    change<std::string>(
+        options, name, what,
+        [field](job_settings& settings, const std::string& text) { settings.*field = text; })
+        ->group(group);
+}
+template <class Number>
+void number_option(report_options& options, const char* name, const char* what,
+                   std::optional<Number> job_settings::*field, const char* group) {
+    change<Number>(options, name, what, [field](job_settings& settings, const Number& number) {
+        settings.*field = number;
+    })->group(group);
+}
+
+void add_analysis_options(report_options& options) {
+    const char* const group = "Analysis";
+    text_option(options, "--tests", "Table of the spot tests", &job_settings::tests, group);
+    text_option(options, "--area", "Polygons of the alignment, for the coverage",
+                &job_settings::area, group);
+    text_option(options, "--exclude", "Polygons that are left out of it",
+                &job_settings::excluded_area, group);
+    number_option<double>(options, "--target", "Target value of the measure", &job_settings::target,
+                          group);
+    number_option<double>(options, "--minimum", "Minimum of the evenness rule",
+                          &job_settings::minimum, group);
+    number_option<std::int32_t>(
+        options, "--target-passes",
+        "Passes that the layer needs; otherwise read off the compaction curve",
+        &job_settings::target_passes, group);
+    number_option<double>(options, "--radius", "Of the circle round each spot test",
+                          &job_settings::radius, group);
+    number_option<double>(options, "--lag", "Of the semivariogram", &job_settings::lag, group);
+    number_option<int>(options, "--nlag", "Number of lags", &job_settings::lags, group);
+    number_option<double>(options, "--window", "Length of the running mean along the road",
+                          &job_settings::window, group);
+}
+
+void add_threshold_options(report_options& options) {
+    const char* const group = "Thresholds";
+    std::string names;
+    for (const preset& each : presets())
+        names += fmt::format("{}{}", names.empty() ? "" : ", ", each.name);
+    change<std::string>(options, "--preset",
+                        fmt::format("Rules whose thresholds are in force: {}", names).c_str(),
+                        [](job_settings& settings, const std::string& name) {
+                            settings.thresholds = thresholds_of(name);
+                            settings.preset = name;
+                        })
+        ->group(group);
+    std::string keys;
+    for (const known_threshold& each : known_thresholds())
+        keys += fmt::format("{}{}", keys.empty() ? "" : ", ", each.key);
+    change<std::vector<std::string>>(
+        options, "--threshold",
+        fmt::format("A threshold of your own, KEY=NUMBER, may be repeated: {}", keys).c_str(),
+        [](job_settings& settings, const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) {
+                const std::size_t mark = text.find('=');
+                double number = 0;
+                if (mark == std::string::npos ||
+                    !CLI::detail::lexical_cast(text.substr(mark + 1), number))
+                    throw wrong_option("--threshold", ": \"{}\" is no KEY=NUMBER", text);
+                set_threshold(settings.thresholds, text.substr(0, mark), number, "command line");
+            }
+        })
+        ->allow_extra_args(false)
+        ->take_all()
+        ->group(group);
+}
+
+void add_text_options(report_options& options) {
+    const char* const group = "Texts";
+    const auto add = [&](const char* name, const char* what, std::string report_texts::*field) {
+        change<std::string>(options, name, what,
+                            [field](job_settings& settings, const std::string& text) {
+                                settings.texts.*field = text;
+                            })
+            ->group(group);
+    };
+    add("--title", "Title of the report", &report_texts::title);
+    add("--project-name", "Project", &report_texts::project);
+    add("--lot", "Lot", &report_texts::lot);
+    add("--contractor", "Contractor", &report_texts::contractor);
+    add("--inspector", "Inspector", &report_texts::inspector);
+    add("--remarks", "Remarks", &report_texts::remarks);
+    text_option(options, "--logo", "Picture in the head of the page: PNG, JPEG or SVG",
+                &job_settings::logo, group);
+    std::string languages;
+    for (const std::string& each : qmx_report::languages())
+        languages += fmt::format("{}{}", languages.empty() ? "" : ", ", each);
+    text_option(options, "--lang", fmt::format("Language of the page: {}", languages).c_str(),
+                &job_settings::language, group);
+    text_option(options, "--time-stamp", "Time that the report bears, instead of now (ISO 8601)",
+                &job_settings::time_stamp, group);
+}
+
+} // namespace
+
+void add_report_command(CLI::App& program) {
+    const auto options = std::make_shared<report_options>();
+    CLI::App* const command = program.add_subcommand(
+        "report", "All analyses of a lot: a page that is signed, a document, tables");
+    options->command = command;
+    add_reading_options(*command, options->reading);
+    command->get_option("FILE")->required(false);
+    command
+        ->add_option("--job", options->job,
+                     "Job file with files, columns, filters, thresholds and texts (qmx-ic init "
+                     "writes one); the command line wins")
+        ->group("Analysis");
+    add_analysis_options(*options);
+    add_threshold_options(*options);
+    add_text_options(*options);
+    const char* const group = "Output";
+    text_option(*options, "-o,--output", "The page: one HTML file that needs no network",
+                &job_settings::report, group);
+    text_option(*options, "--document", "The report as one JSON document", &job_settings::document,
+                group);
+    text_option(*options, "--tables", "Folder for all tables as CSV", &job_settings::tables, group);
+    text_option(*options, "--cells",
+                "The cells with pass, value, verdict and all columns of the file: .gpkg, .csv, ...",
+                &job_settings::cells, group);
+    command->add_flag("--json", options->as_json, "Print the document")->group(group);
+    command->add_flag("--exit-code", options->exit_code, "End with 3 when a threshold is missed")
+        ->group(group);
+    command->callback([options] { run(*options); });
+}
+
+} // namespace qmx_terminal
