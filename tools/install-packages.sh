@@ -4,10 +4,13 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build libblas-dev zlib1g-dev libgdal-dev libcli11-dev nlohmann-json3-dev libfmt-dev
-          libeigen3-dev)
+          libeigen3-dev libgcrypt20-dev libtomlplusplus-dev liblodepng-dev)
+# Pages of reports are bundled by Node: another one than Debian's serves too.
+command -v npm >/dev/null || packages+=(nodejs npm)
 if [ "${1:-}" != demo ]; then
   packages+=(ccache clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev libgtest-dev libboost-dev
-             libopenblas-dev python3 python3-numpy python3-jsonschema gdal-bin r-cran-sp)
+             libopenblas-dev python3 python3-numpy python3-jsonschema gdal-bin r-cran-sp chromium
+             fonts-dejavu-core)
 fi
 
 missing=()

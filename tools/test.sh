@@ -28,8 +28,8 @@ git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format-14 --dry-run --Wer
 
 build sanitize
 suite sanitize openblas-pthread
-build no-gdal qmx-ic test_study test_app
-suite no-gdal blas -L '^(study|app)$'
-build dev
+step "configure: no-gdal, on a machine without GDAL"
+cmake --preset no-gdal -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_GDAL=ON >/dev/null
+build dev # with the program and the tests that know no GDAL
 suite dev openblas-pthread
-suite dev blas -LE '^(study|app)$' # these ran with it above
+suite dev blas -LE '^(study|app|report|without_gdal)$' # what calls the library directly

@@ -417,7 +417,7 @@ TEST_F(Dirty, SeveralFilesMakeOneLotWithTheRowsOfEachCounted) {
 
 TEST_F(Dirty, StreamsAreReadAndEnd) {
     write("lot.csv", head + lot(1, 9) + "10,1,?\n");
-    const std::string program = "'" QMX_IC_PROGRAM "' ";
+    const std::string program = app_test::program() + " ";
     const auto used = [&](const std::string& command) {
         const int status = std::system(
             ("cd '" + folder.string() + "' && " + command + " > stream.txt 2> errors.txt").c_str());

@@ -71,8 +71,8 @@ TEST_F(Ending, AnOutputIsWholeOrNotThere) {
                                    "this is the file that is read"}});
     EXPECT_EQ(files(), before + 3); // out.txt, err.txt and the area: nothing unfinished
     for (const char* const asked : {"--version", "--help", "stats lot.csv"})
-        EXPECT_EQ(std::system(("cd '" + folder.string() + "' && '" QMX_IC_PROGRAM "' " + asked +
-                               " > /dev/full 2> err.txt")
+        EXPECT_EQ(std::system(("cd '" + folder.string() + "' && " + app_test::program() + " " +
+                               asked + " > /dev/full 2> err.txt")
                                   .c_str()),
                   2 << 8)
             << asked;
@@ -141,8 +141,8 @@ TEST_F(Ending, ExitCodesFollowThePageInEveryCommand) {
     }
     for (const char* const asked : {"stats lot.csv", "stats lot.csv --output -", "stats --help",
                                     "fit lot.csv --x x --y y --json", "stats missing.csv --json"})
-        EXPECT_EQ(std::system(("cd '" + folder.string() + "' && '" QMX_IC_PROGRAM "' " + asked +
-                               " > /dev/full 2> err.txt")
+        EXPECT_EQ(std::system(("cd '" + folder.string() + "' && " + app_test::program() + " " +
+                               asked + " > /dev/full 2> err.txt")
                                   .c_str()),
                   2 << 8)
             << asked;
