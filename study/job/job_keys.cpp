@@ -225,8 +225,11 @@ void add_analysis_keys(std::vector<job_key>& all) {
                                            "passes that each place needs; otherwise read off the "
                                            "compaction curve",
                                            "4"),
-        positive<&settings::radius>("analysis", "radius", number,
-                                    "of the circle round a spot test, in metres", "0.5"),
+        positive<&settings::radius>(
+            "analysis", "radius", number,
+            "of the circle round a spot test, in the unit of the positions; "
+            "0.5 m without it",
+            "0.5"),
         key_of<&settings::tests_any_pass>(
             "analysis", "tests_any_pass", flag,
             "true where a test is matched with the data of all passes", "false"),

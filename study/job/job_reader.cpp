@@ -147,17 +147,20 @@ private:
         });
     }
 
-    static std::string table_with(std::string_view key) {
+    // "[analysis]", "[columns] or [filter]"; "" where no table has such a key.
+    static std::string tables_with(std::string_view key) {
+        std::string tables;
         for (const job_key& each : job_keys())
-            if (each.key == key) return each.table;
-        return {};
+            if (each.key == key)
+                tables += fmt::format("{}[{}]", tables.empty() ? "" : " or ", each.table);
+        return tables;
     }
 
     static std::string unknown_table(std::string_view name, bool is_written_as_table) {
         if (!is_written_as_table) {
-            if (const std::string table = table_with(name); !table.empty())
-                return fmt::format("the key \"{}\" stands in no table; it belongs to [{}]", name,
-                                   table);
+            if (const std::string tables = tables_with(name); !tables.empty())
+                return fmt::format("the key \"{}\" stands in no table; it belongs to {}", name,
+                                   tables);
         }
         std::vector<std::string> tables;
         for (const job_table& table : job_tables()) tables.emplace_back(table.name);
@@ -171,8 +174,8 @@ private:
         for (const job_key& key : job_keys())
             if (key.table == table) keys.push_back(key.key);
         std::string near = meant(nearest_name(name, keys));
-        if (const std::string other = table_with(name); near.empty() && !other.empty())
-            near = fmt::format("; it belongs to [{}]", other);
+        if (const std::string others = tables_with(name); !others.empty())
+            near = fmt::format("; it belongs to {}", others);
         return fmt::format("there is no key \"{}\" in [{}]{}\n  its keys are: {}", name, table,
                            near, fmt::join(keys, ", "));
     }
