@@ -21,6 +21,7 @@ struct known_threshold {
     const char* unit;   // "%", "m", ""
     const char* what;   // one line for help and job file
     double least, most; // values outside are refused
+    bool is_whole = false;
 };
 
 // coverage_percent          least share of the area at the target pass count
@@ -48,6 +49,10 @@ const std::vector<preset>& presets();
 std::vector<threshold> thresholds_of(std::string_view preset_name);
 void set_threshold(std::vector<threshold>& thresholds, std::string_view key, double value,
                    const std::string& from);
+// No verdict of this kind is asked for.
+void drop_threshold(std::vector<threshold>& thresholds, std::string_view key);
+// Takes another preset; the thresholds that the user set stay.
+void choose_preset(std::vector<threshold>& thresholds, std::string_view preset_name);
 
 // The value in force; nothing where no verdict of this kind is asked for.
 const threshold* find_threshold(const std::vector<threshold>& thresholds, std::string_view key);

@@ -192,6 +192,26 @@ int spot_rank(std::string_view name) {
     return position(spot_values, without_separators(words));
 }
 
+int rank_of_name(std::string_view name, std::span<const std::string_view> list) {
+    name = trimmed(name);
+    std::string unit;
+    cut_bracketed_unit(name, unit);
+    std::string words = words_joined(name);
+    const auto rank_of = [&](std::string_view key) {
+        const auto found = std::find(list.begin(), list.end(), key);
+        return found == list.end() ? -1 : static_cast<int>(found - list.begin());
+    };
+    const auto rank_of_words = [&] {
+        const std::string key = without_separators(words);
+        const int rank = rank_of(key);
+        return rank >= 0 || !key.starts_with("last") ? rank : rank_of(key.substr(4));
+    };
+    const int rank = rank_of_words();
+    if (rank >= 0) return rank;
+    cut_suffix_unit(words, unit);
+    return rank_of_words();
+}
+
 column_meaning meaning_of_name(std::string_view name) {
     name = trimmed(name);
     std::string unit;

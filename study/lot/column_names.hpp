@@ -1,6 +1,7 @@
 // What a column holds, by its name.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,10 @@ column_meaning meaning_of_name(std::string_view name);
 // The place of a name among those of the values of spot tests, -1 for another name. Written like the
 // others: "EVD [MN/m²]", dry_density_t_m3.
 int spot_rank(std::string_view name);
+
+// The place of a name in a list of names without separators, in lower case; -1 where it is not there.
+// It may be written like the others: LastTemp, "Speed (km/h)", speed_km_h.
+int rank_of_name(std::string_view name, std::span<const std::string_view> list);
 
 // The unit that stands over a column: in its name, or in a line of units.
 std::string heading_unit(const source_column& column);

@@ -14,15 +14,18 @@ opened_table open_table(const reading_options& options, progress& shown) {
 }
 
 loaded_lot read_table(opened_table table, const reading_options& options,
-                      const reading_needs& needs, progress& shown) {
+                      const reading_needs& needs, progress& shown,
+                      const lot_conditions* conditions) {
     loaded_lot result{std::move(table), {}, false, 0, 0};
-    result.data = read_lot(*result.table.source, result.table.survey, options, needs, shown);
+    result.data =
+        read_lot(*result.table.source, result.table.survey, options, needs, shown, conditions);
     result.value_is_chosen = options.value.empty() && result.data.candidates.size() > 1;
     return result;
 }
 
-loaded_lot load(const reading_options& options, const reading_needs& needs, progress& shown) {
-    return read_table(open_table(options, shown), options, needs, shown);
+loaded_lot load(const reading_options& options, const reading_needs& needs, progress& shown,
+                const lot_conditions* conditions) {
+    return read_table(open_table(options, shown), options, needs, shown, conditions);
 }
 
 reading_account account_of(const loaded_lot& lot) {
@@ -49,6 +52,7 @@ reading_account account_of(const loaded_lot& lot) {
     account.rows_used = static_cast<std::int64_t>(lot.data.points.size());
     account.rows_dropped = lot.data.rows_dropped();
     account.rows_filtered = lot.data.rows_filtered;
+    account.filters = lot.data.filters;
     account.without_position = lot.data.without_position;
     account.earlier_passes = lot.earlier_passes;
     account.left_without_position = lot.left_without_position;

@@ -33,8 +33,10 @@ struct loaded_lot {
 // Throw usage_error.
 opened_table open_table(const reading_options& options, progress& shown);
 loaded_lot read_table(opened_table table, const reading_options& options,
-                      const reading_needs& needs, progress& shown);
-loaded_lot load(const reading_options& options, const reading_needs& needs, progress& shown);
+                      const reading_needs& needs, progress& shown,
+                      const lot_conditions* conditions = nullptr);
+loaded_lot load(const reading_options& options, const reading_needs& needs, progress& shown,
+                const lot_conditions* conditions = nullptr);
 
 // Rows dropped for one reason, with the place of the first one.
 struct dropped_account {
@@ -68,6 +70,7 @@ struct reading_account {
     std::int64_t rows_used = 0;
     std::int64_t rows_dropped = 0;
     std::int64_t rows_filtered = 0;
+    std::vector<filtered_rows> filters;     // that left them out
     std::int64_t without_position = 0;      // of those in use
     std::int64_t earlier_passes = 0;        // left out for the finished layer
     std::int64_t left_without_position = 0; // left out with them

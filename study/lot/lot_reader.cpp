@@ -11,6 +11,7 @@
 #include "study/lot/column_choice.hpp"
 #include "study/lot/field_reader.hpp"
 #include "study/lot/lot_positions.hpp"
+#include "study/lot/row_conditions.hpp"
 #include "study/lot/row_screen.hpp"
 
 namespace qmx_study {
@@ -23,11 +24,12 @@ constexpr std::int64_t rows_between_notes = 4096;
 class lot_builder {
 public:
     lot_builder(table_source& from, const row_survey& learned, const reading_options& chosen,
-                const reading_needs& wanted, progress& on_terminal)
+                const reading_needs& wanted, progress& on_terminal, const lot_conditions* further)
         : source(from), survey(learned), options(chosen), needs(wanted), shown(on_terminal),
           screen(source, survey, options.where),
           choice(choose_columns(source, survey, options, needs)), x(choice.x, "x", survey),
           y(choice.y, "y", survey), pass(choice.pass, "pass", survey) {
+        if (further) conditions.emplace(*further, source, survey);
         for (const used_column& column : choice.values)
             values.push_back({field_reader(column, "value", survey), {}, {}, 0});
         result.decimal = survey.files.front().style.decimal;
@@ -54,6 +56,7 @@ public:
         }
         result.rows_read = source.record() + further_points;
         settle_value();
+        settle_filters();
         settle_columns();
         result.dropped = std::move(drops.rows);
         std::stable_sort(result.dropped.begin(), result.dropped.end(),
@@ -75,6 +78,7 @@ private:
     const reading_needs& needs;
     progress& shown;
     row_screen screen;
+    std::optional<row_conditions> conditions;
     column_choice choice;
     field_reader x, y, pass;
     std::vector<value_column> values;
@@ -82,10 +86,13 @@ private:
     lot result;
     bool reads_pass = false;
     std::int64_t further_points = 0; // of records with several
+    std::int64_t left_out_by_where = 0;
     std::vector<std::int64_t> further_by_file, filtered_by_file;
 
     std::vector<int> columns_asked_for() const {
         std::vector<int> columns = screen.columns();
+        if (conditions)
+            for (const int column : conditions->columns()) columns.push_back(column);
         for (const field_reader* reader : {&x, &y, &pass}) columns.push_back(reader->column.index);
         for (const value_column& column : values) columns.push_back(column.reader.column.index);
         return columns;
@@ -175,6 +182,12 @@ private:
         }
     }
 
+    void count_filtered(std::size_t file) {
+        ++result.rows_filtered;
+        filtered_by_file.resize(source.part_count());
+        ++filtered_by_file[file];
+    }
+
     void count_further_point() {
         ++further_points;
         further_by_file.resize(source.part_count());
@@ -210,11 +223,11 @@ private:
     void take_row() {
         const row_state state = screen.look(drops);
         if (state == row_state::filtered) {
-            ++result.rows_filtered;
-            filtered_by_file.resize(source.part_count());
-            ++filtered_by_file[source.part_index()];
+            ++left_out_by_where;
+            count_filtered(source.part_index());
         }
         if (state != row_state::taken) return;
+        if (conditions && !conditions->hold(source)) return count_filtered(source.part_index());
         t_icdata point{};
         if (!read_position(point) || !read_pass(point)) return;
         point.d_val = none;
@@ -258,6 +271,10 @@ private:
         for (std::size_t i = 0; i < result.points.size(); ++i) {
             const double value = best->at(i);
             if (std::isnan(value) && !may_lack) continue;
+            if (conditions && !conditions->hold_for(value)) {
+                count_filtered(source.part_of(result.records[i]));
+                continue;
+            }
             result.points[kept] = result.points[i];
             result.points[kept].d_val = value;
             result.records[kept++] = result.records[i];
@@ -268,6 +285,14 @@ private:
             for (dropped_rows& reason : best->drops.rows) drops.rows.push_back(std::move(reason));
         if (best->reader.stripped.count > 0) result.stripped.push_back(best->reader.stripped);
         values.clear();
+    }
+
+    void settle_filters() {
+        if (!options.where.empty())
+            result.filters.push_back({"where", options.where, left_out_by_where, 0});
+        if (!conditions) return;
+        conditions->refuse_without(result.value);
+        for (const filtered_rows& each : conditions->accounts()) result.filters.push_back(each);
     }
 
     void settle_columns() {
@@ -308,9 +333,13 @@ private:
     [[noreturn]] void refuse_empty() {
         std::string message =
             fmt::format("{}: no row is left of {} read", source.file, result.rows_read);
-        if (result.rows_filtered > 0)
-            message += fmt::format("\n  {} left out by --where \"{}\"", result.rows_filtered,
-                                   options.where);
+        if (left_out_by_where > 0)
+            message +=
+                fmt::format("\n  {} left out by --where \"{}\"", left_out_by_where, options.where);
+        for (const filtered_rows& filter : result.filters)
+            if (filter.rows > 0 && filter.what != "where")
+                message += fmt::format("\n  {} left out by the filter {}: {}", filter.rows,
+                                       filter.what, filter.text);
         for (const dropped_rows& reason : result.dropped) {
             message += fmt::format("\n  {} dropped: {}, first on {}", reason.count, reason.text,
                                    source.place(reason.first_record));
@@ -331,8 +360,8 @@ std::int64_t lot::rows_dropped() const {
 }
 
 lot read_lot(table_source& source, const row_survey& survey, const reading_options& options,
-             const reading_needs& needs, progress& shown) {
-    lot_builder builder(source, survey, options, needs, shown);
+             const reading_needs& needs, progress& shown, const lot_conditions* conditions) {
+    lot_builder builder(source, survey, options, needs, shown, conditions);
     lot result = builder.build();
     shown.clear();
     return result;

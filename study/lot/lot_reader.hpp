@@ -9,9 +9,11 @@
 #include <qmx_ic.h>
 
 #include "study/base/progress.hpp"
+#include "study/lot/lot_filters.hpp"
 #include "study/lot/projection.hpp"
 #include "study/lot/reading_options.hpp"
 #include "study/lot/row_survey.hpp"
+#include "study/lot/trait_columns.hpp"
 #include "study/table/table_source.hpp"
 
 namespace qmx_study {
@@ -32,6 +34,13 @@ struct reading_needs {
     bool allow_empty = false;    // a lot without a point is an answer, not an error
     bool are_pairs = false;      // x and y are any two quantities, no positions
     bool are_spot_tests = false; // values are called as in a laboratory: EVD, EV2, DCP, CBR
+};
+
+// What rows must be beyond --where. The polygon is no matter of the reading: it needs positions in
+// their final plane.
+struct lot_conditions {
+    lot_filters filters;
+    trait_names traits;
 };
 
 struct used_column {
@@ -82,8 +91,9 @@ struct lot {
     std::vector<value_candidate> candidates;
     std::vector<dropped_rows> dropped;
     std::vector<stripped_text> stripped;
-    std::int64_t rows_read = 0;     // each point of a record with several counts as one
-    std::int64_t rows_filtered = 0; // left out by --where
+    std::int64_t rows_read = 0;         // each point of a record with several counts as one
+    std::int64_t rows_filtered = 0;     // left out by --where and other filters
+    std::vector<filtered_rows> filters; // each of them
     std::vector<file_rows> files;
     std::int64_t without_position = 0; // points among them, where positions need not be there
     char decimal = '.';
@@ -95,7 +105,8 @@ struct lot {
 
 // Throws usage_error: no such column, no row left, bad filter.
 lot read_lot(table_source& source, const row_survey& survey, const reading_options& options,
-             const reading_needs& needs, progress& shown);
+             const reading_needs& needs, progress& shown,
+             const lot_conditions* conditions = nullptr);
 
 // The decimal mark that an option names, '\0' for auto; the missing texts with those of the options.
 char decimal_of(const reading_options& options);

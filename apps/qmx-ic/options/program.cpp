@@ -7,42 +7,11 @@
 #include <fmt/format.h>
 
 #include "options/commands.hpp"
+#include "study/base/near_name.hpp"
 
 namespace qmx_terminal {
 
 namespace {
-
-// Letters to change, add, drop or exchange with their neighbour until one name is the other.
-std::size_t distance(std::string_view a, std::string_view b) {
-    std::vector<std::vector<std::size_t>> steps(a.size() + 1,
-                                                std::vector<std::size_t>(b.size() + 1));
-    for (std::size_t i = 0; i <= a.size(); ++i)
-        for (std::size_t j = 0; j <= b.size(); ++j) {
-            if (i == 0 || j == 0) {
-                steps[i][j] = i + j;
-                continue;
-            }
-            const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
-            steps[i][j] =
-                std::min({steps[i - 1][j] + 1, steps[i][j - 1] + 1, steps[i - 1][j - 1] + change});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-                steps[i][j] = std::min(steps[i][j], steps[i - 2][j - 2] + 1);
-        }
-    return steps[a.size()][b.size()];
-}
-
-std::string nearest(std::string_view name, const std::vector<std::string>& known) {
-    std::string best;
-    std::size_t least = std::max<std::size_t>(1, name.size() / 3) + 1;
-    for (const std::string& each : known) {
-        const bool begins = name.size() >= 3 && each.starts_with(name);
-        const std::size_t steps = begins ? 1 : distance(name, each);
-        if (steps >= least) continue;
-        least = steps;
-        best = each;
-    }
-    return best;
-}
 
 std::vector<std::string> commands_of(const CLI::App& program) {
     std::vector<std::string> names;
@@ -89,7 +58,7 @@ std::string suggestion_for(const CLI::App& program, int argc, const char* const*
     if (command.empty()) {
         const std::string_view first = argc > 1 ? argv[1] : "";
         if (first.empty() || first.starts_with('-')) return {};
-        const std::string meant = nearest(first, commands_of(program));
+        const std::string meant = qmx_study::nearest_name(first, commands_of(program));
         return meant.empty() ? "" : fmt::format(" did you mean {}?", meant);
     }
     const std::vector<std::string> options = options_of(*program.get_subcommand(command));
@@ -99,7 +68,7 @@ std::string suggestion_for(const CLI::App& program, int argc, const char* const*
         if (!given.starts_with("--") ||
             std::find(options.begin(), options.end(), given) != options.end())
             continue;
-        const std::string meant = nearest(given, options);
+        const std::string meant = qmx_study::nearest_name(given, options);
         if (!meant.empty()) return fmt::format(" did you mean {}?", meant);
     }
     return {};

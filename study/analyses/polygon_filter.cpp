@@ -1,0 +1,60 @@
+#include "study/analyses/polygon_filter.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "study/analyses/area_selection.hpp"
+#include "study/base/errors.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+void count_out(lot& data, std::int64_t record) {
+    ++data.rows_filtered;
+    const auto file = std::find_if(data.files.begin(), data.files.end(),
+                                   [&](const file_rows& rows) { return record <= rows.last; });
+    if (file != data.files.end()) ++file->filtered;
+}
+
+} // namespace
+
+void keep_points_inside(loaded_lot& lot, const std::string& polygon_file) {
+    struct lot& data = lot.data;
+    if (!data.has_positions())
+        throw usage_error(fmt::format("{}: the filter polygon ({}) needs positions, and no columns "
+                                      "of them were recognised; name them with --x and --y",
+                                      lot.source().file, polygon_file),
+                          {"--x", lot.source().file, 0, {}});
+    polygon_set polygons = read_polygons(polygon_file, {});
+    const std::string assumed = align(polygons, data);
+    const positions at = positions_of(data);
+    const std::vector<bool> inside = points_inside(polygons, at.x, at.y);
+    filtered_rows account{"polygon", polygon_file, 0, 0};
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < data.points.size(); ++i) {
+        if (inside[i]) {
+            data.points[kept] = data.points[i];
+            data.records[kept++] = data.records[i];
+            continue;
+        }
+        ++account.rows;
+        if (std::isnan(at.x[i]) || std::isnan(at.y[i])) ++account.lacking;
+        count_out(data, data.records[i]);
+    }
+    data.points.resize(kept);
+    data.records.resize(kept);
+    data.without_position -= std::min(data.without_position, account.lacking);
+    if (!assumed.empty()) data.notes.push_back(fmt::format("filter {}{}", polygon_file, assumed));
+    data.filters.push_back(account);
+    if (kept == 0)
+        throw usage_error(
+            fmt::format("{}: no row is left: none of {} points lies in the polygons of "
+                        "{}",
+                        lot.source().file, inside.size(), polygon_file),
+            {{}, polygon_file, 0, {}});
+}
+
+} // namespace qmx_study
