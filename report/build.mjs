@@ -1,0 +1,89 @@
+// Makes the template of the page: one HTML text with style and script inside, as a C++ file.
+//
+//   node build.mjs PACKAGES OUTPUT.cpp
+//
+// PACKAGES is the folder with node_modules.
+import { createHash } from "node:crypto";
+import { readFileSync, writeFileSync } from "node:fs";
+import { createRequire } from "node:module";
+import { dirname, join, resolve } from "node:path";
+import { fileURLToPath } from "node:url";
+
+const [packages, output] = process.argv.slice(2).map((name) => resolve(name));
+const here = dirname(fileURLToPath(import.meta.url));
+const require = createRequire(join(packages, "package.json"));
+const { build } = require("esbuild");
+
+const common = {
+  bundle: true,
+  minify: true,
+  write: false,
+  charset: "utf8",
+  target: ["chrome100", "firefox100", "safari15"],
+  nodePaths: [join(packages, "node_modules")],
+  legalComments: "none",
+  logLevel: "warning",
+};
+
+async function textOf(entry, options = {}) {
+  const made = await build({ ...common, entryPoints: [join(here, "page", entry)], ...options });
+  return made.outputFiles[0].text.trim();
+}
+
+// Every text has both languages, and the same places for numbers in both.
+function checkTexts() {
+  const texts = JSON.parse(readFileSync(join(here, "texts.json"), "utf8"));
+  const places = (text) => [...text.matchAll(/\{(\w+)\}/g)].map((found) => found[1]).sort().join();
+  for (const [key, text] of Object.entries(texts)) {
+    const fromDocument = key.startsWith("caution.") || key.startsWith("missing.") || key.startsWith("reason.");
+    if (!text.de || (!text.en && !fromDocument)) throw new Error(`texts.json: ${key} lacks a language`);
+    if (text.en && places(text.en) !== places(text.de)) throw new Error(`texts.json: ${key} differs in its places`);
+  }
+}
+
+function sourceOf(page) {
+  const bytes = Buffer.from(page, "utf8");
+  const pieces = [];
+  const size = 4000; // compilers limit the length of a literal
+  for (let at = 0; at < bytes.length; at += size) {
+    const piece = bytes.subarray(at, at + size);
+    let literal = "";
+    for (const byte of piece) {
+      if (byte === 0x22 || byte === 0x5c) literal += "\\" + String.fromCharCode(byte);
+      else if (byte === 0x3f) literal += "\\?"; // no trigraphs
+      else if (byte >= 0x20 && byte < 0x7f) literal += String.fromCharCode(byte);
+      else literal += "\\" + byte.toString(8).padStart(3, "0");
+    }
+    pieces.push(`    std::string_view("${literal}", ${piece.length}),`);
+  }
+  return [
+    "// Made by report/build.mjs.",
+    '#include "report/page_template.hpp"',
+    "",
+    "namespace qmx_report {",
+    "",
+    "std::span<const std::string_view> page_template() {",
+    "  static constexpr std::string_view pieces[] = {",
+    ...pieces,
+    "  };",
+    "  return pieces;",
+    "}",
+    "",
+    "} // namespace qmx_report",
+    "",
+  ].join("\n");
+}
+
+checkTexts();
+const script = await textOf("script/main.js", { format: "iife" });
+const style = await textOf("style.css");
+if (/<\/script|<!--|\{\{DATA\}\}/i.test(script) || /<\//.test(style)) throw new Error("a part would end its own element");
+const hash = createHash("sha256").update(script, "utf8").digest("base64");
+let page = readFileSync(join(here, "page", "template.html"), "utf8");
+for (const [mark, text] of [["{{STYLE}}", style], ["{{HASH}}", `sha256-${hash}`], ["{{SCRIPT}}", script]]) {
+  const parts = page.split(mark);
+  if (parts.length !== 2) throw new Error(`template.html: ${mark} must stand in it once`);
+  page = parts.join(text);
+}
+if (page.split("{{DATA}}").length !== 2) throw new Error("template.html: {{DATA}} must stand in it once");
+writeFileSync(output, sourceOf(page));

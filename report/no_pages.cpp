@@ -1,0 +1,21 @@
+// Stands for the page in a build without Node.
+#include "report/page.hpp"
+#include "study/base/errors.hpp"
+
+namespace qmx_report {
+
+std::vector<std::string> languages() {
+    return {"en", "de"};
+}
+
+bool can_make_pages() {
+    return false;
+}
+
+std::string page_of(const qmx_study::json&, const qmx_study::cell_table&, const page_options&) {
+    throw qmx_study::usage_error(
+        "this program was built without pages, since Node, npm or lodepng were not there: the "
+        "results can be had as a document or as tables instead");
+}
+
+} // namespace qmx_report

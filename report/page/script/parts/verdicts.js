@@ -1,0 +1,48 @@
+// Verdicts first: each against its threshold, with the rule and where to change it.
+import { html, table } from "../elements.js";
+import { beside, currentLanguage, has, number, say, sayOrKeep, withUnit } from "../texts.js";
+import { cautionsOf, section } from "./section.js";
+
+const marks = { met: "✓", missed: "✗", not_given: "○" };
+
+const nameOf = (verdict) => (has(`verdict.name.${verdict.key}`) ? say(`verdict.name.${verdict.key}`) : verdict.key);
+
+function basisOf(verdict, measured) {
+  if (verdict.outcome === "not_given") return sayOrKeep(`reason.${verdict.reason_key}`, verdict.reason);
+  const key = `verdict.basis.${verdict.key}`;
+  if (currentLanguage() !== "en" && has(key)) return say(key, { measured });
+  return verdict.basis || "";
+}
+
+function rowOf(verdict) {
+  const threshold = verdict.threshold || {};
+  const unit = verdict.unit || "";
+  const limit = withUnit(number(threshold.value, 6), unit);
+  const measured = withUnit(beside(verdict.measured, threshold.value), unit);
+  const outcome = verdict.outcome in marks ? verdict.outcome : "not_given";
+  return {
+    class: `verdict ${outcome}`,
+    cells: [
+      html("span", { class: `mark ${outcome}` }, html("span", { class: "sign", "aria-hidden": "true" }, marks[outcome]), say(`outcome.${outcome}`)),
+      nameOf(verdict),
+      say(verdict.at_least === false ? "verdict.at.most" : "verdict.at.least", { value: limit }),
+      html("span", { class: "measured" }, measured),
+      basisOf(verdict, measured),
+      html("span", { class: "where" }, threshold.rule || say("verdict.by.user"), threshold.from ? ` (${threshold.from})` : "",
+        html("br"), html("small", {}, say("verdict.change", { key: threshold.key || "" }))),
+    ],
+  };
+}
+
+export function verdicts(report) {
+  const all = report.verdicts || [];
+  if (all.length === 0) return section("verdicts", html("p", { class: "missing" }, say("verdict.none")), cautionsOf(report, "verdicts"));
+  const number_ = (outcome) => all.filter((one) => one.outcome === outcome).length;
+  const met = number_("met"), missed = number_("missed");
+  const summary = met === all.length ? say("verdict.summary.met", { number: met })
+    : say("verdict.summary", { met, missed, open: all.length - met - missed });
+  const head = ["result", "asked", "threshold", "measured", "basis", "rule"].map((key) => say(`verdict.${key}`));
+  return section("verdicts",
+    html("p", { class: `summary ${missed > 0 ? "missed" : met === all.length ? "met" : "not_given"}` }, summary),
+    table(say("section.verdicts"), head, all.map(rowOf), { class: "verdicts" }), cautionsOf(report, "verdicts"));
+}

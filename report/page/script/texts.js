@@ -1,0 +1,91 @@
+// All words of the page, in the language that is shown, and numbers as that language writes them.
+import texts from "../../texts.json";
+
+const narrowSpace = "\u202f";
+const minus = "\u2212";
+let language = "en";
+
+export const languages = { en: "English", de: "Deutsch" };
+
+export function setLanguage(name) {
+  language = name in languages ? name : "en";
+}
+export const currentLanguage = () => language;
+
+export function has(key) {
+  return key in texts;
+}
+
+// The text of a key; {name} stands for a value.
+export function say(key, values = {}) {
+  const found = texts[key] && texts[key][language];
+  if (found === undefined) return key;
+  return found.replace(/\{(\w+)\}/g, (whole, name) => (name in values ? values[name] : whole));
+}
+
+// A text that the document brings in English, in the language shown where its key is known. The
+// numbers that it names stand for {0}, {1}, ...
+export function sayOrKeep(key, english, numbers = []) {
+  const found = texts[key] && texts[key][language];
+  if (language === "en" && english) return english;
+  if (!found) return english || "";
+  const places = [...found.matchAll(/\{(\d+)\}/g)].map((place) => Number(place[1]));
+  if (places.some((place) => place >= numbers.length)) return english || "";
+  return say(key, Object.fromEntries(numbers.map((value, place) => [place, number(value)])));
+}
+
+function written(value, options) {
+  const parts = new Intl.NumberFormat(language, options).formatToParts(value);
+  return parts
+    .map((part) => (part.type === "group" ? narrowSpace : part.type === "minusSign" ? minus : part.value))
+    .join("");
+}
+
+const isNumber = (value) => typeof value === "number" && Number.isFinite(value);
+
+export const nothing = "–";
+
+export function count(value) {
+  return isNumber(value) ? written(value, { maximumFractionDigits: 0 }) : nothing;
+}
+
+export function fixed(value, decimals) {
+  if (!isNumber(value)) return nothing;
+  const shown = Math.abs(value) < 0.5 * 10 ** -decimals ? 0 : value; // no "-0.0"
+  return written(shown, { minimumFractionDigits: decimals, maximumFractionDigits: decimals });
+}
+
+// Four digits that count, but never fewer than stand before the decimal mark.
+export function number(value, digits = 4) {
+  if (!isNumber(value)) return nothing;
+  if (value !== 0 && (Math.abs(value) < 1e-5 || Math.abs(value) >= 1e12))
+    return written(value, { notation: "scientific", maximumSignificantDigits: digits });
+  const before = Math.floor(Math.log10(Math.abs(value) || 1)) + 1;
+  return written(value, { maximumFractionDigits: Math.max(0, Math.min(12, digits - before)) });
+}
+
+export function percent(value, decimals = 1) {
+  return isNumber(value) ? `${fixed(value, decimals)}${narrowSpace}%` : nothing;
+}
+
+export function withUnit(text, unit) {
+  return unit && text !== nothing ? (unit === "%" ? `${text}${narrowSpace}%` : `${text}\u00a0${unit}`) : text;
+}
+
+// A measured number beside its threshold: with so many decimals that it does not read as the
+// threshold where it is not.
+export function beside(value, threshold) {
+  if (!isNumber(value)) return nothing;
+  const decimals = Math.abs(value) >= 10 ? 1 : 3;
+  for (let more = decimals; more < 10; ++more)
+    if (!isNumber(threshold) || value === threshold || Number(value.toFixed(more)) !== Number(threshold.toFixed(more)))
+      return fixed(value, more);
+  return number(value, 12);
+}
+
+// How the charts' library writes numbers.
+export function chartLocale() {
+  return {
+    number: { decimal: language === "de" ? "," : ".", thousands: narrowSpace, grouping: [3], currency: ["", ""], minus },
+  };
+}
