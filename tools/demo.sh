@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds the release, makes a sample lot and prints its statistics.
+# Installs what is needed, builds the release, makes a sample lot and its report.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -12,4 +12,7 @@ program=build/release/qmx-ic
 lot=build/sample-lot
 run() { echo; echo "\$ $*"; "$@"; }
 run "$program" generate --points 60000 --seed 1 --force "$lot"
-run "$program" stats "$lot.csv" --last-pass --target 40 --target-percent 90
+run "$program" report "$lot.csv" --tests "$lot-spots.csv" --area "$lot-alignment.csv" --target 50 \
+  --title "Sample lot" -o build/sample-report.html
+echo
+echo "Open build/sample-report.html in a browser."
