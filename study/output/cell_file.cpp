@@ -42,6 +42,15 @@ void refuse_streams(const reading_options& options) {
                               {"--cells", file, 0, {}});
 }
 
+// The side of a cell, 0 where it is not known.
+double metres_of_cell(const road_answer& road, const std::string& unit) {
+    if (!road.lattice.is_lattice) return 0;
+    const double side = std::max(road.lattice.along, road.lattice.across);
+    if (unit == "ft") return side * 0.3048;
+    if (unit == "US survey ft") return side * 1200 / 3937;
+    return unit == "m" || unit.empty() ? side : 0;
+}
+
 // The cells' columns and their place in the world.
 leading_columns columns_of(const lot_report& report, const table_source& source) {
     const report_answer& answer = report.answer;
@@ -61,9 +70,7 @@ leading_columns columns_of(const lot_report& report, const table_source& source)
     layout.length_unit = reading.x.unit;
     layout.is_long = true;
     layout.time_stamp = answer.settings.time_stamp;
-    double cell_size = 0;
-    if (answer.road && answer.road->lattice.is_lattice)
-        cell_size = std::max(answer.road->lattice.along, answer.road->lattice.across);
+    const double cell_size = answer.road ? metres_of_cell(*answer.road, reading.x.unit) : 0;
     layout.styles = cell_styles(cells, reading.value.name, reading.value.unit, cell_size);
     leading.write = [&cells](table_writer& file, std::size_t row) {
         file.real(cells.x[row]).real(cells.y[row]);
@@ -86,12 +93,21 @@ leading_columns columns_of(const lot_report& report, const table_source& source)
 } // namespace
 
 void write_cells(const std::string& output, const lot_report& report, progress& shown) {
-    check_output_name(output);
     const reading_options& options = report.answer.settings.reading;
-    refuse_streams(options);
-    opened_table table = open_table(options, shown);
-    const leading_columns leading = columns_of(report, *table.source);
-    write_rows(*table.source, report.cells.records, leading, table.survey, output, shown);
+    try {
+        check_output_name(output);
+        refuse_streams(options);
+        opened_table table = open_table(options, shown);
+        const leading_columns leading = columns_of(report, *table.source);
+        write_rows(*table.source, report.cells.records, leading, table.survey, output, shown);
+    } catch (const usage_error& error) { // tables know one option alone
+        const std::string message = error.what();
+        const std::string option = "--output " + output;
+        if (!message.starts_with(option)) throw;
+        error_place place = error.place;
+        if (place.option == "--output") place.option = "--cells";
+        throw usage_error("--cells " + output + message.substr(option.size()), place);
+    }
 }
 
 } // namespace qmx_study

@@ -50,10 +50,10 @@ std::string qml_option(const char* name, const std::string& value) {
 }
 
 std::string qml_symbol(std::size_t number, const colour& fill, double cell_size) {
-    const std::string size =
-        cell_size > 0
-            ? qml_option("size", fmt::format("{}", cell_size)) + qml_option("size_unit", "MapUnit")
-            : qml_option("size", "2") + qml_option("size_unit", "MM");
+    const std::string size = cell_size > 0
+                                 ? qml_option("size", fmt::format("{}", cell_size)) +
+                                       qml_option("size_unit", "RenderMetersInMapUnits")
+                                 : qml_option("size", "2") + qml_option("size_unit", "MM");
     return fmt::format(
         "<symbol name=\"{}\" type=\"marker\" alpha=\"1\" clip_to_extent=\"1\">"
         "<layer class=\"SimpleMarker\" enabled=\"1\" locked=\"0\" pass=\"0\"><Option type=\"Map\">"

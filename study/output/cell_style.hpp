@@ -13,7 +13,7 @@ namespace qmx_study {
 const char* verdict_text(std::uint8_t verdict); // "met", "missed", "not_given"
 
 // Two styles, by the columns "verdict" and "value". The first is the default where any cell has a verdict,
-// otherwise the second. cell_size: side of a cell in the unit of the positions; 0 draws points of 2 mm.
+// otherwise the second. cell_size: side of a cell in metres on the ground; 0 draws points of 2 mm.
 std::vector<layer_style> cell_styles(const cell_table& cells, const std::string& value_name,
                                      const std::string& value_unit, double cell_size);
 
