@@ -15,7 +15,7 @@ namespace {
 enum class table_shape {
     rows,  // a list of records
     pairs, // a record: a row for each key; a record of units beside it makes a third column
-    lists, // a record of lists that are equally long
+    lists, // a record of lists: the longest, which belong together
 };
 
 struct table_place {
@@ -117,17 +117,19 @@ named_table table_of_pairs(const std::string& name, const json& record, const js
 
 named_table table_of_lists(const std::string& name, const json& record) {
     named_table table{name, {}, {}};
+    std::size_t longest = 0;
+    for (const auto& [key, list] : record.items())
+        if (list.is_array()) longest = std::max(longest, list.size());
     for (const auto& [key, list] : record.items()) {
-        if (!list.is_array()) continue;
+        if (!list.is_array() || list.size() < longest) continue;
         const std::size_t column = table.columns.size();
         table.columns.push_back(key);
-        if (table.rows.size() < list.size()) table.rows.resize(list.size());
+        table.rows.resize(longest);
         for (std::size_t i = 0; i < list.size(); ++i) {
             table.rows[i].resize(column + 1);
             table.rows[i][column] = list[i];
         }
     }
-    for (std::vector<json>& row : table.rows) row.resize(table.columns.size());
     return table;
 }
 

@@ -34,7 +34,7 @@ const char* const document_text = R"({
            "histogram": [{"upper_limit": 24.39, "percent": 0.012899897},
                          {"upper_limit": 1e-7, "percent": 99.99}]},
  "curve": {"passes": [{"pass": 1, "mean": 30.05543327331543, "in_curve": true}],
-           "curve": {"degree": 2, "pass": [1.0, 2.5], "value": [33.983848335978756, null]}},
+           "curve": {"degree": 2, "coefficients": [29.5], "pass": [1.0, 2.5], "value": [33.983848335978756, null]}},
  "coverage": null, "road": {"stations": [{"from": 0, "mean": 50.20383647798742}], "weak": []}
 })";
 
