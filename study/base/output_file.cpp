@@ -105,6 +105,17 @@ int unfinished_file::finish() {
     return 0;
 }
 
+temporary_name::temporary_name(const std::string& output) {
+    temporary = name_beside(output + ".rows");
+    if (temporary.empty()) temporary = output + ".rows.part";
+    remember(temporary);
+}
+
+temporary_name::~temporary_name() {
+    std::remove(temporary.c_str());
+    forget(temporary);
+}
+
 void remove_unfinished_files_when_interrupted() {
     const auto take = [](int signal) {
         if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);

@@ -28,6 +28,21 @@ private:
     int error = 0;
 };
 
+// A free name beside another, for what is written by somebody else on the way to it. Whatever stands under
+// it goes with the object.
+class temporary_name {
+public:
+    explicit temporary_name(const std::string& output);
+    ~temporary_name();
+    temporary_name(const temporary_name&) = delete;
+    temporary_name& operator=(const temporary_name&) = delete;
+
+    const std::string& name() const { return temporary; }
+
+private:
+    std::string temporary;
+};
+
 // An interrupt (Ctrl-C), a hang-up or a request to end takes unfinished files away first.
 void remove_unfinished_files_when_interrupted();
 

@@ -19,8 +19,8 @@ job_settings job_from_text(const std::string& text, const std::string& file);
 // be taken too. Each text is one line.
 using job_remarks = std::map<std::string, std::vector<std::string>>;
 
-// A commented job file that read_job reads back as these settings; what is not set stands in it as a
-// comment. head: lines above it. Throws usage_error for a text that is no UTF-8.
+// A commented job file that read_job reads back as these settings; what is not set stands in it
+// behind a mark, "#target = 40". head: lines above it. Throws usage_error for a text that is no UTF-8.
 std::string job_text(const job_settings& settings, const std::vector<std::string>& head,
                      const job_remarks& remarks);
 

@@ -116,7 +116,7 @@ std::string job_text(const job_settings& settings, const std::vector<std::string
             const std::string value = written(value_of(settings, key));
             const bool is_asked_for = key.table == "texts"; // to be filled in
             text += value.empty() && !is_asked_for
-                        ? fmt::format("# {} = {}\n", key.key, key.sample)
+                        ? fmt::format("#{} = {}\n", key.key, key.sample)
                         : fmt::format("{} = {}\n", key.key, value.empty() ? "\"\"" : value);
         }
     }

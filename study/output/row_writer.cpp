@@ -1,5 +1,6 @@
 #include "study/output/row_writer.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "study/base/number_text.hpp"
@@ -9,7 +10,7 @@ namespace qmx_study {
 
 namespace {
 
-// Runs through the records that are wanted.
+// Runs through the records that are wanted, with the places that each has in their list.
 template <class Use>
 void for_each_record(table_source& source, const std::vector<std::int64_t>& records,
                      const std::string& task, progress& shown, Use use) {
@@ -20,29 +21,47 @@ void for_each_record(table_source& source, const std::vector<std::int64_t>& reco
             shown.note(task, static_cast<double>(source.record()),
                        static_cast<double>(records.back()));
         if (source.record() != *wanted) continue;
+        const auto first = wanted - records.begin();
         while (wanted != records.end() && *wanted == source.record()) ++wanted; // several points
-        use();
+        use(static_cast<std::size_t>(first), static_cast<std::size_t>(wanted - records.begin()));
     }
 }
 
 // A column of a text is one of numbers where no field that is written says anything else.
-void settle_types(table_layout& layout, std::size_t first, table_source& source,
-                  const std::vector<std::int64_t>& records, const row_survey& survey,
-                  progress& shown) {
-    for (std::size_t i = 0; i < source.columns.size(); ++i)
-        layout.columns[first + i].type = source.is_delimited || source.columns[i].is_numeric()
-                                             ? table_type::real
-                                             : table_type::text;
+void settle_types(table_layout& layout, std::size_t first, const std::vector<int>& carried,
+                  table_source& source, const std::vector<std::int64_t>& records,
+                  const row_survey& survey, progress& shown) {
+    for (std::size_t i = 0; i < carried.size(); ++i) {
+        const source_column& column = source.columns[static_cast<std::size_t>(carried[i])];
+        layout.columns[first + i].type =
+            source.is_delimited || column.is_numeric() ? table_type::real : table_type::text;
+    }
     if (!source.is_delimited) return;
-    for_each_record(source, records, "looking at columns", shown, [&] {
-        for (std::size_t i = 0; i < source.columns.size(); ++i) {
+    for_each_record(source, records, "looking at columns", shown, [&](std::size_t, std::size_t) {
+        for (std::size_t i = 0; i < carried.size(); ++i) {
             table_type& type = layout.columns[first + i].type;
             if (type == table_type::text) continue;
-            const text_kind kind = source.value(static_cast<int>(i), survey.style(source)).kind;
-            if (kind != text_kind::number && !trimmed(source.text(static_cast<int>(i))).empty())
+            const text_kind kind = source.value(carried[i], survey.style(source)).kind;
+            if (kind != text_kind::number && !trimmed(source.text(carried[i])).empty())
                 type = table_type::text;
         }
     });
+}
+
+// In formats with types two columns may not have one name.
+std::string carried_name(const table_layout& layout, std::string name) {
+    const auto is_taken = [&](const table_column& column) { return same_text(column.name, name); };
+    while (std::any_of(layout.columns.begin(), layout.columns.end(), is_taken)) name += "_file";
+    return name;
+}
+
+void write_field(table_writer& file, table_type type, const table_source& source, int column,
+                 const row_survey& survey) {
+    if (type == table_type::real) {
+        file.real(source.value(column, survey.style(source)).value);
+    } else {
+        file.text(source.text(column));
+    }
 }
 
 } // namespace
@@ -63,7 +82,9 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
         layout.columns.push_back(
             {is_typed ? source.unique_name(i) : source.columns[static_cast<std::size_t>(i)].name,
              table_type::text});
-    if (is_typed) settle_types(layout, first, source, records, survey, shown);
+    std::vector<int> all(source.columns.size());
+    for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
+    if (is_typed) settle_types(layout, first, all, source, records, survey, shown);
     layout.x = has_points ? 0 : positions.x;
     layout.y = has_points ? 1 : positions.y;
     layout.keeps_positions = !has_points;
@@ -75,23 +96,49 @@ void write_rows(table_source& source, const std::vector<std::int64_t>& records,
         layout.x = layout.y = -1;
 
     table_writer file(output, layout);
-    for_each_record(source, records, "writing " + output, shown, [&] {
+    for_each_record(source, records, "writing " + output, shown, [&](std::size_t, std::size_t) {
         if (has_points) {
             const shape* const geometry = source.geometry();
             const bool is_point =
                 geometry && geometry->kind == shape_kind::point && !geometry->is_empty;
             file.real(is_point ? geometry->x : NAN).real(is_point ? geometry->y : NAN);
         }
-        for (std::size_t i = 0; i < source.columns.size(); ++i) {
-            const auto column = static_cast<int>(i);
-            if (is_typed && layout.columns[first + i].type == table_type::real) {
-                file.real(source.value(column, survey.style(source)).value);
-            } else {
-                file.text(source.text(column));
-            }
-        }
+        for (const int column : all)
+            write_field(file, layout.columns[first + static_cast<std::size_t>(column)].type, source,
+                        column, survey);
         file.end_row();
     });
+    file.close();
+    shown.clear();
+}
+
+void write_rows(table_source& source, const std::vector<std::int64_t>& records,
+                const leading_columns& leading, const row_survey& survey, const std::string& output,
+                progress& shown) {
+    check_output_name(output);
+    table_layout layout = leading.layout;
+    layout.separator = source.separator();
+    const std::size_t first = layout.columns.size();
+    std::vector<int> carried;
+    for (int i = 0; i < static_cast<int>(source.columns.size()); ++i) {
+        if (std::find(leading.left_out.begin(), leading.left_out.end(), i) !=
+            leading.left_out.end())
+            continue;
+        carried.push_back(i);
+        layout.columns.push_back({carried_name(layout, source.unique_name(i)), table_type::text});
+    }
+    if (is_vector_name(output))
+        settle_types(layout, first, carried, source, records, survey, shown);
+    table_writer file(output, layout);
+    for_each_record(
+        source, records, "writing " + output, shown, [&](std::size_t from, std::size_t to) {
+            for (std::size_t row = from; row < to; ++row) {
+                leading.write(file, row);
+                for (std::size_t i = 0; i < carried.size(); ++i)
+                    write_field(file, layout.columns[first + i].type, source, carried[i], survey);
+                file.end_row();
+            }
+        });
     file.close();
     shown.clear();
 }

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "study/base/progress.hpp"
 #include "study/lot/row_survey.hpp"
+#include "study/output/table_writer.hpp"
 #include "study/table/table_source.hpp"
 
 namespace qmx_study {
@@ -25,5 +27,20 @@ struct position_columns {
 void write_rows(table_source& source, const std::vector<std::int64_t>& records,
                 const position_columns& positions, const row_survey& survey,
                 const std::string& output, progress& shown);
+
+// Columns that stand before those of the file.
+struct leading_columns {
+    table_layout layout; // of them alone
+    std::function<void(table_writer&, std::size_t)>
+        write;                 // for the record at this place of the list
+    std::vector<int> left_out; // columns of the file that they replace
+};
+
+// The same with leading columns, a row for each number in `records`, of which some may be equal. A column
+// of the file that is called like a leading one gets "_file" behind its name. The fields of the file are
+// read once more, row by row.
+void write_rows(table_source& source, const std::vector<std::int64_t>& records,
+                const leading_columns& leading, const row_survey& survey, const std::string& output,
+                progress& shown);
 
 } // namespace qmx_study

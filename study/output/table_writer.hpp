@@ -20,6 +20,13 @@ struct table_column {
     table_type type = table_type::real;
 };
 
+// How programs for maps draw the rows, in the two languages that they read.
+struct layer_style {
+    std::string name, what;
+    std::string qml, sld;
+    bool is_default = false;
+};
+
 struct table_layout {
     std::vector<table_column> columns;
     // Columns that make the point of a row in formats with geometries; -1 where there are none. They
@@ -29,6 +36,10 @@ struct table_layout {
     coordinate_system system; // of the points, null where it is not known
     std::string length_unit;  // of a plane whose system is not known: "m", "ft", ""
     char separator = ',';     // of a text, unless its name asks for tabs
+    // A table of many rows: with GDAL it is built on the disk, where a format is made as a whole.
+    bool is_long = false;
+    std::vector<layer_style> styles; // stored in a GeoPackage
+    std::string time_stamp;          // of a GeoPackage, ISO 8601; "" is the present
 };
 
 class vector_output;

@@ -1,8 +1,12 @@
 #include "study/output/vector_output.hpp"
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
+#include <optional>
+#include <vector>
 
+#include <cpl_conv.h>
 #include <cpl_error.h>
 #include <cpl_string.h>
 #include <cpl_vsi.h>
@@ -11,6 +15,7 @@
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
+#include "study/base/output_file.hpp"
 #include "study/table/ogr_reference.hpp"
 
 namespace qmx_study {
@@ -61,11 +66,27 @@ OGRFieldType type_of(table_type type) {
     return type == table_type::integer ? OFTInteger64 : OFTReal;
 }
 
+// Settings of GDAL in force as long as the object.
+class gdal_setting {
+public:
+    gdal_setting(const char* setting, const char* value) : name(setting) {
+        CPLSetThreadLocalConfigOption(name, value);
+    }
+    ~gdal_setting() { CPLSetThreadLocalConfigOption(name, nullptr); }
+    gdal_setting(const gdal_setting&) = delete;
+    gdal_setting& operator=(const gdal_setting&) = delete;
+
+private:
+    const char* name;
+};
+
 } // namespace
 
 struct vector_output::state {
     table_layout layout;
-    std::string output, file; // the latter in memory
+    std::string output, file;
+    std::optional<temporary_name> on_disk; // otherwise the file is in memory
+    std::vector<std::unique_ptr<gdal_setting>> settings;
     GDALDatasetUniquePtr dataset;
     OGRLayer* layer = nullptr;
     OGRFeatureUniquePtr feature;
@@ -88,6 +109,11 @@ struct vector_output::state {
             options.SetNameValue("FID", free_name(layout, "fid").c_str());
             options.SetNameValue("GEOMETRY_NAME", free_name(layout, "geom").c_str());
         }
+        // Degrees of the globe are all that readers of GeoJSON know.
+        if (format == vector_format::geojson && layout.is_long) {
+            options.SetNameValue("RFC7946", "YES");
+            options.SetNameValue("COORDINATE_PRECISION", "9");
+        }
         layer = dataset->CreateLayer(stem_of(output).c_str(), layout.x >= 0 ? &system : nullptr,
                                      layout.x >= 0 ? wkbPoint : wkbNone, options.List());
         if (!layer) refuse(output);
@@ -101,6 +127,51 @@ struct vector_output::state {
             fields.back() = layer->GetLayerDefn()->GetFieldCount() - 1;
         }
         feature.reset(new OGRFeature(layer->GetLayerDefn()));
+    }
+
+    // The table that programs for maps look for.
+    void store_styles() {
+        CPLStringList options;
+        options.SetNameValue("FID", "id");
+        OGRLayer* const table =
+            dataset->CreateLayer("layer_styles", nullptr, wkbNone, options.List());
+        if (!table) refuse(output);
+        for (const char* const name :
+             {"f_table_catalog", "f_table_schema", "f_table_name", "f_geometry_column", "styleName",
+              "styleQML", "styleSLD", "description", "owner", "ui"}) {
+            OGRFieldDefn field(name, OFTString);
+            if (table->CreateField(&field) != OGRERR_NONE) refuse(output);
+        }
+        OGRFieldDefn is_default("useAsDefault", OFTInteger);
+        is_default.SetSubType(OFSTBoolean);
+        if (table->CreateField(&is_default) != OGRERR_NONE) refuse(output);
+        for (const layer_style& style : layout.styles) {
+            OGRFeature row(table->GetLayerDefn());
+            row.SetField("f_table_catalog", "");
+            row.SetField("f_table_schema", "");
+            row.SetField("f_table_name", layer->GetName());
+            row.SetField("f_geometry_column", layer->GetGeometryColumn());
+            row.SetField("styleName", style.name.c_str());
+            row.SetField("styleQML", style.qml.c_str());
+            row.SetField("styleSLD", style.sld.c_str());
+            row.SetField("description", style.what.c_str());
+            row.SetField("owner", "");
+            row.SetField("useAsDefault", style.is_default ? 1 : 0);
+            if (table->CreateFeature(&row) != OGRERR_NONE) refuse(output);
+        }
+    }
+
+    void copy_from_disk(byte_output& bytes) {
+        std::FILE* const built = std::fopen(file.c_str(), "rb");
+        std::vector<char> piece(std::size_t{1} << 20);
+        std::size_t length = 0;
+        while (built && (length = std::fread(piece.data(), 1, piece.size(), built)) > 0)
+            bytes.write({piece.data(), length});
+        const bool is_whole = built && std::ferror(built) == 0;
+        if (built) std::fclose(built);
+        if (!is_whole)
+            throw usage_error(fmt::format("--output {}: {} cannot be read again", output, file),
+                              error_place{"--output", output, 0, {}});
     }
 };
 
@@ -120,6 +191,16 @@ vector_output::vector_output(vector_format format, const table_layout& layout,
     now->output = output;
     static int number = 0; // of the files in memory
     now->file = fmt::format("/vsimem/qmx-ic-{}/{}{}", ++number, stem_of(output), ending_of(format));
+    if (layout.is_long) {
+        now->on_disk.emplace(output);
+        now->file = now->on_disk->name();
+        // Whatever is left of a broken run is thrown away: it needs no journal.
+        now->settings.push_back(std::make_unique<gdal_setting>("OGR_SQLITE_JOURNAL", "OFF"));
+        now->settings.push_back(std::make_unique<gdal_setting>("OGR_SQLITE_SYNCHRONOUS", "OFF"));
+    }
+    if (!layout.time_stamp.empty())
+        now->settings.push_back(
+            std::make_unique<gdal_setting>("OGR_CURRENT_DATE", layout.time_stamp.c_str()));
     CPLErrorReset();
     GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName(driver_of(format));
     now->dataset.reset(driver->Create(now->file.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
@@ -131,7 +212,7 @@ vector_output::vector_output(vector_format format, const table_layout& layout,
 vector_output::~vector_output() {
     now->feature.reset();
     now->dataset.reset();
-    VSIUnlink(now->file.c_str());
+    if (!now->on_disk) VSIUnlink(now->file.c_str());
 }
 
 void vector_output::text(std::size_t column, std::string_view value) {
@@ -164,8 +245,11 @@ void vector_output::write_to(byte_output& bytes) {
     CPLErrorReset();
     now->dataset->CommitTransaction();
     now->feature.reset();
+    const bool takes_styles = EQUAL(now->dataset->GetDriverName(), "GPKG");
+    if (takes_styles && !now->layout.styles.empty()) now->store_styles();
     now->dataset.reset();
     if (CPLGetLastErrorType() >= CE_Failure) refuse(now->output);
+    if (now->on_disk) return now->copy_from_disk(bytes);
     vsi_l_offset size = 0;
     const GByte* const contents = VSIGetMemFileBuffer(now->file.c_str(), &size, FALSE);
     if (!contents) refuse(now->output);

@@ -1,0 +1,17 @@
+// A job file proposed from what is recognised in the files of a lot.
+#pragma once
+
+#include <string>
+
+#include "study/base/progress.hpp"
+#include "study/job/settings.hpp"
+
+namespace qmx_study {
+
+// Opens and reads the files of `reading` and composes a commented job file: the columns found and what else
+// could be taken, units, the ranges seen, machines, lifts and times as remarks, the presets. job_file: where
+// the text will stand, "" for the present folder; relative names of files are written from there. Throws
+// usage_error.
+std::string init_text(const reading_options& reading, const std::string& job_file, progress& shown);
+
+} // namespace qmx_study
