@@ -10,11 +10,18 @@ namespace {
 constexpr double degree = 3.14159265358979323846 / 180;
 constexpr double furthest_index = 1 << 30;
 
+// Of numbers below 2^31; without the call that std::floor is on older processors.
+std::int32_t floor_of(double value) {
+    const auto whole = static_cast<std::int32_t>(value);
+    return whole - (static_cast<double>(whole) > value ? 1 : 0);
+}
+
 } // namespace
 
 cell_index::cell_index(const qmx_study::cell_table& cells, const qmx_study::cell_lattice& lattice)
     : cells_(cells), cosine_(std::cos(lattice.angle * degree)),
-      sine_(std::sin(lattice.angle * degree)), along_(lattice.along), across_(lattice.across),
+      sine_(std::sin(lattice.angle * degree)), per_along_(1 / lattice.along),
+      per_across_(1 / lattice.across), reach_(std::max(lattice.along, lattice.across)),
       origin_x_(lattice.origin_x), origin_y_(lattice.origin_y), is_lattice_(lattice.is_lattice) {
     std::size_t size = 64;
     while (size < 2 * cells.size()) size *= 2;
@@ -35,10 +42,10 @@ cell_index::cell_index(const qmx_study::cell_table& cells, const qmx_study::cell
 
 bool cell_index::place_of(double x, double y, place& result) const {
     const double dx = x - origin_x_, dy = y - origin_y_;
-    const double i = std::floor((dx * cosine_ + dy * sine_) / along_ + 0.5);
-    const double j = std::floor((dy * cosine_ - dx * sine_) / across_ + 0.5);
+    const double i = (dx * cosine_ + dy * sine_) * per_along_ + 0.5;
+    const double j = (dy * cosine_ - dx * sine_) * per_across_ + 0.5;
     if (!(std::fabs(i) < furthest_index && std::fabs(j) < furthest_index)) return false;
-    result = {static_cast<std::int32_t>(i), static_cast<std::int32_t>(j)};
+    result = {floor_of(i), floor_of(j)};
     return true;
 }
 
@@ -62,8 +69,7 @@ std::int32_t cell_index::first_at(place where) const {
 }
 
 std::int32_t cell_index::nearest(double x, double y, place about) const {
-    const double reach = std::max(along_, across_);
-    double least = reach * reach;
+    double least = reach_ * reach_;
     std::int32_t found = -1;
     for (std::int32_t i = about.i - 1; i <= about.i + 1; ++i)
         for (std::int32_t j = about.j - 1; j <= about.j + 1; ++j)

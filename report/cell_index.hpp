@@ -32,7 +32,7 @@ private:
     std::int32_t nearest(double x, double y, place about) const;
 
     const qmx_study::cell_table& cells_;
-    double cosine_, sine_, along_, across_, origin_x_, origin_y_;
+    double cosine_, sine_, per_along_, per_across_, reach_, origin_x_, origin_y_;
     bool is_lattice_;
     std::size_t mask_ = 0;
     std::vector<slot> slots_;

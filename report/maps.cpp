@@ -100,40 +100,46 @@ value_codes codes_for(const std::vector<double>& values) {
     return {least, most > least ? (most - least) / 4000 : 1, false};
 }
 
+// Planes of bytes, each packed by itself: codes of the values, passes, verdicts with four to a byte.
 json grid_of(const raster& picture, const qmx_study::cell_table& cells, const char* frame) {
     const value_codes codes = codes_for(cells.value);
     const std::size_t size = picture.cell.size();
-    bytes low(size, 0), high(size, 0), passes(2 * size, 0), verdicts(size, 0);
+    const bool many_passes = std::any_of(cells.pass.begin(), cells.pass.end(),
+                                         [](std::int32_t passes) { return passes > 255; });
+    bytes low(size, 0), high(size, 0), passes(size, 0), verdicts(size / 4 + 1, 0);
+    bytes more_passes(many_passes ? size : 0, 0);
     for (std::size_t k = 0; k < size; ++k) {
         if (picture.cell[k] < 0) continue;
         const auto cell = static_cast<std::size_t>(picture.cell[k]);
         unsigned code = 1; // a cell without a value
         if (std::isfinite(cells.value[cell]))
-            code = 2 + static_cast<unsigned>(
-                           std::lround((cells.value[cell] - codes.least) / codes.step));
+            code = 2 + static_cast<unsigned>((cells.value[cell] - codes.least) / codes.step + 0.5);
         low[k] = static_cast<std::uint8_t>(code & 255);
         high[k] = static_cast<std::uint8_t>(code >> 8);
         if (cell < cells.pass.size()) {
             const int shown = std::clamp(cells.pass[cell], 0, 65535);
             passes[k] = static_cast<std::uint8_t>(shown & 255);
-            passes[size + k] = static_cast<std::uint8_t>(shown >> 8);
+            if (many_passes) more_passes[k] = static_cast<std::uint8_t>(shown >> 8);
         }
-        verdicts[k] = cell < cells.verdict.size() ? cells.verdict[cell]
-                                                  : std::uint8_t{qmx_study::cell_without_verdict};
+        const int state = cell < cells.verdict.size() ? cells.verdict[cell]
+                                                      : int{qmx_study::cell_without_verdict};
+        verdicts[k / 4] |= static_cast<std::uint8_t>((state & 3) << (k % 4 * 2));
     }
+    const auto plane = [](const bytes& data) { return base64(packed(data, content::dense)); };
     return {{"frame", frame},
             {"least", codes.least},
             {"step", codes.step},
             {"exact", codes.exact},
-            {"low", base64(packed(low, true))},
-            {"high", base64(packed(high, false))},
-            {"passes", base64(packed(passes, false))},
-            {"verdicts", base64(packed(verdicts, false))}};
+            {"low", plane(low)},
+            {"high", plane(high)},
+            {"passes", plane(passes)},
+            {"more_passes", many_passes ? json(plane(more_passes)) : json()},
+            {"verdicts", plane(verdicts)}};
 }
 
-json pictures_of(const raster& picture, const std::vector<layer>& layers) {
+json pictures_of(const raster& picture, const std::vector<layer>& layers, content kind) {
     json pictures = json::object();
-    for (const layer& shown : layers) pictures[shown.name] = base64(png_of(picture, shown));
+    for (const layer& shown : layers) pictures[shown.name] = base64(png_of(picture, shown, kind));
     return pictures;
 }
 
@@ -184,12 +190,13 @@ json maps_of(const json& document, const qmx_study::cell_table& cells, const map
         const strip_frame frame = strip_of(*road, lattice, limits.strip_pixels);
         const raster picture = draw(frame, *road, index);
         maps["strip"] = {{"frame", frame_document(frame)},
-                         {"pictures", pictures_of(picture, layers)}};
+                         {"pictures", pictures_of(picture, layers, content::dense)}};
         maps["grid"] = grid_of(picture, cells, "strip");
     }
     const plan_frame frame = plan_of(cells, lattice, limits.plan_pixels);
     const raster picture = draw(frame, cells, lattice, index);
-    maps["plan"] = {{"frame", frame_document(frame)}, {"pictures", pictures_of(picture, layers)}};
+    maps["plan"] = {{"frame", frame_document(frame)},
+                    {"pictures", pictures_of(picture, layers, content::sparse)}};
     if (!maps.contains("grid")) maps["grid"] = grid_of(picture, cells, "plan");
     return maps;
 }

@@ -23,32 +23,25 @@ void check(unsigned error) {
                                         lodepng_error_text(error));
 }
 
-// Four bits a pixel, high half first; rows begin on a byte.
+// Four bits a pixel, high half first, without a gap between rows: the encoder begins each row on a byte.
 bytes half_bytes(const raster& picture, const layer& shown) {
-    const auto columns = static_cast<std::size_t>(picture.columns);
-    const auto rows = static_cast<std::size_t>(picture.rows);
-    const std::size_t line = (columns + 1) / 2;
-    bytes pixels(line * rows, 0);
+    bytes pixels((picture.cell.size() + 1) / 2, 0);
     const std::size_t classes = shown.classes.size();
-    for (std::size_t row = 0; row < rows; ++row)
-        for (std::size_t column = 0; column < columns; ++column) {
-            const std::int32_t cell = picture.cell[row * columns + column];
-            if (cell < 0) continue;
-            const std::uint8_t at = shown.class_of_cell[static_cast<std::size_t>(cell)];
-            if (at >= classes) continue;
-            const int code = at + 1;
-            pixels[row * line + column / 2] |=
-                static_cast<std::uint8_t>(column % 2 ? code : code << 4);
-        }
+    for (std::size_t k = 0; k < picture.cell.size(); ++k) {
+        if (picture.cell[k] < 0) continue;
+        const std::uint8_t at = shown.class_of_cell[static_cast<std::size_t>(picture.cell[k])];
+        if (at >= classes) continue;
+        const int code = at + 1;
+        pixels[k / 2] |= static_cast<std::uint8_t>(k % 2 ? code : code << 4);
+    }
     return pixels;
 }
 
-void choose(LodePNGCompressSettings& settings, bool is_noise) {
+void choose(LodePNGCompressSettings& settings, content kind) {
     settings.btype = 2;
-    settings.use_lz77 = is_noise ? 0 : 1;
+    settings.use_lz77 = kind == content::sparse ? 1 : 0;
     settings.windowsize = 1024;
     settings.nicematch = 64;
-    settings.minmatch = 6; // shorter repetitions of noise cost more than its own codes
     settings.lazymatching = 0;
 }
 
@@ -73,12 +66,12 @@ std::string base64(std::span<const std::uint8_t> data) {
     return text;
 }
 
-bytes png_of(const raster& picture, const layer& shown) {
+bytes png_of(const raster& picture, const layer& shown, content kind) {
     lodepng::State state;
     state.encoder.auto_convert = 0;
     state.encoder.filter_palette_zero = 1;
     state.encoder.filter_strategy = LFS_ZERO;
-    choose(state.encoder.zlibsettings, false);
+    choose(state.encoder.zlibsettings, kind);
     for (LodePNGColorMode* mode : {&state.info_raw, &state.info_png.color}) {
         mode->colortype = LCT_PALETTE;
         mode->bitdepth = 4;
@@ -93,10 +86,10 @@ bytes png_of(const raster& picture, const layer& shown) {
     return png;
 }
 
-bytes packed(std::span<const std::uint8_t> data, bool is_noise) {
+bytes packed(std::span<const std::uint8_t> data, content kind) {
     LodePNGCompressSettings settings;
     lodepng_compress_settings_init(&settings);
-    choose(settings, is_noise);
+    choose(settings, kind);
     unsigned char* stream = nullptr;
     std::size_t size = 0;
     const unsigned error =

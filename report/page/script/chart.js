@@ -74,7 +74,7 @@ function legendOf(chart, redraw) {
     }));
 }
 
-// chart: {id, title, alt, series, spec(shown), head, rows}; shown(key) tells whether a series is.
+// chart: {id, title, alt, series, spec(shown), head, rows()}; shown(key) tells whether a series is.
 export function chartFigure(chart) {
   chart.hidden = new Set();
   const shown = (key) => !chart.hidden.has(key);
@@ -106,7 +106,7 @@ export function chartFigure(chart) {
     chart.series.length > 1 ? legendOf(chart, redraw) : null,
     place,
     html("div", { class: "tools" },
-      unfolding(say("numbers"), () => table(chart.title, chart.head, chart.rows)),
+      unfolding(say("numbers"), () => table(chart.title, chart.head, chart.rows())),
       saveButtons(saveAs, chart.title)));
 }
 

@@ -34,11 +34,13 @@ export function sayOrKeep(key, english, numbers = []) {
   return say(key, Object.fromEntries(numbers.map((value, place) => [place, number(value)])));
 }
 
-function written(value, options) {
-  const parts = new Intl.NumberFormat(language, options).formatToParts(value);
-  return parts
-    .map((part) => (part.type === "group" ? narrowSpace : part.type === "minusSign" ? minus : part.value))
-    .join("");
+// Digits in groups of three; a page has thousands of numbers, and the browser's own formats take long.
+function written(value, least, most) {
+  let [whole, rest = ""] = Math.abs(value).toFixed(most).split(".");
+  while (rest.length > least && rest.endsWith("0")) rest = rest.slice(0, -1);
+  if (whole.length > 3) whole = whole.replace(/\B(?=(\d{3})+$)/g, narrowSpace);
+  const isZero = /^0*$/.test(whole + rest);
+  return `${value < 0 && !isZero ? minus : ""}${whole}${rest ? (language === "de" ? "," : ".") + rest : ""}`;
 }
 
 const isNumber = (value) => typeof value === "number" && Number.isFinite(value);
@@ -46,22 +48,22 @@ const isNumber = (value) => typeof value === "number" && Number.isFinite(value);
 export const nothing = "–";
 
 export function count(value) {
-  return isNumber(value) ? written(value, { maximumFractionDigits: 0 }) : nothing;
+  return isNumber(value) ? written(value, 0, 0) : nothing;
 }
 
 export function fixed(value, decimals) {
-  if (!isNumber(value)) return nothing;
-  const shown = Math.abs(value) < 0.5 * 10 ** -decimals ? 0 : value; // no "-0.0"
-  return written(shown, { minimumFractionDigits: decimals, maximumFractionDigits: decimals });
+  return isNumber(value) ? written(value, decimals, decimals) : nothing;
 }
 
 // Four digits that count, but never fewer than stand before the decimal mark.
 export function number(value, digits = 4) {
   if (!isNumber(value)) return nothing;
-  if (value !== 0 && (Math.abs(value) < 1e-5 || Math.abs(value) >= 1e12))
-    return written(value, { notation: "scientific", maximumSignificantDigits: digits });
+  if (value !== 0 && (Math.abs(value) < 1e-5 || Math.abs(value) >= 1e12)) {
+    const [digitsText, power] = value.toExponential(digits - 1).split("e");
+    return `${written(Number(digitsText), 0, digits - 1)} × 10^${Number(power)}`;
+  }
   const before = Math.floor(Math.log10(Math.abs(value) || 1)) + 1;
-  return written(value, { maximumFractionDigits: Math.max(0, Math.min(12, digits - before)) });
+  return written(value, 0, Math.max(0, Math.min(12, digits - before)));
 }
 
 export function percent(value, decimals = 1) {
@@ -74,13 +76,20 @@ export function withUnit(text, unit) {
 
 // A measured number beside its threshold: with so many decimals that it does not read as the
 // threshold where it is not.
-export function beside(value, threshold) {
+export function beside(value, threshold, decimals = 1) {
   if (!isNumber(value)) return nothing;
-  const decimals = Math.abs(value) >= 10 ? 1 : 3;
   for (let more = decimals; more < 10; ++more)
     if (!isNumber(threshold) || value === threshold || Number(value.toFixed(more)) !== Number(threshold.toFixed(more)))
       return fixed(value, more);
   return number(value, 12);
+}
+
+// Writes the numbers of a column alike: four digits for the greatest of them.
+export function columnOf(values, digits = 4) {
+  const greatest = Math.max(0, ...values.filter(isNumber).map(Math.abs));
+  const before = greatest > 0 ? Math.floor(Math.log10(greatest)) + 1 : 1;
+  const decimals = Math.max(0, Math.min(12, digits - before));
+  return (value) => fixed(value, decimals);
 }
 
 // How the charts' library writes numbers.

@@ -1,6 +1,6 @@
 // Along the road: running mean and share by station, with the weak stretches.
 import { axis, ink } from "../chart.js";
-import { count, fixed, number, percent, say, withUnit } from "../texts.js";
+import { columnOf, count, fixed, number, percent, say, withUnit } from "../texts.js";
 import { targetRule } from "./histogram.js";
 
 export function along(road, value, what, unit, target) {
@@ -17,6 +17,7 @@ export function along(road, value, what, unit, target) {
   }));
   const given = points.filter((point) => point.valid);
   if (given.length < 2) return null;
+  const place = columnOf(stations.map((row) => row.to), 5), mean = columnOf(stations.map((row) => row.mean));
   const weak = (road.weak || []).map((row) => ({
     ...row, tip: `${say("road.weak.one")}\n${say("chart.from.to", { from: number(row.from, 6), to: number(row.to, 6) })}${unit ? ` ${unit}` : ""}`,
   }));
@@ -63,7 +64,7 @@ export function along(road, value, what, unit, target) {
     id: isShare ? "road-share" : "road-mean", title: say(isShare ? "road.title.share" : "road.title.mean", { name: value.name }), series, spec,
     alt: say("road.alt", { number: count(given.length), low: text(low), high: text(Math.max(...given.map((p) => p.y))) }),
     head: [say("chart.from"), say("chart.to"), say("cells"), say("mean"), say(isShare ? "road.share" : "road.running.mean"), say("road.passes")],
-    rows: stations.map((row) => [{ number: number(row.from, 6) }, { number: number(row.to, 6) }, { number: count(row.cells) },
-      { number: number(row.mean) }, { number: isShare ? fixed(row[field], 1) : number(row[field]) }, { number: number(row.passes, 3) }]),
+    rows: () => stations.map((row) => [{ number: place(row.from) }, { number: place(row.to) }, { number: count(row.cells) },
+      { number: mean(row.mean) }, { number: isShare ? fixed(row[field], 1) : mean(row[field]) }, { number: fixed(row.passes, 1) }]),
   };
 }

@@ -1,6 +1,6 @@
 // Two charts of bars: cells by number of passes, and covered area by bin of passes.
 import { axis, ink } from "../chart.js";
-import { count, fixed, percent, say, withUnit, number } from "../texts.js";
+import { columnOf, count, fixed, percent, say, withUnit, number } from "../texts.js";
 
 function barSpec(rows, xTitle, shown) {
   return {
@@ -41,7 +41,7 @@ export function passCounts(counts, target) {
     alt: say("passes.alt", { least: count(counts[0].passes), most: count(counts[counts.length - 1].passes) }),
     spec: (shown) => barSpec(rows, say("passes.axis"), shown),
     head: [say("passes.axis"), say("cells"), "%"],
-    rows: counts.map((row) => [{ number: count(row.passes) }, { number: count(row.cells) }, { number: fixed(row.percent, 2) }]),
+    rows: () => counts.map((row) => [{ number: count(row.passes) }, { number: count(row.cells) }, { number: fixed(row.percent, 2) }]),
   };
 }
 
@@ -49,6 +49,7 @@ export function coverageBins(coverage) {
   const bins = coverage.bins || [];
   if (bins.length === 0) return null;
   const unit = coverage.units && coverage.units.area;
+  const size = columnOf(bins.map((bin) => bin.area), 5);
   const target = coverage.target && coverage.target.passes;
   const rows = bins.map((bin) => ({
     label: bin.upper === null || bin.upper === undefined ? `≥ ${bin.lower}` : bin.upper === bin.lower ? String(bin.lower) : `${bin.lower}–${bin.upper}`,
@@ -61,6 +62,6 @@ export function coverageBins(coverage) {
     alt: say("coverage.alt", { number: count(bins.length) }),
     spec: (shown) => barSpec(rows, say("passes.axis"), shown),
     head: [say("passes.axis"), say("cells"), withUnit(say("area"), unit ? `(${unit})` : ""), "%"],
-    rows: rows.map((row) => [row.label, { number: count(row.bin.points) }, { number: number(row.bin.area) }, { number: fixed(row.percent, 2) }]),
+    rows: () => rows.map((row) => [row.label, { number: count(row.bin.points) }, { number: size(row.bin.area) }, { number: fixed(row.percent, 2) }]),
   };
 }

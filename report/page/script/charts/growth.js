@@ -1,6 +1,6 @@
 // The compaction curve: mean by pass, the fitted curve, and where growth ends.
 import { axis, ink } from "../chart.js";
-import { count, fixed, number, percent, say, withUnit } from "../texts.js";
+import { columnOf, count, fixed, number, percent, say, withUnit } from "../texts.js";
 import { targetRule } from "./histogram.js";
 
 export function growth(curve, value) {
@@ -20,6 +20,7 @@ export function growth(curve, value) {
     ? curve.curve.pass.map((pass, index) => ({ pass, value: curve.curve.value[index] })).filter((row) => typeof row.value === "number")
     : [];
   const end = curve.growth && curve.growth.pass;
+  const mean = columnOf(passes.map((row) => row.mean));
   const series = [
     { key: "points", label: say("growth.points"), colour: ink.main, shape: "dot" },
     { key: "spread", label: say("growth.spread"), colour: ink.pale },
@@ -56,9 +57,9 @@ export function growth(curve, value) {
     id: "growth", title: say("growth.title", { name }), series, spec,
     alt: say("growth.alt", { number: count(points.length), first: number(points[0].mean), last: number(points[points.length - 1].mean) }),
     head: [say("growth.axis"), say("cells"), say("mean"), say("standard_deviation"), say("growth.growth"), say("growth.fitted"), say("growth.used")],
-    rows: passes.map((row) => [
-      { number: count(row.pass) }, { number: count(row.points) }, { number: number(row.mean) }, { number: number(row.standard_deviation) },
-      { number: row.growth_percent === null ? "–" : fixed(row.growth_percent, 2) }, { number: number(row.fitted) },
+    rows: () => passes.map((row) => [
+      { number: count(row.pass) }, { number: count(row.points) }, { number: mean(row.mean) }, { number: mean(row.standard_deviation) },
+      { number: row.growth_percent === null ? "–" : fixed(row.growth_percent, 2) }, { number: mean(row.fitted) },
       row.in_curve === false ? `${say("no")}${row.left_out_for ? `: ${row.left_out_for}` : ""}` : say("yes")]),
   };
 }

@@ -1,6 +1,6 @@
 // Values by class, with the cumulative curve and the target.
 import { axis, ink } from "../chart.js";
-import { count, fixed, number, percent, say, withUnit } from "../texts.js";
+import { columnOf, count, fixed, number, percent, say, withUnit } from "../texts.js";
 
 export function histogram(stats, value) {
   const classes = (stats.histogram || []).map((row, index, all) => ({
@@ -10,6 +10,7 @@ export function histogram(stats, value) {
   if (classes.length < 2 || classes[0].to === classes[classes.length - 1].to) return null;
   const target = stats.target && typeof stats.target.value === "number" ? stats.target : null;
   const below = Boolean(target && /below/.test(target.side || ""));
+  const edge = columnOf(classes.map((row) => row.to), 5);
   const name = withUnit(value.name, value.unit ? `(${value.unit})` : "");
   const bars = classes.flatMap((row) => {
     const tip = `${say("chart.from.to", { from: number(row.from), to: number(row.to) })}\n${percent(row.percent, 2)}`;
@@ -67,8 +68,8 @@ export function histogram(stats, value) {
       number: count(classes.length - 1), from: number(classes[0].from), to: number(classes[classes.length - 1].to),
     }) + (stated ? ` ${say("histogram.alt.target", { target: number(target.value), share: percent(target.counted_percent) })}` : ""),
     head: [say("chart.from"), say("chart.to"), say("histogram.share.axis"), say("histogram.cumulative.axis")],
-    rows: classes.map((row) => [
-      { number: number(row.from, 6) }, { number: number(row.to, 6) },
+    rows: () => classes.map((row) => [
+      { number: edge(row.from) }, { number: edge(row.to) },
       { number: fixed(row.percent, 2) }, { number: fixed(row.cumulative, 2) }]),
   };
 }

@@ -1,6 +1,6 @@
 // Spot tests against the roller's values, with line and confidence band.
 import { axis, ink } from "../chart.js";
-import { count, number, say, withUnit } from "../texts.js";
+import { columnOf, count, number, say, withUnit } from "../texts.js";
 
 export function scatter(spots, value) {
   const tests = (spots.tests || []).filter((test) => typeof test.value === "number" && typeof test.ic_mean === "number");
@@ -19,6 +19,7 @@ export function scatter(spots, value) {
           say("spots.values.number", { number: count(test.ic_values) })].join("\n"),
   }));
   const band = bandOf(line);
+  const across = columnOf(values), up = columnOf(points.map((point) => point.y));
   const series = [
     { key: "used", label: say("spots.in.line"), colour: ink.main, shape: "dot" },
     points.some((point) => !point.used) && { key: "unused", label: say("spots.not.in.line"), colour: ink.grey, shape: "ring" },
@@ -53,7 +54,7 @@ export function scatter(spots, value) {
     id: "spots", title: say("spots.title", { value: value.name, test: testName }), series, spec,
     alt: say("spots.alt", { number: count(points.length), r: number(line && line.r), n: count(line && line.n) }),
     head: [testName, value.name, say("spots.used")],
-    rows: points.map((point) => [{ number: number(point.x) }, { number: number(point.y) }, point.used ? say("yes") : say("no")]),
+    rows: () => points.map((point) => [{ number: across(point.x) }, { number: up(point.y) }, point.used ? say("yes") : say("no")]),
   };
 }
 

@@ -1,6 +1,6 @@
 // Semivariance by distance, with the model.
 import { axis, ink } from "../chart.js";
-import { count, number, say, withUnit } from "../texts.js";
+import { columnOf, count, number, say, withUnit } from "../texts.js";
 import { targetRule } from "./histogram.js";
 
 export function variogram(semivariogram) {
@@ -8,6 +8,7 @@ export function variogram(semivariogram) {
     !lag.empty && lag.class !== 0 && typeof lag.semivariance === "number" && typeof lag.mean_distance === "number");
   if (lags.length === 0) return null;
   const unit = (semivariogram.units || {}).distance;
+  const distance = columnOf(lags.map((lag) => lag.mean_distance)), height = columnOf(lags.map((lag) => lag.semivariance));
   const most = Math.max(...lags.map((lag) => lag.pairs || 1));
   const points = lags.map((lag) => ({
     x: lag.mean_distance, y: lag.semivariance, size: 30 + 150 * Math.sqrt((lag.pairs || 1) / most),
@@ -49,6 +50,6 @@ export function variogram(semivariogram) {
     id: "semivariogram", title: say("variogram.title"), series, spec,
     alt: say("variogram.alt", { number: count(points.length), distance: withUnit(number(end), unit) }),
     head: [withUnit(say("variogram.distance"), unit ? `(${unit})` : ""), say("variogram.pairs"), say("variogram.semivariance"), say("variogram.model")],
-    rows: lags.map((lag) => [{ number: number(lag.mean_distance) }, { number: count(lag.pairs) }, { number: number(lag.semivariance) }, { number: number(lag.model) }]),
+    rows: () => lags.map((lag) => [{ number: distance(lag.mean_distance) }, { number: count(lag.pairs) }, { number: height(lag.semivariance) }, { number: height(lag.model) }]),
   };
 }

@@ -7,7 +7,8 @@ import { showTip } from "../tip.js";
 import { pictureOf } from "./picture.js";
 import { listen, resetZoom, zoomBy } from "./viewer.js";
 
-const ownStyle = `text{font:11px system-ui,'Segoe UI',Roboto,Arial,sans-serif;fill:#333}
+const ownStyle = `.coarse{image-rendering:pixelated}
+text{font:11px system-ui,'Segoe UI',Roboto,Arial,sans-serif;fill:#333}
 .haloed{paint-order:stroke;stroke:#fff;stroke-width:3px;stroke-linejoin:round}
 .ticks line{stroke:#777;stroke-width:1px}
 .outline{fill:none;stroke:#111;stroke-width:1.3px;vector-effect:non-scaling-stroke}

@@ -21,6 +21,7 @@ const toY = (frame, layout, y) => layout.top + ((frame.top - y) / frame.step) * 
 
 export function drawPlan(frame, layout, url, shapes) {
   const image = svg("image", {
+    class: layout.perPixel >= 1 ? "coarse" : "fine",
     x: layout.left, y: layout.top, width: frame.columns * layout.perPixel, height: frame.rows * layout.perPixel,
     href: url, preserveAspectRatio: "none",
   });
@@ -73,6 +74,7 @@ function scaleBar(layout, perLength, unit) {
 function northArrow(layout) {
   const x = layout.inner - 18;
   return svg("g", { class: "north" },
+    svg("rect", { x: x - 13, y: 3, width: 26, height: 44, fill: "#fff", "fill-opacity": 0.8 }),
     svg("path", { d: `M${x} 8l6 20l-6 -5l-6 5z`, fill: "#222" }),
     svg("text", { x, y: 42, "text-anchor": "middle", class: "haloed" }, "N"));
 }

@@ -34,7 +34,7 @@ const weakMark = "#b4500a";
 // shapes: {axis, outlines, tests, weak, end}; returns the drawing and a function that changes its picture.
 export function drawStrip(id, frame, layout, url, shapes, unit) {
   const image = svg("image", {
-    id, width: frame.columns, height: frame.rows * frame.folds, href: url, preserveAspectRatio: "none",
+    id, class: layout.perColumn >= 1 ? "coarse" : "fine", width: frame.columns, height: frame.rows * frame.folds, href: url, preserveAspectRatio: "none",
   });
   const drawing = svg("g", {}, svg("defs", {}, image));
   const across = (offset) => (offset - frame.first_offset) * layout.perOffset;
@@ -70,7 +70,7 @@ function ticksOf(piece, layout, end, unit) {
     const x = (k * step - piece.station) * layout.perMetre;
     const anchor = x < 12 ? "start" : x > layout.width - 30 ? "end" : "middle";
     ticks.append(svg("line", { x1: x, x2: x, y1: y + 6, y2: y + 10 }),
-      svg("text", { x, y: y + 20, "text-anchor": anchor }, withUnit(number(k * step, 7), unit)));
+      svg("text", { x, y: y + 20, "text-anchor": anchor }, withUnit(number(k * step || 0, 7), unit)));
   }
   return ticks;
 }

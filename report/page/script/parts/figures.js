@@ -48,9 +48,12 @@ function statisticsTable(stats, value) {
   const rows = order.filter((key) => isNumber(all[key])).map((key) => [
     say(has(`stats.${key}`) ? `stats.${key}` : key),
     { number: key === "count" ? count(all[key]) : key === "coefficient_of_variation" ? percent(100 * all[key], 2) : withUnit(number(all[key], 5), units[key]) }]);
-  for (const one of stats.quantiles || [])
-    rows.push([say("stats.quantile", { percent: number(one.percent) }), { number: withUnit(number(one.value, 5), value.unit) }]);
-  return rows.length > 0 ? table(say("stats.table"), [say("stats.quantity"), value.name], rows, { class: "narrow", showCaption: true }) : null;
+  const shares = (stats.quantiles || []).map((one) => [
+    say("stats.quantile", { percent: number(one.percent) }), { number: withUnit(number(one.value, 5), value.unit) }]);
+  const tableOf = (key, list) => (list.length > 0 ? table(say(key), [say("stats.quantity"), value.name], list, { showCaption: true }) : null);
+  const half = Math.ceil((rows.length + shares.length) / 2);
+  return html("div", { class: "pair" }, tableOf("stats.table", rows.slice(0, half)),
+    html("div", {}, tableOf("stats.table.limits", rows.slice(half)), tableOf("stats.table.quantiles", shares)));
 }
 
 export function statistics(report, value) {
@@ -127,7 +130,7 @@ function weakSentence(road, value, unit) {
   if (weak.length === 0) return isNumber(road.weak_below) ? say("road.sentence.none", values) : "";
   const named = weak.slice(0, 8).map((row) => `${number(row.from, 6)}–${withUnit(number(row.to, 6), unit)}`);
   if (weak.length > 8) named.push(say("road.more", { number: count(weak.length - 8) }));
-  return say("road.sentence.weak", { ...values, number: count(weak.length), list: named.join(", ") });
+  return say(weak.length === 1 ? "road.sentence.one" : "road.sentence.weak", { ...values, number: count(weak.length), list: named.join(", ") });
 }
 
 export function road(report, value, unit) {

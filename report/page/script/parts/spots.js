@@ -1,16 +1,17 @@
 // Spot tests: scatter, line, and the table.
 import { chartFigure } from "../chart.js";
 import { scatter } from "../charts/scatter.js";
-import { table } from "../elements.js";
-import { count, fixed, has, number, percent, say, withUnit } from "../texts.js";
+import { table, unfolding } from "../elements.js";
+import { columnOf, count, fixed, has, number, percent, say, withUnit } from "../texts.js";
 import { cautionsOf, failureText, missingPart, section, sentence } from "./section.js";
 
 function testsTable(part) {
+  const columns = Object.fromEntries(["value", "ic_mean", "predicted_ic_mean"].map((key) => [key, columnOf((part.tests || []).map((test) => test[key]))]));
   const rows = (part.tests || []).map((test) => ({
     class: test.state === "in_line" ? null : "aside",
     cells: [
-      String(test.test), { number: count(test.pass) }, { number: number(test.value) }, { number: count(test.ic_values) },
-      { number: number(test.ic_mean) }, { number: fixed(test.ic_cv_percent, 1) }, { number: number(test.predicted_ic_mean) },
+      String(test.test), { number: count(test.pass) }, { number: columns.value(test.value) }, { number: count(test.ic_values) },
+      { number: columns.ic_mean(test.ic_mean) }, { number: fixed(test.ic_cv_percent, 1) }, { number: columns.predicted_ic_mean(test.predicted_ic_mean) },
       test.remark || (has(`spots.state.${test.state}`) ? say(`spots.state.${test.state}`) : test.state || ""),
     ],
   }));
@@ -18,7 +19,9 @@ function testsTable(part) {
   const unit = part.units && part.units.value;
   if (unit) head[2] = `${head[2]} (${unit})`;
   const radius = withUnit(number(part.radius), part.units && part.units.radius);
-  return rows.length > 0 ? table(say("spots.table", { radius }), head, rows, { showCaption: true }) : null;
+  const make = () => table(say("spots.table", { radius }), head, rows, { showCaption: true });
+  if (rows.length > 100) return unfolding(say("spots.table", { radius }), make);
+  return rows.length > 0 ? make() : null;
 }
 
 export function spots(report, value) {

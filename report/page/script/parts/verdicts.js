@@ -18,7 +18,7 @@ function rowOf(verdict) {
   const threshold = verdict.threshold || {};
   const unit = verdict.unit || "";
   const limit = withUnit(number(threshold.value, 6), unit);
-  const measured = withUnit(beside(verdict.measured, threshold.value), unit);
+  const measured = withUnit(beside(verdict.measured, threshold.value, unit === "%" ? 1 : 3), unit);
   const outcome = verdict.outcome in marks ? verdict.outcome : "not_given";
   return {
     class: `verdict ${outcome}`,
