@@ -12,10 +12,16 @@ bool can_make_pages() {
     return false;
 }
 
-std::string page_of(const qmx_study::json&, const qmx_study::cell_table&, const page_options&) {
+void check(const page_options&) {
     throw qmx_study::usage_error(
         "this program was built without pages, since Node, npm or lodepng were not there: the "
-        "results can be had as a document or as tables instead");
+        "results can be had with --document or --tables instead");
+}
+
+std::string page_of(const qmx_study::json&, const qmx_study::cell_table&,
+                    const page_options& options) {
+    check(options);
+    return {};
 }
 
 } // namespace qmx_report

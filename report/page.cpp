@@ -83,13 +83,18 @@ bool can_make_pages() {
     return true;
 }
 
-std::string page_of(const json& document, const qmx_study::cell_table& cells,
-                    const page_options& options) {
+void check(const page_options& options) {
     const std::vector<std::string> known = languages();
     if (std::find(known.begin(), known.end(), options.language) == known.end())
         throw qmx_study::usage_error("\"" + options.language +
                                          "\" is no language of the report; there are en and de",
                                      {"--lang", "", 0, ""});
+    logo_of(options.logo);
+}
+
+std::string page_of(const json& document, const qmx_study::cell_table& cells,
+                    const page_options& options) {
+    check(options);
     const std::string frame = joined_template();
     const std::size_t at = frame.find(mark);
     json data = {{"language", options.language}, {"logo", logo_of(options.logo)}};

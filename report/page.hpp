@@ -18,6 +18,9 @@ std::vector<std::string> languages();
 // False in a build without Node: pages cannot be made then, and page_of throws usage_error saying so.
 bool can_make_pages();
 
+// Before the work: throws usage_error where no page could be made with these options.
+void check(const page_options& options);
+
 // The page, below 5 MB whatever the number of cells. document: as report_document gives it; cells may
 // be empty. Reads nothing but the logo, computes no result. Throws usage_error.
 std::string page_of(const qmx_study::json& document, const qmx_study::cell_table& cells,

@@ -113,10 +113,9 @@ std::string unit_behind(const table_source& source, const row_survey& survey, in
 
 class proposal {
 public:
-    proposal(const reading_options& reading, progress& on_terminal)
-        : options(reading), shown(on_terminal) {
+    proposal(const job_settings& known, progress& on_terminal)
+        : options(known.reading), shown(on_terminal), settings(known) {
         settings.thresholds = thresholds_of(settings.preset);
-        settings.reading = reading;
     }
 
     std::string text(const std::string& job_file) {
@@ -273,6 +272,8 @@ private:
         };
         place(settings.reading.file);
         for (std::string& file : settings.reading.further_files) place(file);
+        place(settings.tests);
+        place(settings.area);
         const fs::path first(options.file);
         settings.report = first.stem().string() + ".report.html";
     }
@@ -280,9 +281,8 @@ private:
 
 } // namespace
 
-std::string init_text(const reading_options& reading, const std::string& job_file,
-                      progress& shown) {
-    return proposal(reading, shown).text(job_file);
+std::string init_text(const job_settings& known, const std::string& job_file, progress& shown) {
+    return proposal(known, shown).text(job_file);
 }
 
 } // namespace qmx_study

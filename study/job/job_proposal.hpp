@@ -8,10 +8,11 @@
 
 namespace qmx_study {
 
-// Opens and reads the files of `reading` and composes a commented job file: the columns found and what else
-// could be taken, units, the ranges seen, machines, lifts and times as remarks, the presets. job_file: where
+// Opens and reads the files of known.reading and composes a commented job file: the columns found and what else
+// could be taken, units, the ranges seen, machines, lifts and times as remarks, the presets. Spot tests and
+// areas that are known already are written down unread. job_file: where
 // the text will stand, "" for the present folder; relative names of files are written from there. Throws
 // usage_error.
-std::string init_text(const reading_options& reading, const std::string& job_file, progress& shown);
+std::string init_text(const job_settings& known, const std::string& job_file, progress& shown);
 
 } // namespace qmx_study

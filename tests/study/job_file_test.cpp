@@ -333,15 +333,17 @@ TEST(JobProposal, IsReadBackAndNamesWhatWasFound) {
         text += fmt::format("{},5;{};{},5;{};{};01.10.2025;0{}:30;{}km/h;?\n", i, i % 3, i,
                             1 + i % 2, i % 2 ? "Müller \"1\"" : "W2", i % 10, 2 + i % 3);
     std::ofstream(lot) << text;
-    reading_options reading;
-    reading.file = lot;
+    job_settings known;
+    known.reading.file = lot;
+    known.tests = (folder / "spots.csv").string();
     progress quiet;
     const std::string job_file = (folder / "jobs" / "job.toml").string();
-    const std::string job = init_text(reading, job_file, quiet);
+    const std::string job = init_text(known, job_file, quiet);
     std::ofstream(job_file) << job;
     SCOPED_TRACE(job);
     const job_settings found = read_job(job_file);
     EXPECT_TRUE(std::filesystem::equivalent(found.reading.file, lot));
+    EXPECT_EQ(std::filesystem::path(found.tests).lexically_normal(), known.tests);
     EXPECT_EQ(found.reading.x + "|" + found.reading.y + "|" + found.reading.value,
               "Easting|Northing|Evib [MN/m²]");
     EXPECT_EQ(found.traits[trait::machine], "Walze");
@@ -356,6 +358,6 @@ TEST(JobProposal, IsReadBackAndNamesWhatWasFound) {
         EXPECT_NE(job.find(said), std::string::npos) << said;
     // A lot without anything that is known still gives a job file to fill in.
     std::ofstream(lot) << "a,b\n1,x\n2,y\n3,z\n";
-    EXPECT_EQ(job_from_text(init_text(reading, "", quiet), "job.toml").reading.file, lot);
+    EXPECT_EQ(job_from_text(init_text(known, "", quiet), "job.toml").reading.file, lot);
     std::filesystem::remove_all(folder);
 }

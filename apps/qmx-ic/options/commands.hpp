@@ -30,6 +30,8 @@ void add_curve_command(CLI::App& program);
 void add_fit_command(CLI::App& program);
 void add_generate_command(CLI::App& program);
 void add_grid_command(CLI::App& program);
+void add_init_command(CLI::App& program);
+void add_report_command(CLI::App& program);
 void add_select_command(CLI::App& program);
 void add_semivariogram_command(CLI::App& program);
 void add_spots_command(CLI::App& program);

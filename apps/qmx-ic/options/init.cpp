@@ -9,7 +9,7 @@
 #include "options/commands.hpp"
 #include "options/road.hpp"
 #include "study/base/output_file.hpp"
-#include "study/job/job_file.hpp"
+#include "study/job/job_proposal.hpp"
 #include "text/progress_line.hpp"
 
 namespace qmx_terminal {
@@ -30,8 +30,11 @@ void run(const init_options& options) {
             fmt::format("{} is there already; --force writes over it", options.output));
     refuse_inputs_as_output(options.reading.files(), options.output);
     progress shown(progress_line());
-    const std::string text =
-        init_text(options.reading, options.tests, options.area, options.output, shown);
+    job_settings known;
+    known.reading = options.reading;
+    known.tests = options.tests;
+    known.area = options.area;
+    const std::string text = init_text(known, options.output == "-" ? "" : options.output, shown);
     shown.clear();
     if (options.output == "-") {
         fmt::print("{}", text);

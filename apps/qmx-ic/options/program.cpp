@@ -34,6 +34,8 @@ void set_up(CLI::App& program) {
                    "unreadable input or unwritable output, 3 the target is missed (where "
                    "--exit-code asks for it).\n"
                    "qmx-ic COMMAND --help tells the options of a command.\n");
+    add_report_command(program);
+    add_init_command(program);
     add_columns_command(program);
     add_stats_command(program);
     add_select_command(program);

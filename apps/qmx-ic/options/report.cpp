@@ -21,6 +21,7 @@
 #include "study/job/job_file.hpp"
 #include "study/output/cell_file.hpp"
 #include "study/output/report_tables.hpp"
+#include "study/output/table_writer.hpp"
 #include "text/progress_line.hpp"
 #include "text/report_text.hpp"
 
@@ -95,7 +96,7 @@ void check(const job_settings& settings) {
     const std::vector<std::string> inputs = inputs_of(settings);
     for (const std::string& output : {settings.report, settings.document, settings.cells})
         if (!output.empty()) refuse_inputs_as_output(inputs, output);
-    if (!settings.cells.empty()) check_cell_file_name(settings.cells);
+    if (!settings.cells.empty()) check_output_name(settings.cells);
     if (!settings.report.empty())
         qmx_report::check(qmx_report::page_options{settings.language, settings.logo});
 }
@@ -117,7 +118,7 @@ void run(const report_options& options) {
                                                           {settings.language, settings.logo}));
     if (!settings.document.empty()) write_output(settings.document, text_of(document));
     if (!settings.tables.empty()) write_report_tables(settings.tables, document);
-    if (!settings.cells.empty()) write_cells(settings.cells, settings, report, shown);
+    if (!settings.cells.empty()) write_cells(settings.cells, report, shown);
     shown.clear();
     fmt::print("{}", options.as_json ? text_of(document) : report_text(document));
     if (options.exit_code && has_missed(report.answer)) throw target_not_met();
