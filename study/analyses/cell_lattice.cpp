@@ -237,8 +237,17 @@ void fit_rows(rows_of_cells& rows, const places& points) {
     const double turn = (qu * kk - qk * ku) / determinant;
     const double rest =
         std::max(0.0, qq - across * qk - turn * qu) / (count - 3 > 0 ? count - 3 : 1);
-    rows.error_across = std::sqrt(rest * uu / determinant);
-    rows.error_angle = std::sqrt(rest * kk / determinant);
+    // Coordinates written to the millimetre are off alike along a row: it counts as one observation.
+    std::sort(used.begin(), used.end(),
+              [](const row_place& a, const row_place& b) { return a.row < b.row; });
+    double of_rows = 0, number_of_rows = 0;
+    for (std::size_t i = 0; i < used.size(); ++i) {
+        if (i > 0 && used[i].row == used[i - 1].row) continue;
+        of_rows += (used[i].row - mean_row) * (used[i].row - mean_row);
+        ++number_of_rows;
+    }
+    rows.error_across = std::sqrt(rest / of_rows);
+    rows.error_angle = std::sqrt(rest * kk / determinant * count / number_of_rows);
     // A turn to the left by this angle: the rows' own direction gets a part of the one across.
     const directions old = rows.turned;
     const double length = std::sqrt(1 + turn * turn);
@@ -250,7 +259,7 @@ void fit_rows(rows_of_cells& rows, const places& points) {
 // The spacing along the rows by least squares, each row with a start of its own.
 void fit_along(rows_of_cells& rows, const places& points) {
     const std::vector<row_place> placed = in_rows(points, rows);
-    double products = 0, squares = 0, rest = 0;
+    double products = 0, squares = 0, rest = 0, most_squares = 0;
     std::size_t fitted = 0, counted = 0;
     for (auto first = placed.begin(); first != placed.end();) {
         const auto last = std::find_if(first, placed.end(),
@@ -263,13 +272,16 @@ void fit_along(rows_of_cells& rows, const places& points) {
             mean += (one->along - start) / count;
             mean_node += std::round((one->along - start) / rows.along) / count;
         }
+        double of_row = 0;
         for (auto one = first; one != last; ++one) {
             const double node = std::round((one->along - start) / rows.along) - mean_node;
             const double distance = one->along - start - mean;
             products += node * distance;
-            squares += node * node;
+            of_row += node * node;
             rest += distance * distance;
         }
+        squares += of_row;
+        most_squares = std::max(most_squares, of_row);
         counted += static_cast<std::size_t>(last - first);
         ++fitted;
         first = last;
@@ -277,7 +289,7 @@ void fit_along(rows_of_cells& rows, const places& points) {
     if (!(squares > 0) || counted < fitted + 2) return;
     rows.along = products / squares;
     rest = std::max(0.0, rest - rows.along * products) / static_cast<double>(counted - fitted - 1);
-    rows.error_along = std::sqrt(rest / squares);
+    rows.error_along = std::sqrt(rest / most_squares); // as far as one row tells
 }
 
 // At most so many of the points within a distance of the origin, evenly drawn from their order.
