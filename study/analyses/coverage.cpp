@@ -24,20 +24,13 @@ struct aligned_areas {
     polygon_set included, excluded;
 };
 
-void keep(lot& points, const std::vector<bool>& is_kept) {
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < is_kept.size(); ++i) {
-        if (!is_kept[i]) continue;
-        points.points[kept] = points.points[i];
-        points.records[kept++] = points.records[i];
-    }
-    points.points.resize(kept);
-    points.records.resize(kept);
-}
+// Records of the file that each point stands for: of cells several, otherwise one.
+using point_weights = std::vector<std::uint32_t>;
 
-// Keeps the points inside the included and outside the excluded areas.
-aligned_areas select_points(coverage_answer& answer, const coverage_question& question,
-                            lot& points) {
+// Keeps the points inside the included and outside the excluded areas. weights: empty where each point
+// stands for one record.
+aligned_areas select_points(coverage_answer& answer, const coverage_question& question, lot& points,
+                            point_weights& weights) {
     const auto [x, y] = positions_of(points);
     aligned_areas areas{question.included, question.excluded};
     answer.included = account_of(areas.included, align(areas.included, points));
@@ -45,16 +38,21 @@ aligned_areas select_points(coverage_answer& answer, const coverage_question& qu
     refuse_distant_areas(areas.included, x, y);
     std::vector<bool> is_kept = points_inside(areas.included, x, y);
     const std::vector<bool> is_excluded = points_inside(areas.excluded, x, y);
-    answer.selection.read = static_cast<std::int64_t>(x.size());
     for (std::size_t i = 0; i < x.size(); ++i) {
+        const std::int64_t weight = weights.empty() ? 1 : weights[i];
+        answer.selection.read += weight;
         if (!is_kept[i]) {
-            ++answer.selection.outside;
+            answer.selection.outside += weight;
         } else if (is_excluded[i]) {
-            ++answer.selection.excluded;
+            answer.selection.excluded += weight;
             is_kept[i] = false;
         }
     }
-    keep(points, is_kept);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < weights.size(); ++i)
+        if (is_kept[i]) weights[kept++] = weights[i];
+    weights.resize(kept);
+    keep_marked(points, is_kept);
     return areas;
 }
 
@@ -72,6 +70,10 @@ std::optional<mesh_size> settle_mesh(coverage_answer& answer, const coverage_que
             lattice = scattered->mesh;
             answer.scatter = scattered->scatter;
         }
+    }
+    if (!question.mesh && !lattice && question.lattice) {
+        lattice = question.lattice->mesh;
+        answer.angle = question.lattice->angle;
     }
     if (!question.mesh && !lattice)
         throw usage_error(
@@ -221,6 +223,11 @@ void find_doubts(coverage_answer& answer, const aligned_areas& areas,
 
 void note_mesh(coverage_answer& answer, const std::optional<mesh_size>& lattice) {
     const mesh_size& mesh = answer.mesh;
+    if (answer.angle != 0)
+        answer.notes.push_back(fmt::format("The cells stand {} × {} apart in rows turned by "
+                                           "{:.4g}° against the eastings: the mesh "
+                                           "is that of these rows.",
+                                           number_text(mesh.x), number_text(mesh.y), answer.angle));
     if (answer.scatter)
         answer.notes.push_back(fmt::format(
             "The positions scatter by {:.2g} about cells {} × {} apart. Each counts for the cell "
@@ -268,7 +275,9 @@ reading_needs needs_of(const coverage_question&) {
     return needs;
 }
 
-coverage_answer analyse(const coverage_question& question, loaded_lot& lot) {
+namespace {
+
+coverage_answer begun(const coverage_question& question, const loaded_lot& lot) {
     refuse_degrees(lot.source(), lot.data);
     refuse_mixed_units(lot.data, "an area");
     coverage_answer answer;
@@ -277,20 +286,51 @@ coverage_answer analyse(const coverage_question& question, loaded_lot& lot) {
     answer.target.passes = question.target_passes.value_or(0);
     answer.target.required = static_cast<float>(question.target_coverage.value_or(90));
     answer.square_metres = square_metres_of(lot.data.x.unit);
-    const std::optional<mesh_size> lattice =
-        settle_mesh(answer, question, lot.data, lot.source().file);
-    const aligned_areas areas = select_points(answer, question, lot.data);
-    keep_last_passes(answer, lot);
-    answer.reading = account_of(lot);
-    const pass_tally tally = tally_passes(lot.data.points);
+    return answer;
+}
+
+// points: those that count in the areas.
+void finish(coverage_answer& answer, const coverage_question& question, const aligned_areas& areas,
+            const std::optional<mesh_size>& lattice, const lot& points) {
+    const pass_tally tally = tally_passes(points.points);
     answer.bins =
         question.bins.empty() ? default_pass_bins(tally, answer.target.passes) : question.bins;
     answer.counts = count_in_bins(tally, answer.bins);
-    calculate(answer, areas, lot.data);
-
+    calculate(answer, areas, points);
     note_mesh(answer, lattice);
-    note_bins(answer, question, lot.data);
-    find_doubts(answer, areas, lattice, lot.data);
+    note_bins(answer, question, points);
+    find_doubts(answer, areas, lattice, points);
+}
+
+} // namespace
+
+coverage_answer analyse(const coverage_question& question, loaded_lot& lot) {
+    coverage_answer answer = begun(question, lot);
+    const std::optional<mesh_size> lattice =
+        settle_mesh(answer, question, lot.data, lot.source().file);
+    point_weights each_one;
+    const aligned_areas areas = select_points(answer, question, lot.data, each_one);
+    keep_last_passes(answer, lot);
+    answer.reading = account_of(lot);
+    finish(answer, question, areas, lattice, lot.data);
+    return answer;
+}
+
+coverage_answer analyse(const coverage_question& question, const loaded_lot& lot,
+                        compacted_cells cells) {
+    coverage_answer answer = begun(question, lot);
+    answer.reading = account_of(lot);
+    const std::optional<mesh_size> lattice =
+        settle_mesh(answer, question, cells.cells, lot.source().file);
+    if (answer.scatter) join_cells(cells.cells, cells.records);
+    const aligned_areas areas = select_points(answer, question, cells.cells, cells.records);
+    for (const std::uint32_t records : cells.records) {
+        ++answer.cells.cells;
+        answer.cells.shared_cells += records > 1;
+        answer.cells.most_records = std::max<std::int64_t>(answer.cells.most_records, records);
+        answer.earlier_passes += records - 1;
+    }
+    finish(answer, question, areas, lattice, cells.cells);
     return answer;
 }
 

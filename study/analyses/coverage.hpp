@@ -18,11 +18,19 @@
 
 namespace qmx_study {
 
+struct turned_lattice {
+    mesh_size mesh;
+    double angle = 0; // degrees anticlockwise from the eastings
+};
+
 struct coverage_question {
     polygon_set included, excluded;
     std::optional<mesh_size> mesh; // otherwise the spacing of the positions
-    std::vector<t_passbin> bins;   // empty: chosen by the counts and the target
-    bool all_records = false;      // of a cell count; otherwise its last pass
+    // The lattice that the cells were found to lie on, turned against the axes. It stands where none
+    // along the axes is found and no mesh is named.
+    std::optional<turned_lattice> lattice;
+    std::vector<t_passbin> bins; // empty: chosen by the counts and the target
+    bool all_records = false;    // of a cell count; otherwise its last pass
     std::optional<std::int32_t> target_passes;
     std::optional<double> target_coverage; // percent, 90 where none is given
 };
@@ -50,6 +58,7 @@ struct coverage_answer {
     std::int64_t earlier_passes = 0; // records left out for the last pass of each cell
     cell_summary cells;
     mesh_size mesh;
+    double angle = 0; // of a lattice turned against the axes, degrees
     bool mesh_is_derived = false;
     std::optional<double> scatter; // of the positions about their cells, to which they were moved
     std::vector<t_passbin> bins;
@@ -74,5 +83,13 @@ void check(const coverage_question& question);
 reading_needs needs_of(const coverage_question& question);
 // Throws usage_error, analysis_error.
 coverage_answer analyse(const coverage_question& question, loaded_lot& lot);
+
+// The last passes of a lot's cells, and how many records each cell had; their values are pass counts.
+struct compacted_cells {
+    lot cells; // columns, units and system are those of the lot
+    std::vector<std::uint32_t> records;
+};
+coverage_answer analyse(const coverage_question& question, const loaded_lot& lot,
+                        compacted_cells cells);
 
 } // namespace qmx_study

@@ -115,9 +115,10 @@ void fill_passes(curve_answer& answer, const std::vector<std::span<const t_icdat
 
 // Why there is no curve, in terms of the data; "" where there is one. The library's order.
 std::string explanation_of(const curve_answer& answer, const curve_question& question,
-                           std::int32_t highest_pass, const lot& points) {
-    const t_icdata& first = points.points.front(); // they are sorted by pass now
-    const t_icdata& last = points.points.back();
+                           std::int32_t highest_pass, const std::vector<t_icdata>& points,
+                           const std::string& pass_column) {
+    const t_icdata& first = points.front(); // they are sorted by pass now
+    const t_icdata& last = points.back();
     if (!answer.failure.event)
         return answer.curve.passes > 1 ? ""
                                        : "Only pass 1 has 100 points: there is no curve through a "
@@ -125,13 +126,13 @@ std::string explanation_of(const curve_answer& answer, const curve_question& que
     if (std::string memory = explanation_of_memory(*answer.failure.event); !memory.empty())
         return memory;
     if (highest_pass < 2) return "Give --max-pass 2 or more.";
-    if (points.points.size() < static_cast<std::size_t>(std::max(question.least_points, 0)))
-        return fmt::format("There are {} points, and --min-points asks for {}.",
-                           points.points.size(), question.least_points);
+    if (points.size() < static_cast<std::size_t>(std::max(question.least_points, 0)))
+        return fmt::format("There are {} points, and --min-points asks for {}.", points.size(),
+                           question.least_points);
     if (first.i_passno < 1)
         return fmt::format("There are pass numbers as low as {}; passes count from 1. Leave them "
                            "out: {}.",
-                           first.i_passno, where_hint(points.pass.name, ">= 1"));
+                           first.i_passno, where_hint(pass_column, ">= 1"));
     if (first.i_passno > 1)
         return fmt::format("The lowest pass number is {}: the records of the first passes are "
                            "missing.",
@@ -140,11 +141,11 @@ std::string explanation_of(const curve_answer& answer, const curve_question& que
         return fmt::format("There are pass numbers up to {}. Raise --max-pass, or leave the later "
                            "passes out: {}.",
                            last.i_passno,
-                           where_hint(points.pass.name, fmt::format("<= {}", highest_pass)));
+                           where_hint(pass_column, fmt::format("<= {}", highest_pass)));
     switch (answer.curve.passes) {
     case 0:
         return fmt::format("Pass 1 has {} points, and a pass takes {}.",
-                           std::count_if(points.points.begin(), points.points.end(),
+                           std::count_if(points.begin(), points.end(),
                                          [](const t_icdata& point) { return point.i_passno == 1; }),
                            least_points_of_a_pass);
     case 2: return "Two passes went in, and a quadratic takes three.";
@@ -205,19 +206,26 @@ reading_needs needs_of(const curve_question&) {
 }
 
 curve_answer analyse(const curve_question& question, loaded_lot& lot) {
+    cell_summary cells;
+    if (lot.data.has_positions()) cells = summarise_cells(lot.data);
+    return analyse(question, lot, lot.data.points, cells);
+}
+
+curve_answer analyse(const curve_question& question, const loaded_lot& lot,
+                     std::vector<t_icdata> points, const cell_summary& cells) {
     refuse_values_too_large(lot.source(), lot.data);
     refuse_strange_passes(lot);
     curve_answer answer;
     answer.reading = account_of(lot);
     answer.growth_limit = question.growth;
-    if (lot.data.has_positions()) answer.cells = summarise_cells(lot.data);
-    const auto groups = by_pass(lot.data.points);
-    lot.data.records.clear(); // they stood in the order of the file
+    answer.cells = cells;
+    const auto groups = by_pass(points);
     const std::int32_t highest_pass =
-        question.highest_pass.value_or(std::max(lot.data.points.back().i_passno, 2));
+        question.highest_pass.value_or(std::max(points.back().i_passno, 2));
     answer.failure.event =
-        run_compaction_curve(highest_pass, question.least_points, lot.data.points, answer.curve);
-    answer.failure.explanation = explanation_of(answer, question, highest_pass, lot.data);
+        run_compaction_curve(highest_pass, question.least_points, points, answer.curve);
+    answer.failure.explanation =
+        explanation_of(answer, question, highest_pass, points, lot.data.pass.name);
     fill_passes(answer, groups);
     note_cells(answer);
     note_chosen_value(answer.notes, lot);

@@ -55,7 +55,10 @@ double quadratic(const t_fitout& fit, double pass);
 // Throws usage_error where the question makes no sense.
 void check(const curve_question& question);
 reading_needs needs_of(const curve_question& question);
-// Uses up the order of the lot's points. Throws usage_error, analysis_error.
+// Throws usage_error, analysis_error.
 curve_answer analyse(const curve_question& question, loaded_lot& lot);
+// points: those of the lot that have a pass number, at least one; cells: of them.
+curve_answer analyse(const curve_question& question, const loaded_lot& lot,
+                     std::vector<t_icdata> points, const cell_summary& cells);
 
 } // namespace qmx_study

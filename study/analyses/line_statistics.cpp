@@ -26,6 +26,17 @@ double two_sided_student(double t, int degrees_of_freedom) {
     return std::clamp(1 - inside, 0.0, 1.0);
 }
 
+double student_quantile(double percent, int degrees_of_freedom) {
+    const double outside = 1 - percent / 100;
+    double low = 0, high = 1;
+    while (two_sided_student(high, degrees_of_freedom) > outside && high < 1e300) high *= 2;
+    for (int k = 0; k < 200; ++k) {
+        const double middle = low + (high - low) / 2;
+        (two_sided_student(middle, degrees_of_freedom) > outside ? low : high) = middle;
+    }
+    return high;
+}
+
 line_statistics statistics_of_line(const std::vector<double>& x, const std::vector<double>& y) {
     const auto n = static_cast<double>(x.size());
     // From the first pair on, so that equal values have no spread at all.

@@ -22,4 +22,8 @@ line_statistics statistics_of_line(const std::vector<double>& x, const std::vect
 // M. Abramowitz, I. A. Stegun: Handbook of Mathematical Functions (1964), 26.7.3 and 26.7.4.
 double two_sided_student(double t, int degrees_of_freedom);
 
+// The t that a Student variable is no farther from 0 than with this probability, percent: by bisection
+// of the above.
+double student_quantile(double percent, int degrees_of_freedom);
+
 } // namespace qmx_study

@@ -91,10 +91,14 @@ std::optional<std::int64_t> settle_scattered(finished_layer& layer, lot& points)
 
 } // namespace
 
-finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_records) {
+namespace {
+
+// keep: leaves the last pass of each cell of a lot, and tells how many records it left out.
+template <class Keep>
+finished_layer settle_layer(loaded_lot& lot, bool in_any_case, bool all_records,
+                            const cell_summary& cells, Keep keep) {
     finished_layer layer;
-    if (!lot.data.has_positions()) return layer;
-    layer.cells = summarise_cells(lot.data);
+    layer.cells = cells;
     std::optional<std::int64_t> left_out;
     if (!all_records) left_out = settle_scattered(layer, lot.data);
     layer.is_taken = !all_records && (in_any_case || layer.cells.is_all_passes());
@@ -106,7 +110,7 @@ finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_r
                 layer.cells.shared_cells, layer.cells.cells, layer.cells.most_records));
         return layer;
     }
-    if (!left_out) left_out = keep_last_pass(lot.data);
+    if (!left_out) left_out = keep(lot.data);
     layer.earlier_passes = *left_out - lot.data.without_position;
     if (lot.data.without_position > 0)
         layer.notes.push_back(fmt::format("{} rows without a position lie in no cell and are left "
@@ -119,6 +123,20 @@ finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_r
         layer.notes.push_back("There is no column of pass numbers: the later row of a cell "
                               "counts as its last pass.");
     return layer;
+}
+
+} // namespace
+
+finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_records) {
+    if (!lot.data.has_positions()) return {};
+    return settle_layer(lot, in_any_case, all_records, summarise_cells(lot.data), keep_last_pass);
+}
+
+finished_layer take_finished_layer(loaded_lot& lot, bool all_records, const cell_summary& cells,
+                                   const std::vector<bool>& is_last) {
+    if (!lot.data.has_positions()) return {};
+    return settle_layer(lot, false, all_records, cells,
+                        [&](auto& points) { return keep_marked(points, is_last); });
 }
 
 } // namespace qmx_study

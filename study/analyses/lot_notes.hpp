@@ -27,5 +27,8 @@ struct finished_layer {
 // Keeps the last pass of each cell where the lot holds all passes (or the user wants it in any case),
 // unless all records are meant. Points without a position lie in no cell: they are left out too then.
 finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_records);
+// The same where the cells were found before.
+finished_layer take_finished_layer(loaded_lot& lot, bool all_records, const cell_summary& cells,
+                                   const std::vector<bool>& is_last);
 
 } // namespace qmx_study

@@ -16,6 +16,7 @@
 #include "study/base/file_hash.hpp"
 #include "study/job/settings.hpp"
 #include "study/lot/trait_summary.hpp"
+#include "study/shapes/polygon_reader.hpp"
 
 namespace qmx_study {
 
@@ -56,10 +57,42 @@ struct pass_share {
     std::int64_t cells = 0;
 };
 
+// The share of the finished layer's values that satisfy a limit.
+struct limit_share {
+    double limit = 0; // what the values were compared with
+    counted_share share;
+};
+
+// What is drawn over the maps, in the plane of the cells.
+struct drawn_outlines {
+    std::string role; // "area", "excluded_area", "filter_polygon"
+    std::vector<polygon> polygons;
+};
+
+struct extent {
+    double x_least = 0, x_most = 0, y_least = 0, y_most = 0;
+};
+
 struct report_answer {
     job_settings settings;
     std::vector<marked_input> inputs;
-    reading_account reading;
+    reading_account reading; // of the finished layer
+    std::optional<extent> cells_extent;
+    std::string length_unit; // of the positions, "" where it is not known
+    bool is_geographic = false;
+    double metre = 0; // in units of the positions; 0 where the unit is not known
+    std::optional<std::int32_t> target_passes;
+    std::string target_passes_from; // "named", "the compaction curve"
+    std::optional<limit_share> target_share, minimum_share, floor_share;
+    std::optional<cell_limit> limit_of_cells; // that verdict and weak stretches are told by
+    std::string limit_from;                   // "target", "minimum"
+    double greatest_value = 0;                // of the finished layer
+    std::int64_t at_greatest_value = 0;
+    std::int64_t rows_without_pass = 0; // of those with a value, where there is a column of passes
+    std::optional<cell_lattice> lattice;
+    std::vector<band_point> band; // of the line through the spot tests
+    std::vector<drawn_outlines> outlines;
+    bool outlines_are_thinned = false;
     trait_summary traits;
     cell_summary cells;
     bool finished_layer =

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "study/analyses/cell_lattice.hpp"
 #include "study/lot/load.hpp"
 
 namespace qmx_study {
@@ -13,27 +15,21 @@ struct road_point {
     double x = 0, y = 0;
 };
 
-// Stations run along the axis from its first vertex, offsets to the right of it; both in the unit of
-// the positions.
+// Stations run along the axis, which lies in the middle of the strip, from its first vertex,
+// its end in the west; offsets count to the right of it. Both are in the unit of the positions.
 struct road_frame {
     std::vector<road_point> axis;             // two vertices or more
     double length = 0;                        // of the axis
     double least_offset = 0, most_offset = 0; // of the cells, to their outer edges
     std::string axis_from;                    // how it came about
+    bool is_bent = false;                     // the cells fill too little of a straight strip
+    bool follows_bend = false;                // and the axis bends with them
 };
 
 // Where the axis has two vertices the answer is exact but for rounding; otherwise the nearest segment
 // counts, of equally near ones the first.
 road_point station_and_offset(const road_frame& frame, double x, double y); // x: station, y: offset
 road_point position_at(const road_frame& frame, double station, double offset);
-
-// The lattice that the cells lie on; of scattered points the spacing stands for it.
-struct cell_lattice {
-    double along = 0, across = 0; // spacing in the lattice's own two directions
-    double angle = 0; // of its first direction, degrees anticlockwise from the eastings, 0 to 90
-    double origin_x = 0, origin_y = 0; // one node
-    bool is_lattice = false;           // at least 98 of 100 cells lie on nodes
-};
 
 struct road_station {
     double from = 0, to = 0;
@@ -61,5 +57,28 @@ struct road_answer {
     std::vector<road_station> stations;
     std::vector<weak_stretch> weak;
 };
+
+// Values of a cell that satisfy what is asked of it.
+struct cell_limit {
+    double value = 0;
+    bool below = false; // values at or below it do
+    bool is_met(double number) const { return below ? number <= value : number >= value; }
+};
+
+struct road_question {
+    std::optional<double> window;    // otherwise about 10 m, and five steps or more
+    std::optional<cell_limit> limit; // without one stretches of low mean are weak
+    double least_share = 90;         // percent of the cells in a window that satisfy the limit
+    bool has_passes = false;
+    double metre = 1; // in units of the positions
+};
+
+// cells: positions and values of the finished layer, one record a cell, at least two places.
+road_answer analyse(const road_question& question, const std::vector<t_icdata>& cells,
+                    const cell_lattice& lattice);
+
+// The strip's axis: the long direction of the least box round the cells, or a line through the middles
+// of its stations where the strip bends.
+road_frame frame_of(const std::vector<t_icdata>& cells, const cell_lattice& lattice);
 
 } // namespace qmx_study

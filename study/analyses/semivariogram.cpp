@@ -13,6 +13,7 @@
 #include "study/analyses/search_time.hpp"
 #include "study/analyses/semivariogram_notes.hpp"
 #include "study/analyses/wrong_option.hpp"
+#include "study/base/portable_math.hpp"
 #include "study/base/value_text.hpp"
 
 namespace qmx_study {
@@ -50,6 +51,52 @@ void keep_search_short(lag_proposal& proposal, const std::vector<t_icdata>& poin
         proposal.lags = std::clamp(static_cast<int>(proposal.lags * most_pairs / pairs), least_lags,
                                    proposal.lags - 1);
     }
+}
+
+// Whether a point belongs to a share of all of them, drawn by its number.
+bool is_drawn(const portable::random_stream& numbers, std::size_t point, double share) {
+    return numbers.uniform(point) < share;
+}
+
+std::vector<t_icdata> drawn_points(const std::vector<t_icdata>& points, double share,
+                                   std::uint64_t stream) {
+    const portable::random_stream numbers(1, stream);
+    std::vector<t_icdata> drawn;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        if (is_drawn(numbers, i, share)) drawn.push_back(points[i]);
+    return drawn;
+}
+
+// The share of the points whose pairs are as many as the question allows. Points drawn by chance keep
+// pairs of all distances in their proportions; every tenth row would not.
+double share_to_draw(const semivariogram_answer& answer, const semivariogram_question& question,
+                     const std::vector<t_icdata>& points) {
+    constexpr double enough_to_estimate = 100000;
+    const auto count = static_cast<double>(points.size());
+    if (!question.most_pairs || count * count / 2 <= *question.most_pairs) return 1;
+    const double sampled = std::min(1.0, enough_to_estimate / count);
+    const double pairs = sampled < 1
+                             ? estimated_pairs(drawn_points(points, sampled, 1), answer.cut_off()) /
+                                   (sampled * sampled)
+                             : estimated_pairs(points, answer.cut_off());
+    return pairs <= *question.most_pairs ? 1 : std::sqrt(*question.most_pairs / pairs);
+}
+
+// The points of the search. Says so where they are not all.
+std::vector<t_icdata> points_to_search(semivariogram_answer& answer,
+                                       const semivariogram_question& question,
+                                       const std::vector<t_icdata>& points) {
+    const double share = share_to_draw(answer, question, points);
+    if (share >= 1) return points;
+    std::vector<t_icdata> drawn = drawn_points(points, share, 0);
+    answer.drawn = drawn.size();
+    answer.notes.push_back(fmt::format(
+        "{} of {} points were drawn by chance, the same ones each time, so that the search for "
+        "pairs "
+        "stays short. The lags are those of all points; qmx-ic semivariogram searches them all.",
+        count_text(static_cast<std::int64_t>(drawn.size())),
+        count_text(static_cast<std::int64_t>(points.size()))));
+    return drawn;
 }
 
 // How lag and number of lags came about.
@@ -91,7 +138,8 @@ void settle_lags(semivariogram_answer& answer, const semivariogram_question& que
             fmt::format("the points ({}) lie in one place: there are no distances between them",
                         points.size()));
     lag_proposal proposal = propose_lags(answer.layout, question.lag, question.lags);
-    if (!question.lag && !question.lags) keep_search_short(proposal, points);
+    if (!question.lag && !question.lags && !question.most_pairs)
+        keep_search_short(proposal, points);
     answer.lag = proposal.lag;
     answer.lags = proposal.lags;
     explain_lags(answer, question, proposal);
@@ -156,8 +204,8 @@ t_gamvset_user settings_of(const semivariogram_answer& answer) {
 }
 
 // The points as the library gets them: about the origin, positions and values scaled.
-std::vector<t_icdata> local_points(const semivariogram_answer& answer, const lot& points) {
-    std::vector<t_icdata> local = points.points;
+std::vector<t_icdata> local_points(const semivariogram_answer& answer,
+                                   std::vector<t_icdata> local) {
     for (t_icdata& point : local) {
         point.d_x = (point.d_x - answer.origin_x) * answer.distance_scale;
         point.d_y = (point.d_y - answer.origin_y) * answer.distance_scale;
@@ -242,7 +290,7 @@ void search_and_fit(semivariogram_answer& answer, const semivariogram_question& 
                     const std::function<void(const work_ahead&)>& foreseen) {
     constexpr double worth_a_word = 3; // seconds
     const t_gamvset_user settings = settings_of(answer);
-    const double once = expected_seconds(points, settings);
+    const double once = question.most_pairs ? 0 : expected_seconds(points, settings);
     const bool count_too = question.count_pairs || once <= worth_a_word ||
                            question.weights.value_or(lag_weights::equal) != lag_weights::equal;
     const double seconds = count_too ? 2 * once : once;
@@ -250,10 +298,15 @@ void search_and_fit(semivariogram_answer& answer, const semivariogram_question& 
         shown.clear();
         foreseen({seconds, static_cast<std::int64_t>(points.size()), count_too});
     }
-    run_with_clock(seconds, shown, [&] {
+    const auto search = [&] {
         answer.failure.event = run_semivariogram(points, settings, answer.result);
         if (count_too) answer.pairs = count_pairs(std::move(points), settings);
-    });
+    };
+    if (question.most_pairs) {
+        search(); // it is short, and needs no clock beside it
+    } else {
+        run_with_clock(seconds, shown, search);
+    }
     if (answer.failure.event) {
         answer.failure.explanation = explanation_of(answer.result);
     } else {
@@ -316,10 +369,19 @@ semivariogram_answer analyse(const semivariogram_question& question, loaded_lot&
                              const std::function<void(const work_ahead&)>& foreseen) {
     refuse_degrees(lot.source(), lot.data);
     refuse_mixed_units(lot.data, "a distance");
-    semivariogram_answer answer;
-    answer.is_standardised = question.standardise;
     refuse_large_squares(lot, question.value_scale.value_or(1));
     finished_layer layer = take_finished_layer(lot, question.last_pass, question.all_records);
+    return analyse(question, lot, std::move(layer), shown, foreseen);
+}
+
+semivariogram_answer analyse(const semivariogram_question& question, const loaded_lot& lot,
+                             finished_layer layer, progress& shown,
+                             const std::function<void(const work_ahead&)>& foreseen) {
+    refuse_degrees(lot.source(), lot.data);
+    refuse_mixed_units(lot.data, "a distance");
+    refuse_large_squares(lot, question.value_scale.value_or(1));
+    semivariogram_answer answer;
+    answer.is_standardised = question.standardise;
     answer.cells = layer.cells;
     answer.last_pass = layer.is_taken;
     answer.earlier_passes = layer.earlier_passes;
@@ -334,7 +396,9 @@ semivariogram_answer analyse(const semivariogram_question& question, loaded_lot&
     settle_lags(answer, question, lot.data.points);
     settle_direction(answer, question);
     settle_scales(answer, question, lot.data.points);
-    search_and_fit(answer, question, local_points(answer, lot.data), shown, foreseen);
+    search_and_fit(answer, question,
+                   local_points(answer, points_to_search(answer, question, lot.data.points)), shown,
+                   foreseen);
     add_notes(answer);
     note_chosen_value(answer.notes, lot);
     return answer;

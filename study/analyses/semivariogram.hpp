@@ -9,6 +9,7 @@
 
 #include "study/analyses/lag_proposal.hpp"
 #include "study/analyses/library_call.hpp"
+#include "study/analyses/lot_notes.hpp"
 #include "study/analyses/pair_counts.hpp"
 #include "study/analyses/semivariogram_models.hpp"
 #include "study/lot/cells.hpp"
@@ -31,6 +32,9 @@ struct semivariogram_question {
     std::optional<lag_weights>
         weights;                 // that name the best model; the pairs where they are counted
     bool without_models = false; // but the library's
+    // The search takes no more pairs than these, the same ones on every machine: of too many points
+    // some are drawn.
+    std::optional<double> most_pairs;
 };
 
 // Where a parameter of the model stands between the library's bounds.
@@ -45,6 +49,7 @@ struct semivariogram_answer {
     double origin_x = 0, origin_y = 0; // subtracted from the positions
     double position_step = 0;          // of 32-bit numbers at the end of the extent
     point_layout layout;
+    std::size_t drawn = 0; // points that the pairs are made of where not all are
     double lag = 0;
     int lags = 0;
     std::string lags_from; // how lag and number of lags came about
@@ -97,6 +102,10 @@ reading_needs needs_of(const semivariogram_question& question);
 // foreseen: told before a long search, may be empty. Throws usage_error, analysis_error.
 semivariogram_answer analyse(const semivariogram_question& question, loaded_lot& lot,
                              progress& shown,
+                             const std::function<void(const work_ahead&)>& foreseen);
+// Of a lot whose finished layer was taken before; all points have a position.
+semivariogram_answer analyse(const semivariogram_question& question, const loaded_lot& lot,
+                             finished_layer layer, progress& shown,
                              const std::function<void(const work_ahead&)>& foreseen);
 
 } // namespace qmx_study

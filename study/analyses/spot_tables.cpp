@@ -34,6 +34,8 @@ template <class Reading> auto reading_tests(Reading read) {
     }
 }
 
+} // namespace
+
 // --project is for the table in degrees; the other one may be planar.
 void share_projection(reading_options& options, const opened_table& points,
                       reading_options& test_options, const opened_table& tests) {
@@ -50,8 +52,6 @@ void share_projection(reading_options& options, const opened_table& points,
     if (tests_in_degrees && !points_in_degrees) std::swap(options.project, test_options.project);
 }
 
-} // namespace
-
 spot_tables load_spots(const reading_options& points, const reading_options& tests,
                        progress& shown) {
     reading_options options = points;
@@ -64,17 +64,22 @@ spot_tables load_spots(const reading_options& points, const reading_options& tes
     spot_tables result{read_table(std::move(table), options, needs_of_tables(), shown), {}};
     refuse_degrees(result.points.source(), result.points.data);
     refuse_values_too_large(result.points.source(), result.points.data);
-    lot& read = result.tests.data;
-    read = reading_tests([&] {
-        return read_spot_tests(*test_table.source, test_table.survey, test_options,
-                               result.points.data, shown);
-    });
-    result.tests.table = std::move(test_table);
-    result.tests.value_is_chosen = test_options.value.empty() && read.candidates.size() > 1;
+    result.tests = read_tests(std::move(test_table), test_options, result.points, shown);
+    return result;
+}
+
+loaded_lot read_tests(opened_table tests, const reading_options& options, const loaded_lot& points,
+                      progress& shown) {
+    loaded_lot result;
+    lot& read = result.data;
+    read = reading_tests(
+        [&] { return read_spot_tests(*tests.source, tests.survey, options, points.data, shown); });
+    result.table = std::move(tests);
+    result.value_is_chosen = options.value.empty() && read.candidates.size() > 1;
     for (used_column* const column : {&read.x, &read.y, &read.value, &read.pass})
         if (const std::string usual = "named by --"; column->why.starts_with(usual))
             column->why.insert(usual.size(), "test-");
-    refuse_values_too_large(result.tests.source(), read);
+    refuse_values_too_large(result.source(), read);
     return result;
 }
 

@@ -40,9 +40,8 @@ double nearest_distance(const std::vector<t_icdata>& points, const t_icdata& tes
 }
 
 // Tests without IC data: matched once more with the data of all passes, which tells why.
-void explain_empty(spots_answer& answer, const spot_tables& tables) {
-    const std::vector<t_icdata>& points = tables.points.data.points;
-    const std::vector<t_icdata>& tests = tables.tests.data.points;
+void explain_empty(spots_answer& answer, const std::vector<t_icdata>& points,
+                   const std::vector<t_icdata>& tests) {
     const auto is_empty = [&](std::size_t i) { return answer.spots[i].count == 0; };
     std::vector<t_icdata> empty = only(tests, is_empty);
     for (t_icdata& test : empty) test.i_passno = all_passes;
@@ -72,19 +71,20 @@ double single_value(const std::vector<t_icdata>& points, const t_icdata& test, d
     return unknown;
 }
 
-void fill_spots(spots_answer& answer, const spot_tables& tables, const spot_matches& matches) {
-    const lot& tests = tables.tests.data;
-    const std::vector<std::string> names = spot_names(*tables.tests.table.source, tests);
+void fill_spots(spots_answer& answer, const std::vector<t_icdata>& points,
+                const loaded_lot& test_table, const spot_matches& matches) {
+    const lot& tests = test_table.data;
+    const std::vector<std::string> names = spot_names(*test_table.table.source, tests);
     for (std::size_t i = 0; i < tests.points.size(); ++i) {
         const t_statsout& statistics = matches.statistics[i];
         spot_row spot;
         spot.name = names[i];
-        spot.line = tables.tests.source().line_of(tests.records[i]);
+        spot.line = test_table.source().line_of(tests.records[i]);
         spot.test = tests.points[i];
         spot.count = statistics.i_numdata;
         spot.mean = spot.variation = spot.predicted = spot.nearest = unknown;
         if (spot.count == 1) {
-            spot.mean = single_value(tables.points.data.points, spot.test, answer.radius);
+            spot.mean = single_value(points, spot.test, answer.radius);
         } else if (spot.count > 1) {
             spot.mean = static_cast<double>(statistics.x_stat[0]);
             spot.variation = 100 * static_cast<double>(statistics.x_stat[8]);
@@ -118,12 +118,12 @@ void fill_line(spots_answer& answer, const spot_matches& matches) {
 }
 
 // Matches tests and points, and once more without the tests that have too few values.
-void match(spots_answer& answer, const spot_tables& tables) {
-    const std::vector<t_icdata>& points = tables.points.data.points;
-    const std::vector<t_icdata>& tests = tables.tests.data.points;
+void match(spots_answer& answer, const std::vector<t_icdata>& points,
+           const loaded_lot& test_table) {
+    const std::vector<t_icdata>& tests = test_table.data.points;
     spot_matches matches;
     answer.failure.event = run_spot_tests(answer.radius, points, tests, matches);
-    fill_spots(answer, tables, matches);
+    fill_spots(answer, points, test_table, matches);
     const auto has_enough = [&](std::size_t i) {
         return answer.spots[i].state != spot_state::too_few;
     };
@@ -144,31 +144,65 @@ void check(const spots_question& question) {
 }
 
 spots_answer analyse(const spots_question& question, spot_tables& tables) {
-    const bool has_pass = tables.points.data.pass.found();
+    return analyse(question, tables.points, tables.tests);
+}
+
+spots_answer analyse(const spots_question& question, const loaded_lot& points, loaded_lot& tests) {
+    const bool has_pass = points.data.pass.found();
     if (question.any_pass || !has_pass)
-        for (t_icdata& test : tables.tests.data.points) test.i_passno = all_passes;
+        for (t_icdata& test : tests.data.points) test.i_passno = all_passes;
     spots_answer answer;
-    answer.system = tables.points.data.system;
-    answer.reading = account_of(tables.points);
-    answer.test_reading = account_of(tables.tests);
+    answer.system = points.data.system;
+    answer.reading = account_of(points);
+    answer.test_reading = account_of(tests);
     answer.radius = question.radius;
     answer.least_values = question.least_values;
     answer.least_pairs = question.least_pairs;
     answer.least_correlation = question.least_correlation;
-    match(answer, tables);
-    explain_empty(answer, tables);
+    match(answer, points.data.points, tests);
+    explain_empty(answer, points.data.points, tests.data.points);
     for (spot_row& spot : answer.spots) spot.residual = spot.mean - spot.predicted;
     explain_failure(answer);
     add_remarks(answer);
     add_notes(answer);
-    if (!has_pass && tables.tests.data.pass.found() && !question.any_pass)
+    if (!has_pass && tests.data.pass.found() && !question.any_pass)
         answer.notes.push_back("The IC data have no column of pass numbers: the tests are matched "
                                "with all records.");
-    note_chosen_value(answer.notes, tables.points);
-    if (tables.tests.value_is_chosen)
+    note_chosen_value(answer.notes, points);
+    if (tests.value_is_chosen)
         answer.notes.push_back("The value column of the spot tests was chosen among several; "
                                "--test-value names another.");
     return answer;
+}
+
+std::vector<band_point> confidence_band(const spots_answer& answer, double percent) {
+    constexpr int steps = 40;
+    if (!answer.line || answer.line->pairs < 3) return {};
+    std::vector<double> values;
+    for (const spot_row& spot : answer.spots)
+        if (spot.state == spot_state::in_line) values.push_back(spot.test.d_val);
+    const auto [least, most] = std::minmax_element(values.begin(), values.end());
+    const double n = static_cast<double>(values.size());
+    double mean = 0, squares = 0;
+    for (const double value : values) mean += (value - *least) / n;
+    mean += *least;
+    for (const double value : values) squares += (value - mean) * (value - mean);
+    const spot_line& line = *answer.line;
+    const double t = student_quantile(percent, line.pairs - 2);
+    std::vector<band_point> band;
+    for (int k = 0; k <= steps; ++k) {
+        band_point point;
+        point.value = k == steps ? *most : *least + (*most - *least) * k / steps;
+        point.fitted = line.intercept + line.slope * point.value;
+        const double away = point.value - mean;
+        const double half =
+            t * line.statistics.standard_error * std::sqrt(1 / n + away * away / squares);
+        point.lower = point.fitted - half;
+        point.upper = point.fitted + half;
+        if (!std::isfinite(half)) return {};
+        band.push_back(point);
+    }
+    return band;
 }
 
 } // namespace qmx_study

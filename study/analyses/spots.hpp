@@ -75,7 +75,22 @@ void check(const spots_question& question);
 // Reads both tables. Throws usage_error; what it says of the tests names the options of these.
 spot_tables load_spots(const reading_options& points, const reading_options& tests,
                        progress& shown);
-// Throws usage_error, analysis_error.
+// The same in steps, for points that are read once for several analyses: whose --project it is, and the
+// tests in the plane of the points.
+void share_projection(reading_options& options, const opened_table& points,
+                      reading_options& test_options, const opened_table& tests);
+loaded_lot read_tests(opened_table tests, const reading_options& options, const loaded_lot& points,
+                      progress& shown);
+// Throws usage_error, analysis_error. Points without a position lie in no circle.
 spots_answer analyse(const spots_question& question, spot_tables& tables);
+spots_answer analyse(const spots_question& question, const loaded_lot& points, loaded_lot& tests);
+
+// The line's confidence band: limits for the mean roller value at a value of the test.
+struct band_point {
+    double value = 0, fitted = 0, lower = 0, upper = 0;
+};
+// At evenly spread values from the least test in the line to the greatest; empty where the pairs define
+// no band.
+std::vector<band_point> confidence_band(const spots_answer& answer, double percent);
 
 } // namespace qmx_study

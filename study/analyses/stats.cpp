@@ -129,12 +129,17 @@ reading_needs needs_of(const stats_question& question) {
 
 stats_answer analyse(const stats_question& question, loaded_lot& lot) {
     refuse_values_too_large(lot.source(), lot.data);
+    if (question.pass_counts) take_values_as_passes(lot.data);
+    return analyse(question, lot,
+                   take_finished_layer(lot, question.last_pass, question.all_records));
+}
+
+stats_answer analyse(const stats_question& question, const loaded_lot& lot,
+                     const finished_layer& layer) {
     stats_answer answer;
     answer.result = prepared(question);
     answer.pass_counts = question.pass_counts;
     answer.below = question.below;
-    if (question.pass_counts) take_values_as_passes(lot.data);
-    const finished_layer layer = take_finished_layer(lot, question.last_pass, question.all_records);
     answer.cells = layer.cells;
     answer.last_pass = layer.is_taken;
     answer.earlier_passes = layer.earlier_passes;

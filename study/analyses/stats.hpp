@@ -8,6 +8,7 @@
 
 #include <qmx_ic.h>
 
+#include "study/analyses/lot_notes.hpp"
 #include "study/analyses/quantiles.hpp"
 #include "study/lot/cells.hpp"
 #include "study/lot/load.hpp"
@@ -78,5 +79,8 @@ void check(const stats_question& question);
 reading_needs needs_of(const stats_question& question);
 // Throws usage_error, analysis_error.
 stats_answer analyse(const stats_question& question, loaded_lot& lot);
+// Of a lot whose finished layer was taken before.
+stats_answer analyse(const stats_question& question, const loaded_lot& lot,
+                     const finished_layer& layer);
 
 } // namespace qmx_study

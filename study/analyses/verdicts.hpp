@@ -25,4 +25,9 @@ struct verdict {
     std::string basis;      // "7286 of 7752 cells at or above 28 (70 % of 40)"
 };
 
+struct report_answer;
+
+// One verdict for each threshold in force, from the parts that the answer holds.
+std::vector<verdict> verdicts_of(const report_answer& answer);
+
 } // namespace qmx_study

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace qmx_study {
@@ -13,5 +14,8 @@ struct file_mark {
 
 // Of the bytes as they stand on the disk. Throws usage_error where the file cannot be read.
 file_mark mark_of_file(const std::string& file);
+
+// The same of an open file, from its start. It is left at its end. file: its name, for messages.
+file_mark mark_of_stream(std::FILE* opened, const std::string& file);
 
 } // namespace qmx_study

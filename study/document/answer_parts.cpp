@@ -1,8 +1,8 @@
 #include "study/document/answer_parts.hpp"
 
-namespace qmx_study {
+#include <utility>
 
-namespace {
+namespace qmx_study {
 
 json column_json(const used_column& column) {
     if (!column.found()) return nullptr;
@@ -10,8 +10,6 @@ json column_json(const used_column& column) {
                 {"unit", text_or_null(column.unit)},
                 {"how", text_or_null(column.why)}};
 }
-
-} // namespace
 
 void add_reading(json& document, const reading_account& reading) {
     json dropped = json::array();
@@ -79,6 +77,15 @@ json failure_json(const analysis_failure& failure) {
                     {"class", failure.event->severity},
                     {"path", failure.event->path}};
     document["explanation"] = failure.explanation;
+    return document;
+}
+
+json whole_document(json head, const reading_account& reading, json part,
+                    const std::string& output) {
+    json document = std::move(head);
+    add_reading(document, reading);
+    for (auto& [key, value] : part.items()) document[key] = std::move(value);
+    document["output"] = text_or_null(output);
     return document;
 }
 

@@ -18,4 +18,11 @@ json cells_json(const cell_summary& cells);
 // where it did not fail itself) and the explanation.
 json failure_json(const analysis_failure& failure);
 
+// Null where the column was not found.
+json column_json(const used_column& column);
+
+// A document with its head, input and columns, the keys of its part, and the name of its output.
+json whole_document(json head, const reading_account& reading, json part,
+                    const std::string& output);
+
 } // namespace qmx_study

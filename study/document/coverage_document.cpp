@@ -19,9 +19,8 @@ json square_metres(const coverage_answer& answer, double area) {
 
 } // namespace
 
-json document_of(const coverage_answer& answer) {
-    json document = new_document("coverage");
-    add_reading(document, answer.reading);
+json part_of(const coverage_answer& answer) {
+    json document;
     document["areas"] = {{"included", areas_json(answer.included)},
                          {"excluded", areas_json(answer.excluded)}};
     document["selection"] = {{"inside", answer.selection.inside()},
@@ -70,8 +69,11 @@ json document_of(const coverage_answer& answer) {
             {"met", answer.has_verdict() ? json(answer.target.is_met()) : json(nullptr)}};
     document["failure"] = failure_json(answer.failure);
     document["notes"] = answer.notes;
-    document["output"] = text_or_null(answer.output);
     return document;
+}
+
+json document_of(const coverage_answer& answer) {
+    return whole_document(new_document("coverage"), answer.reading, part_of(answer), answer.output);
 }
 
 } // namespace qmx_study

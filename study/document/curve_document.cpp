@@ -19,9 +19,8 @@ const char* key_of(left_out reason) {
 
 } // namespace
 
-json document_of(const curve_answer& answer) {
-    json document = new_document("curve");
-    add_reading(document, answer.reading);
+json part_of(const curve_answer& answer) {
+    json document;
     const json unit = text_or_null(answer.reading.value.unit);
     document["units"] = {{"mean", unit},
                          {"standard_deviation", unit},
@@ -57,8 +56,11 @@ json document_of(const curve_answer& answer) {
     }
     document["failure"] = failure_json(answer.failure);
     document["notes"] = answer.notes;
-    document["output"] = text_or_null(answer.output);
     return document;
+}
+
+json document_of(const curve_answer& answer) {
+    return whole_document(new_document("curve"), answer.reading, part_of(answer), answer.output);
 }
 
 } // namespace qmx_study

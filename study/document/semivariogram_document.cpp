@@ -131,9 +131,8 @@ json models_json(const variogram_models& models) {
 
 } // namespace
 
-json document_of(const semivariogram_answer& answer) {
-    json document = new_document("semivariogram");
-    add_reading(document, answer.reading);
+json part_of(const semivariogram_answer& answer) {
+    json document;
     document["cells"] = cells_json(answer.cells);
     document["cells"]["last_pass_only"] = answer.last_pass;
     document["cells"]["earlier_records_left_out"] = answer.earlier_passes;
@@ -149,8 +148,12 @@ json document_of(const semivariogram_answer& answer) {
     document["models"] = models_json(answer.models);
     document["failure"] = failure_json(answer.failure);
     document["notes"] = answer.notes;
-    document["output"] = text_or_null(answer.output);
     return document;
+}
+
+json document_of(const semivariogram_answer& answer) {
+    return whole_document(new_document("semivariogram"), answer.reading, part_of(answer),
+                          answer.output);
 }
 
 } // namespace qmx_study

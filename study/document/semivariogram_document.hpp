@@ -6,6 +6,8 @@
 
 namespace qmx_study {
 
+// Without schema, program, input, columns and output.
+json part_of(const semivariogram_answer& answer);
 json document_of(const semivariogram_answer& answer);
 
 } // namespace qmx_study

@@ -55,9 +55,8 @@ json line_json(const spots_answer& answer) {
 
 } // namespace
 
-json document_of(const spots_answer& answer) {
-    json document = new_document("spots");
-    add_reading(document, answer.reading);
+json part_of(const spots_answer& answer) {
+    json document;
     json tests;
     add_reading(tests, answer.test_reading);
     document["test_input"] = tests["input"];
@@ -80,8 +79,11 @@ json document_of(const spots_answer& answer) {
     document["regression"] = answer.line ? line_json(answer) : json(nullptr);
     document["failure"] = failure_json(answer.failure);
     document["notes"] = answer.notes;
-    document["output"] = text_or_null(answer.output);
     return document;
+}
+
+json document_of(const spots_answer& answer) {
+    return whole_document(new_document("spots"), answer.reading, part_of(answer), answer.output);
 }
 
 } // namespace qmx_study

@@ -34,11 +34,10 @@ json histogram_readings(const stats_answer& answer) {
 
 } // namespace
 
-json document_of(const stats_answer& answer) {
+json part_of(const stats_answer& answer) {
     const t_statsout& result = answer.result;
     const std::string unit = answer.value_unit();
-    json document = new_document("stats", 2);
-    add_reading(document, answer.reading);
+    json document;
     document["kind"] = answer.pass_counts ? "pass_counts" : "measure";
     document["cells"] = nullptr;
     if (answer.cells.cells > 0) {
@@ -74,8 +73,11 @@ json document_of(const stats_answer& answer) {
                               {"met", answer.target->is_met()}};
     document["read_off_histogram"] = histogram_readings(answer);
     document["notes"] = answer.notes;
-    document["output"] = text_or_null(answer.output);
     return document;
+}
+
+json document_of(const stats_answer& answer) {
+    return whole_document(new_document("stats", 2), answer.reading, part_of(answer), answer.output);
 }
 
 } // namespace qmx_study

@@ -68,6 +68,53 @@ template <class Visit> void for_each_cell(const std::vector<cell_record>& record
 
 } // namespace
 
+namespace {
+
+// The records of one cell that count for a summary, and the last pass among them.
+struct cell_count {
+    std::int64_t records = 0;
+    std::int32_t highest_pass = 0;
+    std::uint32_t last = 0;
+
+    void take(std::uint32_t index, std::int32_t pass) {
+        if (records++ > 0 && pass < highest_pass) return;
+        highest_pass = pass;
+        last = index;
+    }
+    void add_to(cell_summary& summary) const {
+        if (records == 0) return;
+        ++summary.cells;
+        summary.shared_cells += records > 1;
+        summary.most_records = std::max(summary.most_records, records);
+    }
+};
+
+} // namespace
+
+cell_layers layers_of(const lot& points) {
+    cell_layers layers;
+    layers.is_last_measured.resize(points.points.size());
+    layers.records_of_last_pass.resize(points.points.size());
+    for_each_cell(records_by_cell(points), [&](auto first, auto last) {
+        cell_count measured, compacted, passed;
+        for (auto record = first; record != last; ++record) {
+            const t_icdata& point = points.points[record->index];
+            const bool has_value = !std::isnan(point.d_val);
+            const bool has_pass = point.i_passno != no_pass;
+            const std::int32_t pass = has_pass ? point.i_passno : 0;
+            if (has_value) measured.take(record->index, pass);
+            if (has_value && has_pass) compacted.take(record->index, pass);
+            if (has_pass) passed.take(record->index, pass);
+        }
+        measured.add_to(layers.measured);
+        compacted.add_to(layers.compacted);
+        if (measured.records > 0) layers.is_last_measured[measured.last] = true;
+        if (passed.records > 0)
+            layers.records_of_last_pass[passed.last] = static_cast<std::uint32_t>(passed.records);
+    });
+    return layers;
+}
+
 cell_summary summarise_cells(const lot& points) {
     cell_summary summary;
     for_each_cell(records_by_cell(points), [&](auto first, auto last) {
@@ -88,6 +135,30 @@ std::int64_t keep_last_pass(lot& points) {
                 best = record->index;
         is_kept[best] = true;
     });
+    return keep_marked(points, is_kept);
+}
+
+void join_cells(lot& cells, std::vector<std::uint32_t>& records) {
+    std::vector<bool> is_kept(cells.points.size(), false);
+    std::vector<std::uint32_t> joined(cells.points.size(), 0);
+    for_each_cell(records_by_cell(cells), [&](auto first, auto last) {
+        cell_count count;
+        std::uint32_t all = 0;
+        for (auto cell = first; cell != last; ++cell) {
+            count.take(cell->index, cells.points[cell->index].i_passno);
+            all += records[cell->index];
+        }
+        is_kept[count.last] = true;
+        joined[count.last] = all;
+    });
+    std::size_t kept = 0;
+    for (const std::uint32_t all : joined)
+        if (all > 0) records[kept++] = all;
+    records.resize(kept);
+    keep_marked(cells, is_kept);
+}
+
+std::int64_t keep_marked(lot& points, const std::vector<bool>& is_kept) {
     std::size_t kept = 0;
     for (std::size_t i = 0; i < is_kept.size(); ++i) {
         if (!is_kept[i]) continue;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "study/lot/lot_reader.hpp"
 
@@ -27,5 +28,23 @@ cell_summary summarise_cells(const lot& points);
 // pass numbers the later row. Points without a position are left out too. Returns how many records
 // were left out.
 std::int64_t keep_last_pass(lot& points);
+
+// The cells of a lot found once, for several analyses.
+struct cell_layers {
+    cell_summary measured;  // of the records with a value
+    cell_summary compacted; // of those with a pass number too
+    // The record that keep_last_pass keeps of the records with a value.
+    std::vector<bool> is_last_measured;
+    // For the record that it keeps of those with a pass number, with a value or without, how many of
+    // them the cell has; 0 for all others.
+    std::vector<std::uint32_t> records_of_last_pass;
+};
+cell_layers layers_of(const lot& points);
+
+// Cells that have come to lie in one place become one, with the highest pass and the records of all.
+void join_cells(lot& cells, std::vector<std::uint32_t>& records);
+
+// Keeps these. Returns how many records were left out.
+std::int64_t keep_marked(lot& points, const std::vector<bool>& is_kept);
 
 } // namespace qmx_study

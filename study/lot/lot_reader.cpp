@@ -30,8 +30,11 @@ public:
           choice(choose_columns(source, survey, options, needs)), x(choice.x, "x", survey),
           y(choice.y, "y", survey), pass(choice.pass, "pass", survey) {
         if (further) conditions.emplace(*further, source, survey);
+        if (further) values_in_use = further->filters.value;
+        if (needs.traits) traits.emplace(source, survey, *needs.traits);
         for (const used_column& column : choice.values)
             values.push_back({field_reader(column, "value", survey), {}, {}, 0});
+        counts_of_value.resize(values.size());
         result.decimal = survey.files.front().style.decimal;
         for (std::size_t k = 0; k < source.part_count(); ++k)
             for (const std::string& note : source.part(k).lines.notes)
@@ -82,6 +85,12 @@ private:
     column_choice choice;
     field_reader x, y, pass;
     std::vector<value_column> values;
+    // Which value is taken shows at the end: traits are counted for the rows that have all of them,
+    // and for each value those of the others.
+    std::optional<trait_reader> traits;
+    number_range values_in_use;
+    trait_counts counts_of_full_rows;
+    std::vector<trait_counts> counts_of_value;
     drop_counter drops;
     lot result;
     bool reads_pass = false;
@@ -95,6 +104,8 @@ private:
             for (const int column : conditions->columns()) columns.push_back(column);
         for (const field_reader* reader : {&x, &y, &pass}) columns.push_back(reader->column.index);
         for (const value_column& column : values) columns.push_back(column.reader.column.index);
+        if (traits)
+            for (const int column : columns_of(traits->columns())) columns.push_back(column);
         return columns;
     }
 
@@ -199,10 +210,26 @@ private:
             column.take(source, result.points.size(), result.points.capacity());
         result.points.push_back(point);
         result.records.push_back(source.record());
+        if (traits) count_traits(result.points.size() - 1);
+    }
+
+    void count_traits(std::size_t position) {
+        traits->read();
+        const auto has_value = [&](const value_column& column) {
+            const double value = column.at(position);
+            return !std::isnan(value) && !(value < values_in_use.least.value_or(value)) &&
+                   !(value > values_in_use.most.value_or(value));
+        };
+        if (std::all_of(values.begin(), values.end(), has_value)) {
+            traits->count(counts_of_full_rows);
+            return;
+        }
+        for (std::size_t k = 0; k < values.size(); ++k)
+            if (has_value(values[k])) traits->count(counts_of_value[k]);
     }
 
     bool read_pass(t_icdata& point) {
-        point.i_passno = 0;
+        point.i_passno = needs.mark_missing_passes ? no_pass : 0;
         if (!reads_pass) return true;
         drop_counter unwanted;
         const bool may_lack = needs.pass == need::taken;
@@ -246,8 +273,17 @@ private:
                                   [](const auto& a, const auto& b) { return a.filled < b.filled; });
     }
 
+    void settle_traits(const value_column* best) {
+        if (!traits) return;
+        if (best)
+            counts_of_full_rows.add(
+                counts_of_value[static_cast<std::size_t>(best - values.data())]);
+        result.traits = traits->summary(counts_of_full_rows);
+    }
+
     void settle_value() {
         value_column* const best = best_value();
+        settle_traits(best);
         if (!best) return;
         for (const value_column& column : values)
             result.candidates.push_back(
@@ -266,12 +302,14 @@ private:
         result.value = best->reader.column;
         if (result.value.unit.empty() && best->reader.stripped.is_unit)
             result.value.unit = best->reader.stripped.text;
-        const bool may_lack = needs.value == need::taken;
+        const bool may_lack = needs.value == need::taken && !needs.keep_rows_without_value;
         std::size_t kept = 0;
         for (std::size_t i = 0; i < result.points.size(); ++i) {
             const double value = best->at(i);
-            if (std::isnan(value) && !may_lack) continue;
-            if (conditions && !conditions->hold_for(value)) {
+            if (std::isnan(value) && !may_lack) {
+                if (!needs.keep_rows_without_value || values_in_use.is_given()) continue;
+                ++result.without_value;
+            } else if (conditions && !conditions->hold_for(value)) {
                 count_filtered(source.part_of(result.records[i]));
                 continue;
             }
@@ -365,6 +403,25 @@ lot read_lot(table_source& source, const row_survey& survey, const reading_optio
     lot result = builder.build();
     shown.clear();
     return result;
+}
+
+void leave_out_rows_without_value(lot& points) {
+    if (points.without_value == 0) return;
+    std::size_t kept = 0;
+    auto file = points.files.begin();
+    for (std::size_t i = 0; i < points.points.size(); ++i) {
+        if (std::isnan(points.points[i].d_val)) {
+            while (points.records[i] > file->last) ++file;
+            ++file->dropped;
+            points.without_position -= std::isnan(points.points[i].d_x);
+            continue;
+        }
+        points.points[kept] = points.points[i];
+        points.records[kept++] = points.records[i];
+    }
+    points.points.resize(kept);
+    points.records.resize(kept);
+    points.without_value = 0;
 }
 
 char decimal_of(const reading_options& options) {

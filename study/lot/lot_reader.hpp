@@ -13,7 +13,7 @@
 #include "study/lot/projection.hpp"
 #include "study/lot/reading_options.hpp"
 #include "study/lot/row_survey.hpp"
-#include "study/lot/trait_columns.hpp"
+#include "study/lot/trait_summary.hpp"
 #include "study/table/table_source.hpp"
 
 namespace qmx_study {
@@ -30,10 +30,15 @@ struct reading_needs {
     need position = need::taken;
     need value = need::required;
     need pass = need::taken;
-    bool value_is_pass = false;  // the value to analyse is the pass count
-    bool allow_empty = false;    // a lot without a point is an answer, not an error
-    bool are_pairs = false;      // x and y are any two quantities, no positions
-    bool are_spot_tests = false; // values are called as in a laboratory: EVD, EV2, DCP, CBR
+    bool value_is_pass = false; // the value to analyse is the pass count
+    bool allow_empty = false;   // a lot without a point is an answer, not an error
+    bool are_pairs = false;     // x and y are any two quantities, no positions
+    // Rows that lack a value, though there is a column of it, stay with a NaN: they count as dropped,
+    // and their positions and passes are there for an analysis that asks for no value.
+    bool keep_rows_without_value = false;
+    bool mark_missing_passes = false;    // as no_pass instead of 0
+    const trait_names* traits = nullptr; // further columns to be summarised
+    bool are_spot_tests = false;         // values are called as in a laboratory: EVD, EV2, DCP, CBR
 };
 
 // What rows must be beyond --where. The polygon is no matter of the reading: it needs positions in
@@ -42,6 +47,8 @@ struct lot_conditions {
     lot_filters filters;
     trait_names traits;
 };
+
+inline constexpr std::int32_t no_pass = INT32_MIN;
 
 struct used_column {
     int index = -1; // in the source; -1 where there is none, or the geometry gives it
@@ -96,6 +103,8 @@ struct lot {
     std::vector<filtered_rows> filters; // each of them
     std::vector<file_rows> files;
     std::int64_t without_position = 0; // points among them, where positions need not be there
+    std::int64_t without_value = 0;    // points among them that count as dropped
+    trait_summary traits;              // of the points with a value
     char decimal = '.';
     std::vector<std::string> notes; // what the user should know of the choices made
 
@@ -107,6 +116,9 @@ struct lot {
 lot read_lot(table_source& source, const row_survey& survey, const reading_options& options,
              const reading_needs& needs, progress& shown,
              const lot_conditions* conditions = nullptr);
+
+// Takes away the points that were kept without a value; they count as dropped already.
+void leave_out_rows_without_value(lot& points);
 
 // The decimal mark that an option names, '\0' for auto; the missing texts with those of the options.
 char decimal_of(const reading_options& options);

@@ -164,6 +164,10 @@ std::int64_t table_file::line_of(std::int64_t record) const {
     return is_delimited ? lines.line_of(record) : record;
 }
 
+file_mark table_file::mark() {
+    return records ? records->mark(file) : mark_of_file(file);
+}
+
 std::string table_file::place(std::int64_t record) const {
     return fmt::format("{} {}", is_delimited ? "line" : "record", line_of(record));
 }

@@ -50,6 +50,9 @@ public:
     const shape* geometry() const;          // of this record, may be null
     std::string_view geometry_text() const; // of a delimited text, as it stands there
 
+    // Of the file's bytes, those of a stream too. rewind() afterwards.
+    file_mark mark();
+
     // Where a record stands, for messages: "line 52" of a text, "record 51" of anything else.
     std::int64_t line_of(std::int64_t record) const;
     std::string place(std::int64_t record) const;

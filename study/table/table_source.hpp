@@ -72,6 +72,9 @@ public:
     const shape* geometry() const { return now->geometry(); } // of this record, may be null
     std::string_view geometry_text() const { return now->geometry_text(); }
 
+    // Of the bytes of a file of the lot. rewind() afterwards.
+    file_mark mark_of_part(std::size_t index) { return parts[index].table->mark(); }
+
     // Where a record stands: its file, the line of a text (of anything else the record in the file),
     // and both for messages: "line 52", "day2.csv, line 52".
     std::size_t part_of(std::int64_t record) const;

@@ -255,6 +255,12 @@ std::size_t text_input::read(char* to, std::size_t size) {
     return given;
 }
 
+file_mark text_input::mark(const std::string& file) {
+    const file_mark found = mark_of_stream(now->file.get(), file);
+    rewind();
+    return found;
+}
+
 std::string whole_text(const std::string& file) {
     text_input input(file);
     if (!input.is_open())

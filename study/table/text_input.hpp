@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "study/base/file_hash.hpp"
+
 namespace qmx_study {
 
 class text_input {
@@ -20,6 +22,8 @@ public:
     // Reads up to `size` bytes; fewer only at the end, or after a failure. A mark at the start of the
     // file is not handed out.
     std::size_t read(char* to, std::size_t size);
+    // Of the bytes as they came, packed or not. Afterwards the text starts anew. file: for messages.
+    file_mark mark(const std::string& file);
 
     std::string failure; // why reading ended before the end of the file; empty if it did not
 

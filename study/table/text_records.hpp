@@ -23,6 +23,7 @@ public:
     bool is_open() const { return file.is_open(); }
     void rewind();
     bool next(); // false after the last record
+    file_mark mark(const std::string& name) { return file.mark(name); } // rewind() afterwards
 
     std::string_view text; // of the record, valid until next(); its lines are joined by '\n'
     bool has_quotes = false;

@@ -1,0 +1,77 @@
+#include "study/base/file_hash.hpp"
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+#include <fmt/format.h>
+#include <gcrypt.h>
+
+#include "study/base/errors.hpp"
+
+namespace qmx_study {
+
+namespace {
+
+constexpr std::size_t block_size = std::size_t{1} << 18;
+
+[[noreturn]] void refuse(const std::string& file, const char* reason) {
+    throw usage_error(fmt::format("{}: the file cannot be read: {}", file, reason),
+                      {{}, file, 0, {}});
+}
+
+// The library wants to be set up once; without its secure memory, since nothing here is secret.
+bool is_ready() {
+    static const bool ready = [] {
+        if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P) != 0) return true;
+        if (!gcry_check_version(nullptr)) return false;
+        gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
+        gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
+        return true;
+    }();
+    return ready;
+}
+
+struct digest_closer {
+    void operator()(gcry_md_hd_t digest) const { gcry_md_close(digest); }
+};
+using digest = std::unique_ptr<std::remove_pointer_t<gcry_md_hd_t>, digest_closer>;
+
+digest new_digest() {
+    gcry_md_hd_t opened = nullptr;
+    if (!is_ready() || gcry_md_open(&opened, GCRY_MD_SHA256, 0) != 0)
+        throw analysis_error("the library of hashes (libgcrypt) does not work here");
+    return digest(opened);
+}
+
+std::string hexadecimal(const unsigned char* bytes, std::size_t size) {
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) text += fmt::format("{:02x}", bytes[i]);
+    return text;
+}
+
+} // namespace
+
+file_mark mark_of_stream(std::FILE* opened, const std::string& file) {
+    std::rewind(opened);
+    const digest sum = new_digest();
+    file_mark mark;
+    std::string block(block_size, '\0');
+    while (const std::size_t got = std::fread(block.data(), 1, block.size(), opened)) {
+        gcry_md_write(sum.get(), block.data(), got);
+        mark.bytes += static_cast<std::int64_t>(got);
+    }
+    if (std::ferror(opened)) refuse(file, std::strerror(errno));
+    mark.sha256 =
+        hexadecimal(gcry_md_read(sum.get(), GCRY_MD_SHA256), gcry_md_get_algo_dlen(GCRY_MD_SHA256));
+    return mark;
+}
+
+file_mark mark_of_file(const std::string& file) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(std::fopen(file.c_str(), "rb"),
+                                                                 &std::fclose);
+    if (!opened) refuse(file, std::strerror(errno));
+    return mark_of_stream(opened.get(), file);
+}
+
+} // namespace qmx_study
