@@ -19,7 +19,8 @@ std::string text_at(const json& object, const char* key) {
 std::string number_at(const json& object, const char* key, const std::string& unit = {}) {
     const auto found = object.find(key);
     if (found == object.end() || !found->is_number()) return "-";
-    return number_text(found->get<double>()) + unit_suffix(unit);
+    const std::string text = number_text(found->get<double>());
+    return unit.empty() ? text : text + " " + unit;
 }
 
 std::string verdicts_text(const json& document) {
