@@ -44,6 +44,19 @@ generate lot --length 5
 """.strip("\n").split("\n")
 
 
+# Reports: the document is written beside the page.
+REPORTS = """
+report lot.csv --tests lot-spots.csv --area lot-alignment.csv --target 40
+report lanes.csv --tests lanes-spots.csv --area lanes-alignment.csv
+report last.csv --area last-alignment.csv --target 45
+report short.csv
+report equal.csv --target 5
+report grid.csv --area square.csv
+report lonlat.csv
+report texts.csv
+""".strip("\n").split("\n")
+
+
 def validators(schema):
     """By the name that a document gives itself."""
     found = {}
@@ -61,17 +74,26 @@ def spoilt(document):
         yield {**document, key: {"another": 1}}
 
 
+def document_of(program, line, folder):
+    """What a command line prints or, of a report, writes; with the end of the run."""
+    is_report = line in REPORTS
+    further = ["--document", "report.json"] if is_report else [] if "--json" in line else ["--json"]
+    written = folder / "report.json"
+    written.unlink(missing_ok=True)
+    done = subprocess.run([program, *shlex.split(line), *further], cwd=folder, capture_output=True,
+                          stdin=subprocess.DEVNULL, check=False)
+    return written.read_text(encoding="utf-8") if written.exists() else done.stdout, done
+
+
 def faults(program, schema, folder):
     by_name = validators(schema)
     seen = set()
-    for line in compare_programs.COMMANDS + COMMANDS:
+    for line in compare_programs.COMMANDS + COMMANDS + REPORTS:
         if not line or "--help" in line or "--version" in line:
             continue
-        arguments = shlex.split(line) + ([] if "--json" in line else ["--json"])
-        done = subprocess.run([program, *arguments], cwd=folder, capture_output=True,
-                              stdin=subprocess.DEVNULL, check=False)
+        text, done = document_of(program, line, folder)
         try:
-            document = json.loads(done.stdout)
+            document = json.loads(text)
         except ValueError as problem:
             yield f"{line}: no single document ({problem}), exit code {done.returncode}"
             continue

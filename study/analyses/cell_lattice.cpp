@@ -315,6 +315,7 @@ double simplest(double number, double error) {
 
 struct node_check {
     double share = 0;        // of the points near a node of their row, each on its own
+    double next_share = 0;   // of the points with a neighbour on the next node
     double common_share = 0; // near a node where all rows have one start
     double scatter = 0;
     double start = 0; // of the rows, where they have a common one
@@ -325,7 +326,7 @@ node_check check_nodes(const places& points, const rows_of_cells& rows) {
     const std::vector<row_place> placed = in_rows(points, rows);
     node_check found;
     double cosines_of_all = 0, sines_of_all = 0, squares = 0;
-    std::size_t on_nodes = 0;
+    std::size_t on_nodes = 0, next_to = 0, in_rows_of_several = 0;
     for (auto first = placed.begin(); first != placed.end();) {
         const auto last = std::find_if(first, placed.end(),
                                        [&](const row_place& one) { return one.row != first->row; });
@@ -343,6 +344,8 @@ node_check check_nodes(const places& points, const rows_of_cells& rows) {
             const double off_along = one->along - start - node * rows.along;
             const double off_across = one->across - rows.row_origin - one->row * rows.across;
             squares += off_along * off_along + off_across * off_across;
+            next_to += node == node_before + 1;
+            in_rows_of_several += std::isfinite(node_before);
             on_nodes += node != node_before && std::fabs(off_along) <= near * rows.along &&
                         std::fabs(off_across) <= near * rows.across;
             node_before = node;
@@ -352,6 +355,8 @@ node_check check_nodes(const places& points, const rows_of_cells& rows) {
     const auto count = static_cast<double>(placed.size());
     found.share = static_cast<double>(on_nodes) / count;
     found.scatter = std::sqrt(squares / count);
+    found.next_share = static_cast<double>(next_to) /
+                       static_cast<double>(std::max<std::size_t>(in_rows_of_several, 1));
     found.start = degrees_of(cosines_of_all, sines_of_all) / 360 * rows.along;
     std::size_t on_common = 0;
     for (const row_place& one : placed) {
@@ -386,6 +391,8 @@ cell_lattice as_lattice(const rows_of_cells& rows, const node_check& nodes, cons
     lattice.rows_are_shifted = nodes.common_share < share_near_nodes;
     lattice.scatter = nodes.scatter;
     double degrees = degrees_of(rows.turned.ux, rows.turned.uy);
+    if (const double whole = std::round(degrees / 90) * 90; std::fabs(degrees - whole) < 1e-9)
+        degrees = whole;
     while (degrees >= 180) degrees -= 180;
     lattice.rows_run_along = degrees < 90;
     lattice.angle = lattice.rows_run_along ? degrees : degrees - 90;
@@ -458,7 +465,10 @@ cell_lattice lattice_of_cells(const std::vector<t_icdata>& cells) {
     simplify(rows, fitted);
     node_check nodes = check_nodes(fitted, rows);
     // Of many points some were drawn: whether two lie on one node shows where all are looked at.
-    nodes.share = std::min(nodes.share, check_nodes(first_piece, rows).share);
+    // Nodes that mostly stay empty are none: a finer lattice goes through any few points.
+    constexpr double least_next = 0.55;
+    const node_check of_piece = check_nodes(first_piece, rows);
+    nodes.share = of_piece.next_share < least_next ? 0 : std::min(nodes.share, of_piece.share);
     return as_lattice(rows, nodes, {middle.d_x, middle.d_y});
 }
 

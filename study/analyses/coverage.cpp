@@ -61,6 +61,10 @@ aligned_areas select_points(coverage_answer& answer, const coverage_question& qu
 std::optional<mesh_size> settle_mesh(coverage_answer& answer, const coverage_question& question,
                                      lot& points, const std::string& file) {
     std::optional<mesh_size> lattice = lattice_of(points.points);
+    if (!lattice && !question.mesh && question.lattice) {
+        lattice = question.lattice->mesh;
+        answer.angle = question.lattice->angle;
+    }
     if (!lattice) {
         auto scattered = scattered_lattice_of(points.points, std::nullopt);
         if (!scattered && question.mesh)
@@ -70,10 +74,6 @@ std::optional<mesh_size> settle_mesh(coverage_answer& answer, const coverage_que
             lattice = scattered->mesh;
             answer.scatter = scattered->scatter;
         }
-    }
-    if (!question.mesh && !lattice && question.lattice) {
-        lattice = question.lattice->mesh;
-        answer.angle = question.lattice->angle;
     }
     if (!question.mesh && !lattice)
         throw usage_error(

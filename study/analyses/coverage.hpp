@@ -26,8 +26,8 @@ struct turned_lattice {
 struct coverage_question {
     polygon_set included, excluded;
     std::optional<mesh_size> mesh; // otherwise the spacing of the positions
-    // The lattice that the cells were found to lie on, turned against the axes. It stands where none
-    // along the axes is found and no mesh is named.
+    // The lattice that the cells were found to lie on, turned against the axes. It stands where the
+    // positions stand in no lines along the axes and no mesh is named.
     std::optional<turned_lattice> lattice;
     std::vector<t_passbin> bins; // empty: chosen by the counts and the target
     bool all_records = false;    // of a cell count; otherwise its last pass

@@ -96,11 +96,11 @@ namespace {
 // keep: leaves the last pass of each cell of a lot, and tells how many records it left out.
 template <class Keep>
 finished_layer settle_layer(loaded_lot& lot, bool in_any_case, bool all_records,
-                            const cell_summary& cells, Keep keep) {
+                            const cell_summary& cells, bool on_nodes, Keep keep) {
     finished_layer layer;
     layer.cells = cells;
     std::optional<std::int64_t> left_out;
-    if (!all_records) left_out = settle_scattered(layer, lot.data);
+    if (!all_records && !on_nodes) left_out = settle_scattered(layer, lot.data);
     layer.is_taken = !all_records && (in_any_case || layer.cells.is_all_passes());
     if (!layer.is_taken) {
         if (layer.cells.shared_cells > 0 && !all_records)
@@ -129,13 +129,14 @@ finished_layer settle_layer(loaded_lot& lot, bool in_any_case, bool all_records,
 
 finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_records) {
     if (!lot.data.has_positions()) return {};
-    return settle_layer(lot, in_any_case, all_records, summarise_cells(lot.data), keep_last_pass);
+    return settle_layer(lot, in_any_case, all_records, summarise_cells(lot.data), false,
+                        keep_last_pass);
 }
 
 finished_layer take_finished_layer(loaded_lot& lot, bool all_records, const cell_summary& cells,
-                                   const std::vector<bool>& is_last) {
+                                   const std::vector<bool>& is_last, bool on_nodes) {
     if (!lot.data.has_positions()) return {};
-    return settle_layer(lot, false, all_records, cells,
+    return settle_layer(lot, false, all_records, cells, on_nodes,
                         [&](auto& points) { return keep_marked(points, is_last); });
 }
 

@@ -27,8 +27,9 @@ struct finished_layer {
 // Keeps the last pass of each cell where the lot holds all passes (or the user wants it in any case),
 // unless all records are meant. Points without a position lie in no cell: they are left out too then.
 finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_records);
-// The same where the cells were found before.
+// The same where the cells were found before. on_nodes: each record lies on a node of its own, so that
+// none is an earlier pass of another that it lies beside.
 finished_layer take_finished_layer(loaded_lot& lot, bool all_records, const cell_summary& cells,
-                                   const std::vector<bool>& is_last);
+                                   const std::vector<bool>& is_last, bool on_nodes);
 
 } // namespace qmx_study

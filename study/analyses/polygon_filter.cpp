@@ -12,11 +12,11 @@ namespace qmx_study {
 
 namespace {
 
-void count_out(lot& data, std::int64_t record) {
-    ++data.rows_filtered;
+// Of the file of a record.
+void count_out(lot& data, std::int64_t record, std::int64_t file_rows::*fate) {
     const auto file = std::find_if(data.files.begin(), data.files.end(),
                                    [&](const file_rows& rows) { return record <= rows.last; });
-    if (file != data.files.end()) ++file->filtered;
+    if (file != data.files.end()) ++((*file).*fate);
 }
 
 } // namespace
@@ -34,19 +34,28 @@ void keep_points_inside(loaded_lot& lot, const std::string& polygon_file) {
     const std::vector<bool> inside = points_inside(polygons, at.x, at.y);
     filtered_rows account{"polygon", polygon_file, 0, 0};
     std::size_t kept = 0;
+    std::int64_t without_position = 0;
     for (std::size_t i = 0; i < data.points.size(); ++i) {
         if (inside[i]) {
             data.points[kept] = data.points[i];
             data.records[kept++] = data.records[i];
             continue;
         }
+        const bool is_lacking = std::isnan(at.x[i]) || std::isnan(at.y[i]);
+        without_position += is_lacking;
+        if (data.without_value > 0 && std::isnan(data.points[i].d_val)) {
+            --data.without_value; // it was kept though it is dropped for that
+            count_out(data, data.records[i], &file_rows::dropped);
+            continue;
+        }
         ++account.rows;
-        if (std::isnan(at.x[i]) || std::isnan(at.y[i])) ++account.lacking;
-        count_out(data, data.records[i]);
+        account.lacking += is_lacking;
+        ++data.rows_filtered;
+        count_out(data, data.records[i], &file_rows::filtered);
     }
     data.points.resize(kept);
     data.records.resize(kept);
-    data.without_position -= std::min(data.without_position, account.lacking);
+    data.without_position -= std::min(data.without_position, without_position);
     if (!assumed.empty()) data.notes.push_back(fmt::format("filter {}{}", polygon_file, assumed));
     data.filters.push_back(account);
     if (kept == 0)

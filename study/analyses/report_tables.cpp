@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "study/analyses/area_selection.hpp"
+#include "study/analyses/polygon_filter.hpp"
 
 namespace qmx_study {
 
@@ -41,50 +42,26 @@ reading_options test_options_of(const job_settings& settings) {
     return options;
 }
 
-// Rows outside are left out like those of any other filter.
-void keep_inside(const polygon_set& areas, loaded_lot& lot) {
-    const auto [x, y] = positions_of(lot.data);
-    const std::vector<bool> is_inside = points_inside(areas, x, y);
-    filtered_rows account{"polygon", areas.file, 0, 0};
-    auto file = lot.data.files.begin();
-    for (std::size_t i = 0; i < is_inside.size(); ++i) {
-        if (is_inside[i]) continue;
-        while (lot.data.records[i] > file->last) ++file;
-        const bool has_position = !std::isnan(lot.data.points[i].d_x);
-        lot.data.without_position -= !has_position;
-        if (std::isnan(lot.data.points[i].d_val) && lot.data.without_value > 0) {
-            --lot.data.without_value; // dropped for that already
-            ++file->dropped;
-            continue;
-        }
-        ++account.rows;
-        account.lacking += !has_position;
-        ++file->filtered;
-    }
-    keep_marked(lot.data, is_inside);
-    lot.data.rows_filtered += account.rows;
-    lot.data.filters.push_back(std::move(account));
+// What cannot be brought to the plane of the cells is not drawn; the part that needs it says why.
+void draw(report_answer& answer, const char* role, polygon_set areas, const lot& points) {
+    if (areas.polygons.empty() || !points.has_positions()) return;
+    try {
+        align(areas, points);
+        answer.outlines.push_back({role, std::move(areas.polygons)});
+    } catch (const usage_error&) {}
 }
 
 void filter_by_place(const job_settings& settings, report_answer& answer, loaded_lot& lot) {
-    if (settings.filters.polygon.empty()) return;
-    mark(answer, "filter_polygon", settings.filters.polygon);
-    if (!lot.data.has_positions())
-        throw usage_error(fmt::format("{}: the filter by a polygon needs positions, and no columns "
-                                      "of them were recognised; name them with --x and --y",
-                                      lot.source().file));
-    polygon_set areas = read_polygons(settings.filters.polygon, "");
-    const std::string assumed = align(areas, lot.data);
-    if (!assumed.empty()) lot.data.notes.push_back(areas.file + assumed);
-    keep_inside(areas, lot);
-    if (lot.data.points.empty())
-        throw usage_error(
-            fmt::format("{}: no row lies inside the polygons of {}; look whether both "
-                        "are in one coordinate system",
-                        lot.source().file, areas.file));
-    answer.outlines.push_back({"filter_polygon", areas.polygons});
-    answer.traits =
-        summarise_traits(*lot.table.source, lot.table.survey, settings.traits, lot.data.records);
+    const std::string& file = settings.filters.polygon;
+    if (file.empty()) return;
+    keep_points_inside(lot, file);
+    mark(answer, "filter_polygon", file);
+    draw(answer, "filter_polygon", read_polygons(file, ""), lot.data);
+    std::vector<std::int64_t> in_use;
+    for (std::size_t i = 0; i < lot.data.records.size(); ++i)
+        if (lot.data.without_value == 0 || !std::isnan(lot.data.points[i].d_val))
+            in_use.push_back(lot.data.records[i]);
+    answer.traits = summarise_traits(*lot.table.source, lot.table.survey, settings.traits, in_use);
 }
 
 // Every k-th vertex of each ring, where there are too many to draw.
@@ -110,15 +87,6 @@ void thin(report_answer& answer) {
         }
         ring = std::move(thinned);
     });
-}
-
-// What cannot be brought to the plane of the cells is not drawn; the coverage says why.
-void draw(report_answer& answer, const char* role, polygon_set areas, const lot& points) {
-    if (areas.polygons.empty() || !points.has_positions()) return;
-    try {
-        align(areas, points);
-        answer.outlines.push_back({role, std::move(areas.polygons)});
-    } catch (const usage_error&) {}
 }
 
 } // namespace
