@@ -18,11 +18,12 @@ std::int32_t floor_of(double value) {
 
 } // namespace
 
-cell_index::cell_index(const qmx_study::cell_table& cells, const qmx_study::cell_lattice& lattice)
+cell_index::cell_index(const qmx_study::cell_table& cells, const map_lattice& lattice)
     : cells_(cells), cosine_(std::cos(lattice.angle * degree)),
       sine_(std::sin(lattice.angle * degree)), per_along_(1 / lattice.along),
       per_across_(1 / lattice.across), reach_(std::max(lattice.along, lattice.across)),
-      origin_x_(lattice.origin_x), origin_y_(lattice.origin_y), is_lattice_(lattice.is_lattice) {
+      origin_x_(lattice.origin_x), origin_y_(lattice.origin_y), is_lattice_(lattice.is_lattice),
+      rows_are_shifted_(lattice.rows_are_shifted), rows_run_along_(lattice.rows_run_along) {
     std::size_t size = 64;
     while (size < 2 * cells.size()) size *= 2;
     mask_ = size - 1;
@@ -86,19 +87,41 @@ std::int32_t cell_index::nearest(double x, double y, place about) const {
     return found;
 }
 
+// The squares of a shifted row lie between the nodes of the lattice.
+std::int32_t cell_index::nearest_in_row(double x, double y, place about) const {
+    const double ahead_x = rows_run_along_ ? cosine_ : -sine_;
+    const double ahead_y = rows_run_along_ ? sine_ : cosine_;
+    double least = 0.6 / (rows_run_along_ ? per_along_ : per_across_); // positions may scatter
+    std::int32_t found = -1;
+    for (std::int32_t step = -1; step <= 1; ++step) {
+        const place where =
+            rows_run_along_ ? place{about.i + step, about.j} : place{about.i, about.j + step};
+        for (std::int32_t k = first_at(where); k >= 0; k = next_[static_cast<std::size_t>(k)]) {
+            const auto cell = static_cast<std::size_t>(k);
+            const double off =
+                std::fabs((cells_.x[cell] - x) * ahead_x + (cells_.y[cell] - y) * ahead_y);
+            if (off < least || (off == least && k > found)) {
+                least = off;
+                found = k;
+            }
+        }
+    }
+    return found;
+}
+
 std::int32_t cell_index::at(double x, double y) const {
     place where;
     if (!place_of(x, y, where)) return -1;
-    return is_lattice_ ? first_at(where) : nearest(x, y, where);
+    if (!is_lattice_) return nearest(x, y, where);
+    return rows_are_shifted_ ? nearest_in_row(x, y, where) : first_at(where);
 }
 
-qmx_study::cell_lattice usable_lattice(const qmx_study::cell_table& cells,
-                                       qmx_study::cell_lattice given) {
+map_lattice usable_lattice(const qmx_study::cell_table& cells, map_lattice given) {
     const auto usable = [](double spacing) { return std::isfinite(spacing) && spacing > 0; };
     if (usable(given.along) && usable(given.across) && std::isfinite(given.angle) &&
         std::isfinite(given.origin_x) && std::isfinite(given.origin_y))
         return given;
-    qmx_study::cell_lattice made;
+    map_lattice made;
     made.along = made.across = usable(given.along) ? given.along : 1;
     if (cells.size() == 0) return made;
     const auto [left, right] = std::minmax_element(cells.x.begin(), cells.x.end());

@@ -28,7 +28,7 @@ struct layer {
     std::vector<std::uint8_t> class_of_cell; // 255 where it has none
 };
 
-// Between round limits; the target is one of them where there is one. Colours go from dark to light:
+// Between round limits; the limit that verdicts go by is one of them where there is one. Colours go from dark to light:
 // told apart by colour-blind readers, and in grey.
 layer value_layer(const qmx_study::cell_table& cells, std::optional<double> target);
 // The number of passes asked for begins a class where there is one. More passes are darker.

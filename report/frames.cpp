@@ -69,7 +69,7 @@ struct pitch {
 
 // A cell turned against the pixels surely holds a pixel's centre where pixels are smaller by the
 // square root of two.
-pitch pitch_of(const qmx_study::road_frame& road, const qmx_study::cell_lattice& lattice) {
+pitch pitch_of(const qmx_study::road_frame& road, const map_lattice& lattice) {
     const auto& from = road.axis.front();
     const auto& to = road.axis[1];
     const double size = std::hypot(to.x - from.x, to.y - from.y);
@@ -78,7 +78,8 @@ pitch pitch_of(const qmx_study::road_frame& road, const qmx_study::cell_lattice&
     const double along = std::fabs(ahead.x * first.x + ahead.y * first.y);
     const double across = std::fabs(ahead.x * first.y - ahead.y * first.x);
     const double nearly = std::sin(1 * degree);
-    if (!lattice.is_lattice || road.axis.size() > 2 || std::min(along, across) > nearly) {
+    if (!lattice.is_lattice || lattice.rows_are_shifted || road.axis.size() > 2 ||
+        std::min(along, across) > nearly) {
         const double least = std::min(lattice.along, lattice.across) * std::sqrt(0.5);
         return {least, least};
     }
@@ -105,7 +106,7 @@ std::int64_t steps_in(double length, double step) {
 
 } // namespace
 
-strip_frame strip_of(const qmx_study::road_frame& road, const qmx_study::cell_lattice& lattice,
+strip_frame strip_of(const qmx_study::road_frame& road, const map_lattice& lattice,
                      std::int64_t most_pixels) {
     const pitch fine = pitch_of(road, lattice);
     const double length = std::max(road.length, fine.station);
@@ -138,14 +139,14 @@ strip_frame strip_of(const qmx_study::road_frame& road, const qmx_study::cell_la
     return frame;
 }
 
-plan_frame plan_of(const qmx_study::cell_table& cells, const qmx_study::cell_lattice& lattice,
+plan_frame plan_of(const qmx_study::cell_table& cells, const map_lattice& lattice,
                    std::int64_t most_pixels) {
     const auto [left, right] = std::minmax_element(cells.x.begin(), cells.x.end());
     const auto [bottom, top] = std::minmax_element(cells.y.begin(), cells.y.end());
     const double cell = std::min(lattice.along, lattice.across);
     const double rim = std::max(lattice.along, lattice.across) * std::sqrt(0.5);
     const double width = *right - *left + 2 * rim, height = *top - *bottom + 2 * rim;
-    const bool upright = lattice.is_lattice &&
+    const bool upright = lattice.is_lattice && !lattice.rows_are_shifted &&
                          std::fabs(std::remainder(lattice.angle, 90.0)) < 1e-6 &&
                          lattice.along == lattice.across;
     plan_frame frame;
@@ -186,8 +187,8 @@ raster draw(const strip_frame& frame, const qmx_study::road_frame& road, const c
     return picture;
 }
 
-raster draw(const plan_frame& frame, const qmx_study::cell_table& cells,
-            const qmx_study::cell_lattice& lattice, const cell_index& index) {
+raster draw(const plan_frame& frame, const qmx_study::cell_table& cells, const map_lattice& lattice,
+            const cell_index& index) {
     raster picture{frame.columns, frame.rows, {}};
     picture.cell.assign(static_cast<std::size_t>(frame.columns * frame.rows), -1);
     const auto centre_x = [&](std::int64_t column) {

@@ -32,9 +32,9 @@ struct plan_frame {
 };
 
 // At the size of the cells where that gives at most so many pixels, else thinned.
-strip_frame strip_of(const qmx_study::road_frame& road, const qmx_study::cell_lattice& lattice,
+strip_frame strip_of(const qmx_study::road_frame& road, const map_lattice& lattice,
                      std::int64_t most_pixels);
-plan_frame plan_of(const qmx_study::cell_table& cells, const qmx_study::cell_lattice& lattice,
+plan_frame plan_of(const qmx_study::cell_table& cells, const map_lattice& lattice,
                    std::int64_t most_pixels);
 
 // By inverse sampling: each pixel shows the cell at its centre, so that a lattice turned against the
@@ -42,7 +42,7 @@ plan_frame plan_of(const qmx_study::cell_table& cells, const qmx_study::cell_lat
 raster draw(const strip_frame& frame, const qmx_study::road_frame& road, const cell_index& index);
 // Where pixels are larger than cells each shows the cell nearest to its centre, so that a road narrower
 // than a pixel is not broken.
-raster draw(const plan_frame& frame, const qmx_study::cell_table& cells,
-            const qmx_study::cell_lattice& lattice, const cell_index& index);
+raster draw(const plan_frame& frame, const qmx_study::cell_table& cells, const map_lattice& lattice,
+            const cell_index& index);
 
 } // namespace qmx_report

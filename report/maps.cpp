@@ -33,18 +33,23 @@ std::optional<double> number_if_any(const json& value) {
     return value.is_number() ? std::optional(value.get<double>()) : std::nullopt;
 }
 
-qmx_study::cell_lattice lattice_in(const json& document) {
+map_lattice lattice_in(const json& document) {
     const json& found = part_of(document, {"road", "lattice"});
     const json& origin = part_of(found, {"origin"});
-    qmx_study::cell_lattice lattice;
+    map_lattice lattice;
     lattice.along = number_of(part_of(found, {"along"}));
     lattice.across = number_of(part_of(found, {"across"}));
     lattice.angle = number_of(part_of(found, {"angle"}));
     const bool has_origin = origin.is_array() && origin.size() == 2;
     lattice.origin_x = has_origin ? number_of(origin[0]) : number_of(json());
     lattice.origin_y = has_origin ? number_of(origin[1]) : number_of(json());
-    const json& is_lattice = part_of(found, {"is_lattice"});
-    lattice.is_lattice = is_lattice.is_boolean() && is_lattice.get<bool>();
+    const auto is_set = [&](const char* key) {
+        const json& state = part_of(found, {key});
+        return state.is_boolean() && state.get<bool>();
+    };
+    lattice.is_lattice = is_set("is_lattice");
+    lattice.rows_are_shifted = is_set("rows_are_shifted");
+    lattice.rows_run_along = !lattice.rows_are_shifted || is_set("rows_run_along");
     return lattice;
 }
 
@@ -165,7 +170,10 @@ std::vector<layer> layers_for(const json& document, const qmx_study::cell_table&
     const double wanted = number_of(part_of(document, {"settings", "target_passes"}));
     if (wanted >= 1 && wanted <= 1e6) target_passes = static_cast<std::int32_t>(wanted);
     std::vector<layer> layers;
-    layers.push_back(value_layer(cells, number_if_any(part_of(document, {"settings", "target"}))));
+    std::optional<double> limit =
+        number_if_any(part_of(document, {"settings", "cell_limit", "value"}));
+    if (!limit) limit = number_if_any(part_of(document, {"settings", "target"}));
+    layers.push_back(value_layer(cells, limit));
     const auto judged = [](std::uint8_t state) { return state <= qmx_study::cell_met; };
     if (std::any_of(cells.verdict.begin(), cells.verdict.end(), judged))
         layers.push_back(verdict_layer(cells));
@@ -178,7 +186,7 @@ std::vector<layer> layers_for(const json& document, const qmx_study::cell_table&
 
 json maps_of(const json& document, const qmx_study::cell_table& cells, const map_limits& limits) {
     if (cells.size() == 0) return nullptr;
-    const qmx_study::cell_lattice lattice = usable_lattice(cells, lattice_in(document));
+    const map_lattice lattice = usable_lattice(cells, lattice_in(document));
     const cell_index index(cells, lattice);
     const std::vector<layer> layers = layers_for(document, cells);
     json maps = json::object();

@@ -18,7 +18,7 @@ export function scatter(spots, value) {
           `${value.name}: ${withUnit(number(test.ic_mean), unit.ic_mean)}`,
           say("spots.values.number", { number: count(test.ic_values) })].join("\n"),
   }));
-  const band = bandOf(line);
+  const band = bandOf(spots.band);
   const across = columnOf(values), up = columnOf(points.map((point) => point.y));
   const series = [
     { key: "used", label: say("spots.in.line"), colour: ink.main, shape: "dot" },
@@ -59,12 +59,7 @@ export function scatter(spots, value) {
 }
 
 // The limits stand in the document; without them no band is drawn.
-function bandOf(line) {
-  const band = line && (line.confidence_band || line.band);
-  if (!band) return [];
-  const rows = Array.isArray(band) ? band : (band.value || []).map((value, index) => ({
-    value, lower: (band.lower || [])[index], upper: (band.upper || [])[index],
-  }));
-  return rows.map((row) => ({ x: row.value, lower: row.lower, upper: row.upper }))
+function bandOf(band) {
+  return (band || []).map((row) => ({ x: row.value, lower: row.lower, upper: row.upper }))
     .filter((row) => [row.x, row.lower, row.upper].every((number) => typeof number === "number"));
 }

@@ -36,6 +36,8 @@ export function placeText(found, value) {
           found.verdict < 2 ? say(["verdict.missed", "verdict.met"][found.verdict]) : null].filter(Boolean).join("\n");
 }
 
+const hint = () => say(matchMedia("(pointer: coarse)").matches ? "map.hint.touch" : "map.hint");
+
 // map: {id, title, alt, layer, classes, png, group, value, size(width), draw(size, url),
 //       rim(size, zoom) or null, read(size, x, y)}; draw gives {drawing, show}.
 export function mapFigure(map) {
@@ -47,7 +49,7 @@ export function mapFigure(map) {
   const rim = svg("g", {});
   const whole = svg("svg", { class: "mapdrawing", "aria-hidden": "true" }, svg("style", {}, ownStyle), window_, rim);
   const frame = html("div", { class: "map", tabindex: "0", role: "application", "aria-label": `${map.alt} ${say("map.keys")}` }, whole);
-  const readout = html("output", { class: "readout" }, say("map.hint"));
+  const readout = html("output", { class: "readout" }, hint());
 
   const box = () => window_.getBoundingClientRect();
   const place = (zoom) => {
@@ -88,7 +90,7 @@ export function mapFigure(map) {
     const y = ((event.clientY - at.top) / at.height / map.group.scale + map.group.y) * size.innerHeight;
     const found = map.read(size, x, y);
     showTip(event, found && found.text);
-    readout.textContent = found && found.text ? `${found.where}: ${found.text.replace(/\n/g, ", ")}` : say("map.hint");
+    readout.textContent = found && found.text ? `${found.where}: ${found.text.replace(/\n/g, ", ")}` : hint();
   });
   frame.addEventListener("pointerleave", () => showTip(null, ""));
   listen(map.group, frame, box);

@@ -59,13 +59,15 @@ export function mapsOf(report, maps, value, unit) {
   const planFigures = () => {
     const frame = maps.plan.frame, group = zoomGroup();
     const axis = segments.length ? [...road.frame.axis] : [];
+    const first = axis[0], last = axis[axis.length - 1];
+    const rises = axis.length < 2 || (last[0] - first[0]) * (last[1] - first[1]) > 0;
     return layers.map((layer) => figure("plan", group, layer, {
       size: (width) => {
         const layout = planLayout(frame, width, Math.min(560, Math.max(300, innerHeight * 0.75)));
         return { ...layout, x: planMargin.left, y: planMargin.top, layout };
       },
       draw: (size, url) => drawPlan(frame, size.layout, url, { rings, tests, axis }),
-      rim: (size, zoom) => planRim(frame, size.layout, zoom, unit),
+      rim: (size, zoom) => planRim(frame, size.layout, zoom, unit, rises),
       read: (size, x, y) => {
         const [east, north] = planPlace(frame, size.layout, x, y);
         let pixel = -1;

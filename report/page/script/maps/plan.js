@@ -39,12 +39,13 @@ export function planPlace(frame, layout, x, y) {
 }
 
 // North arrow, scale bar and coordinates of what is in view; they keep their size when the map is zoomed.
-export function planRim(frame, layout, zoom, unit) {
+// They stand where a road that rises to the east, or falls, leaves room.
+export function planRim(frame, layout, zoom, unit, rises) {
   const rim = svg("g", { class: "ticks" });
   const [left, top] = planPlace(frame, layout, zoom.x * layout.inner, zoom.y * layout.innerHeight);
   const perLength = (layout.perPixel / frame.step) * zoom.scale;
   const right = left + layout.inner / perLength, bottom = top - layout.innerHeight / perLength;
-  const step = roundStep(Math.max(right - left, 1e-9), Math.max(2, Math.floor(layout.inner / 120)));
+  const step = roundStep(Math.max(right - left, 1e-9), Math.max(2, Math.floor(layout.inner / 80)));
   for (let k = Math.ceil(left / step); k * step <= right; ++k) {
     const x = (k * step - left) * perLength;
     rim.append(svg("line", { x1: x, x2: x, y1: layout.innerHeight - 5, y2: layout.innerHeight }));
@@ -57,22 +58,22 @@ export function planRim(frame, layout, zoom, unit) {
     if (y > 16 && y < layout.innerHeight - 16)
       rim.append(svg("text", { x: 8, y: y + 4, class: "haloed" }, number(k * step, 9)));
   }
-  rim.append(scaleBar(layout, perLength, unit), northArrow(layout));
+  rim.append(scaleBar(layout, perLength, unit, rises), northArrow(layout, rises));
   return rim;
 }
 
-function scaleBar(layout, perLength, unit) {
+function scaleBar(layout, perLength, unit, rises) {
   const length = roundStep(layout.inner / perLength, 5);
   const wide = Math.min(layout.inner * 0.45, length * perLength);
-  const x = layout.inner - wide - 8, y = layout.innerHeight - 14;
+  const x = rises ? layout.inner - wide - 8 : 70, y = layout.innerHeight - 14;
   return svg("g", { class: "scalebar" },
     svg("rect", { x, y, width: wide / 2, height: 5, fill: "#222" }),
     svg("rect", { x: x + wide / 2, y, width: wide / 2, height: 5, fill: "#fff", stroke: "#222" }),
     svg("text", { x: x + wide, y: y - 4, "text-anchor": "end", class: "haloed" }, withUnit(number(wide / perLength), unit)));
 }
 
-function northArrow(layout) {
-  const x = layout.inner - 18;
+function northArrow(layout, rises) {
+  const x = rises ? 84 : layout.inner - 18;
   return svg("g", { class: "north" },
     svg("rect", { x: x - 13, y: 3, width: 26, height: 44, fill: "#fff", "fill-opacity": 0.8 }),
     svg("path", { d: `M${x} 8l6 20l-6 -5l-6 5z`, fill: "#222" }),

@@ -59,7 +59,8 @@ function settings(report) {
   const plain = (key, text) => (text === null || text === undefined || text === "" ? null : [say(`setting.${key}`), text]);
   const numeric = (key, unit) => plain(key, typeof given[key] === "number" ? withUnit(number(given[key], 6), unit) : null);
   const data = report.data || {}, value = data.value || {};
-  const filters = (given.filters || []).map((one) => `${one.what}: ${one.text}`);
+  const filters = (given.filters || []).map((one) =>
+    `${one.what}: ${one.text}${typeof one.rows === "number" ? ` (${say("filter.rows", { number: count(one.rows + (one.lacking || 0)) })})` : ""}`);
   return facts(say("section.settings"), [
     plain("job_file", given.job_file), plain("preset", given.preset), numeric("target", value.unit),
     typeof given.target === "number" && given.below === true ? [say("setting.below"), say("yes")] : null,

@@ -12,7 +12,10 @@ export function maps(report, drawings, value, unit) {
   const judged = drawings.layers.verdict;
   const share = () => {
     const missed = judged[0].cells, all = missed + judged[1].cells;
-    return say("map.verdict.sentence", { missed: count(missed), all: count(all), share: percent((100 * missed) / all) });
+    const limit = (report.settings || {}).cell_limit;
+    const side = limit && say(limit.side === "at_or_below" ? "map.limit.below" : "map.limit.above", {
+      value: withUnit(number(limit.value, 6), value.unit) });
+    return [say("map.verdict.sentence", { missed: count(missed), all: count(all), share: percent((100 * missed) / all) }), side].filter(Boolean).join(" ");
   };
   const about = judged && judged[0].cells + judged[1].cells > 0 ? share() : say("map.no.verdict");
   const strip = drawings.strip && drawings.strip.frame;

@@ -1,6 +1,6 @@
 // What all parts of the page share: heading, cautions, and a line where a part is missing.
 import { html } from "../elements.js";
-import { say, sayOrKeep } from "../texts.js";
+import { has, say, sayOrKeep } from "../texts.js";
 
 export function section(id, ...children) {
   return html("section", { id: `part-${id}`, "aria-labelledby": `head-${id}` },
@@ -11,7 +11,7 @@ export const sentence = (...parts) => html("p", { class: "sentence" }, parts.fil
 
 export function cautionsOf(report, ...parts) {
   return (report.cautions || []).filter((one) => parts.includes(one.part)).map((one) =>
-    html("p", { class: "caution" }, html("strong", {}, `${say("caution")}: `), sayOrKeep(`caution.${one.key}`, one.text, one.numbers || [])));
+    html("p", { class: "caution" }, html("strong", {}, `${say("caution")}: `), sayOrKeep(has(`caution.${one.part}.${one.key}`) ? `caution.${one.part}.${one.key}` : `caution.${one.key}`, one.text, one.numbers || [])));
 }
 
 // Why a part is not there, and how to get it.

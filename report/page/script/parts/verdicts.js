@@ -29,7 +29,7 @@ function rowOf(verdict) {
       html("span", { class: "measured" }, measured),
       basisOf(verdict, measured),
       html("span", { class: "where" }, threshold.rule || say("verdict.by.user"), threshold.from ? ` (${threshold.from})` : "",
-        html("br"), html("small", {}, say("verdict.change", { key: threshold.key || "" }))),
+        html("br"), html("small", {}, say("verdict.change"), " ", html("code", {}, `[thresholds] ${threshold.key || ""} = …`), ", ", html("code", {}, `--threshold ${threshold.key || ""}=…`))),
     ],
   };
 }
