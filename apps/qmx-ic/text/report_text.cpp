@@ -85,7 +85,7 @@ std::string results_text(const json& document) {
             {"Coverage",
              fmt::format("{} of {} {}", number_at(coverage["all_bins"], "coverage_percent", "%"),
                          number_at(coverage, "plan_area"), text_at(coverage["units"], "area"))});
-    if (const json& curve = document["curve"]; curve.is_object())
+    if (const json& curve = document["curve"]; curve.is_object() && curve["failure"].is_null())
         table.add(
             {"Growth", curve["growth"]["pass"].is_number()
                            ? fmt::format("ends after pass {}", number_at(curve["growth"], "pass"))
@@ -96,7 +96,8 @@ std::string results_text(const json& document) {
              fmt::format("r {}, R² {}, {} tests in the line", number_at(spots["regression"], "r"),
                          number_at(spots["regression"], "r_squared_percent", "%"),
                          number_at(spots["regression"], "n"))});
-    if (const json& semivariogram = document["semivariogram"]; semivariogram.is_object())
+    if (const json& semivariogram = document["semivariogram"];
+        semivariogram.is_object() && semivariogram["failure"].is_null())
         table.add({"Variation",
                    fmt::format("sill {}, range {}", number_at(semivariogram["reading"], "sill"),
                                number_at(semivariogram["reading"], "range", length))});
@@ -110,10 +111,12 @@ std::string results_text(const json& document) {
 
 std::string list_text(const json& list, const char* title) {
     std::string text;
-    for (const json& each : list)
-        text += fmt::format(
-            "  {}\n",
-            wrapped(each.is_string() ? each.get<std::string>() : text_at(each, "text"), 4));
+    for (const json& each : list) {
+        const std::string line =
+            each.is_string() ? each.get<std::string>()
+                             : fmt::format("{}: {}", text_at(each, "part"), text_at(each, "text"));
+        text += fmt::format("  {}\n", wrapped(line, 4));
+    }
     return text.empty() ? text : fmt::format("\n{}\n{}", title, text);
 }
 
