@@ -13,9 +13,9 @@ using colours = std::vector<colour>;
 const colours value_colours = {{68, 1, 84},    {71, 44, 122},  {59, 81, 139},
                                {44, 113, 142}, {33, 144, 141}, {39, 173, 129},
                                {92, 200, 99},  {170, 220, 50}, {253, 231, 37}};
-const colours pass_colours = {{255, 247, 214}, {237, 229, 166}, {199, 217, 137},
-                              {140, 199, 140}, {78, 172, 154},  {42, 139, 158},
-                              {36, 103, 150},  {40, 66, 130},   {30, 30, 90}};
+const colours pass_colours = {{250, 230, 150}, {222, 218, 125}, {178, 206, 118},
+                              {128, 190, 132}, {80, 168, 148},  {46, 138, 156},
+                              {38, 104, 148},  {42, 68, 128},   {34, 34, 92}};
 constexpr colour missed_colour{178, 58, 20}, met_colour{158, 202, 225}, open_colour{200, 200, 200};
 constexpr std::size_t most_classes = 9;
 constexpr std::uint8_t no_class = 255;
@@ -58,7 +58,7 @@ std::vector<double> limits_of(const std::vector<double>& sample, std::optional<d
                  high = sample[sample.size() - 1 - sample.size() / 50];
     const double span = high > low ? high - low : sample.back() - sample.front();
     const double step = round_step(span / static_cast<double>(most_classes - 2));
-    const bool through_target = target && *target > low - span && *target < high + span;
+    const bool through_target = target && *target > low - step && *target < high + step;
     const double base = through_target ? *target : 0;
     std::vector<double> limits;
     const double first = std::ceil((low - base) / step - 1e-9);

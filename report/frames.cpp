@@ -78,8 +78,7 @@ pitch pitch_of(const qmx_study::road_frame& road, const map_lattice& lattice) {
     const double along = std::fabs(ahead.x * first.x + ahead.y * first.y);
     const double across = std::fabs(ahead.x * first.y - ahead.y * first.x);
     const double nearly = std::sin(1 * degree);
-    if (!lattice.is_lattice || lattice.rows_are_shifted || road.axis.size() > 2 ||
-        std::min(along, across) > nearly) {
+    if (!lattice.is_lattice || road.axis.size() > 2 || std::min(along, across) > nearly) {
         const double least = std::min(lattice.along, lattice.across) * std::sqrt(0.5);
         return {least, least};
     }
@@ -197,14 +196,14 @@ raster draw(const plan_frame& frame, const qmx_study::cell_table& cells, const m
     const auto centre_y = [&](std::int64_t row) {
         return frame.top - (static_cast<double>(row) + 0.5) * frame.step;
     };
-    if (frame.step < std::max(lattice.along, lattice.across) * std::sqrt(2.0)) {
+    if (frame.step < std::max(lattice.along, lattice.across) * std::sqrt(2.0))
         for (std::int64_t row = 0; row < frame.rows; ++row)
             for (std::int64_t column = 0; column < frame.columns; ++column)
                 picture.cell[static_cast<std::size_t>(row * frame.columns + column)] =
                     index.at(centre_x(column), centre_y(row));
-        return picture;
-    }
-    std::vector<float> least(picture.cell.size(), std::numeric_limits<float>::max());
+    // Pixels larger than cells, and those on the rim whose centre lies outside.
+    constexpr float no_distance = std::numeric_limits<float>::max();
+    std::vector<float> least(picture.cell.size(), no_distance);
     for (std::size_t k = 0; k < cells.size(); ++k) {
         const double right = std::floor((cells.x[k] - frame.left) / frame.step);
         const double down = std::floor((frame.top - cells.y[k]) / frame.step);
@@ -215,7 +214,8 @@ raster draw(const plan_frame& frame, const qmx_study::cell_table& cells, const m
         const double dx = cells.x[k] - centre_x(column), dy = cells.y[k] - centre_y(row);
         const auto square = static_cast<float>(dx * dx + dy * dy);
         const auto pixel = static_cast<std::size_t>(row * frame.columns + column);
-        if (square <= least[pixel]) {
+        const bool is_sampled = picture.cell[pixel] >= 0 && least[pixel] == no_distance;
+        if (!is_sampled && square <= least[pixel]) {
             least[pixel] = square;
             picture.cell[pixel] = static_cast<std::int32_t>(k);
         }

@@ -170,9 +170,14 @@ std::vector<layer> layers_for(const json& document, const qmx_study::cell_table&
     const double wanted = number_of(part_of(document, {"settings", "target_passes"}));
     if (wanted >= 1 && wanted <= 1e6) target_passes = static_cast<std::int32_t>(wanted);
     std::vector<layer> layers;
+    const auto [least, most] = std::minmax_element(cells.value.begin(), cells.value.end());
+    const auto tells_apart = [least = *least, most = *most](const std::optional<double>& value) {
+        return value && *value > least && *value < most;
+    };
     std::optional<double> limit =
         number_if_any(part_of(document, {"settings", "cell_limit", "value"}));
-    if (!limit) limit = number_if_any(part_of(document, {"settings", "target"}));
+    if (!tells_apart(limit)) // then the target itself may
+        limit = number_if_any(part_of(document, {"settings", "target"}));
     layers.push_back(value_layer(cells, limit));
     const auto judged = [](std::uint8_t state) { return state <= qmx_study::cell_met; };
     if (std::any_of(cells.verdict.begin(), cells.verdict.end(), judged))
@@ -182,16 +187,34 @@ std::vector<layer> layers_for(const json& document, const qmx_study::cell_table&
     return layers;
 }
 
+// Few scattered points on a large ground would be too small to be seen.
+bool enlarge_points(map_lattice& lattice, const qmx_study::cell_table& cells) {
+    if (lattice.is_lattice) return false;
+    const auto [left, right] = std::minmax_element(cells.x.begin(), cells.x.end());
+    const auto [bottom, top] = std::minmax_element(cells.y.begin(), cells.y.end());
+    const double extent = std::max(*right - *left, *top - *bottom);
+    const double visible = extent / 400;
+    const double ground = (*right - *left) * (*top - *bottom);
+    const double spacing = std::max(lattice.along, lattice.across);
+    const bool is_sparse = spacing * spacing * static_cast<double>(cells.size()) < 0.2 * ground;
+    if (spacing >= visible || !is_sparse) return false;
+    lattice.along = lattice.across = visible;
+    return true;
+}
+
 } // namespace
 
 json maps_of(const json& document, const qmx_study::cell_table& cells, const map_limits& limits) {
     if (cells.size() == 0) return nullptr;
-    const map_lattice lattice = usable_lattice(cells, lattice_in(document));
+    map_lattice lattice = usable_lattice(cells, lattice_in(document));
+    const bool is_enlarged = enlarge_points(lattice, cells);
     const cell_index index(cells, lattice);
     const std::vector<layer> layers = layers_for(document, cells);
     json maps = json::object();
     maps["layers"] = json::object();
     for (const layer& shown : layers) maps["layers"][shown.name] = legend_of(shown);
+
+    maps["point_size"] = is_enlarged ? json(2 * lattice.along) : json();
 
     maps["strip"] = nullptr;
     if (const auto road = road_in(document)) {

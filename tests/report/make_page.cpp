@@ -15,8 +15,7 @@ namespace {
 
 qmx_study::cell_table cells_of(const std::string& file) {
     qmx_study::cell_table cells;
-    if (file == "-")
-        return cells;
+    if (file == "-") return cells;
     std::ifstream stream(file);
     std::string line;
     std::getline(stream, line);
@@ -45,10 +44,8 @@ int main(int count, char** words) try {
     const auto document = qmx_study::json::parse(stream);
     const qmx_study::cell_table cells = cells_of(words[2]);
     qmx_report::page_options options;
-    if (count > 4)
-        options.language = words[4];
-    if (count > 5)
-        options.logo = words[5];
+    if (count > 4) options.language = words[4];
+    if (count > 5) options.logo = words[5];
     const std::clock_t begin = std::clock();
     const std::string page = qmx_report::page_of(document, cells, options);
     std::printf("%zu cells, %zu bytes, %.3f s\n", cells.size(), page.size(),

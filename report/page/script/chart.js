@@ -2,6 +2,7 @@
 import { parse, View } from "vega";
 import { expressionInterpreter } from "vega-interpreter";
 import { html, table, unfolding } from "./elements.js";
+import { redrawForPaper } from "./printing.js";
 import { savePng, saveSvg } from "./saving.js";
 import { chartLocale, say } from "./texts.js";
 import { showTip } from "./tip.js";
@@ -80,11 +81,12 @@ export function chartFigure(chart) {
   const shown = (key) => !chart.hidden.has(key);
   const place = html("div", { class: "chart", role: "img", "aria-label": chart.alt });
   let view = null, width = 0;
-  const redraw = () => {
+  const redraw = (wide = width) => {
     if (view) view.finalize();
-    view = viewOf(chart.spec(shown), width);
+    view = viewOf(chart.spec(shown), wide);
     view.initialize(place).run();
   };
+  redrawForPaper(place, redraw, () => width);
   new ResizeObserver(() => {
     const now = Math.floor(place.clientWidth);
     if (now < 50 || Math.abs(now - width) < 4) return;

@@ -1,6 +1,7 @@
 // One map: drawing, legend that hides classes, zoom, the value under the pointer, saving.
 import { html, svg } from "../elements.js";
 import { saveButtons } from "../chart.js";
+import { redrawForPaper } from "../printing.js";
 import { savePng, saveSvg } from "../saving.js";
 import { count, fixed, number, percent, say, withUnit } from "../texts.js";
 import { showTip } from "../tip.js";
@@ -39,7 +40,7 @@ export function placeText(found, value) {
 const hint = () => say(matchMedia("(pointer: coarse)").matches ? "map.hint.touch" : "map.hint");
 
 // map: {id, title, alt, layer, classes, png, group, value, size(width), draw(size, url),
-//       rim(size, zoom) or null, read(size, x, y)}; draw gives {drawing, show}.
+//       rim(size, zoom) or null, read(size, x, y), paperWidth}; draw gives {drawing, show}.
 export function mapFigure(map) {
   const picture = pictureOf(map.png);
   const hidden = new Set();
@@ -76,6 +77,7 @@ export function mapFigure(map) {
     place(map.group);
   };
   let width = 0;
+  redrawForPaper(frame, redraw, () => width, map.paperWidth);
   new ResizeObserver(() => {
     const now = Math.floor(frame.clientWidth);
     if (now < 50 || Math.abs(now - width) < 4) return;

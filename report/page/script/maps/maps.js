@@ -1,5 +1,6 @@
 // All maps of a page: the strip by station and the plan, each in the layers that there are.
 import { say, number, withUnit } from "../texts.js";
+import { paperWidth } from "../printing.js";
 import { axisOf, stationOf } from "./geometry.js";
 import { gridOf } from "./grid.js";
 import { mapFigure, placeText } from "./mapfigure.js";
@@ -43,6 +44,7 @@ export function mapsOf(report, maps, value, unit) {
       outlines: rings.map((ring) => ringAlong(ring, segments, 4 * frame.station_step)),
     };
     return layers.map((layer) => figure("strip", group, layer, {
+      paperWidth,
       size: (width) => {
         const layout = stripLayout(frame, width);
         return { width, height: layout.height, inner: width, innerHeight: layout.height, x: 0, y: 0, layout };
@@ -62,6 +64,7 @@ export function mapsOf(report, maps, value, unit) {
     const first = axis[0], last = axis[axis.length - 1];
     const rises = axis.length < 2 || (last[0] - first[0]) * (last[1] - first[1]) > 0;
     return layers.map((layer) => figure("plan", group, layer, {
+      paperWidth: 331, // two stand side by side
       size: (width) => {
         const layout = planLayout(frame, width, Math.min(560, Math.max(300, innerHeight * 0.75)));
         return { ...layout, x: planMargin.left, y: planMargin.top, layout };

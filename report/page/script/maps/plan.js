@@ -45,7 +45,7 @@ export function planRim(frame, layout, zoom, unit, rises) {
   const [left, top] = planPlace(frame, layout, zoom.x * layout.inner, zoom.y * layout.innerHeight);
   const perLength = (layout.perPixel / frame.step) * zoom.scale;
   const right = left + layout.inner / perLength, bottom = top - layout.innerHeight / perLength;
-  const step = roundStep(Math.max(right - left, 1e-9), Math.max(2, Math.floor(layout.inner / 80)));
+  const step = roundStep(Math.max(right - left, 1e-9), Math.max(2, Math.floor(layout.inner / 56)));
   for (let k = Math.ceil(left / step); k * step <= right; ++k) {
     const x = (k * step - left) * perLength;
     rim.append(svg("line", { x1: x, x2: x, y1: layout.innerHeight - 5, y2: layout.innerHeight }));

@@ -12,8 +12,8 @@ export function stripLayout(frame, width) {
   let cuts = 1;
   while (cuts < 8 && (width / (foldLength / cuts)) * stripWidth < 26 && frame.columns / (cuts * 2) > 20) cuts *= 2;
   const columns = Math.ceil(frame.columns / cuts);
-  const perMetre = width / (columns * frame.station_step);
-  const height = Math.min(stripWidth * perMetre, 520);
+  const perMetre = Math.min(width / (columns * frame.station_step), 560 / stripWidth);
+  const height = stripWidth * perMetre;
   const pieces = [];
   for (let fold = 0; fold < frame.folds; ++fold)
     for (let cut = 0; cut < cuts; ++cut) {
@@ -24,7 +24,7 @@ export function stripLayout(frame, width) {
       pieces.push({ fold, first, columns: number_, station, length: number_ * frame.station_step,
                     y: pieces.length * (height + labelHeight + gap) + 2 });
     }
-  return { width, pieces, pieceHeight: height, perColumn: width / columns, perRow: height / frame.rows,
+  return { width, pieces, pieceHeight: height, perColumn: perMetre * frame.station_step, perRow: height / frame.rows,
            perMetre, perOffset: height / (frame.rows * frame.offset_step),
            height: pieces.length * (height + labelHeight + gap) - gap + 4 };
 }
@@ -63,7 +63,7 @@ export function drawStrip(id, frame, layout, url, shapes, unit) {
 
 function ticksOf(piece, layout, end, unit) {
   const y = piece.y + layout.pieceHeight;
-  const step = roundStep(piece.length, Math.max(2, Math.floor(layout.width / 110)));
+  const step = roundStep(piece.length, Math.max(2, Math.floor((piece.length * layout.perMetre) / 90)));
   const ticks = svg("g", { class: "ticks" });
   ticks.append(svg("line", { x1: 0, x2: (end - piece.station) * layout.perMetre, y1: y + 6, y2: y + 6 }));
   for (let k = Math.ceil(piece.station / step - 1e-9); k * step <= end + 1e-9; ++k) {

@@ -17,7 +17,7 @@ function fates(input) {
   const keys = ["rows_read", "rows_used", "rows_of_earlier_passes", "rows_left_out_by_filter", "rows_without_position", "rows_left_without_position", "rows_dropped"];
   const rows = keys.filter((key) => typeof input[key] === "number" && (input[key] > 0 || /read|used|dropped/.test(key)))
     .map((key) => [say(`data.${key}`), { number: count(input[key]) }]);
-  return table(say("data.rows"), [say("data.fate"), say("data.rows")], rows, { showCaption: true });
+  return table(say("data.rows"), [say("data.fate"), say("data.rows")], rows, { showCaption: true, class: "narrow" });
 }
 
 function dropped(input) {

@@ -19,6 +19,7 @@ export function maps(report, drawings, value, unit) {
   };
   const about = judged && judged[0].cells + judged[1].cells > 0 ? share() : say("map.no.verdict");
   const strip = drawings.strip && drawings.strip.frame;
+  const enlarged = drawings.point_size ? say("map.enlarged", { size: withUnit(number(drawings.point_size, 2), unit) }) : "";
   const parts = [];
   if (strip) {
     const road = report.road.frame;
@@ -28,12 +29,12 @@ export function maps(report, drawings, value, unit) {
         say("map.strip.sentence", { from: number(0), to: withUnit(number(road.length), unit), axis: road.axis_from || "–" }),
         strip.folds > 1 ? say("map.folded", { folds: count(strip.folds) }) : "",
         strip.exaggeration > 1 ? say("map.exaggerated", { times: count(strip.exaggeration) }) : "",
-        say("map.over"), thinned(strip)),
+        say("map.over"), thinned(strip), enlarged),
       cautionsOf(report, "map", "maps"), html("div", { class: "maps" }, made.strip)));
   }
   parts.push(section("map.plan",
     sentence(strip ? "" : about, say("map.plan.sentence", { unit: unit ? say("map.unit", { unit }) : say("map.no.unit") }),
-      strip ? "" : say("map.no.strip"), thinned(drawings.plan.frame)),
+      strip ? "" : say("map.no.strip"), thinned(drawings.plan.frame), enlarged),
     html("div", { class: "maps plans" }, made.plan)));
   return parts;
 }

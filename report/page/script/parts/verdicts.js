@@ -29,7 +29,7 @@ function rowOf(verdict) {
       html("span", { class: "measured" }, measured),
       basisOf(verdict, measured),
       html("span", { class: "where" }, threshold.rule || say("verdict.by.user"), threshold.from ? ` (${threshold.from})` : "",
-        html("br"), html("small", {}, say("verdict.change"), " ", html("code", {}, `[thresholds] ${threshold.key || ""} = …`), ", ", html("code", {}, `--threshold ${threshold.key || ""}=…`))),
+        html("br"), html("code", {}, threshold.key || "")),
     ],
   };
 }
@@ -44,5 +44,6 @@ export function verdicts(report) {
   const head = ["result", "asked", "threshold", "measured", "basis", "rule"].map((key) => say(`verdict.${key}`));
   return section("verdicts",
     html("p", { class: `summary ${missed > 0 ? "missed" : met === all.length ? "met" : "not_given"}` }, summary),
-    table(say("section.verdicts"), head, all.map(rowOf), { class: "verdicts" }), cautionsOf(report, "verdicts"));
+    table(say("section.verdicts"), head, all.map(rowOf), { class: "verdicts" }),
+    html("p", { class: "where" }, say("verdict.change"), " ", html("code", {}, "[thresholds]"), ", ", html("code", {}, "--threshold KEY=VALUE")), cautionsOf(report, "verdicts"));
 }

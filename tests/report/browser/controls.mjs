@@ -1,0 +1,144 @@
+// Each control is used once, and does what it says.
+import { readFileSync } from "node:fs";
+
+async function saved(page, button) {
+  const [download] = await Promise.all([page.waitForEvent("download"), button.click()]);
+  return { name: download.suggestedFilename(), data: readFileSync(await download.path()) };
+}
+
+async function saving(page, check) {
+  for (const figure of await page.locator("figure").all()) {
+    const id = await figure.getAttribute("id");
+    const drawing = await saved(page, figure.locator(".save").nth(0));
+    const text = drawing.data.toString("utf8");
+    check(`${id} saved as SVG`, drawing.name.endsWith(".svg") && /^<svg[^>]*xmlns="http:\/\/www.w3.org\/2000\/svg"/.test(text) && text.length > 1500, text.slice(0, 80));
+    check(`${id} SVG is well formed`, await page.evaluate((xml) =>
+      !new DOMParser().parseFromString(xml, "image/svg+xml").querySelector("parsererror"), text));
+    const picture = await saved(page, figure.locator(".save").nth(1));
+    check(`${id} saved as PNG`, picture.name.endsWith(".png") && picture.data.subarray(1, 4).toString() === "PNG" && picture.data.length > 3000, picture.data.length);
+  }
+}
+
+const markup = (locator) => locator.evaluate((element) => element.innerHTML);
+
+async function chartLegends(page, check) {
+  for (const figure of await page.locator(".chartfigure").all()) {
+    const id = await figure.getAttribute("id");
+    for (const button of await figure.locator(".legend button").all()) {
+      const before = await markup(figure.locator(".chart"));
+      await button.click();
+      const label = await button.innerText();
+      check(`${id}: ${label} is hidden`, (await button.getAttribute("aria-pressed")) === "false" && (await markup(figure.locator(".chart"))) !== before);
+      await button.press("Enter");
+      check(`${id}: ${label} is back`, (await button.getAttribute("aria-pressed")) === "true" && (await markup(figure.locator(".chart"))) === before);
+    }
+    const mark = figure.locator(".mark-symbol path[d], .mark-rect path[d]").last();
+    if ((await mark.count()) > 0) {
+      await mark.scrollIntoViewIfNeeded();
+      await mark.hover({ force: true });
+      check(`${id} tells values`, /\d/.test(await page.locator(".tip").innerText()));
+    }
+  }
+}
+
+async function zoom(page, figure, check) {
+  const id = await figure.getAttribute("id");
+  const frame = figure.locator(".map");
+  const state = () => frame.locator("g.zoomed").getAttribute("transform");
+  const scale = async () => Number(/scale\(([\d.]+)\)/.exec(await state())[1]);
+  await frame.scrollIntoViewIfNeeded();
+  await figure.locator(".zoom").nth(0).click();
+  check(`${id} button zooms in`, Math.abs((await scale()) - 1.5) < 1e-6);
+  await figure.locator(".zoom").nth(1).click();
+  check(`${id} button zooms out`, (await scale()) === 1);
+  await frame.focus();
+  await page.keyboard.press("+");
+  await page.keyboard.press("+");
+  const before = await state();
+  await page.keyboard.press("ArrowRight");
+  check(`${id} keys zoom and shift`, (await scale()) > 2 && (await state()) !== before);
+  await page.keyboard.press("0");
+  check(`${id} key resets`, (await scale()) === 1);
+  const box = await frame.boundingBox();
+  await page.mouse.move(box.x + box.width / 3, box.y + box.height / 2);
+  await page.mouse.wheel(0, -400);
+  check(`${id} wheel zooms`, (await scale()) > 1.2);
+  const place = await state();
+  await page.mouse.down();
+  await page.mouse.move(box.x + box.width / 3 - 60, box.y + box.height / 2 - 10, { steps: 4 });
+  await page.mouse.up();
+  check(`${id} drags`, (await state()) !== place);
+  await page.evaluate(() => dispatchEvent(new Event("beforeprint")));
+  check(`${id} paper shows the whole map`, (await scale()) === 1);
+  await page.evaluate(() => dispatchEvent(new Event("afterprint")));
+  // Two fingers.
+  await frame.evaluate((element) => {
+    const at = element.getBoundingClientRect();
+    const finger = (type, id, x) => element.dispatchEvent(new PointerEvent(type, {
+      pointerId: id, pointerType: "touch", clientX: at.left + x, clientY: at.top + 20, bubbles: true }));
+    element.setPointerCapture = () => {};
+    finger("pointerdown", 11, 100);
+    finger("pointerdown", 12, 140);
+    for (let step = 1; step <= 10; ++step) finger("pointermove", 12, 140 + 8 * step);
+    finger("pointerup", 11, 100);
+    finger("pointerup", 12, 220);
+  });
+  check(`${id} two fingers zoom`, (await scale()) > 2);
+  await figure.locator(".zoom").nth(2).click();
+  check(`${id} button resets`, (await scale()) === 1);
+}
+
+// The value under the pointer: some place of the map has one, and its words name the value column.
+async function pointer(page, figure, report, check) {
+  const id = await figure.getAttribute("id");
+  const frame = figure.locator(".map");
+  const box = await frame.boundingBox();
+  const name = (report.data && report.data.value && report.data.value.name) || "";
+  let text = "";
+  for (let k = 1; k < 400 && !text.includes(`${name}: `); ++k) {
+    await page.mouse.move(box.x + ((k * 0.618) % 1) * box.width, box.y + ((k * 0.755) % 1) * Math.min(box.height, 400));
+    text = await figure.locator(".readout").innerText();
+  }
+  check(`${id} tells the value under the pointer`, text.includes(`${name}: `), text);
+}
+
+async function mapLegends(figure, check) {
+  const id = await figure.getAttribute("id");
+  const button = figure.locator(".legend button").first();
+  const image = figure.locator("image").first();
+  const before = await image.getAttribute("href");
+  await button.click();
+  await figure.page().waitForFunction(([selector, old]) => document.querySelector(selector).getAttribute("href") !== old,
+    [`#${id} image`, before], { timeout: 10000 }).catch(() => {});
+  check(`${id} legend hides a class`, (await image.getAttribute("href")) !== before);
+  await button.click();
+  await figure.page().waitForFunction(([selector, old]) => document.querySelector(selector).getAttribute("href") === old,
+    [`#${id} image`, before], { timeout: 10000 }).catch(() => {});
+  check(`${id} legend shows it again`, (await image.getAttribute("href")) === before);
+}
+
+async function language(page, check) {
+  const words = await page.locator("main").innerText();
+  await page.locator(".chooser button", { hasText: "Deutsch" }).click();
+  const german = await page.locator("main").innerText();
+  check("German", (await page.getAttribute("html", "lang")) === "de" && german.includes("Ergebnisse der Prüfung") && german !== words);
+  const marks = await page.locator("#part-stats td.number").allInnerTexts();
+  check("decimal commas", marks.every((text) => !/\d\.\d/.test(text)) && (marks.length === 0 || marks.some((text) => /\d,\d/.test(text))));
+  check("no key instead of a text", !/\b(section|verdict|data|map|stats|chart|growth|spots|road|field|outcome)\.[a-z_.]+\b/.test(german.replace(/\S+\.(csv|json|toml|gz)\b/g, "")));
+  await page.locator(".chooser button", { hasText: "English" }).click();
+  check("English again", (await page.locator("main").innerText()) === words);
+}
+
+export async function controls(page, report, check) {
+  await chartLegends(page, check);
+  await page.waitForTimeout(300); // the grid of values is unpacked last
+  for (const figure of await page.locator(".mapfigure").all()) {
+    await zoom(page, figure, check);
+    await mapLegends(figure, check);
+    await pointer(page, figure, report, check);
+  }
+  await saving(page, check);
+  for (const link of await page.locator("nav a").all())
+    check(`${await link.innerText()} is linked`, (await page.locator(await link.getAttribute("href")).count()) === 1);
+  await language(page, check);
+}
