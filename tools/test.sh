@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 tools/install-packages.sh
-export CTEST_OUTPUT_ON_FAILURE=1
+export CTEST_OUTPUT_ON_FAILURE=1 QMX_IC_NEEDS_BROWSER=1
 
 step() { echo; echo "== $*"; }
 launcher=()

@@ -51,7 +51,7 @@ async function opened(file, viewport, options = {}) {
   const page = await context.newPage();
   page.on("console", (message) => check(`${file} console`, !["error", "warning"].includes(message.type()), message.text()));
   page.on("pageerror", (error) => check(`${file} error`, false, error.message));
-  page.on("request", (request) => check(`${file} request`, /^(file|data|blob):/.test(request.url()), request.url().slice(0, 100)));
+  page.on("request", (request) => check(`${file} request`, request.url() === `file://${file}` || /^(data|blob):/.test(request.url()), request.url().slice(0, 100)));
   await page.goto(`file://${file}`);
   await page.waitForFunction(() => performance.getEntriesByName("figures-drawn").length > 0);
   return page;

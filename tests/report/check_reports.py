@@ -1,0 +1,134 @@
+#!/usr/bin/env python3
+"""Makes reports of many kinds of lots with the program and opens them in a browser.
+
+    tests/report/check_reports.py PROGRAM PACKAGES [--shots FOLDER]
+
+PACKAGES is a folder for the Node packages of the page's tests: they are fetched into it once for each
+lock file. Ends with 77 where Node or a browser is not there, but for a run in which the environment
+variable QMX_IC_NEEDS_BROWSER is set: there that is a failure.
+"""
+
+import json
+import math
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+PAGE = HERE.parent.parent / "report"
+
+
+def skip(why):
+    print(why)
+    sys.exit(1 if os.environ.get("QMX_IC_NEEDS_BROWSER") else 77)
+
+
+def fetch_packages(folder):
+    npm = shutil.which("npm")
+    if not npm:
+        skip("npm is not installed")
+    lock = (PAGE / "package-lock.json").read_bytes()
+    mark = folder / "fetched"
+    if mark.exists() and mark.read_bytes() == lock:
+        return
+    folder.mkdir(parents=True, exist_ok=True)
+    for name in ("package.json", "package-lock.json"):
+        shutil.copy(PAGE / name, folder)
+    done = subprocess.run(
+        [npm, "ci", "--ignore-scripts", "--no-audit", "--no-fund"], cwd=folder, check=False
+    )
+    if done.returncode:
+        skip("the Node packages could not be fetched")
+    mark.write_bytes(lock)
+
+
+def strip(cells, head="x_m,y_m,Pass,CMV", more=lambda i, j: ""):
+    """A strip along the eastings, half a metre a cell; cells: value by column and row."""
+    rows = [head]
+    for (i, j), value in cells.items():
+        rows.append(f"{1000 + 0.5 * i},{2000 + 0.5 * j},{1 + (i + j) % 4},{value}{more(i, j)}")
+    return "\n".join(rows) + "\n"
+
+
+def wave(columns=200, rows=12):
+    return {
+        (i, j): round(50 + 8 * math.sin(i / 15) + 3 * math.sin(7.3 * i * j + j), 2)
+        for i in range(columns)
+        for j in range(rows)
+    }
+
+
+def write_lots(folder):
+    files = {
+        "two_cells.csv": strip({(0, 0): 30, (1, 0): 31}),
+        "constant.csv": strip({place: 40 for place in wave()}),
+        "without_passes.csv": "x_m,y_m,CMV\n"
+        + "".join(f"{i * 0.5},{j * 0.5},{value}\n" for (i, j), value in wave().items()),
+        "without_positions.csv": "CMV\n" + "".join(f"{value}\n" for value in wave(40, 3).values()),
+        "lifts.csv": strip(
+            wave(), "x_m,y_m,Pass,CMV,Lift,Machine", lambda i, j: f",{1 + j % 3},<b>Roller</b> & Sons"
+        ),
+        "job.toml": '[input]\nfiles = ["lifts.csv"]\n[filter]\nlifts = ["2"]\n'
+        '[texts]\ntitle = "<script>alert(1)</script>"\nproject = "Überholspur \\"A 9\\""\n',
+    }
+    for name, text in files.items():
+        (folder / name).write_text(text, encoding="utf-8")
+
+
+REPORTS = {
+    "sample": "sample.csv --tests sample-spots.csv --area sample-alignment.csv --target 50",
+    "deutsch": "sample.csv --tests sample-spots.csv --area sample-alignment.csv --target 50 --lang de"
+    " --preset austria --minimum 30",
+    "two_cells": "two_cells.csv --target 30",
+    "constant": "constant.csv --target 35",
+    "without_passes": "without_passes.csv --target 45",
+    "without_positions": "without_positions.csv",
+    "one_lift_of_three": "--job job.toml --target 45",
+    "three_lifts": "lifts.csv",
+    "million_cells": "million.csv --target 45",
+}
+
+
+def main():
+    words = sys.argv[1:]
+    shots = []
+    if "--shots" in words:
+        at = words.index("--shots")
+        shots = words[at : at + 2]
+        del words[at : at + 2]
+    program, packages = (pathlib.Path(word).resolve() for word in words)
+    if not shutil.which("node"):
+        skip("node is not installed")
+    fetch_packages(packages)
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        write_lots(folder)
+
+        def run(arguments):
+            subprocess.run(
+                [program, *arguments.split()], cwd=folder, check=True, stdout=subprocess.DEVNULL
+            )
+
+        run("generate sample --points 20000")
+        run("generate million --points 1000000 --final-coverage")
+        pages = []
+        for kind, arguments in REPORTS.items():
+            run(f"report {arguments} -o {kind}.html --document {kind}.json --time-stamp 2026-01-01T00:00:00Z")
+            pages += [folder / f"{kind}.html", folder / f"{kind}.json"]
+            size = pages[-2].stat().st_size
+            if size >= 5_000_000:
+                sys.exit(f"{kind}.html has {size} bytes")
+            json.loads(pages[-1].read_text(encoding="utf-8"))
+        done = subprocess.run(
+            ["node", HERE / "browser/run.mjs", packages, *pages, *shots], check=False
+        )
+        if done.returncode == 77:
+            skip("no browser")
+        sys.exit(done.returncode)
+
+
+if __name__ == "__main__":
+    main()
