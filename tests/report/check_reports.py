@@ -3,8 +3,7 @@
 
     tests/report/check_reports.py PROGRAM PACKAGES [--shots FOLDER]
 
-PACKAGES is a folder for the Node packages of the page's tests: they are fetched into it once for each
-lock file. Ends with 77 where Node or a browser is not there, but for a run in which the environment
+PACKAGES is the folder whose node_modules hold playwright-core and axe-core. Ends with 77 where Node or a browser is not there, but for a run in which the environment
 variable QMX_IC_NEEDS_BROWSER is set: there that is a failure.
 """
 
@@ -18,31 +17,11 @@ import sys
 import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
-PAGE = HERE.parent.parent / "report"
 
 
 def skip(why):
     print(why)
     sys.exit(1 if os.environ.get("QMX_IC_NEEDS_BROWSER") else 77)
-
-
-def fetch_packages(folder):
-    npm = shutil.which("npm")
-    if not npm:
-        skip("npm is not installed")
-    lock = (PAGE / "package-lock.json").read_bytes()
-    mark = folder / "fetched"
-    if mark.exists() and mark.read_bytes() == lock:
-        return
-    folder.mkdir(parents=True, exist_ok=True)
-    for name in ("package.json", "package-lock.json"):
-        shutil.copy(PAGE / name, folder)
-    done = subprocess.run(
-        [npm, "ci", "--ignore-scripts", "--no-audit", "--no-fund"], cwd=folder, check=False
-    )
-    if done.returncode:
-        skip("the Node packages could not be fetched")
-    mark.write_bytes(lock)
 
 
 def strip(cells, head="x_m,y_m,Pass,CMV", more=lambda i, j: ""):
@@ -102,7 +81,6 @@ def main():
     program, packages = (pathlib.Path(word).resolve() for word in words)
     if not shutil.which("node"):
         skip("node is not installed")
-    fetch_packages(packages)
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         write_lots(folder)

@@ -85,6 +85,7 @@ export function chartFigure(chart) {
     if (view) view.finalize();
     view = viewOf(chart.spec(shown), wide);
     view.initialize(place).run();
+    place.firstElementChild.setAttribute("aria-hidden", "true"); // the figure has its text
   };
   redrawForPaper(place, redraw, () => width);
   new ResizeObserver(() => {

@@ -35,7 +35,7 @@ export function table(caption, head, rows, options = {}) {
       html("th", { scope: "col", class: numberColumn(rows, index) ? "number" : null }, text)))),
     html("tbody", {}, rows.map((row) => html("tr", { class: row.class },
       (row.cells || row).map((content, index) => cell(content, index, row))))));
-  return html("div", { class: "scroll", tabindex: "0", role: "region", "aria-label": caption }, made);
+  return html("div", { class: "scroll", tabindex: "0", role: "group", "aria-label": caption }, made);
 }
 
 function numberColumn(rows, index) {

@@ -7,7 +7,7 @@ import { cautionsOf, section, sentence } from "./section.js";
 const thinned = (frame) => (frame.thinning > 1.01 ? say("map.thinned", { times: number(frame.thinning, 2) }) : "");
 
 export function maps(report, drawings, value, unit) {
-  if (!drawings) return [section("map.plan", html("p", { class: "missing" }, say("map.none")))];
+  if (!drawings) return [section("map-plan", html("p", { class: "missing" }, say("map.none")))];
   const made = mapsOf(report, drawings, value, unit);
   const judged = drawings.layers.verdict;
   const share = () => {
@@ -23,7 +23,7 @@ export function maps(report, drawings, value, unit) {
   const parts = [];
   if (strip) {
     const road = report.road.frame;
-    parts.push(section("map.strip",
+    parts.push(section("map-strip",
       sentence(
         about,
         say("map.strip.sentence", { from: number(0), to: withUnit(number(road.length), unit), axis: road.axis_from || "–" }),
@@ -32,7 +32,7 @@ export function maps(report, drawings, value, unit) {
         say("map.over"), thinned(strip), enlarged),
       cautionsOf(report, "map", "maps"), html("div", { class: "maps" }, made.strip)));
   }
-  parts.push(section("map.plan",
+  parts.push(section("map-plan",
     sentence(strip ? "" : about, say("map.plan.sentence", { unit: unit ? say("map.unit", { unit }) : say("map.no.unit") }),
       strip ? "" : say("map.no.strip"), thinned(drawings.plan.frame), enlarged),
     html("div", { class: "maps plans" }, made.plan)));
