@@ -3,8 +3,9 @@
 
     tests/report/check_reports.py PROGRAM PACKAGES [--shots FOLDER]
 
-PACKAGES is the folder whose node_modules hold playwright-core and axe-core. Ends with 77 where Node or a browser is not there, but for a run in which the environment
-variable QMX_IC_NEEDS_BROWSER is set: there that is a failure.
+PACKAGES is the folder whose node_modules hold playwright-core and axe-core. Ends with 77 where Node or a
+browser is not there, but for a run in which the environment variable QMX_IC_NEEDS_BROWSER is set: there
+that is a failure.
 """
 
 import json
