@@ -182,7 +182,7 @@ void add_threshold_options(report_options& options) {
     change<std::string>(options, "--preset",
                         fmt::format("Rules whose thresholds are in force: {}", names).c_str(),
                         [](job_settings& settings, const std::string& name) {
-                            settings.thresholds = thresholds_of(name);
+                            choose_preset(settings.thresholds, name);
                             settings.preset = name;
                         })
         ->group(group);
@@ -191,15 +191,22 @@ void add_threshold_options(report_options& options) {
         keys += fmt::format("{}{}", keys.empty() ? "" : ", ", each.key);
     change<std::vector<std::string>>(
         options, "--threshold",
-        fmt::format("A threshold of your own, KEY=NUMBER, may be repeated: {}", keys).c_str(),
+        fmt::format("A threshold of your own, KEY=NUMBER or KEY=off, may be repeated: {}", keys)
+            .c_str(),
         [](job_settings& settings, const std::vector<std::string>& texts) {
             for (const std::string& text : texts) {
                 const std::size_t mark = text.find('=');
+                const std::string key = text.substr(0, mark);
+                const std::string value = mark == std::string::npos ? "" : text.substr(mark + 1);
                 double number = 0;
-                if (mark == std::string::npos ||
-                    !CLI::detail::lexical_cast(text.substr(mark + 1), number))
-                    throw wrong_option("--threshold", ": \"{}\" is no KEY=NUMBER", text);
-                set_threshold(settings.thresholds, text.substr(0, mark), number, "command line");
+                if (value == "off") {
+                    drop_threshold(settings.thresholds, key);
+                } else if (read_plain_number(value, number)) {
+                    set_threshold(settings.thresholds, key, number, "command line");
+                } else {
+                    throw wrong_option("--threshold", ": \"{}\" is neither KEY=NUMBER nor KEY=off",
+                                       text);
+                }
             }
         })
         ->allow_extra_args(false)
