@@ -12,10 +12,10 @@ namespace qmx_study {
 
 namespace {
 
-constexpr std::size_t pieces = 5;
+constexpr std::size_t pieces = 3;
 constexpr std::size_t points_of_piece = 300;
 constexpr std::size_t most_fitted = 20000;
-constexpr double finest_step = 1.003;     // from one tried spacing to the next
+constexpr double finest_step = 1.005;     // from one tried spacing to the next
 constexpr double least_agreement = 0.6;   // 1 where all positions keep a period, about 0 by chance
 constexpr double as_good = 0.9;           // fractions of a period agree as well as itself
 constexpr double share_near_nodes = 0.98; // of all cells
@@ -119,6 +119,7 @@ directions clearest_rows(const std::vector<places>& of_pieces) {
 // where none agrees.
 template <class Agreement> double best_period(double least, double most, Agreement agreement) {
     std::vector<double> tried, agrees;
+    if (!(least > 0)) return 0; // points that share a place
     for (double spacing = least; spacing <= most; spacing *= finest_step) {
         tried.push_back(spacing);
         agrees.push_back(agreement(spacing));

@@ -142,8 +142,9 @@ TEST(Road, StationsAndWeakStretchesAreThoseOfAPlainLoop) {
                 return stretch.from <= answer.stations[k].from &&
                        stretch.to >= answer.stations[k].to;
             };
-            if (is_weak[k])
+            if (is_weak[k]) {
                 EXPECT_TRUE(std::any_of(answer.weak.begin(), answer.weak.end(), holds)) << k;
+            }
         }
         double end_before = -1;
         for (const weak_stretch& stretch : answer.weak) {
