@@ -1,5 +1,6 @@
 // The one file that sees the parser of TOML.
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>

@@ -68,7 +68,7 @@ leading_columns columns_of(const lot_report& report, const table_source& source)
     layout.keeps_positions = true;
     layout.system = system_of(report, source);
     layout.length_unit = reading.x.unit;
-    layout.is_long = true;
+    layout.is_long = layout.in_degrees = true;
     layout.time_stamp = answer.settings.time_stamp;
     const double cell_size = answer.road ? metres_of_cell(*answer.road, reading.x.unit) : 0;
     layout.styles = cell_styles(cells, reading.value.name, reading.value.unit, cell_size);

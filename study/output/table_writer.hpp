@@ -38,6 +38,7 @@ struct table_layout {
     char separator = ',';     // of a text, unless its name asks for tabs
     // A table of many rows: with GDAL it is built on the disk, where a format is made as a whole.
     bool is_long = false;
+    bool in_degrees = false;         // GeoJSON has its points in WGS 84, as its readers expect
     std::vector<layer_style> styles; // stored in a GeoPackage
     std::string time_stamp;          // of a GeoPackage, ISO 8601; "" is the present
 };

@@ -110,7 +110,7 @@ struct vector_output::state {
             options.SetNameValue("GEOMETRY_NAME", free_name(layout, "geom").c_str());
         }
         // Degrees of the globe are all that readers of GeoJSON know.
-        if (format == vector_format::geojson && layout.is_long) {
+        if (format == vector_format::geojson && layout.in_degrees) {
             options.SetNameValue("RFC7946", "YES");
             options.SetNameValue("COORDINATE_PRECISION", "9");
         }

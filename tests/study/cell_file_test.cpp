@@ -121,6 +121,11 @@ TEST(CellFile, IsRefusedUnderNamesThatNothingIsWrittenUnder) {
     EXPECT_NE(message_for(out.file("c.geojson")).find("coordinate system"), std::string::npos);
     report.answer.settings.reading.file = "-";
     EXPECT_NE(message_for(out.file("c.csv")).find("cannot be read twice"), std::string::npos);
+#if !QMX_IC_WITH_GDAL
+    report = report_on(input.name(), "EPSG:25832");
+    EXPECT_NE(message_for(out.file("c.gpkg")).find("has no GDAL"), std::string::npos);
+    EXPECT_NE(message_for(out.file("c.geojson")).find("has no GDAL"), std::string::npos);
+#endif
     EXPECT_EQ(out.files(), 0U);
 }
 
