@@ -36,7 +36,8 @@ export function passes(report) {
   const enough = counts.filter((row) => row.passes >= target).reduce((sum, row) => sum + row.percent, 0);
   return section("pass_counts",
     sentence(isNumber(target) ? say("passes.sentence", { share: percent(enough), passes: count(target) })
-      : say("passes.sentence.plain", { least: count(counts[0].passes), most: count(counts[counts.length - 1].passes) })),
+      : counts.length === 1 ? say("passes.sentence.one", { passes: count(counts[0].passes) })
+        : say("passes.sentence.plain", { least: count(counts[0].passes), most: count(counts[counts.length - 1].passes) })),
     cautionsOf(report, "pass_counts"), drawn(passCounts(counts, target)));
 }
 
@@ -95,8 +96,8 @@ export function semivariogram(report) {
   const unit = part.units && part.units.distance, reading = part.reading, model = part.model;
   return section("semivariogram",
     sentence(
-      reading && reading.flattens !== false && isNumber(reading.range)
-        ? say("variogram.sentence", { range: withUnit(number(reading.range), unit), sill: number(reading.sill) })
+      model && (model.practical_range_on_bound || model.sill_on_bound) ? say("variogram.bound")
+        : reading && reading.flattens !== false && isNumber(reading.range) ? say("variogram.sentence", { range: withUnit(number(reading.range), unit), sill: number(reading.sill) })
         : reading ? say("variogram.rising", { distance: withUnit(number(part.settings && part.settings.cut_off), unit) }) : "",
       model && model.kind ? say("variogram.kind", { kind: has(`model.${model.kind}`) ? say(`model.${model.kind}`) : model.kind }) : "",
       part.failure ? say("variogram.failed", { why: failureText(part.failure) }) : ""),

@@ -17,7 +17,8 @@ export function cautionsOf(report, ...parts) {
 // Why a part is not there, and how to get it.
 export function missingPart(report, part) {
   const found = (report.missing || []).filter((one) => one.part === part);
-  const texts = found.map((one) => sayOrKeep(`missing.${one.key}`, one.text));
+  const sentenceOf = (text) => (/[.!?]$/.test(text) ? text : `${text}.`);
+  const texts = found.map((one) => [sentenceOf(sayOrKeep(`missing.${one.key}`, one.text)), has(`remedy.${one.key}`) ? say(`remedy.${one.key}`) : ""].join(" "));
   return html("p", { class: "missing" }, html("strong", {}, `${say("not.here")}. `),
     texts.length > 0 ? texts.join(" ") : say("missing.plain"));
 }

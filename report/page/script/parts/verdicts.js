@@ -45,5 +45,5 @@ export function verdicts(report) {
   return section("verdicts",
     html("p", { class: `summary ${missed > 0 ? "missed" : met === all.length ? "met" : "not_given"}` }, summary),
     table(say("section.verdicts"), head, all.map(rowOf), { class: "verdicts" }),
-    html("p", { class: "where" }, say("verdict.change"), " ", html("code", {}, "[thresholds]"), ", ", html("code", {}, "--threshold KEY=VALUE")), cautionsOf(report, "verdicts"));
+    html("p", { class: "where" }, say("verdict.change"), " ", html("code", {}, "[thresholds]"), ", ", html("code", {}, "--threshold KEY=NUMBER")), cautionsOf(report, "verdicts"));
 }
