@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 #include <fmt/format.h>
 #include <gcrypt.h>
