@@ -127,8 +127,9 @@ std::string explanation_of(const curve_answer& answer, const curve_question& que
         return memory;
     if (highest_pass < 2) return "Give --max-pass 2 or more.";
     if (points.size() < static_cast<std::size_t>(std::max(question.least_points, 0)))
-        return fmt::format("There are {} points, and --min-points asks for {}.", points.size(),
-                           question.least_points);
+        return fmt::format("There are {} points, fewer than the {} that a pass takes (--min-points "
+                           "of qmx-ic curve).",
+                           points.size(), question.least_points);
     if (first.i_passno < 1)
         return fmt::format("There are pass numbers as low as {}; passes count from 1. Leave them "
                            "out: {}.",

@@ -164,7 +164,9 @@ road_answer analyse(const road_question& question, const std::vector<t_icdata>& 
     road_answer answer;
     answer.lattice = lattice;
     answer.frame = frame_of(cells, lattice);
-    answer.step = round_number_from(answer.frame.length / most_stations);
+    // Two cells at least, so that a station of a full strip holds some.
+    answer.step = round_number_from(std::fmax(answer.frame.length / most_stations,
+                                              2 * std::fmax(lattice.along, lattice.across)));
     // What is left of less than half a step belongs to the last station.
     const double steps = std::fmax(1, std::round(answer.frame.length / answer.step));
     answer.stations.resize(static_cast<std::size_t>(steps));

@@ -12,6 +12,7 @@ namespace qmx_study {
 
 namespace {
 
+constexpr std::int64_t least_values = 3;    // fewer carry no share, as they carry no statistics
 constexpr double metres_of_rounding = 1e-9; // of a length brought to metres
 
 verdict begun(const char* key, const char* part, const threshold& measured_against,
@@ -71,11 +72,18 @@ std::string counted_text(const limit_share& share, bool below, const std::string
                        number_text(share.limit), of_what);
 }
 
+verdict of_few_values(const verdict& one, const limit_share& share) {
+    return not_given(one, "few_values",
+                     fmt::format("{} cells have a value; a share takes {} or more",
+                                 count_text(share.share.of), least_values));
+}
+
 verdict target_verdict(const report_answer& answer, const threshold& least) {
     const verdict one = begun("target", "stats", least, "%");
     if (!answer.settings.target) return not_given(one, "no_target", "no target value is named");
     if (!answer.target_share) return without_part(one, answer);
     const limit_share& share = *answer.target_share;
+    if (share.share.of < least_values) return of_few_values(one, share);
     const threshold* const fraction =
         find_threshold(answer.settings.thresholds, "target_fraction_percent");
     const std::string target = number_text(*answer.settings.target);
@@ -146,6 +154,7 @@ verdict share_verdict(const char* key, const report_answer& answer, const thresh
     const verdict one = begun(key, "stats", least, "%");
     if (!answer.settings.minimum) return not_given(one, "no_minimum", "no minimum value is named");
     if (!share) return without_part(one, answer);
+    if (share->share.of < least_values) return of_few_values(one, *share);
     return given(one, share->share.percent(), share->share.percent() >= least.value,
                  counted_text(*share, false, of_what));
 }
