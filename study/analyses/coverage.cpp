@@ -12,6 +12,7 @@
 #include "study/analyses/lot_notes.hpp"
 #include "study/analyses/scattered_lattice.hpp"
 #include "study/analyses/wrong_option.hpp"
+#include "study/base/portable_math.hpp"
 #include "study/base/value_text.hpp"
 #include "study/shapes/coverage_areas.hpp"
 
@@ -159,7 +160,7 @@ double length_of(const outline& ring) {
     double length = 0;
     for (std::size_t i = 0; i < ring.x.size(); ++i) {
         const std::size_t next = (i + 1) % ring.x.size();
-        length += std::hypot(ring.x[next] - ring.x[i], ring.y[next] - ring.y[i]);
+        length += portable::length_of(ring.x[next] - ring.x[i], ring.y[next] - ring.y[i]);
     }
     return length;
 }

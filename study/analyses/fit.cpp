@@ -10,6 +10,7 @@
 
 #include "study/analyses/least_squares.hpp"
 #include "study/analyses/wrong_option.hpp"
+#include "study/base/portable_math.hpp"
 #include "study/base/value_text.hpp"
 
 namespace qmx_study {
@@ -80,7 +81,7 @@ double distance_ratio(const fit_answer& answer) {
 
 double digits_lost(const fit_answer& answer) {
     const double ratio = distance_ratio(answer);
-    return ratio < 2 ? 0 : answer.degree * std::log10(2 * ratio);
+    return ratio < 2 ? 0 : answer.degree * portable::decimal_logarithm(2 * ratio);
 }
 
 double middle(const fit_answer& answer) {
@@ -88,7 +89,7 @@ double middle(const fit_answer& answer) {
 }
 
 double digits_of_abscissa(const fit_answer& answer) {
-    return digits_of_ordinate - std::log10(distance_ratio(answer));
+    return digits_of_ordinate - portable::decimal_logarithm(distance_ratio(answer));
 }
 
 // Whether digits that the result could show are at stake.

@@ -11,6 +11,7 @@
 #include "study/analyses/lot_notes.hpp"
 #include "study/analyses/mesh.hpp"
 #include "study/analyses/wrong_option.hpp"
+#include "study/base/portable_math.hpp"
 #include "study/base/value_text.hpp"
 #include "study/lot/plane.hpp"
 
@@ -54,7 +55,7 @@ double median_step_of(const std::vector<track_record>& records) {
     for (const track_record& record : records) {
         const track_record*& before = last[record.track];
         if (before) {
-            const double step = std::hypot(record.x - before->x, record.y - before->y);
+            const double step = portable::length_of(record.x - before->x, record.y - before->y);
             if (step > 0) steps.push_back(step);
         }
         before = &record;

@@ -1,4 +1,5 @@
 #include "study/analyses/gridding.hpp"
+#include "study/base/portable_math.hpp"
 
 #include <algorithm>
 #include <array>
@@ -31,7 +32,7 @@ double cross(vector_2d a, vector_2d b) {
     return a.x * b.y - a.y * b.x;
 }
 vector_2d unit(vector_2d a) {
-    return (1 / std::hypot(a.x, a.y)) * a;
+    return (1 / portable::length_of(a.x, a.y)) * a;
 }
 
 struct place {
@@ -60,7 +61,7 @@ place_list places_of(const std::vector<track_record>& records, const grid_settin
         track_end& end = ends[record.track];
         const vector_2d at{record.x, record.y};
         const auto reaches = [&](vector_2d from) {
-            return std::hypot(at.x - from.x, at.y - from.y);
+            return portable::length_of(at.x - from.x, at.y - from.y);
         };
         const bool follows = end.place >= 0 && reaches(end.at) <= settings.gap;
         end.at = at;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "study/base/portable_math.hpp"
 #include "study/lot/bulk.hpp"
 
 namespace qmx_study {
@@ -67,7 +68,8 @@ double median_spacing(std::vector<place> places) {
         const auto is_beyond = [&](const place& other) {
             const double along = std::fabs(other.along - places[here].along);
             if (along < nearest)
-                nearest = std::min(nearest, std::hypot(along, other.across - places[here].across));
+                nearest = std::min(nearest,
+                                   portable::length_of(along, other.across - places[here].across));
             return along >= nearest;
         };
         for (std::size_t j = here + 1; j < count && !is_beyond(places[j]); ++j) {}
@@ -81,12 +83,12 @@ double median_spacing(std::vector<place> places) {
 
 // The greatest number of few digits that is not above the length.
 double rounded_down(double length) {
-    const double power = std::pow(10, std::floor(std::log10(length)));
+    const double power = portable::power_of_ten(portable::decimal_exponent(length));
     double best = power;
     for (const double digits : {1.0, 1.5, 2.0, 2.5, 3.0, 4.0, 5.0, 6.0, 8.0, 10.0})
         if (digits * power <= length * (1 + 1e-9)) best = digits * power;
     // The digits as one would write them: 0.3, not 0.30000000000000004.
-    const double scale = std::pow(10, 2 - std::floor(std::log10(best)));
+    const double scale = portable::power_of_ten(2 - portable::decimal_exponent(best));
     return std::round(best * scale) / scale;
 }
 
@@ -107,10 +109,10 @@ point_layout layout_of(const std::vector<t_icdata>& points) {
     layout.middle_x = all.middle_x();
     layout.middle_y = all.middle_y();
     layout.reach = std::max(all.right - all.left, all.top - all.bottom) / 2;
-    layout.whole_diagonal = std::hypot(east.length(), north.length());
+    layout.whole_diagonal = portable::length_of(east.length(), north.length());
     const span inner_east = inner_span(x);
     const span inner_north = inner_span(y);
-    const double inner = std::hypot(inner_east.length(), inner_north.length());
+    const double inner = portable::length_of(inner_east.length(), inner_north.length());
     const bool has_stray = inner > 0 && 2 * inner < layout.whole_diagonal;
     layout.diagonal = has_stray ? inner : layout.whole_diagonal;
 

@@ -1,4 +1,5 @@
 #include "study/analyses/line_statistics.hpp"
+#include "study/base/portable_math.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +11,7 @@ double two_sided_student(double t, int degrees_of_freedom) {
     if (std::isnan(t)) return t;
     if (std::isinf(t)) return 0;
     const double freedom = degrees_of_freedom;
-    const double root = std::hypot(t, std::sqrt(freedom));
+    const double root = portable::length_of(t, std::sqrt(freedom));
     const double sine = std::fabs(t) / root;
     const double cosine = std::sqrt(freedom) / root;
     const bool is_odd = degrees_of_freedom % 2 != 0;
@@ -22,7 +23,8 @@ double two_sided_student(double t, int degrees_of_freedom) {
         term *= cosine * cosine * (k + 1) / (k + 2);
     }
     const double inside =
-        is_odd ? 2 / std::numbers::pi * (std::atan2(sine, cosine) + sine * sum) : sine * sum;
+        is_odd ? 4 * portable::turns_of(sine, cosine) + 2 / std::numbers::pi * sine * sum
+               : sine * sum;
     return std::clamp(1 - inside, 0.0, 1.0);
 }
 

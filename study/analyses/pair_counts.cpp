@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numbers>
 
 #include "study/analyses/library_call.hpp"
+#include "study/base/portable_math.hpp"
 
 namespace qmx_study {
 
@@ -19,7 +19,7 @@ bool keeps_its_class(const t_icdata& start, const t_icdata& end, double length, 
                       static_cast<double>(static_cast<float>(start.d_x));
     const double dy = static_cast<double>(static_cast<float>(end.d_y)) -
                       static_cast<double>(static_cast<float>(start.d_y));
-    return std::fabs(std::hypot(dx, dy) - length) <= (length > 0 ? lag / 8 : 0);
+    return std::fabs(portable::length_of(dx, dy) - length) <= (length > 0 ? lag / 8 : 0);
 }
 
 // Puts a pair of each class to the east of the points, in rows of ten. False where 32-bit positions
@@ -36,15 +36,15 @@ bool lay_out_pairs(std::vector<t_icdata>& points, const t_gamvset_user& settings
     }
     for (const t_icdata& point : points) east = std::max(east, point.d_x);
 
-    const double angle = static_cast<double>(settings.x_azm) * std::numbers::pi / 180;
+    const double turns = static_cast<double>(settings.x_azm) / 360;
     for (int k = 0; k < settings.i_nlag + 2; ++k) {
         const double length = k == 0 ? 0 : k == 1 ? lag / 4 : (k - 1) * lag;
         t_icdata start{};
         start.d_x = east + apart * (1 + k % pairs_in_a_row);
         start.d_y = north + apart * (k / pairs_in_a_row - pairs_in_a_row / 2);
         t_icdata end = start;
-        end.d_x += length * std::sin(angle);
-        end.d_y += length * std::cos(angle);
+        end.d_x += length * portable::sine_of_turns(turns);
+        end.d_y += length * portable::cosine_of_turns(turns);
         end.d_val = 1;
         if (!keeps_its_class(start, end, length, lag)) return false;
         points.push_back(start);

@@ -1,4 +1,5 @@
 #include "study/analyses/quantiles.hpp"
+#include "study/base/portable_math.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -22,7 +23,7 @@ std::vector<quantile> quantiles_of(std::vector<double> values,
         const std::size_t next = std::min(at + 1, values.size() - 1);
         const double part = rank - below;
         result.push_back(
-            {percent, part > 0 ? std::lerp(values[at], values[next], part) : values[at]});
+            {percent, part > 0 ? portable::between(values[at], values[next], part) : values[at]});
     }
     return result;
 }

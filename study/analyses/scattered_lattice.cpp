@@ -1,4 +1,5 @@
 #include "study/analyses/scattered_lattice.hpp"
+#include "study/base/portable_math.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +21,7 @@ struct axis {
 };
 
 double cosine_of(double distance, double spacing) {
-    return std::cos(2 * std::numbers::pi * distance / spacing);
+    return portable::cosine_of_turns(distance / spacing);
 }
 
 // Differences of sorted coordinates, spread over the window without a period of their own: evenly
@@ -116,13 +117,11 @@ void find_origin(axis& along, const std::vector<double>& coordinates) {
     double cosines = 0;
     double sines = 0;
     for (const double coordinate : coordinates) {
-        const double turn =
-            2 * std::numbers::pi * ((coordinate - coordinates.front()) / along.spacing);
-        cosines += std::cos(turn);
-        sines += std::sin(turn);
+        const double turns = (coordinate - coordinates.front()) / along.spacing;
+        cosines += portable::cosine_of_turns(turns);
+        sines += portable::sine_of_turns(turns);
     }
-    along.origin =
-        coordinates.front() + std::atan2(sines, cosines) * along.spacing / (2 * std::numbers::pi);
+    along.origin = coordinates.front() + portable::turns_of(sines, cosines) * along.spacing;
 }
 
 // Settles the scatter. False where too few coordinates lie near nodes.
@@ -200,8 +199,10 @@ std::optional<scattered_lattice> scattered_lattice_of(const std::vector<t_icdata
     const auto x = axis_of(points, &t_icdata::d_x, spacing(&mesh_size::x));
     const auto y = x ? axis_of(points, &t_icdata::d_y, spacing(&mesh_size::y)) : std::nullopt;
     if (!x || !y) return {};
-    return scattered_lattice{
-        {x->spacing, y->spacing}, x->origin, y->origin, std::hypot(x->scatter, y->scatter)};
+    return scattered_lattice{{x->spacing, y->spacing},
+                             x->origin,
+                             y->origin,
+                             portable::length_of(x->scatter, y->scatter)};
 }
 
 void snap(std::vector<t_icdata>& points, const scattered_lattice& lattice) {

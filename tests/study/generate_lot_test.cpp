@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 #include <numbers>
 #include <vector>
@@ -34,6 +35,27 @@ TEST(PortableMath, AgreesWithTheMathematicsLibrary) {
         const double past = std::fabs(k / 6.0), decay = std::exp(-past);
         ASSERT_NEAR(portable::exponential_decay(-past), decay, (4e-16 + 1e-14 * past) * decay);
     }
+    for (int k = -2000; k <= 2000; ++k) {
+        const double angle = k * std::numbers::pi / 1999.5;
+        const double radius = std::exp2(k / 3.0);
+        const double x = radius * std::cos(angle), y = radius * std::sin(angle);
+        ASSERT_NEAR(portable::turns_of(y, x), std::atan2(y, x) / (2 * std::numbers::pi), 1.5e-16)
+            << k;
+        ASSERT_NEAR(portable::length_of(x, y), std::hypot(x, y), 4e-16 * radius) << k;
+        const double length = std::exp2(k / 40.0);
+        const int exponent = portable::decimal_exponent(length);
+        ASSERT_TRUE(portable::power_of_ten(exponent) <= length &&
+                    length < portable::power_of_ten(exponent + 1))
+            << k;
+        ASSERT_EQ(portable::between(x, y, 0.3), std::lerp(x, y, 0.3));
+    }
+    for (int exponent = -22; exponent <= 22; ++exponent)
+        EXPECT_EQ(portable::power_of_ten(exponent),
+                  std::strtod(("1e" + std::to_string(exponent)).c_str(), nullptr));
+    EXPECT_EQ(portable::turns_of(0, 0), 0);
+    EXPECT_EQ(portable::turns_of(1, 0), 0.25);
+    EXPECT_EQ(portable::turns_of(0, -1), 0.5);
+    EXPECT_EQ(portable::length_of(1e300, -1e300), std::hypot(1e300, 1e300));
     EXPECT_EQ(portable::cosine_of_turns(0.25), 0);
     EXPECT_EQ(portable::sine_of_turns(0.25), 1);
 }
