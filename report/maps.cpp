@@ -202,9 +202,29 @@ bool enlarge_points(map_lattice& lattice, const qmx_study::cell_table& cells) {
     return true;
 }
 
+// Cells without a place are on no map.
+qmx_study::cell_table placed(const qmx_study::cell_table& cells) {
+    qmx_study::cell_table kept;
+    for (std::size_t k = 0; k < cells.size(); ++k) {
+        if (!std::isfinite(cells.x[k]) || !std::isfinite(cells.y[k])) continue;
+        kept.x.push_back(cells.x[k]);
+        kept.y.push_back(cells.y[k]);
+        kept.value.push_back(cells.value[k]);
+        if (k < cells.pass.size()) kept.pass.push_back(cells.pass[k]);
+        if (k < cells.verdict.size()) kept.verdict.push_back(cells.verdict[k]);
+    }
+    return kept;
+}
+
+bool all_finite(const std::vector<double>& values) {
+    return std::all_of(values.begin(), values.end(), [](double one) { return std::isfinite(one); });
+}
+
 } // namespace
 
 json maps_of(const json& document, const qmx_study::cell_table& cells, const map_limits& limits) {
+    if (!all_finite(cells.x) || !all_finite(cells.y))
+        return maps_of(document, placed(cells), limits);
     if (cells.size() == 0) return nullptr;
     map_lattice lattice = usable_lattice(cells, lattice_in(document));
     const bool is_enlarged = enlarge_points(lattice, cells);

@@ -66,8 +66,17 @@ export function number(value, digits = 4) {
   return written(value, 0, Math.max(0, Math.min(12, digits - before)));
 }
 
+// Almost nothing does not read as nothing, nor almost all as all.
+const roundsAway = (value, decimals) => {
+  const shown = Number(value.toFixed(decimals));
+  return (value > 0 && shown === 0) || (value < 100 && shown === 100);
+};
+
 export function percent(value, decimals = 1) {
-  return isNumber(value) ? `${fixed(value, decimals)}${narrowSpace}%` : nothing;
+  if (!isNumber(value)) return nothing;
+  let more = decimals;
+  while (more < 6 && roundsAway(value, more)) ++more;
+  return `${fixed(value, more)}${narrowSpace}%`;
 }
 
 export function withUnit(text, unit) {
@@ -79,7 +88,8 @@ export function withUnit(text, unit) {
 export function beside(value, threshold, decimals = 1) {
   if (!isNumber(value)) return nothing;
   for (let more = decimals; more < 10; ++more)
-    if (!isNumber(threshold) || value === threshold || Number(value.toFixed(more)) !== Number(threshold.toFixed(more)))
+    if (threshold > 1 && roundsAway(value, more)) continue;
+    else if (!isNumber(threshold) || value === threshold || Number(value.toFixed(more)) !== Number(threshold.toFixed(more)))
       return fixed(value, more);
   return number(value, 12);
 }
