@@ -6,7 +6,7 @@ export async function layout(page, check) {
   const found = await page.evaluate(() => {
     const wide = document.documentElement.clientWidth;
     const beyond = [...document.querySelectorAll("main *, header *")].filter((element) => {
-      if (element.closest("svg") && element.tagName !== "svg") return false;
+      if (element.parentElement.closest("svg")) return false; // clipped by the drawing that it stands in
       if (element.closest(".scroll") && !element.matches(".scroll")) return false;
       const at = element.getBoundingClientRect();
       return at.width > 0 && (at.right > wide + 1 || at.left < -1) && getComputedStyle(element).position !== "absolute";
