@@ -72,6 +72,9 @@ REPORTS = {
 }
 
 
+THOROUGH = "sample.html,deutsch.html,million_cells.html"
+
+
 def main():
     words = sys.argv[1:]
     shots = []
@@ -102,7 +105,8 @@ def main():
                 sys.exit(f"{kind}.html has {size} bytes")
             json.loads(pages[-1].read_text(encoding="utf-8"))
         done = subprocess.run(
-            ["node", HERE / "browser/run.mjs", packages, *pages, *shots], check=False
+            ["node", HERE / "browser/run.mjs", packages, *pages, *shots, "--thorough", THOROUGH],
+            check=False,
         )
         if done.returncode == 77:
             skip("no browser")

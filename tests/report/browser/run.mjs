@@ -1,6 +1,8 @@
 // Opens pages from disk in a browser and tries them:
 //
-//   node run.mjs PACKAGES [PAGE.html DOCUMENT.json]... [--shots FOLDER]
+//   node run.mjs PACKAGES [PAGE.html DOCUMENT.json]... [--shots FOLDER] [--thorough PAGE,...]
+//
+// Pages that are not among the thorough ones are opened once; without that option all are tried in full.
 //
 // PACKAGES is a folder with node_modules that hold playwright-core and axe-core. Ends with 77 where
 // these or a browser are not there.
@@ -12,8 +14,13 @@ import { numbers } from "./numbers.mjs";
 import { layout, paper } from "./layout.mjs";
 
 const words = process.argv.slice(2);
-const shotsAt = words.indexOf("--shots");
-const shots = shotsAt < 0 ? null : resolve(words.splice(shotsAt, 2)[1]);
+const option = (name) => {
+  const at = words.indexOf(name);
+  return at < 0 ? null : words.splice(at, 2)[1];
+};
+const shotsFolder = option("--shots");
+const shots = shotsFolder && resolve(shotsFolder);
+const thorough = (option("--thorough") ?? "").split(",").filter(Boolean);
 if (shots) mkdirSync(shots, { recursive: true });
 const [packages, ...files] = words.map((name) => resolve(name));
 
@@ -66,24 +73,41 @@ async function accessible(page, name) {
           `${one.impact}: ${one.help}: ${one.nodes.slice(0, 3).map((node) => node.target.join(" ")).join(" | ")}`);
 }
 
-for (let k = 0; k + 1 < files.length; k += 2) {
-  const file = files[k], name = file.split("/").pop();
-  const report = JSON.parse(readFileSync(files[k + 1], "utf8"));
+const checking = (name) => (what, isTrue, found) => check(`${name} ${what}`, isTrue, found);
+
+// Everything that a page can do, at all widths and on paper.
+async function tryAll(file, name, report) {
   const begin = Date.now();
   const page = await opened(file, { width: 1366, height: 900 });
   console.log(`${name}: open after ${Date.now() - begin} ms`);
-  await numbers(page, report, (what, isTrue, found) => check(`${name} ${what}`, isTrue, found));
+  await numbers(page, report, checking(name));
   await accessible(page, name);
-  await controls(page, report, (what, isTrue, found) => check(`${name} ${what}`, isTrue, found));
+  await controls(page, report, checking(name));
   await page.context().close();
   for (const width of [360, 1366, 2560]) {
     const sized = await opened(file, { width, height: 900 });
-    await layout(sized, (what, isTrue, found) => check(`${name} at ${width} ${what}`, isTrue, found));
+    await layout(sized, checking(`${name} at ${width}`));
     if (width === 360) await accessible(sized, `${name} at 360`);
     if (shots) await sized.screenshot({ path: join(shots, `${name}-${width}.png`), fullPage: true });
-    if (width === 1366) await paper(sized, shots && join(shots, name), (what, isTrue, found) => check(`${name} ${what}`, isTrue, found));
+    if (width === 1366) await paper(sized, shots && join(shots, name), checking(name));
     await sized.context().close();
   }
+}
+
+// Whether a page says what the document says, on a telephone.
+async function tryOnce(file, name, report) {
+  const page = await opened(file, { width: 360, height: 900 });
+  await numbers(page, report, checking(name));
+  await layout(page, checking(`${name} at 360`));
+  await accessible(page, name);
+  if (shots) await page.screenshot({ path: join(shots, `${name}-360.png`), fullPage: true });
+  await page.context().close();
+}
+
+for (let k = 0; k + 1 < files.length; k += 2) {
+  const name = files[k].split("/").pop();
+  const report = JSON.parse(readFileSync(files[k + 1], "utf8"));
+  await (thorough.length === 0 || thorough.includes(name) ? tryAll : tryOnce)(files[k], name, report);
 }
 await browser.close();
 for (const line of failures) console.log(`FAILED ${line}`);
