@@ -1,5 +1,7 @@
 // qmx-ic report FILE...: all analyses of a lot as a page that is signed, and as a document and tables.
 
+#include <algorithm>
+#include <cstdio>
 #include <ctime>
 #include <functional>
 #include <memory>
@@ -92,13 +94,41 @@ std::vector<std::string> inputs_of(const job_settings& settings) {
 }
 
 // Before anything is read.
-void check(const job_settings& settings) {
+void check(const job_settings& settings, bool as_json) {
     const std::vector<std::string> inputs = inputs_of(settings);
-    for (const std::string& output : {settings.report, settings.document, settings.cells})
-        if (!output.empty()) refuse_inputs_as_output(inputs, output);
+    std::vector<std::string> outputs;
+    for (const std::string& output : {settings.report, settings.document, settings.cells}) {
+        if (output.empty()) continue;
+        refuse_inputs_as_output(inputs, output);
+        if (std::find(outputs.begin(), outputs.end(), output) != outputs.end())
+            throw usage_error(fmt::format("{} is named for two outputs; give each a name", output));
+        outputs.push_back(output);
+    }
+    if (as_json && std::find(outputs.begin(), outputs.end(), "-") != outputs.end())
+        throw wrong_option("--json", " and an output named - both want standard output");
     if (!settings.cells.empty()) check_output_name(settings.cells);
     if (!settings.report.empty())
         qmx_report::check(qmx_report::page_options{settings.language, settings.logo});
+}
+
+// A file, or standard output.
+void write_text(const std::string& output, const std::string& text) {
+    if (output == "-") {
+        fmt::print("{}", text);
+    } else if (!output.empty()) {
+        write_output(output, text);
+    }
+}
+
+// What was written, or how to get the page.
+std::string written(const job_settings& settings) {
+    std::string text;
+    for (const std::string& output :
+         {settings.report, settings.document, settings.tables, settings.cells})
+        if (!output.empty() && output != "-") text += fmt::format("  {}\n", output);
+    if (settings.report.empty())
+        text += "  no page: -o report.html writes one, with maps and charts\n";
+    return "\nWritten\n" + text;
 }
 
 bool has_missed(const report_answer& answer) {
@@ -109,18 +139,21 @@ bool has_missed(const report_answer& answer) {
 
 void run(const report_options& options) {
     const job_settings settings = settings_of(options);
-    check(settings);
+    check(settings, options.as_json);
     progress shown(progress_line());
     const lot_report report = report_of(settings, shown);
     const json document = document_of(report.answer);
     if (!settings.report.empty())
-        write_output(settings.report, qmx_report::page_of(document, report.cells,
-                                                          {settings.language, settings.logo}));
-    if (!settings.document.empty()) write_output(settings.document, text_of(document));
+        write_text(settings.report,
+                   qmx_report::page_of(document, report.cells, {settings.language, settings.logo}));
+    if (!settings.document.empty()) write_text(settings.document, text_of(document));
     if (!settings.tables.empty()) write_report_tables(settings.tables, document);
     if (!settings.cells.empty()) write_cells(settings.cells, report, shown);
     shown.clear();
-    fmt::print("{}", options.as_json ? text_of(document) : report_text(document));
+    const bool is_taken =
+        settings.report == "-" || settings.document == "-" || settings.cells == "-";
+    fmt::print(is_taken ? stderr : stdout, "{}",
+               options.as_json ? text_of(document) : report_text(document) + written(settings));
     if (options.exit_code && has_missed(report.answer)) throw target_not_met();
 }
 
