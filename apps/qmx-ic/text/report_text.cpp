@@ -1,5 +1,7 @@
 #include "text/report_text.hpp"
 
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "study/base/value_text.hpp"
@@ -59,9 +61,14 @@ std::string data_text(const json& document) {
             text += fmt::format("{:<10}{}{}\n", role, text_at(column, "name"),
                                 unit_suffix(text_at(column, "unit")));
     }
-    text += fmt::format("Rows      {} read, {} used, {} dropped, {} left out by filters\n",
-                        count("rows_read"), count("rows_used"), count("rows_dropped"),
-                        count("rows_left_out_by_filter"));
+    text += fmt::format("Rows      {} read, {} used, {} dropped", count("rows_read"),
+                        count("rows_used"), count("rows_dropped"));
+    for (const auto& [key, what] :
+         {std::pair{"rows_left_out_by_filter", "left out by filters"},
+          std::pair{"rows_of_earlier_passes", "of earlier passes, for the finished layer"},
+          std::pair{"rows_left_without_position", "left out without a position"}})
+        if (input[key].get<std::int64_t>() > 0) text += fmt::format(", {} {}", count(key), what);
+    text += "\n";
     for (const json& each : input["dropped"])
         text += fmt::format("          {}: {}\n", count_text(each["count"].get<std::int64_t>()),
                             text_at(each, "text"));
