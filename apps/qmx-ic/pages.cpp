@@ -97,7 +97,7 @@ std::string bash_of(const CLI::App& program) {
 }
 
 // Inside single quotes of a shell, and without what zsh takes for more than text.
-std::string quoted(const std::string& text) {
+std::string in_marks(const std::string& text) {
     std::string plain;
     for (const char c : replaced(text, "'", "'\\''"))
         plain += c == '[' || c == ']' || c == ':' ? std::string("\\") + c : std::string(1, c);
@@ -109,7 +109,7 @@ std::string zsh_of(const CLI::App& program) {
                          "    commands=(\n";
     for (const CLI::App* const command : commands_of(program))
         script += fmt::format("        '{}:{}'\n", command->get_name(),
-                              quoted(command->get_description()));
+                              in_marks(command->get_description()));
     script += "    )\n    _describe command commands\n    return\nfi\n"
               "shift words; (( CURRENT-- ))\ncase $words[1] in\n";
     for (const CLI::App* const command : commands_of(program)) {
@@ -117,7 +117,7 @@ std::string zsh_of(const CLI::App& program) {
         for (const CLI::Option* const option : options_of(*command))
             if (!long_name(*option).empty())
                 script += fmt::format("        '{}[{}]{}' \\\n", long_name(*option),
-                                      quoted(option->get_description()),
+                                      in_marks(option->get_description()),
                                       takes_value(*option) ? ":value:_files" : "");
         script += "        '*:file:_files'\n    ;;\n";
     }

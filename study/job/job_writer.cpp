@@ -30,7 +30,7 @@ bool is_control(char c) {
     return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
 }
 
-std::string quoted(std::string_view text) {
+std::string in_marks(std::string_view text) {
     const bool is_plain = std::none_of(text.begin(), text.end(), is_control);
     for (std::string_view rest = text; !rest.empty();) {
         const std::size_t length = character_length(rest);
@@ -59,9 +59,9 @@ std::string quoted(std::string_view text) {
     return result + '"';
 }
 
-std::string quoted(const std::vector<std::string>& texts) {
+std::string in_marks(const std::vector<std::string>& texts) {
     std::string list;
-    for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + quoted(text);
+    for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + in_marks(text);
     return "[" + list + "]";
 }
 
@@ -74,9 +74,9 @@ std::string written(const job_value& value) {
         std::string operator()(std::monostate) const { return {}; }
         std::string operator()(bool flag) const { return flag ? "true" : "false"; }
         std::string operator()(double number) const { return fmt::format("{}", number); }
-        std::string operator()(const std::string& text) const { return quoted(text); }
+        std::string operator()(const std::string& text) const { return in_marks(text); }
         std::string operator()(const std::vector<std::string>& texts) const {
-            return quoted(texts);
+            return in_marks(texts);
         }
         std::string operator()(const number_range& range) const {
             return fmt::format("[{}, {}]", bound(range.least, "-inf"), bound(range.most, "inf"));

@@ -1,6 +1,6 @@
 // What the data are, and how they were read.
 import { html, table, unfolding } from "../elements.js";
-import { count, has, number, say, withUnit } from "../texts.js";
+import { count, has, number, say, sayOrKeep, withUnit } from "../texts.js";
 import { timeText } from "./head.js";
 import { cautionsOf, section, sentence } from "./section.js";
 
@@ -20,8 +20,15 @@ function fates(input) {
   return table(say("data.rows"), [say("data.fate"), say("data.rows")], rows, { showCaption: true, class: "narrow" });
 }
 
+// In English the document says it; elsewhere the reason is known by its key, without the column's role.
+const droppedText = (one) => {
+  const key = `dropped.${one.reason.replace(/^.*_(missing_code|missing|not_a_number|in_another_unit)$/, "$1")}`;
+  const words = sayOrKeep(key, one.text || one.reason);
+  return one.column ? words.replace("{column}", one.column) : words.includes("{column}") ? one.text : words;
+};
+
 function dropped(input) {
-  const rows = (input.dropped || []).map((one) => [one.text || one.reason, { number: count(one.count) }, { number: count(one.first_line) },
+  const rows = (input.dropped || []).map((one) => [droppedText(one), { number: count(one.count) }, { number: count(one.first_line) },
     [one.column, one.value].filter((part) => part !== null && part !== undefined && part !== "").join(": ")]);
   return rows.length === 0 ? null
     : table(say("data.dropped"), [say("data.reason"), say("data.rows"), say("data.first.line"), say("data.example")], rows, { showCaption: true });
