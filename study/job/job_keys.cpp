@@ -250,11 +250,12 @@ void add_threshold_keys(std::vector<job_key>& all) {
     all.push_back(key_of<&settings::preset>("thresholds", "preset", job_kind::preset,
                                             "the rules that the thresholds come from",
                                             "\"general\""));
+    const std::vector<threshold> general = thresholds_of("general");
+    const std::vector<threshold> austrian = thresholds_of("austria");
     for (const known_threshold& each : known_thresholds()) {
         const std::string_view unit = each.unit;
-        const threshold* const usual = find_threshold(thresholds_of("general"), each.key);
-        const threshold* const austrian = find_threshold(thresholds_of("austria"), each.key);
-        const threshold* const shown = usual ? usual : austrian;
+        const threshold* const usual = find_threshold(general, each.key);
+        const threshold* const shown = usual ? usual : find_threshold(austrian, each.key);
         all.push_back({"thresholds", each.key, job_kind::threshold,
                        fmt::format("{}{}{}", each.what, unit.empty() ? "" : ", in ", unit),
                        fmt::format("{}", shown ? shown->value : each.least)});
