@@ -21,14 +21,15 @@ NUMERIC = {"base", "numeric/errors"}  # knows no events
 # What each folder may include besides itself: folders with what lies below them, or single headers.
 SRC = {
     "base": set(),
+    "blas": {"base"},
     "events": {HEADER, "base"},
     "numeric/errors": {"base"},
-    "numeric/arithmetic": NUMERIC,
+    "numeric/arithmetic": NUMERIC | {"blas/blas.hpp"},
     "numeric/sorting": NUMERIC,
     "numeric/plot": NUMERIC,
     "numeric/distributions": NUMERIC | {"numeric/arithmetic"},
     "numeric/statistics": NUMERIC | {"numeric/arithmetic", "numeric/distributions"},
-    "numeric/regression": NUMERIC | {"numeric/arithmetic", "numeric/distributions", "numeric/sorting"},
+    "numeric/regression": NUMERIC | {"blas/blas.hpp", "numeric/arithmetic", "numeric/distributions", "numeric/sorting"},
     "numeric/polynomial": NUMERIC | {"numeric/arithmetic", "numeric/regression", "numeric/sorting"},
     "numeric/bounded": NUMERIC | {"numeric/arithmetic"},
     "logs": {"base", "events", "numeric"},

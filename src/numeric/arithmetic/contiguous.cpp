@@ -1,6 +1,6 @@
 #include "numeric/arithmetic/contiguous.hpp"
 
-#include "numeric/arithmetic/blas.hpp"
+#include "blas/blas.hpp"
 
 namespace qmx::numeric {
 namespace {

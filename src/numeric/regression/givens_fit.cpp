@@ -1,7 +1,7 @@
 #include "numeric/regression/givens_fit.hpp"
 
 #include "base/elementary_functions.hpp"
-#include "numeric/arithmetic/blas.hpp"
+#include "blas/blas.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // The BLAS routines in use, by their standard Fortran interface: arguments by reference, increments
-// in elements. Only the numerical routines include this.
+// in elements. Which library they come from is settled when the program is built.
 #pragma once
 
 #include "base/base_types.hpp"
