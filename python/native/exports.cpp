@@ -1,6 +1,5 @@
-// The compiled part of the package qmx_ic.
 #include <nanobind/nanobind.h>
 
-NB_MODULE(_native, module) {
+NB_MODULE(_exports, module) {
     module.attr("version") = QMX_IC_VERSION;
 }
