@@ -54,7 +54,7 @@ async function checkSaid() {
   };
   const filled = (text, form) => text.replace(/\{(\w+)\}/g, (_, place) => (samples[place.replace(/\d+$/, "")] || ["a b.csv", "a b.csv"])[form]);
   setLanguage("de");
-  for (const family of ["said", "dropped", "filter.what", "range", "from"]) {
+  for (const family of ["said", "dropped", "example", "filter.what", "range", "from"]) {
     const all = templatesOf(family);
     if (all.length === 0) throw new Error(`texts.json: no ${family}`);
     for (const [key, text] of all) {

@@ -23,7 +23,7 @@ function fates(input) {
 
 function dropped(input) {
   const rows = (input.dropped || []).map((one) => [told(one.text, "dropped") || one.reason, { number: count(one.count) }, { number: count(one.first_line) },
-    [one.column, one.value].filter((part) => part !== null && part !== undefined && part !== "").join(": ")]);
+    [one.column, one.column ? one.value : told(one.value, "example")].filter((part) => part !== null && part !== undefined && part !== "").join(": ")]);
   return rows.length === 0 ? null
     : table(say("data.dropped"), [say("data.reason"), say("data.rows"), say("data.first.line"), say("data.example")], rows, { showCaption: true });
 }
