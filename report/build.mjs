@@ -48,7 +48,7 @@ async function checkSaid() {
   });
   const { setLanguage, told, templatesOf } = await import(`data:text/javascript;base64,${Buffer.from(made.outputFiles[0].contents).toString("base64")}`);
   const samples = {
-    number: ["-1234.50", "−1\u202f234,50"], quantity: ["0.25 US survey ft", "0,25 US survey ft"], line: ["12", "12"],
+    number: ["-1234.50", "−1\u202f234,50"], quantity: ["4.95e+03 US survey ft", "4\u202f950 US survey ft"], line: ["12", "12"],
     places: ["line 5 (1.5, 2), b.csv, line 7 (0, 0), …", "Zeile 5 (1,5; 2), b.csv, Zeile 7 (0; 0), …"],
     said: ["no row has a value", "Keine Zeile hat einen Wert"],
   };

@@ -27,12 +27,13 @@ function templates(family) {
   return made.get(family);
 }
 
-// The digits of a text, as the language shown writes them.
+// The digits of a text, as the language shown writes them; powers only where digits would be many.
 function numberText(text) {
-  const [digits, power] = text.replace(/ /g, "").split("e");
+  const [digits, power = "0"] = text.replace(/ /g, "").split("e");
   if (!/\d/.test(digits)) return text;
-  const shown = fixed(Number(digits), (digits.split(".")[1] || "").length);
-  return power === undefined ? shown : `${shown} × 10^${Number(power)}`;
+  const decimals = (digits.split(".")[1] || "").length;
+  if (Math.abs(Number(power)) < 12) return fixed(Number(`${digits}e${power}`), Math.max(0, decimals - Number(power)));
+  return `${fixed(Number(digits), decimals)} × 10^${Number(power)}`;
 }
 
 const placesText = (text) => text
