@@ -28,6 +28,7 @@ function namesOf(report) {
   return found.filter((name) => name && name.length > 1).sort((a, b) => b.length - a.length);
 }
 
+// Turns the page to German.
 export async function german(page, report, check) {
   await page.locator(".chooser button", { hasText: "Deutsch" }).click();
   let text = await page.evaluate(() => [...document.querySelectorAll("main, footer")].map((part) => part.textContent).join("\n"));
@@ -39,5 +40,4 @@ export async function german(page, report, check) {
   const left = [...text.matchAll(english)].filter(([word]) => !inGermanToo.test(word))
     .map(({ 0: word, index }) => `${word}: ${text.slice(Math.max(0, index - 30), index + 30)}`);
   check("no English word", left.length === 0, left.slice(0, 5).join(" | "));
-  await page.locator(".chooser button", { hasText: "English" }).click();
 }
