@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import contextlib
+import importlib
 import logging
 import queue
 import time
@@ -15,8 +16,9 @@ from qmx_ic.lots.row import failed_row
 from qmx_ic.lots.work import Record, Task, record_of
 
 if TYPE_CHECKING:
-    from distributed import Client, Future
+    from distributed import Client
 
+Future = Any  # of distributed, which is imported only where a cluster is wanted
 MOST_TRIES = 3
 _BLOCK = 1000  # lots whose marks are taken away together
 _WITHOUT_WORKERS = 120.0
@@ -118,18 +120,18 @@ def connected(
     SchedulerLost
         If there is no scheduler at the address.
     """
-    try:
-        import dask
-        from distributed import Client, LocalCluster
-    except ImportError as error:
-        raise ImportError("batch needs Dask: pip install 'qmx_ic[lots]'") from error
     if client is not None:
         yield client
         return
+    try:
+        dask: Any = importlib.import_module("dask")
+        distributed: Any = importlib.import_module("distributed")
+    except ImportError as error:
+        raise ImportError("batch needs Dask: pip install 'qmx_ic[lots]'") from error
     logging.getLogger("distributed").setLevel(logging.CRITICAL)
     if scheduler is not None:
         try:
-            found = Client(scheduler, timeout="10s", set_as_default=False)
+            found = distributed.Client(scheduler, timeout="10s", set_as_default=False)
         except (OSError, TimeoutError, ValueError) as error:
             raise SchedulerLost(f"{scheduler}: there is no scheduler ({error})") from error
         with found:
@@ -143,11 +145,11 @@ def connected(
     }
     with (
         dask.config.set(settings),
-        LocalCluster(
+        distributed.LocalCluster(
             n_workers=workers, threads_per_worker=1, processes=True, memory_limit=memory_limit,
             dashboard_address=None, silence_logs=logging.CRITICAL,
         ) as cluster,
-        Client(cluster, set_as_default=False) as own,
+        distributed.Client(cluster, set_as_default=False) as own,
     ):  # fmt: skip
         yield own
 
@@ -156,7 +158,7 @@ class Hands:
     """Hands out the lots, a bounded number at a time, and takes what comes back in whatever order."""
 
     def __init__(self, client: Client, tasks: Iterator[Task], deliver: Deliver, in_flight: int = 4) -> None:
-        self._client = client
+        self._client: Any = client
         self._tasks = tasks
         self._deliver = deliver
         self._per_worker = in_flight
@@ -237,7 +239,7 @@ class Hands:
         size = 1
         if self._seconds_a_lot > 0:
             size = max(1, min(_MOST_IN_TASK, int(_TASK_SECONDS / self._seconds_a_lot)))
-        tasks = []
+        tasks: list[Task] = []
         while len(tasks) < size and (task := next(self._tasks, None)) is not None:
             self._left_in_block[task.number // _BLOCK] += 1
             tasks.append(task)

@@ -16,7 +16,7 @@ COLUMNS: tuple[tuple[str, ColumnKind], ...] = (
     ("file", "text"),
     ("sha256", "text"),
     ("verdict", "text"),
-    *((f"verdict_{key}", "text") for key in VERDICTS),  # type: ignore[arg-type]
+    *((f"verdict_{key}", "text") for key in VERDICTS),
     ("not_given", "text"),
     ("cells", "count"),
     ("mean", "number"),

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import csv
+import importlib
 import itertools
 import struct
 import sys
@@ -76,7 +77,7 @@ def _write_csv(path: Path, rows: Rows) -> None:
 
 
 def _write_parquet(path: Path, rows: Rows) -> None:
-    from pyarrow import parquet
+    parquet: Any = importlib.import_module("pyarrow.parquet")
 
     with parquet.ParquetWriter(path, _schema()) as writer:
         for chunk in _chunks(rows()):
@@ -126,15 +127,13 @@ def _arrow_table(rows: list[Row]) -> Any:
 
 def _pyarrow() -> Any:
     try:
-        import pyarrow  # type: ignore[import-untyped]
+        return importlib.import_module("pyarrow")
     except ImportError as error:
         raise ImportError("a table as .parquet or .gpkg needs pyarrow: pip install 'qmx_ic[lots]'") from error
-    return pyarrow
 
 
 def _pyogrio() -> Any:
     try:
-        import pyogrio  # type: ignore[import-untyped]
+        return importlib.import_module("pyogrio")
     except ImportError as error:
         raise ImportError("a table as .gpkg needs pyogrio: pip install 'qmx_ic[geo]'") from error
-    return pyogrio
