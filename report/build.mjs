@@ -35,9 +35,32 @@ function checkTexts() {
   const texts = JSON.parse(readFileSync(join(here, "texts.json"), "utf8"));
   const places = (text) => [...text.matchAll(/\{(\w+)\}/g)].map((found) => found[1]).sort().join();
   for (const [key, text] of Object.entries(texts)) {
-    const fromDocument = ["caution.", "missing.", "reason.", "dropped.", "verdict.basis."].some((part) => key.startsWith(part));
-    if (!text.de || (!text.en && !fromDocument)) throw new Error(`texts.json: ${key} lacks a language`);
-    if (text.en && places(text.en) !== places(text.de)) throw new Error(`texts.json: ${key} differs in its places`);
+    if (!text.de || !text.en) throw new Error(`texts.json: ${key} lacks a language`);
+    if (places(text.en) !== places(text.de)) throw new Error(`texts.json: ${key} differs in its places`);
+  }
+}
+
+// Each template of a text of the document is found by that text, and said with all of its pieces.
+async function checkSaid() {
+  const made = await build({
+    ...common, format: "esm",
+    stdin: { contents: 'export * from "./said.js"; export { setLanguage, templatesOf } from "./texts.js";', resolveDir: join(here, "page/script") },
+  });
+  const { setLanguage, told, templatesOf } = await import(`data:text/javascript;base64,${Buffer.from(made.outputFiles[0].contents).toString("base64")}`);
+  const samples = {
+    number: ["-1234.50", "−1\u202f234,50"], quantity: ["4.95e+03 US survey ft", "4\u202f950 US survey ft"], line: ["12", "12"],
+    places: ["line 5 (1.5, 2), b.csv, line 7 (0, 0), …", "Zeile 5 (1,5; 2), b.csv, Zeile 7 (0; 0), …"],
+    said: ["no row has a value", "Keine Zeile hat einen Wert"],
+  };
+  const filled = (text, form) => text.replace(/\{(\w+)\}/g, (_, place) => (samples[place.replace(/\d+$/, "")] || ["a b.csv", "a b.csv"])[form]);
+  setLanguage("de");
+  for (const family of ["said", "dropped", "example", "filter.what", "range", "from"]) {
+    const all = templatesOf(family);
+    if (all.length === 0) throw new Error(`texts.json: no ${family}`);
+    for (const [key, text] of all) {
+      const found = told(filled(text.en, 0), family);
+      if (found !== filled(text.de, 1)) throw new Error(`texts.json: ${key} is said as "${found}"`);
+    }
   }
 }
 
@@ -75,6 +98,7 @@ function sourceOf(page) {
 }
 
 checkTexts();
+await checkSaid();
 const script = await textOf("script/main.js", { format: "iife" });
 const style = await textOf("style.css");
 if (/<\/script|<!--|\{\{DATA\}\}/i.test(script) || /<\//.test(style)) throw new Error("a part would end its own element");

@@ -27,7 +27,4 @@ struct cell_lattice {
 // errors allow. Only exactly rounded operations: the same numbers on every machine.
 cell_lattice lattice_of_cells(const std::vector<t_icdata>& cells);
 
-// Degrees anticlockwise from the eastings of a direction, 0 up to 360. Off by less than 1e-12.
-double degrees_of(double east, double north);
-
 } // namespace qmx_study

@@ -14,67 +14,48 @@ namespace qmx_study {
 
 namespace {
 
-// Names of columns, those taken first in front.
-constexpr std::string_view times[] = {
-    "time",      "timestamp", "datetime",  "dateandtime", "timeutc", "utctime",
-    "utc",       "gpstime",   "localtime", "timelocal",   "zeit",    "zeitstempel",
-    "zeitpunkt", "uhrzeit",   "timeofday", "date",        "datum"};
-constexpr std::string_view dates[] = {"date", "datum", "gpsdate", "localdate", "utcdate"};
-constexpr std::string_view machines[] = {"machine",  "machineid",   "machinename", "machineno",
-                                         "roller",   "rollerid",    "rollername",  "rollerno",
-                                         "vehicle",  "vehicleid",   "compactor",   "compactorid",
-                                         "maschine", "maschinenid", "walze",       "walzenid"};
-constexpr std::string_view lifts[] = {"lift",  "liftno",  "liftnumber",  "liftid",   "liftnr",
-                                      "layer", "layerno", "layernumber", "layerid",  "layernr",
-                                      "lage",  "lagenr",  "schicht",     "schichtnr"};
-constexpr std::string_view speeds[] = {"speed",          "machinespeed", "rollerspeed",
-                                       "groundspeed",    "drivingspeed", "velocity",
-                                       "geschwindigkeit"};
-constexpr std::string_view directions[] = {
-    "direction",        "drivingdirection", "drivedirection", "traveldirection",
-    "machinedirection", "machinegear",      "gear",           "fahrtrichtung",
-    "richtung"};
-constexpr std::string_view vibrations[] = {
-    "vibestate", "vibrationstate", "vibstate", "vibration", "vibrationon", "vibeon",
-    "vibon",     "vibe",           "vib",      "vibratory", "vibrating",   "vibrationstatus"};
-constexpr std::string_view frequencies[] = {"frequency",     "freq",     "vibrationfrequency",
-                                            "vibefrequency", "vibefreq", "vibfreq",
-                                            "drumfrequency", "frequenz"};
-constexpr std::string_view amplitudes[] = {"amplitude",     "amp",     "vibrationamplitude",
-                                           "vibeamplitude", "vibeamp", "vibamp",
-                                           "drumamplitude"};
-constexpr std::string_view temperatures[] = {
-    "temperature",         "temp",         "mattemperature",     "mattemp",
-    "surfacetemperature",  "surfacetemp",  "asphalttemperature", "asphalttemp",
-    "materialtemperature", "materialtemp", "temperatur"};
+// Names of columns of each trait, those taken first in front.
+constexpr std::array<std::string_view, every_trait.size()> known_names{
+    "time timestamp datetime dateandtime timeutc utctime utc gpstime localtime timelocal "
+    "zeit zeitstempel zeitpunkt uhrzeit timeofday date datum",
+    "machine machineid machinename machineno roller rollerid rollername rollerno vehicle "
+    "vehicleid compactor compactorid maschine maschinenid walze walzenid",
+    "lift liftno liftnumber liftid liftnr layer layerno layernumber layerid layernr lage "
+    "lagenr schicht schichtnr",
+    "speed machinespeed rollerspeed groundspeed drivingspeed velocity geschwindigkeit",
+    "direction drivingdirection drivedirection traveldirection machinedirection "
+    "machinegear gear fahrtrichtung richtung",
+    "vibestate vibrationstate vibstate vibration vibrationon vibeon vibon vibe vib "
+    "vibratory vibrating vibrationstatus",
+    "frequency freq vibrationfrequency vibefrequency vibefreq vibfreq drumfrequency "
+    "frequenz",
+    "amplitude amp vibrationamplitude vibeamplitude vibeamp vibamp drumamplitude",
+    "temperature temp mattemperature mattemp surfacetemperature surfacetemp "
+    "asphalttemperature asphalttemp materialtemperature materialtemp temperatur"};
+constexpr std::string_view names_of_dates = "date datum gpsdate localdate utcdate";
 
-std::span<const std::string_view> names_known(trait which) {
-    switch (which) {
-    case trait::time: return times;
-    case trait::machine: return machines;
-    case trait::lift: return lifts;
-    case trait::speed: return speeds;
-    case trait::direction: return directions;
-    case trait::vibration: return vibrations;
-    case trait::frequency: return frequencies;
-    case trait::amplitude: return amplitudes;
-    case trait::temperature: return temperatures;
+std::vector<std::string_view> words_of(std::string_view text) {
+    std::vector<std::string_view> words;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find(' ', at), text.size());
+        words.push_back(text.substr(at, end - at));
+        at = end + 1;
     }
-    return {};
+    return words;
 }
 
 // "Time_s" counts seconds: no time of the clock.
-bool may_be(std::span<const std::string_view> list, const source_column& column) {
-    const bool is_clock = list.data() == times || list.data() == dates;
+bool may_be(bool is_clock, const source_column& column) {
     return !is_clock || meaning_of_name(column.name).unit.empty();
 }
 
-int column_by_name(const table_source& source, std::span<const std::string_view> list) {
+int column_by_name(const table_source& source, std::string_view names, bool is_clock) {
+    const std::vector<std::string_view> list = words_of(names);
     int best = -1;
     int least = static_cast<int>(list.size());
     for (std::size_t i = 0; i < source.columns.size(); ++i) {
         const int rank = rank_of_name(source.columns[i].name, list);
-        if (rank < 0 || rank >= least || !may_be(list, source.columns[i])) continue;
+        if (rank < 0 || rank >= least || !may_be(is_clock, source.columns[i])) continue;
         least = rank;
         best = static_cast<int>(i);
     }
@@ -107,7 +88,8 @@ trait_columns traits_of(const table_source& source, const trait_names& named) {
     for (const trait which : every_trait) {
         int& column = result.columns[static_cast<std::size_t>(which)];
         if (named[which].empty()) {
-            column = column_by_name(source, names_known(which));
+            column = column_by_name(source, known_names[static_cast<std::size_t>(which)],
+                                    which == trait::time);
             continue;
         }
         column = source.column_chosen(named[which]);
@@ -118,7 +100,7 @@ trait_columns traits_of(const table_source& source, const trait_names& named) {
                                           source.column_list()),
                               {{}, source.file, 0, named[which]});
     }
-    const int date = column_by_name(source, dates);
+    const int date = column_by_name(source, names_of_dates, true);
     if (result[trait::time] >= 0 && date != result[trait::time]) result.date = date;
     return result;
 }

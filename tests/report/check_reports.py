@@ -41,8 +41,43 @@ def wave(columns=200, rows=12):
     }
 
 
+def untidy_lot():
+    """Two files with comments, units and a decimal comma, bad rows, few tests, and overlapping areas."""
+    head = "x_m,y_m,Pass,CMV,Speed,Time"
+    points = ["# tracks of a day", "# made for a trial", head, "[m],[m],[-],[-],[km/h],[-]"]
+    commas = [head.replace(",", ";")]
+    for (i, j), value in wave(120, 8).items():
+        for number in (1, 2, 3):
+            written = "" if (7 * i + j) % 50 == 0 else round(value * (0.8 + 0.1 * number), 2)
+            time = f"2025-10-0{number}T09:{i % 60:02}"
+            row = f"{1000 + i / 2},{2000 + j / 2},{number},{written},{3 + j / 10},{time}"
+            if i < 60:
+                points.append(row)
+            else:
+                commas.append(row.replace(",", ";").replace(".", ","))
+    points += ["0,0,1,40,3,2025-10-01T09:00", "1003,2001,1,40,3,2025-10-01T09:00,7,7"]
+    tests = [f"{k},{1000 + 3 * k},2001,{40 + k % 7}" for k in range(1, 9)]
+    tests += [f"far {k},5000,{5000 + k},40" for k in range(22)]
+
+    def square(left, right):
+        ring = [[left, 1999], [right, 1999], [right, 2005], [left, 2005], [left, 1999]]
+        shape = {"type": "Polygon", "coordinates": [ring]}
+        return {"type": "Feature", "properties": {}, "geometry": shape}
+
+    areas = {"type": "FeatureCollection", "features": [square(999, 1040), square(1030, 1062)]}
+    return {
+        "untidy_points.csv": "\n".join(points) + "\n",
+        "untidy_commas.csv": "\n".join(commas) + "\n",
+        "untidy_tests.csv": "\n".join(["Test,x_m,y_m,E", *tests]) + "\n",
+        "untidy_areas.geojson": json.dumps(areas),
+        "untidy.toml": '[input]\nfiles = ["untidy_points.csv", "untidy_commas.csv"]\n'
+        '[filter]\nvalue = [5, 100]\nspeed = [2, 10]\ntime = ["2025-10-01T00:00", ""]\n'
+        "[thresholds]\ncell_size = 0.4\n",
+    }
+
+
 def write_lots(folder):
-    files = {
+    files = untidy_lot() | {
         "two_cells.csv": strip({(0, 0): 30, (1, 0): 31}),
         "constant.csv": strip({place: 40 for place in wave()}),
         "without_passes.csv": "x_m,y_m,CMV\n"
@@ -68,6 +103,8 @@ REPORTS = {
     "without_positions": "without_positions.csv",
     "one_lift_of_three": "--job job.toml --target 45",
     "three_lifts": "lifts.csv",
+    "untidy": "--job untidy.toml --tests untidy_tests.csv --area untidy_areas.geojson --target 50"
+    " --preset general",
     "million_cells": "million.csv --target 45",
 }
 

@@ -1,5 +1,6 @@
 // Lattices of cells, turned, shifted, scattered and with gaps.
 #include "study/analyses/cell_lattice.hpp"
+#include "study/analyses/rows_of_cells.hpp"
 
 #include <cmath>
 #include <numbers>

@@ -1,5 +1,7 @@
 #include "text/answer_parts.hpp"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "text/text_table.hpp"
@@ -31,13 +33,22 @@ std::string position_text(const reading_account& reading) {
                        reading.is_projected ? "projected to " + reading.system : reading.x.why);
 }
 
+// A job file may bring further filters than the option.
+const char* filter_text(const reading_account& reading) {
+    const bool is_option =
+        std::all_of(reading.filters.begin(), reading.filters.end(),
+                    [](const filtered_rows& filter) { return filter.what == "where"; });
+    return is_option ? "--where" : "filters";
+}
+
 std::string rows_text(const reading_account& reading) {
     std::string rows = fmt::format("{} read, {} used", count_text(reading.rows_read),
                                    count_text(reading.rows_used));
     if (reading.rows_dropped > 0)
         rows += fmt::format(", {} dropped", count_text(reading.rows_dropped));
     if (reading.rows_filtered > 0)
-        rows += fmt::format(", {} left out by --where", count_text(reading.rows_filtered));
+        rows += fmt::format(", {} left out by {}", count_text(reading.rows_filtered),
+                            filter_text(reading));
     if (reading.earlier_passes > 0)
         rows += fmt::format(", {} earlier passes left out", count_text(reading.earlier_passes));
     if (reading.left_without_position > 0)
@@ -48,12 +59,12 @@ std::string rows_text(const reading_account& reading) {
     return rows;
 }
 
-std::string file_rows_text(const file_account& file) {
+std::string file_rows_text(const file_account& file, const char* filter) {
     std::string rows = fmt::format("{}: {} read, {} used", file.file, count_text(file.read),
                                    count_text(file.used));
     if (file.dropped > 0) rows += fmt::format(", {} dropped", count_text(file.dropped));
     if (file.filtered > 0)
-        rows += fmt::format(", {} left out by --where", count_text(file.filtered));
+        rows += fmt::format(", {} left out by {}", count_text(file.filtered), filter);
     if (file.left_out() > 0)
         rows += fmt::format(", {} of earlier passes or without a position",
                             count_text(file.left_out()));
@@ -82,7 +93,8 @@ std::string reading_text(const reading_account& reading, head_of_positions head)
     if (reading.pass.found()) table.add({"Pass", reading.pass.name + "  " + reading.pass.why});
     table.add({"Rows", rows_text(reading)});
     if (reading.files.size() > 1)
-        for (const file_account& file : reading.files) table.add({"", file_rows_text(file)});
+        for (const file_account& file : reading.files)
+            table.add({"", file_rows_text(file, filter_text(reading))});
     bool is_first = true;
     for (const dropped_account& reason : reading.dropped) {
         table.add(

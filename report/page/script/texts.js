@@ -23,16 +23,8 @@ export function say(key, values = {}) {
   return found.replace(/\{(\w+)\}/g, (whole, name) => (name in values ? values[name] : whole));
 }
 
-// A text that the document brings in English, in the language shown where its key is known. The
-// numbers that it names stand for {0}, {1}, ...
-export function sayOrKeep(key, english, numbers = []) {
-  const found = texts[key] && texts[key][language];
-  if (language === "en" && english) return english;
-  if (!found) return english || "";
-  const places = [...found.matchAll(/\{(\d+)\}/g)].map((place) => Number(place[1]));
-  if (places.some((place) => place >= numbers.length)) return english || "";
-  return say(key, Object.fromEntries(numbers.map((value, place) => [place, number(value)])));
-}
+// The keys of a family with their texts in all languages.
+export const templatesOf = (family) => Object.entries(texts).filter(([key]) => key.startsWith(`${family}.`));
 
 // Digits in groups of three; a page has thousands of numbers, and the browser's own formats take long.
 function written(value, least, most) {

@@ -10,6 +10,7 @@ import { existsSync, mkdirSync, readFileSync } from "node:fs";
 import { createRequire } from "node:module";
 import { join, resolve } from "node:path";
 import { controls } from "./controls.mjs";
+import { german } from "./german.mjs";
 import { numbers } from "./numbers.mjs";
 import { layout, paper } from "./layout.mjs";
 
@@ -98,6 +99,7 @@ async function tryAll(file, name, report) {
 async function tryOnce(file, name, report) {
   const page = await opened(file, { width: 360, height: 900 });
   await numbers(page, report, checking(name));
+  await german(page, report, checking(name));
   await layout(page, checking(`${name} at 360`));
   await accessible(page, name);
   if (shots) await page.screenshot({ path: join(shots, `${name}-360.png`), fullPage: true });

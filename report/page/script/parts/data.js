@@ -1,6 +1,7 @@
 // What the data are, and how they were read.
 import { html, table, unfolding } from "../elements.js";
-import { count, has, number, say, sayOrKeep, withUnit } from "../texts.js";
+import { told } from "../said.js";
+import { count, has, number, say, withUnit } from "../texts.js";
 import { timeText } from "./head.js";
 import { cautionsOf, section, sentence } from "./section.js";
 
@@ -20,16 +21,9 @@ function fates(input) {
   return table(say("data.rows"), [say("data.fate"), say("data.rows")], rows, { showCaption: true, class: "narrow" });
 }
 
-// In English the document says it; elsewhere the reason is known by its key, without the column's role.
-const droppedText = (one) => {
-  const key = `dropped.${one.reason.replace(/^.*_(missing_code|missing|not_a_number|in_another_unit)$/, "$1")}`;
-  const words = sayOrKeep(key, one.text || one.reason);
-  return one.column ? words.replace("{column}", one.column) : words.includes("{column}") ? one.text : words;
-};
-
 function dropped(input) {
-  const rows = (input.dropped || []).map((one) => [droppedText(one), { number: count(one.count) }, { number: count(one.first_line) },
-    [one.column, one.value].filter((part) => part !== null && part !== undefined && part !== "").join(": ")]);
+  const rows = (input.dropped || []).map((one) => [told(one.text, "dropped") || one.reason, { number: count(one.count) }, { number: count(one.first_line) },
+    [one.column, one.column ? one.value : told(one.value, "example")].filter((part) => part !== null && part !== undefined && part !== "").join(": ")]);
   return rows.length === 0 ? null
     : table(say("data.dropped"), [say("data.reason"), say("data.rows"), say("data.first.line"), say("data.example")], rows, { showCaption: true });
 }
@@ -66,14 +60,16 @@ function settings(report) {
   const plain = (key, text) => (text === null || text === undefined || text === "" ? null : [say(`setting.${key}`), text]);
   const numeric = (key, unit) => plain(key, typeof given[key] === "number" ? withUnit(number(given[key], 6), unit) : null);
   const data = report.data || {}, value = data.value || {};
+  // Of these filters the text is ours, of the others it is made of names and expressions.
+  const isOurs = (one) => ["time", "vibration", "direction", "speed", "value"].includes(one.what);
   const filters = (given.filters || []).map((one) =>
-    `${one.what}: ${one.text}${typeof one.rows === "number" ? ` (${say("filter.rows", { number: count(one.rows + (one.lacking || 0)) })})` : ""}`);
+    `${told(one.what, "filter.what")}: ${isOurs(one) ? told(one.text, "range") : one.text}${typeof one.rows === "number" ? ` (${say("filter.rows", { number: count(one.rows + (one.lacking || 0)) })})` : ""}`);
   return facts(say("section.settings"), [
     plain("job_file", given.job_file), plain("preset", given.preset), numeric("target", value.unit),
     typeof given.target === "number" && given.below === true ? [say("setting.below"), say("yes")] : null,
     numeric("minimum", value.unit),
     typeof given.target_passes === "number" && [say("setting.target_passes"),
-      `${count(given.target_passes)}${given.target_passes_from ? ` (${given.target_passes_from})` : ""}`],
+      `${count(given.target_passes)}${given.target_passes_from ? ` (${told(given.target_passes_from, "from")})` : ""}`],
     numeric("radius", data.length_unit), numeric("window", data.length_unit), numeric("lag", data.length_unit), numeric("lags"),
     [say("setting.filters"), filters.length > 0 ? filters.join("; ") : say("none")],
     [say("setting.thresholds"), (given.thresholds || []).map((one) => `${one.key} = ${number(one.value, 6)}`).join(", ") || say("none")],

@@ -6,6 +6,7 @@ import { growth } from "../charts/growth.js";
 import { histogram } from "../charts/histogram.js";
 import { variogram } from "../charts/variogram.js";
 import { html, table } from "../elements.js";
+import { told } from "../said.js";
 import { beside, count, fixed, has, number, percent, say, withUnit } from "../texts.js";
 import { cautionsOf, failureText, missingPart, section, sentence } from "./section.js";
 
@@ -24,8 +25,7 @@ export function coverage(report) {
       target && isNumber(target.achieved_percent) ? say("coverage.sentence", {
         share: withUnit(beside(target.achieved_percent, target.required_percent), "%"), area, passes: count(target.passes), required: withUnit(number(target.required_percent), "%") })
         : all && isNumber(all.coverage_percent) ? say("coverage.sentence.plain", { share: percent(all.coverage_percent), area }) : "",
-      rest && rest.percent > 0.05 ? say("coverage.rest", { area: withUnit(number(rest.area), unit), share: percent(rest.percent) }) : "",
-      part.failure ? say("coverage.failed", { why: failureText(part.failure) }) : ""),
+      rest && rest.percent > 0.05 ? say("coverage.rest", { area: withUnit(number(rest.area), unit), share: percent(rest.percent) }) : ""),
     cautionsOf(report, "coverage"), drawn(coverageBins(part)));
 }
 
@@ -86,7 +86,7 @@ export function curve(report, value) {
       end && isNumber(end.pass) ? say("curve.sentence", { pass: count(end.pass), limit: percent(end.limit_percent, 0) })
         : end && isNumber(end.limit_percent) && (part.passes || []).length > 1 ? say("curve.growing", { limit: percent(end.limit_percent, 0) }) : "",
       fit && isNumber(fit.r_squared_percent) ? say("curve.fit", { degree: count(fit.degree), share: percent(fit.r_squared_percent) }) : "",
-      part.failure ? say("curve.failed", { why: failureText(part.failure) }) : ""),
+      failureText(part.failure) ? say("curve.failed", { why: failureText(part.failure) }) : ""),
     cautionsOf(report, "curve"), drawn(growth(part, value)));
 }
 
@@ -100,7 +100,7 @@ export function semivariogram(report) {
         : reading && reading.flattens !== false && isNumber(reading.range) ? say("variogram.sentence", { range: withUnit(number(reading.range), unit), sill: number(reading.sill) })
         : reading ? say("variogram.rising", { distance: withUnit(number(part.settings && part.settings.cut_off), unit) }) : "",
       model && model.kind ? say("variogram.kind", { kind: has(`model.${model.kind}`) ? say(`model.${model.kind}`) : model.kind }) : "",
-      part.failure ? say("variogram.failed", { why: failureText(part.failure) }) : ""),
+      failureText(part.failure) ? say("variogram.failed", { why: failureText(part.failure) }) : ""),
     cautionsOf(report, "semivariogram"), drawn(variogram(part)));
 }
 
@@ -150,5 +150,5 @@ export function road(report, value, unit) {
 export const notes = (report) => {
   const all = [...new Set(report.notes || [])];
   return section("notes", all.length === 0 ? html("p", {}, say("notes.none"))
-    : [html("p", {}, say("notes.language")), html("ul", { lang: "en" }, all.map((text) => html("li", {}, text)))]);
+    : html("ul", {}, all.map((text) => html("li", {}, told(text)))));
 };

@@ -1,6 +1,7 @@
 // The parts with maps.
 import { html } from "../elements.js";
 import { mapsOf } from "../maps/maps.js";
+import { told } from "../said.js";
 import { count, number, percent, say, withUnit } from "../texts.js";
 import { cautionsOf, section, sentence } from "./section.js";
 
@@ -26,7 +27,7 @@ export function maps(report, drawings, value, unit) {
     parts.push(section("map-strip",
       sentence(
         about,
-        say("map.strip.sentence", { from: number(0), to: withUnit(number(road.length), unit), axis: road.axis_from || "–" }),
+        say("map.strip.sentence", { from: number(0), to: withUnit(number(road.length), unit), axis: told(road.axis_from) || "–" }),
         strip.folds > 1 ? say("map.folded", { folds: count(strip.folds) }) : "",
         strip.exaggeration > 1 ? say("map.exaggerated", { times: count(strip.exaggeration) }) : "",
         say("map.over"), thinned(strip), enlarged),

@@ -1,6 +1,7 @@
 // What all parts of the page share: heading, cautions, and a line where a part is missing.
 import { html } from "../elements.js";
-import { has, say, sayOrKeep } from "../texts.js";
+import { told } from "../said.js";
+import { has, say } from "../texts.js";
 
 export function section(id, ...children) {
   return html("section", { id: `part-${id}`, "aria-labelledby": `head-${id}` },
@@ -11,17 +12,22 @@ export const sentence = (...parts) => html("p", { class: "sentence" }, parts.fil
 
 export function cautionsOf(report, ...parts) {
   return (report.cautions || []).filter((one) => parts.includes(one.part)).map((one) =>
-    html("p", { class: "caution" }, html("strong", {}, `${say("caution")}: `), sayOrKeep(has(`caution.${one.part}.${one.key}`) ? `caution.${one.part}.${one.key}` : `caution.${one.key}`, one.text, one.numbers || [])));
+    html("p", { class: "caution" }, html("strong", {}, `${say("caution")}: `), told(one.text)));
+}
+
+// What is lacking, and how to get it.
+export function withRemedy(text, key) {
+  const why = told(text);
+  return [why && !/[.!?]$/.test(why) ? `${why}.` : why, has(`remedy.${key}`) ? say(`remedy.${key}`) : ""].filter(Boolean).join(" ");
 }
 
 // Why a part is not there, and how to get it.
 export function missingPart(report, part) {
   const found = (report.missing || []).filter((one) => one.part === part);
-  const sentenceOf = (text) => (/[.!?]$/.test(text) ? text : `${text}.`);
-  const texts = found.map((one) => [sentenceOf(sayOrKeep(`missing.${one.key}`, one.text)), has(`remedy.${one.key}`) ? say(`remedy.${one.key}`) : ""].join(" "));
+  const texts = found.map((one) => withRemedy(one.text, one.key));
   return html("p", { class: "missing" }, html("strong", {}, `${say("not.here")}. `),
     texts.length > 0 ? texts.join(" ") : say("missing.plain"));
 }
 
-export const failureText = (failure) =>
-  failure && typeof failure === "object" ? failure.message || failure.text || "" : String(failure || "");
+// The library's own words, which it has in English alone; what they mean for the lot is a caution.
+export const failureText = (failure) => (failure && failure.message) || "";

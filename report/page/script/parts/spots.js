@@ -2,6 +2,7 @@
 import { chartFigure } from "../chart.js";
 import { scatter } from "../charts/scatter.js";
 import { table, unfolding } from "../elements.js";
+import { told } from "../said.js";
 import { columnOf, count, fixed, has, number, percent, say, withUnit } from "../texts.js";
 import { cautionsOf, failureText, missingPart, section, sentence } from "./section.js";
 
@@ -12,7 +13,7 @@ function testsTable(part) {
     cells: [
       String(test.test), { number: count(test.pass) }, { number: columns.value(test.value) }, { number: count(test.ic_values) },
       { number: columns.ic_mean(test.ic_mean) }, { number: fixed(test.ic_cv_percent, 1) }, { number: columns.predicted_ic_mean(test.predicted_ic_mean) },
-      test.remark || (has(`spots.state.${test.state}`) ? say(`spots.state.${test.state}`) : test.state || ""),
+      told(test.remark) || (has(`spots.state.${test.state}`) ? say(`spots.state.${test.state}`) : test.state || ""),
     ],
   }));
   const head = ["test", "pass", "value", "ic_values", "ic_mean", "ic_cv_percent", "predicted_ic_mean", "state"].map((key) => say(`spots.column.${key}`));
@@ -37,7 +38,7 @@ export function spots(report, value) {
       hasLine ? say("spots.sentence", {
         r: fixed(line.r, 3), r2: percent(line.r_squared_percent), n: count(line.n), intercept: number(line.intercept), slope: number(line.slope) }) : "",
       judged ? say(line.supported ? "spots.supported" : "spots.unsupported", { r: number(line.least_r), n: count(line.least_n) }) : "",
-      part.failure ? say("spots.failed", { why: failureText(part.failure) }) : "",
+      failureText(part.failure) ? say("spots.failed", { why: failureText(part.failure) }) : "",
       hasLine && !drawsBand ? say("spots.no.band") : ""),
     cautionsOf(report, "spots"), chart ? chartFigure(chart) : null, testsTable(part));
 }

@@ -1,18 +1,15 @@
 // Verdicts first: each against its threshold, with the rule and where to change it.
 import { html, table } from "../elements.js";
-import { beside, currentLanguage, has, number, say, sayOrKeep, withUnit } from "../texts.js";
-import { cautionsOf, section } from "./section.js";
+import { told } from "../said.js";
+import { beside, has, number, say, withUnit } from "../texts.js";
+import { cautionsOf, section, withRemedy } from "./section.js";
 
 const marks = { met: "✓", missed: "✗", not_given: "○" };
 
 const nameOf = (verdict) => (has(`verdict.name.${verdict.key}`) ? say(`verdict.name.${verdict.key}`) : verdict.key);
 
-function basisOf(verdict, measured) {
-  if (verdict.outcome === "not_given") return sayOrKeep(`reason.${verdict.reason_key}`, verdict.reason);
-  const key = `verdict.basis.${verdict.key}`;
-  if (currentLanguage() !== "en" && has(key)) return say(key, { measured });
-  return verdict.basis || "";
-}
+const basisOf = (verdict) =>
+  (verdict.outcome === "not_given" ? withRemedy(verdict.reason, verdict.reason_key) : told(verdict.basis));
 
 function rowOf(verdict) {
   const threshold = verdict.threshold || {};
@@ -27,8 +24,8 @@ function rowOf(verdict) {
       nameOf(verdict),
       say(verdict.at_least === false ? "verdict.at.most" : "verdict.at.least", { value: limit }),
       html("span", { class: "measured" }, measured),
-      basisOf(verdict, measured),
-      html("span", { class: "where" }, threshold.rule || say("verdict.by.user"), threshold.from ? ` (${threshold.from})` : "",
+      basisOf(verdict),
+      html("span", { class: "where" }, threshold.rule || say("verdict.by.user"), threshold.from ? ` (${told(threshold.from, "from")})` : "",
         html("br"), html("code", {}, threshold.key || "")),
     ],
   };
