@@ -51,6 +51,9 @@ def _parser() -> argparse.ArgumentParser:
         if setting.group == "thresholds":
             continue
         flags = [f"--{name.replace('_', '-')}"] + (["--lang"] if name == "language" else [])
+        if setting.kind == "yes_no":
+            settings.add_argument(*flags, dest=f"setting_{name}", action="store_const", const="yes")
+            continue
         action = "append" if setting.kind == "texts" else "store"
         settings.add_argument(*flags, dest=f"setting_{name}", action=action, metavar=setting.kind.rstrip("s").upper())
     settings.add_argument("--threshold", action="append", default=[], metavar="KEY=NUMBER", help="KEY=NUMBER or KEY=off")

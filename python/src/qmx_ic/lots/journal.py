@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import contextlib
-import fcntl
 import json
 import os
 import time
@@ -44,16 +43,12 @@ class Journal:
         self._last_sync = time.monotonic()
         self._is_dirty = False
         descriptor = os.open(path, os.O_RDWR | os.O_CREAT, 0o666)
-        try:
-            fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
-        except BlockingIOError:
-            os.close(descriptor)
-            raise JournalError(f"{path}: another run is writing this journal") from None
+        _lock(descriptor, path)
         if not resume and os.fstat(descriptor).st_size > len(_HEAD):
             os.replace(path, f"{path}.before")
             os.close(descriptor)
             descriptor = os.open(path, os.O_RDWR | os.O_CREAT | os.O_EXCL, 0o666)
-            fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            _lock(descriptor, path)
         self._file = os.fdopen(descriptor, "r+b", buffering=0)
         try:
             self._end = self._opened()
@@ -143,3 +138,16 @@ class Journal:
                 break
         found: dict[str, Any] = json.loads(b"".join(chunks).split(b"\n", 1)[0])
         return found
+
+
+def _lock(descriptor: int, path: Path) -> None:
+    """Keeps other runs off, where the system can."""
+    try:
+        import fcntl
+    except ImportError:
+        return
+    try:
+        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        os.close(descriptor)
+        raise JournalError(f"{path}: another run is writing this journal") from None

@@ -7,14 +7,17 @@ from collections.abc import Mapping
 from dataclasses import dataclass
 from typing import Any, Literal
 
-Kind = Literal["text", "number", "count", "file", "texts"]
-Value = str | float | int | tuple[str, ...]
+Kind = Literal["text", "number", "count", "file", "texts", "yes_no"]
+Value = str | float | int | bool | tuple[str, ...]
 
 THRESHOLDS = (
     "coverage_percent", "target_share_percent", "target_fraction_percent", "growth_percent", "correlation_r",
     "correlation_tests", "variation_percent", "minimum_share_percent", "floor_share_percent",
     "floor_fraction_percent", "cell_size",
 )  # fmt: skip
+
+
+_WORDS = {"yes": True, "true": True, "on": True, "1": True, "no": False, "false": False, "off": False, "0": False}
 
 
 @dataclass(frozen=True, slots=True)
@@ -46,7 +49,8 @@ def _table() -> dict[str, Setting]:
         ("decimal", "text"), ("header_line", "count"), ("comment", "text"), ("layer", "text"), ("crs", "text"),
         ("project", "text"), ("target", "number"), ("minimum", "number"), ("target_passes", "count"),
         ("radius", "number"), ("lag", "number"), ("nlag", "count"), ("window", "number"), ("preset", "text"),
-        ("language", "text"), ("time_stamp", "text"),
+        ("language", "text"), ("time_stamp", "text"), ("value_unit", "text"), ("tests_value", "text"),
+        ("tests_any_pass", "yes_no"), ("below", "yes_no"), ("all_records", "yes_no"),
     ]  # fmt: skip
     settings = [Setting(name, kind, name) for name, kind in plain]
     settings.append(Setting("pass", "text", "pass_"))
@@ -85,6 +89,11 @@ def value_of(name: str, given: object) -> Value:
         if number != int(number) or number < 0:
             raise ValueError(f"{name} is {given!r}, which is no whole number")
         return int(number)
+    if setting.kind == "yes_no":
+        word = str(given).strip().lower()
+        if word not in _WORDS:
+            raise ValueError(f"{name} is {given!r}, which is neither yes nor no")
+        return _WORDS[word]
     return str(given)
 
 

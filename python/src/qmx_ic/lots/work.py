@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import contextlib
-import hashlib
 import os
 import tempfile
 import threading
@@ -16,10 +15,11 @@ from typing import Any
 
 import qmx_ic
 from qmx_ic.lots import addresses
-from qmx_ic.lots.document import LotError, document_of_lot
+from qmx_ic.lots.document import document_of_lot
 from qmx_ic.lots.lot_list import Lot
 from qmx_ic.lots.row import failed_row, row_of_document
 from qmx_ic.lots.settings import Value
+from qmx_ic.study import StudyError, file_hash
 
 Record = dict[str, Any]
 _FILE_SETTINGS = ("job", "tests", "area", "exclude", "logo")
@@ -80,15 +80,15 @@ def _row_and_inputs(task: Task) -> tuple[dict[str, Any], list[tuple[str, str, st
             document = _studied(files, settings, task.page)
             inputs = [(one["role"], origins.get(one["file"], one["file"]), one["sha256"]) for one in document["inputs"]]
             if "job" in settings:
-                inputs.append(("job", str(task.lot.resolved()["job"]), _hash(str(settings["job"]))))
+                inputs.append(("job", str(task.lot.resolved()["job"]), file_hash(str(settings["job"]))))
         row = row_of_document(document)
         row["file"] = "; ".join(address for role, address, _ in inputs if role == "points")
         row["lot"] = document["texts"]["lot"] or task.lot.name
         return row, inputs
-    except LotError as error:
-        return failed_row(error.code, str(error)), []
     except FileNotFoundError as error:
-        return failed_row("file_not_found", f"{error.filename or error}: there is no such file"), []
+        return failed_row("file_not_found", str(error)), []
+    except StudyError as error:
+        return failed_row(error.code, str(error)), []
     except MemoryError:
         raise
     except OSError as error:
@@ -174,10 +174,10 @@ def _stands(task: Task) -> bool:
             return False
         for _, address, told in task.inputs:
             if not addresses.is_remote(address):
-                found = _hash(addresses.local_path(address))
+                found = file_hash(addresses.local_path(address))
             else:
                 with tempfile.TemporaryDirectory(prefix="qmx-ic-", dir=_private_folder()) as folder:
-                    found = _hash(str(addresses.copy_into(address, Path(folder))))
+                    found = file_hash(str(addresses.copy_into(address, Path(folder))))
             if found != told:
                 return False
     except OSError:
@@ -190,8 +190,3 @@ def _is_there(address: str) -> bool:
         return os.path.isfile(addresses.local_path(address))
     system, path = addresses.file_system(address)
     return bool(system.exists(path))
-
-
-def _hash(path: str) -> str:
-    with open(path, "rb") as stream:
-        return hashlib.file_digest(stream, "sha256").hexdigest()
