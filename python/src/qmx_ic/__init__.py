@@ -1,7 +1,8 @@
 """Numerical analyses for intelligent compaction (IC) data."""
 
+from typing import TYPE_CHECKING, Any
+
 from qmx_ic._exports import version as __version__
-from qmx_ic.lots import BatchSummary, batch
 from qmx_ic.study import (
     Lot,
     Study,
@@ -16,6 +17,20 @@ from qmx_ic.study import (
 
 # The function, which the module of the same name would hide otherwise.
 from qmx_ic.study import study as study
+
+if TYPE_CHECKING:
+    from qmx_ic.lots import BatchSummary as BatchSummary
+    from qmx_ic.lots import batch as batch
+
+
+def __getattr__(name: str) -> Any:
+    """Batches of lots are loaded where they are asked for."""
+    if name in ("BatchSummary", "batch"):
+        from qmx_ic import lots
+
+        return getattr(lots, name)
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+
 
 __all__ = [
     "BatchSummary",

@@ -35,7 +35,7 @@ class Marks:
     """Who has begun which lot, kept at the scheduler: it survives the worker.
 
     A lot is blamed for a worker's death only if it was the one at work: lots that waited in the same worker, or
-    had ended there, are not. The marks of a lot are a count of beginnings without an end.
+    had ended there, are not. The mark of a lot counts its beginnings that had no end.
     """
 
     def __init__(self, run: str) -> None:
@@ -55,11 +55,11 @@ class Marks:
 
         return int(self._at_scheduler(mark))
 
-    def ended(self, number: int) -> None:
-        """Marks an end."""
+    def ended(self, number: int, before: int) -> None:
+        """Takes the mark of a beginning away again."""
 
         async def mark(scheduler: Any) -> None:
-            await scheduler.set_metadata(keys=self.place(number), value=0)
+            await scheduler.set_metadata(keys=self.place(number), value=before)
 
         self._at_scheduler(mark)
 
@@ -86,7 +86,7 @@ def do_tasks(run: str, tasks: list[Task]) -> list[Record]:
         except MemoryError:
             record = {"out_of_memory": True}
         else:
-            marks.ended(task.number)
+            marks.ended(task.number, before)
         records.append({**record, "tries": before + 1})
     return records
 
@@ -131,7 +131,7 @@ def connected(
     logging.getLogger("distributed").setLevel(logging.CRITICAL)
     if scheduler is not None:
         try:
-            found = distributed.Client(scheduler, timeout="10s", set_as_default=False)
+            found = distributed.Client(scheduler, timeout="5s", set_as_default=False)
         except (OSError, TimeoutError, ValueError) as error:
             raise SchedulerLost(f"{scheduler}: there is no scheduler ({error})") from error
         with found:
@@ -141,6 +141,7 @@ def connected(
         # A long lot must not be taken for a dead worker.
         "distributed.scheduler.worker-ttl": None,
         "distributed.worker.daemon": True,
+        "distributed.worker.preload": [*dask.config.get("distributed.worker.preload"), "qmx_ic.lots.local_worker"],
         "distributed.admin.large-graph-warning-threshold": "1GB",
     }
     with (
