@@ -6,8 +6,8 @@ import argparse
 import sys
 from collections.abc import Sequence
 
-from qmx_ic.lots.batch import Interrupted, batch
-from qmx_ic.lots.engine import SchedulerLost
+from qmx_ic.lots.run import Interrupted, batch
+from qmx_ic.lots.cluster import SchedulerLost, WorkersLackPackage
 from qmx_ic.lots.journal import JournalError
 from qmx_ic.lots.settings import SETTINGS
 
@@ -101,7 +101,7 @@ def main(words: Sequence[str]) -> int:
     except SchedulerLost as error:
         print(f"qmx_ic: {error}. What is done is kept; {again}", file=sys.stderr)
         return LOST
-    except (ValueError, OSError, ImportError, JournalError) as error:
+    except (ValueError, OSError, ImportError, JournalError, WorkersLackPackage) as error:
         print(f"qmx_ic: {error}", file=sys.stderr)
         return WRONG_USAGE
     print(summary)

@@ -3,8 +3,6 @@
 from __future__ import annotations
 
 import contextlib
-import importlib
-import logging
 import queue
 import time
 import uuid
@@ -12,6 +10,7 @@ from collections import defaultdict, deque
 from collections.abc import Callable, Iterator
 from typing import TYPE_CHECKING, Any
 
+from qmx_ic.lots.cluster import SchedulerLost
 from qmx_ic.lots.row import failed_row
 from qmx_ic.lots.work import Record, Task, record_of
 
@@ -25,10 +24,6 @@ _WITHOUT_WORKERS = 120.0
 _TASK_SECONDS = 0.25
 _MOST_IN_TASK = 16
 Deliver = Callable[[Task, Record], None]
-
-
-class SchedulerLost(RuntimeError):
-    """The scheduler, or all of its workers, are gone for good."""
 
 
 class Marks:
@@ -102,57 +97,6 @@ def _failed(task: Task, code: str, reason: str) -> Record:
 
     row = failed_row(code, reason) | {"lot": task.lot.name, "file": task.lot.address, "job": task.lot.resolved().get("job")}
     return {"row": row, "inputs": [], "version": qmx_ic.__version__, "tries": MOST_TRIES}
-
-
-@contextlib.contextmanager
-def connected(
-    workers: int | None = None,
-    scheduler: str | None = None,
-    client: Client | None = None,
-    memory_limit: str | int | None = "auto",
-) -> Iterator[Client]:
-    """A client of the cluster that does the work: a given one, a running one, or a local one of processes.
-
-    Raises
-    ------
-    ImportError
-        If Dask is not installed; the message names the extra.
-    SchedulerLost
-        If there is no scheduler at the address.
-    """
-    if client is not None:
-        yield client
-        return
-    try:
-        dask: Any = importlib.import_module("dask")
-        distributed: Any = importlib.import_module("distributed")
-    except ImportError as error:
-        raise ImportError("batch needs Dask: pip install 'qmx_ic[lots]'") from error
-    logging.getLogger("distributed").setLevel(logging.CRITICAL)
-    if scheduler is not None:
-        try:
-            found = distributed.Client(scheduler, timeout="5s", set_as_default=False)
-        except (OSError, TimeoutError, ValueError) as error:
-            raise SchedulerLost(f"{scheduler}: there is no scheduler ({error})") from error
-        with found:
-            yield found
-        return
-    settings = {
-        # A long lot must not be taken for a dead worker.
-        "distributed.scheduler.worker-ttl": None,
-        "distributed.worker.daemon": True,
-        "distributed.worker.preload": [*dask.config.get("distributed.worker.preload"), "qmx_ic.lots.local_worker"],
-        "distributed.admin.large-graph-warning-threshold": "1GB",
-    }
-    with (
-        dask.config.set(settings),
-        distributed.LocalCluster(
-            n_workers=workers, threads_per_worker=1, processes=True, memory_limit=memory_limit,
-            dashboard_address=None, silence_logs=logging.CRITICAL,
-        ) as cluster,
-        distributed.Client(cluster, set_as_default=False) as own,
-    ):  # fmt: skip
-        yield own
 
 
 class Hands:

@@ -18,7 +18,8 @@ from typing import TYPE_CHECKING, Any
 
 import qmx_ic
 from qmx_ic.lots import addresses, index_page
-from qmx_ic.lots.engine import Hands, connected
+from qmx_ic.lots.cluster import connected
+from qmx_ic.lots.engine import Hands
 from qmx_ic.lots.journal import Journal
 from qmx_ic.lots.lot_list import Lot, lots_of
 from qmx_ic.lots.progress import Progress
