@@ -81,7 +81,8 @@ def do_tasks(run: str, tasks: list[Task]) -> list[Record]:
         except MemoryError:
             record = {"out_of_memory": True}
         else:
-            marks.ended(task.number, before)
+            if task is not tasks[-1]:  # the last one's end is known by its result
+                marks.ended(task.number, before)
         records.append({**record, "tries": before + 1})
     return records
 
