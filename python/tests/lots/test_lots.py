@@ -4,7 +4,9 @@ from __future__ import annotations
 
 import csv
 import json
+import os
 import shutil
+import subprocess
 from pathlib import Path
 from typing import Any
 
@@ -240,3 +242,20 @@ def test_the_page_tells_what_it_leaves_out(tmp_path: Path, monkeypatch: pytest.M
     data = json.loads(text.split("const data = ", 1)[1].split(";\n", 1)[0])
     assert [line[0] for line in data["lots"]] == [1, 2, 4, 6]
     assert data["totals"] == {"met": 4, "missed": 1, "not_given": 0, "failed": 1}
+
+
+@pytest.mark.skipif("QMX_IC_BROWSER_PACKAGES" not in os.environ, reason="QMX_IC_BROWSER_PACKAGES names no folder with playwright-core")
+def test_the_page_works_in_a_browser(tmp_path: Path) -> None:
+    for count in (3, 10_000):
+        rows = []
+        for number in range(1, count + 1):
+            row: dict[str, Any] = {"number": number, "lot": f"lot {number:05}", "verdict": ("met", "missed", "failed")[number % 3]}
+            if number % 3 != 2:
+                row |= {"mean": 40 + number % 977 / 7, "x": 500.0 * (number % 100), "y": 3.0 * number, "report": str(tmp_path / f"{number} ä.html")}
+            rows.append(row)
+        write_page(tmp_path / f"index{count}.html", rows, count)
+    script = [HERE / "index_page.mjs", os.environ["QMX_IC_BROWSER_PACKAGES"]]
+    done = subprocess.run(["node", *script, *tmp_path.glob("index*.html")], capture_output=True, text=True, check=False)
+    if done.returncode == 77:
+        pytest.skip(done.stdout)
+    assert done.returncode == 0, done.stdout + done.stderr
