@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nanobind/nanobind.h>
 #include <nanobind/ndarray.h>
+#include <nanobind/stl/string.h>
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
