@@ -325,7 +325,7 @@ class Lot:
 
     def to_frame(self) -> pd.DataFrame:
         """The points as a DataFrame with the columns row, x, y, value and pass."""
-        return _pandas().DataFrame(
+        frame: pd.DataFrame = _pandas().DataFrame(
             {
                 "row": self.rows,
                 "x": self.x.copy(),
@@ -334,6 +334,7 @@ class Lot:
                 "pass": self.pass_.copy(),
             }
         )
+        return frame
 
     def _figures(self) -> list[tuple[str, str]]:
         about = self.account["input"]
@@ -376,7 +377,7 @@ class Verdict:
     Attributes
     ----------
     key : str
-        ``"coverage"``, ``"target_share"``, ...
+        ``"coverage"``, ``"target"``, ...
     outcome : str
         ``"met"``, ``"missed"`` or ``"not_given"``.
     measured : float or None
@@ -483,7 +484,8 @@ class Study:
         )
         if len(columns["pass"]) != len(columns["x"]):
             del columns["pass"]
-        return pandas.DataFrame(columns)
+        frame: pd.DataFrame = pandas.DataFrame(columns)
+        return frame
 
     def report(self, path: Path, *, language: str | None = None, logo: Path | None = None) -> None:
         """Writes the page: one HTML file that needs no network.
@@ -540,7 +542,8 @@ class Study:
         if name not in tables:
             raise KeyError(f"there is no table {name!r}; there are: {', '.join(tables)}")
         columns, rows = (_json.loads(text) for text in tables[name])
-        return _pandas().DataFrame(rows, columns=columns)
+        frame: pd.DataFrame = _pandas().DataFrame(rows, columns=columns)
+        return frame
 
     def write_cells(self, path: Path) -> None:
         """Writes the cells as .csv or .geojson with all columns of the file, or as .gpkg.
@@ -748,7 +751,7 @@ def study(
     >>> made = qmx_ic.study(file, target=41)
     >>> made["stats"]["statistics"]["count"]
     100
-    >>> [each.outcome for each in made.verdicts if each.key == "target_share"]
+    >>> [each.outcome for each in made.verdicts if each.key == "target"]
     ['met']
     """
     own = {
