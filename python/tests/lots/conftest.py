@@ -48,10 +48,10 @@ def environment() -> dict[str, str]:
 class Command:
     """``python -m qmx_ic batch`` in a group of processes of its own."""
 
-    def __init__(self, *words: object) -> None:
+    def __init__(self, *words: object, **variables: str) -> None:
         self.process = subprocess.Popen(
             [sys.executable, "-m", "qmx_ic", "batch", *map(str, words)],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=environment(), start_new_session=True,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=environment() | variables, start_new_session=True,
         )  # fmt: skip
 
     def ended(self) -> tuple[int, str, str]:
@@ -79,8 +79,8 @@ def command() -> Iterator[Callable[..., Command]]:
     """Starts the command; whatever a test leaves running is ended."""
     started: list[Command] = []
 
-    def start(*words: object) -> Command:
-        started.append(Command(*words))
+    def start(*words: object, **variables: str) -> Command:
+        started.append(Command(*words, **variables))
         return started[-1]
 
     yield start

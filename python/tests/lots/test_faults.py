@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import csv
 import os
 import signal
@@ -43,8 +44,12 @@ def plainly(files: list[Path], table: Path) -> list[dict[str, str]]:
 
 
 def workers_of(process: subprocess.Popen[str]) -> list[psutil.Process]:
-    children = psutil.Process(process.pid).children(recursive=True)
-    return [child for child in children if "spawn_main" in " ".join(child.cmdline())]
+    found = []
+    for child in psutil.Process(process.pid).children(recursive=True):
+        with contextlib.suppress(psutil.Error):  # it has ended meanwhile
+            if "spawn_main" in " ".join(child.cmdline()):
+                found.append(child)
+    return found
 
 
 def test_lots_that_take_their_workers_with_them_are_rows(make_lots: Make, tmp_path: Path, command: Start) -> None:
@@ -86,7 +91,9 @@ def test_lots_that_take_their_workers_with_them_are_rows(make_lots: Make, tmp_pa
 def test_workers_killed_from_outside_cost_no_lot(make_lots: Make, tmp_path: Path, command: Start) -> None:
     files = make_lots(*[f"slow{number:02}" for number in range(20)])
     table = tmp_path / "table.csv"
-    run = command(*files, "--workers", 2, "--target", 40, "-o", table)
+    # Dask gives up each lot that was in a worker with its first death: all of them come again.
+    at_once = {"DASK_DISTRIBUTED__SCHEDULER__ALLOWED_FAILURES": "0"}
+    run = command(*files, "--workers", 2, "--target", 40, "-o", table, "--exit-code", "--progress", **at_once)
     run.wait_for_lots(Path(f"{table}.journal"), 1)
     code, _, err = command(*files, "--workers", 1, "-o", table).ended()
     assert (code, "another run is writing" in err) == (2, True)
@@ -99,7 +106,9 @@ def test_workers_killed_from_outside_cost_no_lot(make_lots: Make, tmp_path: Path
             killed += 1
     code, _, err = run.ended()
     assert killed == 3
-    assert code == 0, err
+    assert code == 3, err  # all were studied; they miss a threshold
+    assert "20 of 20 lots" in err
+    assert " left" in err
     rows = rows_of(table)
     assert [row["lot"] for row in rows] == [path.stem for path in files]
     assert all(row["verdict"] == "missed" and row["rows_used"] == "200" for row in rows)

@@ -81,8 +81,8 @@ def do_tasks(run: str, tasks: list[Task]) -> list[Record]:
         except MemoryError:
             record = {"out_of_memory": True}
         else:
-            if task is not tasks[-1]:  # the last one's end is known by its result
-                marks.ended(task.number, before)
+            # The result may be lost with the worker before it is fetched, as the next lot begins at once.
+            marks.ended(task.number, before)
         records.append({**record, "tries": before + 1})
     return records
 
@@ -228,7 +228,7 @@ class Hands:
             record = _failed(task, "out_of_memory", f"memory ran out {MOST_TRIES} times in the midst of this lot")
         if "row" in record:
             record["row"]["tries"] = tries
-            seconds = float(record["row"].get("seconds") or 0.0)
+            seconds = 0.001 + float(record["row"].get("seconds") or 0.0)
             self._seconds_a_lot += 0.1 * (seconds - self._seconds_a_lot) if self._seconds_a_lot else seconds
         self._finish(task, record)
 

@@ -102,7 +102,12 @@ def lots_of(jobs: Iterable[str], settings: Mapping[str, object] = _NOTHING) -> l
         raise NoLots(str(error)) from error
     lots: list[Lot] = []
     for job in jobs:
-        found = list(_named(os.fspath(job), common))
+        try:
+            found = list(_named(job, common))
+        except (NoLots, ImportError):
+            raise
+        except Exception as error:  # each kind of address fails in its own way
+            raise NoLots(f"{job}: {error}") from error
         if not found:
             raise NoLots(f"{job}: no lots are here. Name data files, job files, a folder, a pattern or a table of lots")
         lots += found

@@ -17,6 +17,7 @@ from types import FrameType
 from typing import TYPE_CHECKING, Any
 
 import qmx_ic
+from qmx_ic import _study
 from qmx_ic.lots import addresses, index_page
 from qmx_ic.lots.cluster import connected
 from qmx_ic.lots.engine import Hands
@@ -165,6 +166,8 @@ def batch(
         check_output(target)
     elif resume:
         raise ValueError("resume needs the output of the earlier run")
+    if reports is not None and not _study.makes_pages:
+        raise ValueError("this build of the package makes no reports: it was built without Node")
     page = _index_of(target, reports, index)
     with ExitStack() as stack:
         folder = target.parent if target else Path(stack.enter_context(tempfile.TemporaryDirectory(prefix="qmx-ic-")))
