@@ -1,9 +1,15 @@
 #include "study/job/job_keys.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <type_traits>
 #include <utility>
 
 #include <fmt/format.h>
+
+#include "study/base/errors.hpp"
+#include "study/base/near_name.hpp"
+#include "study/base/time_text.hpp"
 
 namespace qmx_study {
 
@@ -291,7 +297,71 @@ void add_output_keys(std::vector<job_key>& all) {
     all.insert(all.end(), keys.begin(), keys.end());
 }
 
+std::string problem_of_text(const job_key& key, const std::string& text) {
+    const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' '; };
+    const bool is_file = key.kind == job_kind::file || key.kind == job_kind::file_list;
+    if (is_file && std::any_of(text.begin(), text.end(), is_control))
+        return fmt::format("the name of the file {} holds a control character; a text with "
+                           "backslashes stands between single quotation marks: "
+                           "'C:\\new\\lot.csv'",
+                           key.key);
+    if (key.choices.empty() || text.empty() ||
+        std::find(key.choices.begin(), key.choices.end(), text) != key.choices.end())
+        return {};
+    const std::string near = nearest_name(text, key.choices);
+    return fmt::format("{} = \"{}\" is not known{}\n  it may be: {}", key.key, text,
+                       near.empty() ? "" : fmt::format("; did you mean {}?", near),
+                       fmt::join(key.choices, ", "));
+}
+
+std::string problem_of_number(const job_key& key, double value) {
+    constexpr double greatest_whole = 2147483647;
+    const bool is_sound = std::isfinite(value) && (!key.positive || value > 0) &&
+                          (key.kind != job_kind::whole || std::fabs(value) <= greatest_whole);
+    if (is_sound) return {};
+    return fmt::format("{} = {} is out of its range; it must be {}", key.key, value,
+                       key.positive ? "above 0" : "a finite number");
+}
+
+std::string problem_of_range(const job_key& key, const number_range& range) {
+    const double least = range.least.value_or(-INFINITY), most = range.most.value_or(INFINITY);
+    if (least <= most && least != INFINITY && most != -INFINITY) return {};
+    return fmt::format("{} = [{}, {}] holds no number; give the smaller one first", key.key, least,
+                       most);
+}
+
+std::string problem_of_times(const std::vector<std::string>& times) {
+    for (const std::string& text : times)
+        if (!text.empty() && !read_time(text))
+            return fmt::format("\"{}\" is not understood as a time; write it like 2025-10-01T09:30",
+                               text);
+    lot_filters both;
+    both.time_from = times.at(0);
+    both.time_to = times.at(1);
+    try {
+        check_filters(both);
+    } catch (const usage_error& error) {
+        return error.what();
+    }
+    return {};
+}
+
 } // namespace
+
+std::string problem_of(const job_key& key, const job_value& value) {
+    if (const auto* const text = std::get_if<std::string>(&value))
+        return problem_of_text(key, *text);
+    if (const auto* const number = std::get_if<double>(&value))
+        return problem_of_number(key, *number);
+    if (const auto* const range = std::get_if<number_range>(&value))
+        return problem_of_range(key, *range);
+    const auto* const texts = std::get_if<std::vector<std::string>>(&value);
+    if (!texts) return {};
+    if (key.kind == job_kind::times) return problem_of_times(*texts);
+    for (const std::string& text : *texts)
+        if (std::string problem = problem_of_text(key, text); !problem.empty()) return problem;
+    return {};
+}
 
 const std::vector<job_table>& job_tables() {
     static const std::vector<job_table> all{

@@ -49,6 +49,11 @@ struct job_table {
 const std::vector<job_table>& job_tables(); // in the order of a job file
 const std::vector<job_key>& job_keys();     // those of a table together, in the same order
 
+// Why a value is none of this key: a choice that is not known, a number out of its range, a range that
+// holds no number, a time that is not understood, a name of a file with a control character; "" for a
+// good one.
+std::string problem_of(const job_key& key, const job_value& value);
+
 // What is set, thresholds too: those of the user alone.
 job_value value_of(const job_settings& settings, const job_key& key);
 

@@ -14,15 +14,12 @@
 #include "study/base/errors.hpp"
 #include "study/base/near_name.hpp"
 #include "study/base/number_text.hpp"
-#include "study/base/time_text.hpp"
 #include "study/job/job_file.hpp"
 #include "study/job/job_keys.hpp"
 
 namespace qmx_study {
 
 namespace {
-
-constexpr double greatest_whole = 2147483647;
 
 std::string contents_of(const std::string& file) {
     struct closer {
@@ -189,6 +186,13 @@ private:
                key.key);
     }
 
+    template <class Value>
+    Value sound(const job_key& key, const toml::node& node, const Value& value) const {
+        if (const std::string problem = problem_of(key, value); !problem.empty())
+            refuse(line_of(node), problem, key.key);
+        return value;
+    }
+
     void take(job_settings& settings, const job_key& key, const toml::node& node) const {
         switch (key.kind) {
         case job_kind::text: return key.set(settings, text(key, node));
@@ -218,29 +222,13 @@ private:
     }
 
     std::string text(const job_key& key, const toml::node& node) const {
-        std::string given = any_text(key, node, "a text");
-        if (key.choices.empty() || given.empty()) return given;
-        if (std::find(key.choices.begin(), key.choices.end(), given) == key.choices.end())
-            refuse(line_of(node),
-                   fmt::format("{} = \"{}\" is not known{}\n  it may be: {}", key.key, given,
-                               meant(nearest_name(given, key.choices)),
-                               fmt::join(key.choices, ", ")),
-                   key.key);
-        return given;
+        return sound(key, node, any_text(key, node, "a text"));
     }
 
     std::string file_name(const job_key& key, const toml::node& node) const {
         const auto name = node.value_exact<std::string>();
         if (!name) refuse_type(key, node, "the name of a file");
-        const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' '; };
-        if (std::any_of(name->begin(), name->end(), is_control))
-            refuse(line_of(node),
-                   fmt::format("the name of the file {} holds a control character; a text with "
-                               "backslashes stands between single quotation marks: "
-                               "'C:\\new\\lot.csv'",
-                               key.key),
-                   key.key);
-        return placed(*name, file);
+        return placed(sound(key, node, *name), file);
     }
 
     std::vector<std::string> list(const job_key& key, const toml::node& node) const {
@@ -259,15 +247,7 @@ private:
         const bool is_whole = key.kind == job_kind::whole;
         if (is_whole ? !node.is_integer() : !node.is_number())
             refuse_type(key, node, is_whole ? "a whole number" : "a number");
-        const double value = *node.value<double>();
-        const bool is_sound = std::isfinite(value) && (!key.positive || value > 0) &&
-                              (!is_whole || std::fabs(value) <= greatest_whole);
-        if (!is_sound)
-            refuse(line_of(node),
-                   fmt::format("{} = {} is out of its range; it must be {}", key.key, value,
-                               key.positive ? "above 0" : "a finite number"),
-                   key.key);
-        return value;
+        return sound(key, node, *node.value<double>());
     }
 
     number_range range(const job_key& key, const toml::node& node) const {
@@ -277,14 +257,10 @@ private:
             refuse_type(key, node, "a list of two numbers");
         const double least = *array->get(0)->value<double>();
         const double most = *array->get(1)->value<double>();
-        if (!(least <= most) || least == INFINITY || most == -INFINITY)
-            refuse(line_of(node),
-                   fmt::format("{} = [{}, {}] holds no number; give the smaller one first", key.key,
-                               least, most),
-                   key.key);
-        number_range result;
-        if (std::isfinite(least)) result.least = least;
-        if (std::isfinite(most)) result.most = most;
+        number_range result{least, most};
+        sound(key, node, result);
+        if (std::isinf(least)) result.least.reset();
+        if (std::isinf(most)) result.most.reset();
         return result;
     }
 
@@ -293,24 +269,10 @@ private:
         if (!array || array->size() != 2) refuse_type(key, node, "a list of two times");
         std::vector<std::string> texts;
         for (const toml::node& each : *array) {
-            std::string text = time(key, each);
-            if (!text.empty() && !read_time(text))
-                refuse(line_of(each),
-                       fmt::format("\"{}\" is not understood as a time; write it like "
-                                   "2025-10-01T09:30",
-                                   text),
-                       key.key);
-            texts.push_back(std::move(text));
+            texts.push_back(time(key, each));
+            sound(key, each, std::vector<std::string>{texts.back(), ""});
         }
-        lot_filters both;
-        both.time_from = texts[0];
-        both.time_to = texts[1];
-        try {
-            check_filters(both);
-        } catch (const usage_error& error) {
-            refuse(line_of(node), error.what(), key.key);
-        }
-        return texts;
+        return sound(key, node, texts);
     }
 
     std::string time(const job_key& key, const toml::node& node) const {

@@ -9,6 +9,7 @@ namespace qmx_study {
 struct spatial_reference::description {
     std::string name;
     bool is_geographic = false;
+    std::string unit; // of a plane, "" where it is not known
 };
 
 spatial_reference::spatial_reference(std::unique_ptr<description> known) : of(std::move(known)) {}
@@ -24,16 +25,45 @@ bool spatial_reference::is_same_as(const spatial_reference& other) const {
     return same_text(of->name, other.of->name) && of->is_geographic == other.of->is_geographic;
 }
 std::string spatial_reference::length_unit() const {
-    return of->is_geographic ? "deg" : "";
+    return of->is_geographic ? "deg" : of->unit;
 }
 
 namespace {
 
-coordinate_system named(const std::string& name, bool is_geographic) {
+coordinate_system named(const std::string& name, bool is_geographic, const std::string& unit = {}) {
     auto known = std::make_unique<spatial_reference::description>();
     known->name = name;
     known->is_geographic = is_geographic;
+    known->unit = unit;
     return std::make_shared<spatial_reference>(std::move(known));
+}
+
+std::string_view quoted_behind(std::string_view text, std::size_t start) {
+    const std::size_t open = text.find('"', start);
+    const std::size_t close = open == std::string_view::npos ? open : text.find('"', open + 1);
+    return close == std::string_view::npos ? std::string_view()
+                                           : text.substr(open + 1, close - open - 1);
+}
+
+// The unit of a plane in well-known text: PROJCS["...",GEOGCS[...],...,UNIT["metre",1]]. Others stand
+// deeper in it.
+std::string unit_of_plane(std::string_view text, std::string_view lower) {
+    const std::size_t plane = lower.find("projcs[");
+    if (plane == std::string_view::npos) return {};
+    int depth = 0;
+    bool is_quoted = false;
+    for (std::size_t i = plane; i < lower.size(); ++i) {
+        if (lower[i] == '"') is_quoted = !is_quoted;
+        if (is_quoted) continue;
+        if (lower[i] == '[') ++depth;
+        if (lower[i] == ']' && --depth == 0) break;
+        if (depth != 1 || !lower.substr(i).starts_with("unit[")) continue;
+        const std::string name(quoted_behind(text, i));
+        if (same_text(name, "metre") || same_text(name, "meter")) return "m";
+        if (same_text(name, "US survey foot")) return "US survey ft";
+        return same_text(name, "foot") ? "ft" : name;
+    }
+    return {};
 }
 
 } // namespace
@@ -58,14 +88,15 @@ coordinate_system system_from_text(const std::string& text) {
         if (const int value = std::stoi(digits); value < 1024 || value > 32767) return nullptr;
         return named("EPSG:" + digits, false);
     }
-    const std::size_t open = text.find('"');
-    const std::size_t close = open == std::string::npos ? open : text.find('"', open + 1);
-    if (close == std::string::npos) return nullptr;
-    const bool is_geographic = lower.starts_with("geog");
-    const std::string name = text.substr(open + 1, close - open - 1);
+    const std::string name(quoted_behind(text, 0));
+    if (name.empty()) return nullptr;
+    const bool is_compound = lower.starts_with("compd");
+    const bool is_geographic =
+        lower.starts_with("geog") || (is_compound && lower.find("projcs[") == std::string::npos &&
+                                      lower.find("geogcs[") != std::string::npos);
     if (is_geographic && (same_text(name, "GCS_WGS_1984") || same_text(name, "WGS 84")))
         return wgs84();
-    return named(name, is_geographic);
+    return named(name, is_geographic, unit_of_plane(text, lower));
 }
 
 } // namespace qmx_study

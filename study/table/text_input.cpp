@@ -18,6 +18,7 @@
 #include <zlib.h>
 
 #include "study/base/errors.hpp"
+#include "study/base/number_text.hpp"
 #include "study/table/encodings.hpp"
 
 namespace qmx_study {
@@ -274,6 +275,16 @@ std::string whole_text(const std::string& file) {
         throw usage_error(fmt::format("{}: reading stopped: {}", file, input.failure),
                           {{}, file, 0, {}});
     return text;
+}
+
+void refuse_damaged_gzip(const std::string& file) {
+    if (!lower_case(file).ends_with(".gz") || file.starts_with("/vsi")) return;
+    text_input packed(file);
+    std::string block(std::size_t{1} << 16, '\0');
+    while (packed.read(block.data(), block.size()) > 0) {}
+    if (packed.failure.empty()) return;
+    throw usage_error(fmt::format("{}: reading stopped: {}", file, packed.failure),
+                      {{}, file, 0, {}});
 }
 
 } // namespace qmx_study

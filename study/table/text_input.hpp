@@ -35,4 +35,8 @@ private:
 // All of a text. Throws usage_error when the file cannot be read to its end.
 std::string whole_text(const std::string& file);
 
+// Throws usage_error for a file packed by gzip that cannot be unpacked to its end: of such a file other
+// readers may see a part that looks whole.
+void refuse_damaged_gzip(const std::string& file);
+
 } // namespace qmx_study

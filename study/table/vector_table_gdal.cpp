@@ -65,17 +65,6 @@ void convert(const OGRGeometry& from, shape& into) {
     }
 }
 
-// Of a damaged file the reader may see a part that looks whole.
-void refuse_damaged_gzip(const std::string& file) {
-    if (!lower_case(file).ends_with(".gz") || file.starts_with("/vsi")) return;
-    text_input packed(file);
-    std::string block(std::size_t{1} << 16, '\0');
-    while (packed.read(block.data(), block.size()) > 0) {}
-    if (packed.failure.empty()) return;
-    throw usage_error(fmt::format("{}: reading stopped: {}", file, packed.failure),
-                      {{}, file, 0, {}});
-}
-
 OGRLayer* layer_of(GDALDataset& dataset, const std::string& file, const std::string& wanted) {
     OGRLayer* layer = nullptr;
     std::string names;

@@ -20,6 +20,7 @@
 #include "study/base/number_text.hpp"
 #include "study/base/output_file.hpp"
 #include "study/document/report_document.hpp"
+#include "study/job/input_files.hpp"
 #include "study/job/job_file.hpp"
 #include "study/output/cell_file.hpp"
 #include "study/output/report_tables.hpp"
@@ -85,17 +86,9 @@ job_settings settings_of(const report_options& options) {
     return settings;
 }
 
-std::vector<std::string> inputs_of(const job_settings& settings) {
-    std::vector<std::string> inputs = settings.reading.files();
-    for (const std::string& file : {settings.tests, settings.area, settings.excluded_area,
-                                    settings.filters.polygon, settings.job_file, settings.logo})
-        if (!file.empty()) inputs.push_back(file);
-    return inputs;
-}
-
 // Before anything is read.
 void check(const job_settings& settings, bool as_json) {
-    const std::vector<std::string> inputs = inputs_of(settings);
+    const std::vector<std::string> inputs = input_files(settings);
     std::vector<std::string> outputs;
     for (const std::string& output : {settings.report, settings.document, settings.cells}) {
         if (output.empty()) continue;

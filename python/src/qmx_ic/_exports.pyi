@@ -1,0 +1,4 @@
+from typing import Any
+
+version: str
+call_lock: Any
