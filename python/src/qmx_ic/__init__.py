@@ -1,5 +1,35 @@
 """Numerical analyses for intelligent compaction (IC) data."""
 
 from qmx_ic._exports import version as __version__
+from qmx_ic.columns import records
+from qmx_ic.errors import QmxIcError
+from qmx_ic.measure import compaction_curve, polynomial_curve, semivariogram, statistics
+from qmx_ic.place_results import Coverage, Selection, SpotTests
+from qmx_ic.places import coverage, points_in_circle, points_in_polygon, spot_tests
+from qmx_ic.records import BIN_RESULT, PASS_BIN, POINT, STATISTICS
+from qmx_ic.results import CompactionCurve, PolynomialCurve, Semivariogram, Statistics
 
-__all__ = ["__version__"]
+__all__ = [
+    "BIN_RESULT",
+    "CompactionCurve",
+    "Coverage",
+    "PASS_BIN",
+    "POINT",
+    "PolynomialCurve",
+    "QmxIcError",
+    "STATISTICS",
+    "Selection",
+    "Semivariogram",
+    "SpotTests",
+    "Statistics",
+    "__version__",
+    "compaction_curve",
+    "coverage",
+    "points_in_circle",
+    "points_in_polygon",
+    "polynomial_curve",
+    "records",
+    "semivariogram",
+    "spot_tests",
+    "statistics",
+]
