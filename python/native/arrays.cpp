@@ -41,13 +41,19 @@ const std::array<known_type, known_types>& types() {
 held_array::held_array(nb::handle array, bool is_written) {
     const int wanted = is_written ? PyBUF_STRIDES | PyBUF_WRITABLE : PyBUF_STRIDES;
     if (PyObject_GetBuffer(array.ptr(), &view_, wanted) != 0) throw nb::python_error();
+    if (view_.ndim > 2) {
+        PyBuffer_Release(&view_);
+        throw nb::value_error("an array has more dimensions than are read");
+    }
+}
+
+bool held_array::lies_side_by_side(std::size_t alignment) const {
+    return PyBuffer_IsContiguous(&view_, 'C') != 0 &&
+           (view_.len == 0 || reinterpret_cast<std::uintptr_t>(view_.buf) % alignment == 0);
 }
 
 void held_array::check_layout(std::size_t size, std::size_t alignment) const {
-    const auto item = static_cast<std::size_t>(view_.itemsize);
-    const bool is_packed = PyBuffer_IsContiguous(&view_, 'C') != 0;
-    const bool is_aligned = reinterpret_cast<std::uintptr_t>(view_.buf) % alignment == 0;
-    if (item != size || !is_packed || (!is_aligned && view_.len > 0))
+    if (static_cast<std::size_t>(view_.itemsize) != size || !lies_side_by_side(alignment))
         throw nb::type_error("the array does not have the layout that the library reads");
 }
 
@@ -63,11 +69,17 @@ number_type number_type_of(nb::handle array) {
     throw nb::type_error("the array holds no numbers in the machine's byte order");
 }
 
-double number_column::at(std::size_t row) const {
-    double number = 0;
-    for_each_number(*this, row, row + 1,
-                    [&](std::size_t, auto value) { number = static_cast<double>(value); });
-    return number;
+double_column::double_column(nb::handle array) : column_(array) {
+    const std::size_t rows = column_.memory.rows();
+    if (column_.type == number_type::f64 && column_.memory.lies_side_by_side(sizeof(double))) {
+        numbers_ = {reinterpret_cast<const double*>(column_.memory.base()), rows};
+        return;
+    }
+    made_.resize(rows);
+    for_each_number(column_, 0, rows, [&](std::size_t row, auto number) {
+        made_[row] = static_cast<double>(number);
+    });
+    numbers_ = made_;
 }
 
 } // namespace qmx_python

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include <nanobind/nanobind.h>
 
@@ -23,6 +24,7 @@ public:
     std::ptrdiff_t stride() const { return view_.ndim > 0 ? view_.strides[0] : view_.itemsize; }
     const char* base() const { return static_cast<const char*>(view_.buf); }
 
+    bool lies_side_by_side(std::size_t alignment) const;
     // The array as records side by side; throws TypeError where it is something else.
     template <class Record> std::span<Record> as() const {
         check_layout(sizeof(Record), alignof(Record));
@@ -46,7 +48,18 @@ struct number_column {
     held_array memory;
     number_type type;
     explicit number_column(nanobind::handle array) : memory(array), type(number_type_of(array)) {}
-    double at(std::size_t row) const;
+};
+
+// A column as doubles side by side: where it is, or converted.
+class double_column {
+public:
+    explicit double_column(nanobind::handle array);
+    std::span<const double> numbers() const { return numbers_; }
+
+private:
+    number_column column_;
+    std::vector<double> made_;
+    std::span<const double> numbers_;
 };
 
 // convert(row, number) for the rows from first to last - 1, with the column's own type of number.

@@ -61,15 +61,12 @@ void withdraw_overrun_target(bool pass_counts, float target, t_statsout& result)
     result.i_target_met = 0;
 }
 
-nb::tuple statistics(nb::handle records, nb::handle out, bool pass_counts, bool below,
-                     bool has_target, double target, double target_percent, double low_level,
-                     double high_level) {
-    const held_array held(records), written(out, true);
+nb::tuple statistics(nb::handle named, bool pass_counts, bool below, bool has_target, double target,
+                     double target_percent, double low_level, double high_level) {
     wanted_points wanted;
     wanted.whole_values = pass_counts;
-    const usable_points usable(held.as<const t_icdata>(), wanted);
-    t_statsout& result = outputs<t_statsout>(written, 1)[0];
-    result = {};
+    const usable_points usable(named, wanted);
+    t_statsout result{};
     result.i_flag_target = has_target ? QMX_IC_YES : QMX_IC_NO;
     result.x_target = static_cast<float>(target);
     result.x_target_pct = static_cast<float>(target_percent);
@@ -85,19 +82,20 @@ nb::tuple statistics(nb::handle records, nb::handle out, bool pass_counts, bool 
     if (has_target) withdraw_overrun_target(pass_counts, static_cast<float>(target), result);
     const double counted = has_target ? counted_share(usable.points(), target, below) : unknown;
     const float* const s = result.x_stat;
+    const nb::bytes record(reinterpret_cast<const char*>(&result), sizeof result);
     return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing(), s[0], s[1],
                           s[2], s[3], s[4], s[5], s[6], s[7], s[8], s[10], s[11], s[12], s[13],
-                          result.i_numbins, result.x_pctvalue[0], result.x_pctvalue[1],
+                          result.i_numbins, result.x_pctvalue[0], result.x_pctvalue[1], record,
                           result.x_achieved_pct, result.i_target_met, counted);
 }
 
 // ---- Compaction curve ----------------------------------------------------------------------------
 
 // max_pass 0: the highest pass number of the data.
-nb::tuple compaction_curve(nb::handle records, nb::handle curve, std::int32_t max_pass,
+nb::tuple compaction_curve(nb::handle named, nb::handle curve, std::int32_t max_pass,
                            std::int32_t min_points, std::int32_t most_passes) {
-    const held_array held(records), written(curve, true);
-    const usable_points usable(held.as<const t_icdata>(), {});
+    const held_array written(curve, true);
+    const usable_points usable(named, {});
     const std::span<const t_icdata> points = usable.points();
     const std::span<double> xy = outputs<double>(written, 2 * curve_points);
     if (max_pass == 0)
@@ -139,17 +137,10 @@ float narrowed(double number, const char* name, std::size_t row) {
     return static_cast<float>(number);
 }
 
-std::vector<double> doubles_of(nb::handle array) {
-    const number_column column(array);
-    std::vector<double> numbers(column.memory.rows());
-    for_each_number(column, 0, numbers.size(),
-                    [&](std::size_t row, auto number) { numbers[row] = as_double(number); });
-    return numbers;
-}
-
 // Pairs of two numbers; centred about the middle of the abscissas where that is asked.
 narrowed_pairs pairs_of(nb::handle x, nb::handle y, bool centre, double& middle) {
-    const std::vector<double> abscissas = doubles_of(x), ordinates = doubles_of(y);
+    const double_column held_x(x), held_y(y);
+    const std::span<const double> abscissas = held_x.numbers(), ordinates = held_y.numbers();
     if (abscissas.size() != ordinates.size()) throw nb::value_error("x and y differ in length");
     narrowed_pairs pairs;
     const auto is_missing = [&](std::size_t row) {
@@ -265,14 +256,14 @@ local_points localise(std::span<const t_icdata> points, nb::handle origin) {
 }
 
 // bandwidth 0: as wide as the points and the search.
-nb::tuple semivariogram(nb::handle records, nb::handle lags, nb::handle curve, nb::handle origin,
+nb::tuple semivariogram(nb::handle named, nb::handle lags, nb::handle curve, nb::handle origin,
                         std::int32_t nlag, double lag, double azimuth, double tolerance,
                         double bandwidth, bool standardise) {
-    const held_array held(records), written_lags(lags, true), written_curve(curve, true);
+    const held_array written_lags(lags, true), written_curve(curve, true);
     wanted_points wanted;
     wanted.positions = true;
     wanted.largest_value = 9e18; // differences are squared in 32 bits
-    const usable_points usable(held.as<const t_icdata>(), wanted);
+    const usable_points usable(named, wanted);
     const local_points local = localise(usable.points(), origin);
     const std::span<const t_icdata> points =
         local.moved.empty() ? usable.points() : std::span<const t_icdata>(local.moved);
@@ -315,7 +306,7 @@ void bind_measure_calls(nb::module_& module) {
     module.def("statistics", &statistics);
     module.def("compaction_curve", &compaction_curve);
     module.def("polynomial_curve", &polynomial_curve);
-    module.def("semivariogram", &semivariogram, nb::arg("records"), nb::arg("lags"),
+    module.def("semivariogram", &semivariogram, nb::arg("points"), nb::arg("lags"),
                nb::arg("curve"), nb::arg("origin").none(), nb::arg("nlag"), nb::arg("lag"),
                nb::arg("azimuth"), nb::arg("tolerance"), nb::arg("bandwidth"),
                nb::arg("standardise"));

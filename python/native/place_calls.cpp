@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <span>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "arrays.hpp"
@@ -38,16 +40,32 @@ template <class Items> std::int32_t count_of(const Items& items) {
 // ---- Selections ----------------------------------------------------------------------------------
 
 struct held_places {
-    held_array held_x, held_y, held_indices;
+    double_column held_x, held_y;
+    held_array held_indices;
     std::span<const double> x, y;
     std::span<std::int32_t> indices;
     held_places(nb::handle x_array, nb::handle y_array, nb::handle out)
-        : held_x(x_array), held_y(y_array), held_indices(out, true), x(held_x.as<const double>()),
-          y(held_y.as<const double>()), indices(held_indices.as<std::int32_t>()) {
-        if (x.size() != y.size() || indices.size() != x.size())
-            throw nb::value_error("the columns differ in length");
+        : held_x(x_array), held_y(y_array), held_indices(out, true), x(held_x.numbers()),
+          y(held_y.numbers()), indices(held_indices.as<std::int32_t>()) {
+        if (x.size() != y.size())
+            throw nb::value_error(("column x has " + std::to_string(x.size()) +
+                                   " rows and column y has " + std::to_string(y.size()))
+                                      .c_str());
+        if (indices.size() != x.size())
+            throw nb::value_error("an output array has the wrong length");
     }
 };
+
+// Vertices one after another, each easting and northing.
+std::span<const double> vertices_of(const held_array& outline) {
+    const std::span<const double> vertices = outline.as<const double>();
+    for (std::size_t k = 0; k < vertices.size(); ++k)
+        if (!std::isfinite(vertices[k]))
+            throw nb::value_error(
+                ("vertex " + std::to_string(k / 2) + " (the first is 0) of a polygon is not finite")
+                    .c_str());
+    return vertices;
+}
 
 nb::tuple points_in_circle(nb::handle x, nb::handle y, nb::handle indices, double center_x,
                            double center_y, double radius) {
@@ -62,11 +80,10 @@ nb::tuple points_in_circle(nb::handle x, nb::handle y, nb::handle indices, doubl
     return nb::make_tuple(failure_of(returned, event), found);
 }
 
-// outline: vertices one after another, each easting and northing.
 nb::tuple points_in_polygon(nb::handle x, nb::handle y, nb::handle indices, nb::handle outline) {
     const held_places places(x, y, indices);
     const held_array held(outline);
-    const std::span<const double> vertices = held.as<const double>();
+    const std::span<const double> vertices = vertices_of(held);
     std::vector<double> vertex_x, vertex_y;
     for (std::size_t k = 0; k + 1 < vertices.size(); k += 2) {
         vertex_x.push_back(vertices[k]);
@@ -142,25 +159,38 @@ void fit_again(std::span<const t_icdata> tests, std::span<const t_statsout> stat
     for (std::size_t k = 0; k < positions.size(); ++k) predicted[positions[k]] = values[k];
 }
 
+// Tests lie somewhere, and have a finite value or none.
+void check_tests(std::span<const t_icdata> tests) {
+    for (std::size_t i = 0; i < tests.size(); ++i) {
+        const bool is_placed = std::isfinite(tests[i].d_x) && std::isfinite(tests[i].d_y);
+        if (is_placed && !std::isinf(tests[i].d_val)) continue;
+        throw nb::value_error(("spot test " + std::to_string(i) + " (the first is 0): the " +
+                               (is_placed ? "value is infinite" : "position is not finite"))
+                                  .c_str());
+    }
+}
+
 nb::tuple spot_tests(nb::handle data, nb::handle tests_array, nb::handle stats_array,
                      nb::handle in_line_array, nb::handle predicted_array, double radius,
                      std::int32_t min_ic) {
-    const held_array held_data(data), held_tests(tests_array);
+    const held_array held_tests(tests_array);
     const held_array held_stats(stats_array, true), held_line(in_line_array, true);
     const held_array held_predicted(predicted_array, true);
     wanted_points wanted;
     wanted.positions = true;
     // The middle of a class of one value is the sum of two of them, halved.
     wanted.largest_value = static_cast<double>(std::numeric_limits<float>::max()) / 2;
-    const usable_points usable(held_data.as<const t_icdata>(), wanted);
+    const usable_points usable(data, wanted);
     const std::span<const t_icdata> tests = held_tests.as<const t_icdata>();
-    const std::span<t_statsout> stats = held_stats.as<t_statsout>();
+    check_tests(tests);
+    const std::span<std::uint8_t> stats_bytes = held_stats.as<std::uint8_t>();
+    const std::span<t_statsout> stats{reinterpret_cast<t_statsout*>(stats_bytes.data()),
+                                      stats_bytes.size() / sizeof(t_statsout)};
     const std::span<std::uint8_t> in_line = held_line.as<std::uint8_t>();
     const std::span<double> predicted = held_predicted.as<double>();
     if (stats.size() != tests.size() || in_line.size() != tests.size() ||
         predicted.size() != tests.size())
         throw nb::value_error("an output array has the wrong length");
-    std::memset(static_cast<void*>(stats.data()), 0, stats.size_bytes());
 
     spot_line line;
     std::vector<std::int32_t> valid(tests.size());
@@ -176,9 +206,11 @@ nb::tuple spot_tests(nb::handle data, nb::handle tests_array, nb::handle stats_a
     if (!line.stands() &&
         std::string_view(event.c_description, out_of_memory.size()) == out_of_memory)
         return nb::make_tuple(line.failure, usable.count(), usable.missing(), unknown, unknown,
-                              unknown);
+                              unknown, false);
 
     std::int32_t thin = 0, single = 0;
+    const bool by_pass = std::any_of(tests.begin(), tests.end(),
+                                     [](const t_icdata& test) { return test.i_passno >= 0; });
     for (std::size_t i = 0; i < tests.size(); ++i) {
         clean(stats[i]);
         const bool is_in = stats[i].i_numdata >= min_ic && !std::isnan(tests[i].d_val);
@@ -193,8 +225,8 @@ nb::tuple spot_tests(nb::handle data, nb::handle tests_array, nb::handle stats_a
     const auto term = [&](int k) {
         return line.stands() ? static_cast<double>(line.terms[k]) : unknown;
     };
-    return nb::make_tuple(line.failure, usable.count(), usable.missing(), term(0), term(1),
-                          term(2));
+    return nb::make_tuple(line.failure, usable.count(), usable.missing(), term(0), term(1), term(2),
+                          by_pass);
 }
 
 // ---- Coverage ------------------------------------------------------------------------------------
@@ -239,37 +271,58 @@ void write_outline(const outline& from, t_areaflt& to) {
     }
 }
 
-nb::tuple coverage(nb::handle data, nb::handle bins_array, nb::handle results_array,
-                   const nb::tuple& areas, double mesh_x, double mesh_y) {
-    static outline_records records;
-    const held_array held(data), held_bins(bins_array), held_results(results_array, true);
-    wanted_points wanted;
-    wanted.whole_values = true;
-    const usable_points usable(held.as<const t_icdata>(), wanted);
-    const std::span<const t_passbin> bins = held_bins.as<const t_passbin>();
-    const std::span<t_binresult> results = held_results.as<t_binresult>();
-    if (bins.size() != results.size())
-        throw nb::value_error("an output array has the wrong length");
+std::vector<outline> outlines_of(const nb::tuple& areas) {
     std::vector<outline> outlines;
     for (const nb::handle area : areas) {
         outline one;
         one.held = std::make_unique<held_array>(area[0]);
-        one.vertices = one.held->as<const double>();
+        one.vertices = vertices_of(*one.held);
         one.is_excluded = nb::cast<bool>(area[1]);
         outlines.push_back(std::move(one));
     }
+    return outlines;
+}
+
+// The shares and areas of the bins, the plan area, and the share of target_bin where that is a bin.
+nb::tuple coverage(nb::handle data, const nb::tuple& bins, const nb::tuple& areas, double mesh_x,
+                   double mesh_y, nb::handle target_bin) {
+    static outline_records records;
+    wanted_points wanted;
+    wanted.whole_values = true;
+    const usable_points usable(data, wanted);
+    const auto bin_of = [](nb::handle pair) {
+        return t_passbin{nb::cast<std::int32_t>(pair[0]), nb::cast<std::int32_t>(pair[1])};
+    };
+    std::vector<t_passbin> asked;
+    for (const nb::handle pair : bins) asked.push_back(bin_of(pair));
+    const std::vector<outline> outlines = outlines_of(areas);
     const float mesh[2] = {static_cast<float>(mesh_x), static_cast<float>(mesh_y)};
+    std::vector<t_binresult> results(asked.size());
+    const bool has_target = !target_bin.is_none();
+    const t_passbin from_target_on = has_target ? bin_of(target_bin) : t_passbin{};
+    t_binresult of_target{unknown_32, unknown_32, unknown_32};
     t_event event{};
     const std::int32_t returned = run(usable.points().size(), [&] {
         t_areaflt* const written = records.of(outlines.size());
         for (std::size_t k = 0; k < outlines.size(); ++k) write_outline(outlines[k], written[k]);
-        const std::int32_t status =
-            IC_coverage(mesh, usable.count(), count_of(bins), count_of(outlines), bins.data(),
-                        usable.points().data(), written, results.data(), &event);
+        const auto call = [&](std::int32_t count, const t_passbin* of, t_binresult* to) {
+            return IC_coverage(mesh, usable.count(), count, count_of(outlines), of,
+                               usable.points().data(), written, to, &event);
+        };
+        std::int32_t status = call(count_of(asked), asked.data(), results.data());
+        if (status == QMX_IC_SUCCESS && has_target) status = call(1, &from_target_on, &of_target);
         records.forget_many();
         return status;
     });
-    return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing());
+    nb::list shares, sizes;
+    for (const t_binresult& one : results) {
+        shares.append(one.x_coverage);
+        sizes.append(one.x_compacted_area);
+    }
+    return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing(),
+                          nb::tuple(shares), nb::tuple(sizes),
+                          results.empty() ? unknown_32 : results[0].x_plan_area,
+                          of_target.x_coverage);
 }
 
 } // namespace
@@ -278,7 +331,8 @@ void bind_place_calls(nb::module_& module) {
     module.def("points_in_circle", &points_in_circle);
     module.def("points_in_polygon", &points_in_polygon);
     module.def("spot_tests", &spot_tests);
-    module.def("coverage", &coverage);
+    module.def("coverage", &coverage, nb::arg("data"), nb::arg("bins"), nb::arg("areas"),
+               nb::arg("mesh_x"), nb::arg("mesh_y"), nb::arg("target_bin").none());
 }
 
 } // namespace qmx_python

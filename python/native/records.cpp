@@ -56,46 +56,6 @@ void write_numbers(const number_column* column, std::size_t first, std::size_t l
                     [&](std::size_t row, auto number) { out[row].*field = as_number(number); });
 }
 
-struct optional_column {
-    std::unique_ptr<number_column> held;
-    optional_column(nb::handle array, std::size_t rows) {
-        if (array.is_none()) return;
-        held = std::make_unique<number_column>(array);
-        if (held->memory.rows() != rows) throw nb::value_error("the columns differ in length");
-    }
-    const number_column* get() const { return held.get(); }
-};
-
-// The first row whose pass is no whole number of 32 bits, or -1.
-std::int64_t fill_records(nb::handle out, nb::handle x, nb::handle y, nb::handle value,
-                          nb::handle pass, std::int32_t pass_of_all) {
-    const held_array target(out, true);
-    const std::span<t_icdata> records = target.as<t_icdata>();
-    const std::size_t rows = records.size();
-    const optional_column columns[] = {{x, rows}, {y, rows}, {value, rows}, {pass, rows}};
-    bool all_fit = true;
-    for (std::size_t first = 0; first < rows; first += block) {
-        const std::size_t last = std::min(first + block, rows);
-        write_numbers(columns[0].get(), first, last, records.data(), &t_icdata::d_x);
-        write_numbers(columns[1].get(), first, last, records.data(), &t_icdata::d_y);
-        write_numbers(columns[2].get(), first, last, records.data(), &t_icdata::d_val);
-        if (columns[3].get() != nullptr) {
-            all_fit &= write_passes(*columns[3].get(), first, last, records.data());
-        } else {
-            for (std::size_t row = first; row < last; ++row) {
-                records[row].i_passno = pass_of_all;
-                records[row].i_reserved = 0;
-            }
-        }
-    }
-    if (all_fit) return -1;
-    std::int64_t bad = -1;
-    for_each_number(*columns[3].get(), 0, rows, [&](std::size_t row, auto number) {
-        if (bad < 0 && !is_pass(number)) bad = static_cast<std::int64_t>(row);
-    });
-    return bad;
-}
-
 std::string number_text(double number) {
     char text[40];
     std::snprintf(text, sizeof text, "%.17g", number);
@@ -105,6 +65,97 @@ std::string number_text(double number) {
         if (std::strtod(shorter, nullptr) == number) return shorter;
     }
     return text;
+}
+
+constexpr const char* roles[] = {"x", "y", "value", "pass"};
+
+// The columns of a tuple, and how many rows they have.
+struct point_columns {
+    std::optional<number_column> columns[4];
+    std::int32_t pass_of_all = 0;
+    std::size_t rows = 0;
+
+    explicit point_columns(nb::handle named) {
+        const auto parts = nb::borrow<nb::tuple>(named);
+        int first = -1;
+        for (int k = 0; k < 4; ++k) {
+            if (parts[k].is_none()) continue;
+            columns[k].emplace(parts[k]);
+            const std::size_t length = columns[k]->memory.rows();
+            if (first < 0) {
+                first = k;
+                rows = length;
+            } else if (length != rows) {
+                throw nb::value_error((std::string("column ") + roles[first] + " has " +
+                                       std::to_string(rows) + " rows and column " + roles[k] +
+                                       " has " + std::to_string(length))
+                                          .c_str());
+            }
+        }
+        pass_of_all = nb::cast<std::int32_t>(parts[4]);
+    }
+    const number_column* at(int k) const { return columns[k] ? &*columns[k] : nullptr; }
+};
+
+[[noreturn]] void refuse_passes(const number_column& passes, std::size_t rows) {
+    std::string text = "the pass numbers cannot be used";
+    bool is_found = false;
+    for_each_number(passes, 0, rows, [&](std::size_t row, auto number) {
+        if (is_found || is_pass(number)) return;
+        is_found = true;
+        const double value = as_number(number);
+        text = "row " + std::to_string(row) + " (the first is 0): the pass number " +
+               (std::isnan(value) ? "is missing"
+                                  : number_text(value) + " is no whole number of 32 bits") +
+               "; leave the row out";
+    });
+    throw nb::value_error(text.c_str());
+}
+
+void fill(const point_columns& from, t_icdata* records) {
+    bool all_fit = true;
+    for (std::size_t first = 0; first < from.rows; first += block) {
+        const std::size_t last = std::min(first + block, from.rows);
+        write_numbers(from.at(0), first, last, records, &t_icdata::d_x);
+        write_numbers(from.at(1), first, last, records, &t_icdata::d_y);
+        write_numbers(from.at(2), first, last, records, &t_icdata::d_val);
+        if (from.at(3) != nullptr) {
+            all_fit &= write_passes(*from.at(3), first, last, records);
+        } else {
+            for (std::size_t row = first; row < last; ++row) {
+                records[row].i_passno = from.pass_of_all;
+                records[row].i_reserved = 0;
+            }
+        }
+    }
+    if (!all_fit) refuse_passes(*from.at(3), from.rows);
+}
+
+std::size_t rows_of(nb::handle columns) {
+    return point_columns(columns).rows;
+}
+
+void fill_records(nb::handle out, nb::handle columns) {
+    const held_array target(out, true);
+    const std::span<t_icdata> records = target.as<t_icdata>();
+    const point_columns from(columns);
+    if (from.rows != records.size()) throw nb::value_error("the records are of another length");
+    fill(from, records.data());
+}
+
+// An object of a frozen class with slots, which its own constructor fills one costly step at a time.
+nb::object make(nb::handle type, const nb::tuple& values) {
+    auto* const of = reinterpret_cast<PyTypeObject*>(type.ptr());
+    const nb::object names = type.attr("__slots__");
+    if (nb::len(names) != values.size()) throw nb::type_error("a result has other fields");
+    nb::object made = nb::steal(of->tp_alloc(of, 0));
+    if (!made.is_valid()) throw nb::python_error();
+    for (std::size_t k = 0; k < values.size(); ++k) {
+        PyObject* const name = PyTuple_GET_ITEM(names.ptr(), static_cast<Py_ssize_t>(k));
+        PyObject* const value = PyTuple_GET_ITEM(values.ptr(), static_cast<Py_ssize_t>(k));
+        if (PyObject_GenericSetAttr(made.ptr(), name, value) != 0) throw nb::python_error();
+    }
+    return made;
 }
 
 bool is_position(const t_icdata& record) {
@@ -135,10 +186,6 @@ bool is_whole(double value) {
                                       .c_str());
     }
     throw nb::value_error("the records cannot be used");
-}
-
-template <class Record> nb::tuple field(const char* name, std::size_t offset, std::size_t size) {
-    return nb::make_tuple(name, offset, size);
 }
 
 #define QMX_FIELD(record, name) nb::make_tuple(#name, offsetof(record, name), sizeof(record::name))
@@ -172,8 +219,21 @@ nb::dict layouts() {
 
 } // namespace
 
-usable_points::usable_points(std::span<const t_icdata> records, const wanted_points& wanted)
-    : points_(records) {
+point_source::point_source(nb::handle named) {
+    if (!PyTuple_Check(named.ptr())) {
+        held_.emplace(named);
+        records_ = held_->as<const t_icdata>();
+        return;
+    }
+    const point_columns from(named);
+    made_.reset(new t_icdata[from.rows]); // written once, by fill
+    fill(from, made_.get());
+    records_ = {made_.get(), from.rows};
+}
+
+usable_points::usable_points(nb::handle named, const wanted_points& wanted)
+    : source_(named), points_(source_.records()) {
+    const std::span<const t_icdata> records = points_;
     if (records.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
         throw nb::value_error("more than 2147483647 records");
     std::int64_t missing = 0;
@@ -197,9 +257,9 @@ usable_points::usable_points(std::span<const t_icdata> records, const wanted_poi
 
 void bind_records(nb::module_& module) {
     module.attr("layouts") = layouts();
-    module.def("fill_records", &fill_records, nb::arg("out"), nb::arg("x").none(),
-               nb::arg("y").none(), nb::arg("value").none(), nb::arg("pass_").none(),
-               nb::arg("pass_of_all"));
+    module.def("rows_of", &rows_of);
+    module.def("fill_records", &fill_records);
+    module.def("make", &make);
 }
 
 } // namespace qmx_python

@@ -1,7 +1,7 @@
 """Numerical analyses for intelligent compaction (IC) data."""
 
 from qmx_ic._exports import version as __version__
-from qmx_ic.columns import records
+from qmx_ic.columns import to_records
 from qmx_ic.errors import QmxIcError
 from qmx_ic.measure import compaction_curve, polynomial_curve, semivariogram, statistics
 from qmx_ic.place_results import Coverage, Selection, SpotTests
@@ -28,8 +28,8 @@ __all__ = [
     "points_in_circle",
     "points_in_polygon",
     "polynomial_curve",
-    "records",
     "semivariogram",
     "spot_tests",
     "statistics",
+    "to_records",
 ]

@@ -13,7 +13,7 @@ import numpy as np
 from qmx_ic import _exports
 from qmx_ic.records import POINT
 
-__all__ = ["Column", "records"]
+__all__ = ["Column", "to_records"]
 
 Column = Any
 """The name of a column, or the numbers themselves: an array, a Series, a list."""
@@ -51,6 +51,8 @@ def _from_extension(held: Any, name: str) -> Array:
 
 def _array(numbers: Any, name: str, role: str) -> Array:
     """One dimension of numbers in a type that the compiled part reads, without a copy where possible."""
+    if type(numbers) is np.ndarray and numbers.dtype in _NATIVE and numbers.ndim == 1:
+        return numbers
     if type(numbers) is not np.ndarray:
         if isinstance(numbers, np.ma.MaskedArray):
             if role != "value":
@@ -113,20 +115,15 @@ def column(data: Any, which: Column, role: str, default: str) -> Array | None:
 
 def required(data: Any, which: Column, role: str, default: str) -> Array:
     """A column that there must be."""
+    if which is None and type(data) is dict:  # the short way, since calls are short
+        found = data.get(default)
+        if type(found) is np.ndarray and found.dtype in _NATIVE and found.ndim == 1:
+            return found
     found = column(data, which, role, default)
     if found is None:
         has = "" if data is None else f"; the columns are {', '.join(_names_of(data))}"
         raise TypeError(f"the {role} is missing: give {default.replace('pass', 'pass_')}={has}")
     return found
-
-
-def places(data: Any, x: Column, y: Column) -> tuple[Array, Array]:
-    """Eastings and northings side by side in memory, as 64-bit numbers."""
-    first = np.ascontiguousarray(required(data, x, "position", "x"), dtype=np.float64)
-    second = np.ascontiguousarray(required(data, y, "position", "y"), dtype=np.float64)
-    if first.size != second.size:
-        raise ValueError(f"x has {first.size} numbers and y has {second.size}")
-    return first, second
 
 
 def fits(data: Any) -> bool:
@@ -140,29 +137,8 @@ def fits(data: Any) -> bool:
     )
 
 
-def _fill(columns: dict[str, Array | None], pass_of_all: int) -> Array:
-    rows = -1
-    for name, numbers in columns.items():
-        if numbers is None:
-            continue
-        if rows < 0:
-            rows, first = numbers.shape[0], name
-        elif numbers.shape[0] != rows:
-            raise ValueError(
-                f"column {first!r} has {rows} rows and column {name!r} has {numbers.shape[0]}"
-            )
-    made = np.empty(max(rows, 0), POINT)
-    passes = columns.get("pass")
-    bad = _exports.fill_records(
-        made, columns.get("x"), columns.get("y"), columns.get("value"), passes, pass_of_all
-    )
-    if bad >= 0 and passes is not None:
-        number = passes[bad]
-        what = "is missing" if number != number else f"{number} is not a whole number of 32 bits"
-        raise ValueError(
-            f"column 'pass', row {bad} (the first is 0): the pass number {what}; leave the row out"
-        )
-    return made
+Columns = tuple[Array | None, Array | None, Array | None, Array | None, int]
+"""Eastings, northings, values, passes, and the pass of all rows where there is no such column."""
 
 
 def points(
@@ -174,40 +150,47 @@ def points(
     *,
     needs: str,
     pass_of_all: int = 0,
-) -> Array:
-    """Records of the columns that an analysis needs: letters of "xy" (positions), "v" and "p".
+) -> Array | Columns:
+    """The columns that an analysis needs: letters of "xy" (positions), "v" and "p".
 
-    A capital "P" takes the passes where there are any. Records that fit already are handed through.
+    A capital "P" takes the passes where there are any. Records that fit
+    already are handed through.
     """
     if x is None and y is None and value is None and pass_ is None and fits(data):
         return data  # type: ignore[no-any-return]
-    columns: dict[str, Array | None] = {}
+    east = north = measured = passes = None
     if "x" in needs:
-        columns["x"] = required(data, x, "position", "x")
-        columns["y"] = required(data, y, "position", "y")
+        east = required(data, x, "position", "x")
+        north = required(data, y, "position", "y")
     if "v" in needs:
-        columns["value"] = required(data, value, "value", "value")
+        measured = required(data, value, "value", "value")
     if "p" in needs:
-        columns["pass"] = required(data, pass_, "pass number", "pass")
+        passes = required(data, pass_, "pass number", "pass")
     elif "P" in needs:
-        columns["pass"] = column(data, pass_, "pass number", "pass")
-    return _fill(columns, pass_of_all)
+        passes = column(data, pass_, "pass number", "pass")
+    return east, north, measured, passes, pass_of_all
 
 
-def values(data: Any, value: Column) -> Array:
-    """Records of values alone, which may be given as a plain array in the place of a table."""
+def values(data: Any, value: Column) -> Array | Columns:
+    """Values alone, which may be given as a plain array in the place of a table."""
     if value is None:
         if type(data) is np.ndarray:
-            if data.dtype.names is None:
-                return _fill({"value": _array(data, "value", "value")}, 0)
-        elif not hasattr(data, "keys"):  # an array, a list
-            return _fill({"value": _array(data, "value", "value")}, 0)
-        elif hasattr(data, "dtype"):  # a Series has keys and a type
-            return _fill({"value": _array(data, "value", "value")}, 0)
+            is_plain = data.dtype.names is None
+        else:  # a Series has keys and a type, a list neither, a table keys alone
+            is_plain = data is not None and (hasattr(data, "dtype") or not hasattr(data, "keys"))
+        if is_plain:
+            return None, None, _array(data, "value", "value"), None, 0
     return points(data, value=value, needs="v")
 
 
-def records(
+def filled(columns: Columns) -> Array:
+    """Records of columns."""
+    made = np.empty(_exports.rows_of(columns), POINT)
+    _exports.fill_records(made, columns)
+    return made
+
+
+def to_records(
     data: Any = None,
     *,
     x: Column = None,
@@ -250,19 +233,22 @@ def records(
     Examples
     --------
     >>> import qmx_ic
-    >>> lot = qmx_ic.records(x=[0.0, 0.3], y=[5.0, 5.0], value=[31.5, 33.0], pass_=[1, 2])
+    >>> lot = qmx_ic.to_records(x=[0.0, 0.3], y=[5.0, 5.0], value=[31.5, 33.0], pass_=[1, 2])
     >>> lot["d_val"].tolist(), lot["i_passno"].tolist()
     ([31.5, 33.0], [1, 2])
     """
     if x is None and y is None and value is None and pass_ is None and fits(data):
         return data  # type: ignore[no-any-return]
-    columns = {
-        "x": column(data, x, "position", "x"),
-        "y": column(data, y, "position", "y"),
-        "value": column(data, value, "value", "value"),
-        "pass": column(data, pass_, "pass number", "pass"),
-    }
-    made = _fill(columns, 0)
-    if columns["value"] is None:
+    measured = column(data, value, "value", "value")
+    made = filled(
+        (
+            column(data, x, "position", "x"),
+            column(data, y, "position", "y"),
+            measured,
+            column(data, pass_, "pass number", "pass"),
+            0,
+        )
+    )
+    if measured is None:
         made["d_val"] = np.nan
     return made

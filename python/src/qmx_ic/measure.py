@@ -11,7 +11,6 @@ import numpy as np
 from qmx_ic import _exports
 from qmx_ic.columns import Column, points, required, values
 from qmx_ic.errors import QmxIcError, error_of
-from qmx_ic.records import STATISTICS
 from qmx_ic.results import CompactionCurve, PolynomialCurve, Semivariogram, Statistics
 
 __all__ = ["compaction_curve", "polynomial_curve", "semivariogram", "statistics"]
@@ -99,10 +98,8 @@ def statistics(
             raise ValueError("below=True needs a target")
     elif not abs(target) <= 3.4028234663852886e38:
         raise ValueError(f"target={target} is no number to compare with")
-    record = np.empty(1, STATISTICS)
-    failure, *numbers, achieved, met, counted = _exports.statistics(
+    failure, *numbers, record, achieved, met, counted = _exports.statistics(
         held,
-        record,
         pass_counts,
         below,
         target is not None,
@@ -126,7 +123,7 @@ def statistics(
         (low, high),
         record,
     )
-    result = Statistics(*fields)
+    result = _exports.make(Statistics, fields)
     if failure is not None:
         raise error_of(failure, result if result.n >= 3 else None)
     return result
@@ -193,7 +190,7 @@ def compaction_curve(
         held, curve, max_pass or 0, min_points, MOST_PASSES
     )
     has_fit = failure is None and len(means) > 1
-    result = CompactionCurve(
+    fields = (
         n,
         missing,
         highest,
@@ -203,6 +200,7 @@ def compaction_curve(
         growth,
         curve,
     )
+    result = _exports.make(CompactionCurve, fields)
     if failure is not None:
         raise error_of(failure, result if means else None)
     if not has_fit:
@@ -283,7 +281,9 @@ def polynomial_curve(
     )
     if not is_fitted:
         raise QmxIcError(_why_no_polynomial(degree, n, different), "call_polycurvefit", 101)
-    return PolynomialCurve(n, missing, degree, middle, curve, (abscissas, ordinates))
+    return _exports.make(
+        PolynomialCurve, (n, missing, degree, middle, curve, (abscissas, ordinates))
+    )
 
 
 def _length(number: float, name: str) -> float:
@@ -398,7 +398,7 @@ def semivariogram(
     if failure is not None:
         numbers[6:] = [nan] * 6
     fields = (*numbers, lag, nlag, azimuth, half_angle, standardise, lags, curve)
-    result = Semivariogram(*fields)
+    result = _exports.make(Semivariogram, fields)
     if failure is not None:
         only_fit = failure[0] == "Only the curvefit fails"
         raise error_of(failure, result if only_fit else None)

@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING, Any, cast
 
 import numpy as np
 
+from qmx_ic.records import STATISTICS
 from qmx_ic.results import Array, Result, short, table_html
 
 if TYPE_CHECKING:
@@ -26,7 +27,7 @@ class Selection(Result):
     total: int  # points looked at
     x: Array = field(repr=False)  # of all of them
     y: Array = field(repr=False)
-    outline: Array = field(repr=False)  # shape (m, 2): what the points were looked for in
+    outline: Any = field(repr=False)  # vertices of shape (m, 2); of a circle easting, northing, radius
 
     _listed = ("total", "count", "indices")
     _shown = ("count", "total")
@@ -76,7 +77,7 @@ class SpotTests(Result):
     min_ic: int  # fewest IC values with which a test is in the line
     by_pass: bool  # some tests are matched with the IC data of their own pass alone
     tests: Array = field(repr=False)  # dtype POINT
-    statistics: Array = field(repr=False)  # dtype STATISTICS: of the IC values round each test
+    record_bytes: bytearray = field(repr=False)
     in_line: Array = field(repr=False)  # bool
     predicted: Array = field(repr=False)  # the line at the test's value, NaN for those not in it
 
@@ -85,6 +86,11 @@ class SpotTests(Result):
         *"counts means coefficients_of_variation in_line predicted".split(),
     )
     _shown = ("points", "radius", "pairs", "intercept", "slope", "r_squared", "r")
+
+    @property
+    def statistics(self) -> Array:
+        """A record of dtype `STATISTICS` for each test: of the IC values round it."""
+        return np.frombuffer(memoryview(self.record_bytes).toreadonly(), STATISTICS)
 
     @property
     def values(self) -> Array:
@@ -168,8 +174,10 @@ class Coverage(Result):
     target_passes: int | None
     target_coverage: float  # percent of the area that must have the target passes
     achieved: float  # percent that has; NaN without a target
-    bins: Array = field(repr=False)  # dtype PASS_BIN
-    results: Array = field(repr=False)  # dtype BIN_RESULT, as the library wrote them
+    bins: tuple[tuple[int, int], ...]  # lower and upper end, both included; -1: open
+    shares: tuple[float, ...]  # percent of the plan area in each bin
+    areas: tuple[float, ...]  # points of each bin times the area of the mesh
+    plan_area: float  # included less excluded areas, in the square of the unit of the vertices
 
     _listed = (
         *"n missing mesh plan_area bin_names coverage compacted_area target_passes".split(),
@@ -179,22 +187,17 @@ class Coverage(Result):
     @property
     def coverage(self) -> Array:
         """Percent of the plan area in each bin."""
-        return cast(Array, self.results["x_coverage"])
+        return np.array(self.shares, np.float32)
 
     @property
     def compacted_area(self) -> Array:
         """Points of each bin times the area of the mesh, in the square of its unit."""
-        return cast(Array, self.results["x_compacted_area"])
-
-    @property
-    def plan_area(self) -> float:
-        """Included less excluded areas, in the square of the unit of the vertices."""
-        return float(self.results["x_plan_area"][0])
+        return np.array(self.areas, np.float32)
 
     @property
     def bin_names(self) -> tuple[str, ...]:
         """As in "3", "1-2", "5-"."""
-        return tuple(bin_name(int(lower), int(upper)) for lower, upper in self.bins.tolist())
+        return tuple(bin_name(lower, upper) for lower, upper in self.bins)
 
     @property
     def target_met(self) -> bool | None:

@@ -2,17 +2,17 @@
 
 from __future__ import annotations
 
-from math import isfinite, nan
+from math import inf, isfinite
 from typing import Any, Iterable, Sequence
 
 import numpy as np
 
 from qmx_ic import _exports
-from qmx_ic.columns import Column, fits, places, points
+from qmx_ic.columns import Column, fits, filled, points, required, values
 from qmx_ic.errors import QmxIcError, error_of
 from qmx_ic.measure import percentage
 from qmx_ic.place_results import OPEN_END, Coverage, Selection, SpotTests
-from qmx_ic.records import BIN_RESULT, PASS_BIN, STATISTICS
+from qmx_ic.records import STATISTICS
 from qmx_ic.results import Array
 
 __all__ = ["coverage", "points_in_circle", "points_in_polygon", "spot_tests"]
@@ -30,7 +30,7 @@ def _radius(radius: float) -> float:
 
 def _outline(polygon: Any) -> Array:
     """Vertices of shape (m, 2), of numbers or of an object with one outer ring and no holes."""
-    if hasattr(polygon, "__geo_interface__"):
+    if type(polygon) is not np.ndarray and hasattr(polygon, "__geo_interface__"):
         polygon = polygon.__geo_interface__
     if isinstance(polygon, dict):
         rings = polygon.get("coordinates", ())
@@ -40,14 +40,11 @@ def _outline(polygon: Any) -> Array:
                 "as a polygon of its own, holes as areas to exclude"
             )
         polygon = [vertex[:2] for vertex in rings[0]]
-    outline = np.ascontiguousarray(polygon, dtype=np.float64)
+    outline: Array = np.ascontiguousarray(polygon, dtype=np.float64)
     if outline.ndim != 2 or outline.shape[1] != 2:
         raise ValueError(f"a polygon has the shape (m, 2), not {outline.shape}")
     if outline.shape[0] < 3:
         raise ValueError(f"a polygon has 3 vertices or more, not {outline.shape[0]}")
-    if not np.isfinite(outline).all():
-        row = int(np.argmin(np.isfinite(outline).all(axis=1)))
-        raise ValueError(f"vertex {row} (the first is 0) of a polygon is not finite")
     return outline
 
 
@@ -93,16 +90,18 @@ def points_in_circle(
     >>> qmx_ic.points_in_circle(x=[0, 3, 4], y=[0, 4, 4], center=(0, 0), radius=5).indices
     array([0, 1], dtype=int32)
     """
-    first, second = places(data, x, y)
+    first = required(data, x, "position", "x")
+    second = required(data, y, "position", "y")
     east, north = center
     if not (isfinite(east) and isfinite(north)):
         raise ValueError(f"center={center} is no position")
-    indices = np.empty(first.size, np.int32)
+    indices = np.empty(first.shape[0], np.int32)
     failure, found = _exports.points_in_circle(first, second, indices, east, north, _radius(radius))
     if failure is not None:
         raise error_of(failure)
-    circle = np.array([[east, north, radius]])
-    return Selection(indices[:found], first.size, first, second, circle)
+    return _exports.make(
+        Selection, (indices[:found], first.shape[0], first, second, (east, north, radius))
+    )
 
 
 def points_in_polygon(
@@ -143,13 +142,14 @@ def points_in_polygon(
     >>> qmx_ic.points_in_polygon(x=[5, 15, 1], y=[5, 5, 9], polygon=square)
     Selection: 2 of 3 points
     """
-    first, second = places(data, x, y)
+    first = required(data, x, "position", "x")
+    second = required(data, y, "position", "y")
     outline = _outline(polygon)
-    indices = np.empty(first.size, np.int32)
+    indices = np.empty(first.shape[0], np.int32)
     failure, found = _exports.points_in_polygon(first, second, indices, outline)
     if failure is not None:
         raise error_of(failure)
-    return Selection(indices[:found], first.size, first, second, outline)
+    return _exports.make(Selection, (indices[:found], first.shape[0], first, second, outline))
 
 
 def spot_tests(
@@ -219,51 +219,27 @@ def spot_tests(
     _radius(radius)
     if min_ic < 1:
         raise ValueError(f"min_ic={min_ic}: a mean takes 1 value or more")
-    has_passes = pass_ is not None or fits(data) or "pass" in _names(data)
-    if any_pass or not has_passes:
-        made = made.copy()
-        made["i_passno"] = ALL_PASSES
-    _check_tests(made)
-    statistics = np.empty(made.size, STATISTICS)
-    in_line = np.zeros(made.size, np.bool_)
-    predicted = np.empty(made.size)
-    failure, n, missing, *line = _exports.spot_tests(
-        held, made, statistics, in_line, predicted, radius, min_ic
+    if isinstance(held, tuple) and held[3] is None:
+        any_pass = True
+    if isinstance(made, tuple):
+        spots = filled((*made[:3], None if any_pass else made[3], ALL_PASSES))
+    elif any_pass:
+        spots = made.copy()
+        spots["i_passno"] = ALL_PASSES
+    else:
+        spots = made
+    count = spots.shape[0]
+    statistics = bytearray(count * STATISTICS.itemsize)
+    in_line = np.zeros(count, np.bool_)
+    predicted = np.empty(count)
+    failure, *numbers, by_pass = _exports.spot_tests(
+        held, spots, statistics, in_line, predicted, radius, min_ic
     )
-    by_pass = bool((made["i_passno"] >= 0).any())
-    intercept, slope, r_squared = line
-    result = SpotTests(
-        n,
-        missing,
-        intercept,
-        slope,
-        r_squared,
-        radius,
-        min_ic,
-        by_pass,
-        made,
-        statistics,
-        in_line,
-        predicted,
-    )
+    fields = (*numbers, radius, min_ic, by_pass, spots, statistics, in_line, predicted)
+    result = _exports.make(SpotTests, fields)
     if failure is not None:
         raise error_of(failure, result)
     return result
-
-
-def _names(table: Any) -> Any:
-    return (table.dtype.names or ()) if isinstance(table, np.ndarray) else table
-
-
-def _check_tests(tests: Array) -> None:
-    finite = np.isfinite(tests["d_x"]) & np.isfinite(tests["d_y"])
-    if not finite.all():
-        raise ValueError(
-            f"spot test {int(np.argmin(finite))} (the first is 0): the position is not finite"
-        )
-    if np.isinf(tests["d_val"]).any():
-        row = int(np.argmax(np.isinf(tests["d_val"])))
-        raise ValueError(f"spot test {row} (the first is 0): the value is infinite")
 
 
 def _default_bins(counts: Array, target_passes: int | None) -> list[tuple[int, int]]:
@@ -278,19 +254,19 @@ def _default_bins(counts: Array, target_passes: int | None) -> list[tuple[int, i
     return bins or [(1, OPEN_END)]
 
 
-def _pass_bins(bins: Iterable[int | tuple[int, int | None]]) -> Array:
+def _pass_bins(bins: Iterable[int | tuple[int, int | None]]) -> tuple[tuple[int, int], ...]:
     made = []
     for one in bins:
-        lower, upper = (one, one) if isinstance(one, (int, np.integer)) else one
+        lower, upper = one if isinstance(one, tuple) else (one, one)
         upper = OPEN_END if upper is None else upper
         if not 0 <= lower <= (HIGHEST_PASS_COUNT if upper == OPEN_END else upper):
             raise ValueError(
                 f"bin ({lower}, {upper}): give the lower end and the upper, which None leaves open"
             )
-        made.append((lower, upper))
+        made.append((int(lower), int(upper)))
     if not made:
         raise ValueError("bins is empty")
-    return np.array(made, PASS_BIN)
+    return tuple(made)
 
 
 def coverage(
@@ -353,49 +329,44 @@ def coverage(
     >>> qmx_ic.coverage([1, 3, 4], area=square, mesh=1, target_passes=3)
     Coverage: 4 of plan area by 3 points; 1-2: 25 %, 3-: 50 %; 50 % with 3 passes or more (90 % wanted)
     """
-    from qmx_ic.columns import values
-
     held = values(data, value)
-    sides = (float(mesh), float(mesh)) if isinstance(mesh, (int, float)) else tuple(mesh)
-    if len(sides) != 2 or not all(isfinite(side) and side > 0 for side in sides):
+    sides = (mesh, mesh) if isinstance(mesh, (int, float)) else tuple(mesh)
+    if len(sides) != 2 or not (0 < sides[0] < inf and 0 < sides[1] < inf):
         raise ValueError(f"mesh={mesh}: give the size of a cell, above 0, or two of them")
     percentage(target_coverage, "target_coverage")
     if target_passes is not None and not 1 <= target_passes <= HIGHEST_PASS_COUNT:
         raise ValueError(f"target_passes={target_passes} is not from 1 to {HIGHEST_PASS_COUNT}")
-    areas = tuple(
-        [(outline, False) for outline in _outlines(area)]
-        + [(outline, True) for outline in _outlines(exclude)]
+    areas = [(outline, False) for outline in _outlines(area)]
+    if hasattr(exclude, "__geo_interface__") or len(exclude):
+        areas += [(outline, True) for outline in _outlines(exclude)]
+    if bins is None:
+        counts = held[2] if isinstance(held, tuple) else held["d_val"]
+        bins = _default_bins(np.asarray(counts), target_passes)
+    asked = _pass_bins(bins)
+    failure, n, missing, shares, sizes, plan_area, achieved = _exports.coverage(
+        held,
+        asked,
+        tuple(areas),
+        *sides,
+        None if target_passes is None else (target_passes, OPEN_END),
     )
-    made = _pass_bins(_default_bins(held["d_val"], target_passes) if bins is None else bins)
-    results = np.empty(made.size, BIN_RESULT)
-    failure, n, missing = _exports.coverage(held, made, results, areas, *sides)
     if failure is not None:
         raise error_of(failure)
-    plan_area = float(results["x_plan_area"][0])
     if not plan_area > 0:
         raise QmxIcError(
             f"the size of the area is {plan_area:.6g}: what is excluded is as large as what is "
             "included, or an outline has no area"
         )
-    achieved = nan
-    if target_passes is not None:
-        from_target_on = np.empty(1, BIN_RESULT)
-        target_bin = np.array([(target_passes, OPEN_END)], PASS_BIN)
-        failure, *_ = _exports.coverage(held, target_bin, from_target_on, areas, *sides)
-        if failure is not None:
-            raise error_of(failure)
-        achieved = float(from_target_on["x_coverage"][0])
-    return Coverage(
-        n, missing, (sides[0], sides[1]), target_passes, target_coverage, achieved, made, results
-    )
+    fields = (n, missing, sides, target_passes, target_coverage, achieved, asked, shares, sizes, plan_area)
+    return _exports.make(Coverage, fields)
 
 
 def _outlines(given: Any) -> list[Array]:
     """One polygon or several."""
-    if hasattr(given, "__geo_interface__") or isinstance(given, dict):
-        return [_outline(given)]
     if isinstance(given, np.ndarray):
         return [_outline(given)] if given.ndim == 2 else [_outline(one) for one in given]
+    if hasattr(given, "__geo_interface__") or isinstance(given, dict):
+        return [_outline(given)]
     several = list(given)
     if several and len(several[0]) == 2 and not hasattr(several[0][0], "__len__"):
         return [_outline(several)]

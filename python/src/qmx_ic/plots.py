@@ -51,7 +51,10 @@ def histogram(found: Statistics, ax: Axes | None = None) -> Axes:
     second.set(ylim=(0, 102), ylabel="cumulative share (%)")
     second.spines["top"].set_visible(False)
     if found.target is not None:
-        ax.axvline(found.target, color=ORANGE, linestyle="--", linewidth=1.4)
+        edge = found.target
+        if found.pass_counts:  # between the bars
+            edge += 0.5 if found.below else -0.5
+        ax.axvline(edge, color=ORANGE, linestyle="--", linewidth=1.4)
         side = "at or below" if found.below else "at or above"
         ax.set_title(
             f"{short(round(found.counted_percent, 1))} % {side} {short(found.target)}", fontsize=10
@@ -114,15 +117,15 @@ def selection(found: Selection, ax: Axes | None = None) -> Axes:
     """Points inside and outside, and the outline."""
     ax = _axes(ax)
     inside = found.mask
-    size = float(np.clip(4000 / max(found.total, 1), 0.5, 18))
+    size = float(np.clip(20000 / max(found.total, 1), 0.5, 18))
     for chosen, colour, name in ((~inside, "#c3c7cb", "outside"), (inside, BLUE, "inside")):
         label = f"{name}: {int(np.count_nonzero(chosen))}"
         ax.scatter(
             found.x[chosen], found.y[chosen], s=size, color=colour, linewidths=0, label=label
         )
-    if found.outline.shape[1] == 3:
+    if isinstance(found.outline, tuple):
         turn = np.linspace(0, 2 * np.pi, 181)
-        east, north, radius = found.outline[0]
+        east, north, radius = found.outline
         ax.plot(east + radius * np.cos(turn), north + radius * np.sin(turn), color=ORANGE)
     else:
         ax.plot(*np.vstack([found.outline, found.outline[:1]]).T, color=ORANGE)
@@ -132,7 +135,7 @@ def selection(found: Selection, ax: Axes | None = None) -> Axes:
 
 
 def _as_map(ax: Any) -> None:
-    ax.set_aspect("equal", adjustable="datalim")
+    ax.set_aspect("equal", adjustable="box")
     ax.ticklabel_format(useOffset=False, style="plain")
     ax.tick_params(axis="x", labelrotation=30)
     ax.set(xlabel="easting", ylabel="northing")
@@ -167,8 +170,7 @@ def coverage(found: Coverage, ax: Axes | None = None) -> Axes:
     ax = _axes(ax)
     shares = found.coverage
     target = found.target_passes
-    lower = found.bins["i_pass_lower"]
-    colours = [GREEN if target is not None and low >= target else BLUE for low in lower]
+    colours = [GREEN if target is not None and low >= target else BLUE for low, _ in found.bins]
     bars = ax.bar(found.bin_names, shares, color=colours, width=0.7)
     ax.bar_label(bars, [f"{share:.1f} %" for share in shares], padding=2, fontsize=9)
     if target is not None:

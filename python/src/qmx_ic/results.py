@@ -8,6 +8,8 @@ from typing import TYPE_CHECKING, Any, cast
 
 import numpy as np
 
+from qmx_ic.records import STATISTICS
+
 if TYPE_CHECKING:
     import pandas
     from matplotlib.axes import Axes
@@ -117,7 +119,7 @@ class Statistics(Result):
     target: float | None
     target_percent: float  # that must satisfy the target
     levels: tuple[float, float]  # percent
-    record: Array = field(repr=False)  # one, of dtype STATISTICS, as the library wrote it
+    record_bytes: bytes = field(repr=False)
 
     _listed = (
         *_STATISTICS.split(),
@@ -125,6 +127,11 @@ class Statistics(Result):
         *"target target_percent below achieved_percent target_met counted_percent".split(),
     )
     _shown = (*_STATISTICS.split(), "low_value", "high_value", "counted_percent")
+
+    @property
+    def record(self) -> Array:
+        """One record of dtype `STATISTICS`, as the library wrote it."""
+        return np.frombuffer(self.record_bytes, STATISTICS)
 
     @property
     def class_limits(self) -> Array:
