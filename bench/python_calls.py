@@ -1,7 +1,7 @@
 """What the package adds to a call of the library: `python bench/python_calls.py` where qmx_ic is installed.
 
-For each function with few points: the median of a call of the package less that of the bare call, made
-with all arguments at hand, less what ctypes takes for as many of them. And for a million
+For each function with few points: a call of the package less the bare call, which is made with all
+arguments at hand, less what ctypes takes for as many of them. And for a million
 rows: how long the columns of a DataFrame take to become records.
 """
 
@@ -21,15 +21,21 @@ LIBRARY = ctypes.CDLL(str(Path(qmx_ic.__file__).parent / "libQMX_IC.so"))
 ROUNDS, CALLS = 41, 400
 
 
-def median_of(call):
-    """Microseconds of one call, the lower quartile of the rounds: other work on the machine only adds."""
-    times = []
+def microseconds_of(call):
+    begin = time.perf_counter_ns()
+    for _ in range(CALLS):
+        call()
+    return (time.perf_counter_ns() - begin) / CALLS / 1000
+
+
+def compared(package, bare_call, empty_call):
+    """Medians over rounds that take all three in turn, so that other work meets them alike: the package,
+    the bare call, and what the package adds, each in microseconds."""
+    rounds = []
     for _ in range(ROUNDS):
-        begin = time.perf_counter_ns()
-        for _ in range(CALLS):
-            call()
-        times.append((time.perf_counter_ns() - begin) / CALLS / 1000)
-    return statistics.quantiles(times, n=4)[0]
+        ours, theirs = microseconds_of(package), microseconds_of(bare_call) - microseconds_of(empty_call)
+        rounds.append((ours, theirs, ours - theirs))
+    return [statistics.median(column) for column in zip(*rounds)]
 
 
 def address(array):
@@ -125,10 +131,9 @@ def main():
     print(f"{'microseconds':20}{'package':>9}{'bare':>9}{'added':>9}")
     for name, ours, (bare_call, empty_call) in cases(rng):
         assert bare_call() == 1, name
-        call = median_of(bare_call) - median_of(empty_call)
-        package = median_of(ours)
-        worst = max(worst, package - call)
-        print(f"{name:20}{package:9.2f}{call:9.2f}{package - call:9.2f}")
+        package, call, added = compared(ours, bare_call, empty_call)
+        worst = max(worst, added)
+        print(f"{name:20}{package:9.2f}{call:9.2f}{added:9.2f}")
     try:
         import pandas
     except ImportError:
