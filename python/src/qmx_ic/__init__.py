@@ -3,6 +3,13 @@
 from typing import TYPE_CHECKING, Any
 
 from qmx_ic._exports import version as __version__
+from qmx_ic.columns import to_records
+from qmx_ic.errors import QmxIcError
+from qmx_ic.measure import compaction_curve, polynomial_curve, semivariogram, statistics
+from qmx_ic.place_results import Coverage, Selection, SpotTests
+from qmx_ic.places import coverage, points_in_circle, points_in_polygon, spot_tests
+from qmx_ic.records import BIN_RESULT, PASS_BIN, POINT, STATISTICS
+from qmx_ic.results import CompactionCurve, PolynomialCurve, Semivariogram, Statistics
 from qmx_ic.study import (
     Lot,
     Study,
@@ -33,17 +40,38 @@ def __getattr__(name: str) -> Any:
 
 
 __all__ = [
+    "BIN_RESULT",
     "BatchSummary",
+    "CompactionCurve",
+    "Coverage",
     "Lot",
+    "PASS_BIN",
+    "POINT",
+    "PolynomialCurve",
+    "QmxIcError",
+    "STATISTICS",
+    "Selection",
+    "Semivariogram",
+    "SpotTests",
+    "Statistics",
     "Study",
     "StudyError",
     "StudyFileNotFoundError",
     "__version__",
     "batch",
+    "compaction_curve",
+    "coverage",
     "file_hash",
+    "points_in_circle",
+    "points_in_polygon",
+    "polynomial_curve",
     "presets",
     "propose_job",
     "read",
     "read_job",
+    "semivariogram",
+    "spot_tests",
+    "statistics",
     "study",
+    "to_records",
 ]
