@@ -62,8 +62,9 @@ step "examples in the documentation of functions"
 (cd "$work" && test/bin/python -m pytest -q -p no:cacheprovider --doctest-modules --pyargs qmx_ic)
 
 step "tests"
-QMX_IC_PROGRAM=$PWD/build/dev/qmx-ic QMX_IC_PROGRAM_LIBRARY=$PWD/build/dev/libQMX_IC.so \
-  "$work/test/bin/python" -m pytest -q -p no:cacheprovider --import-mode=importlib --durations=5 python/tests "$@"
+export QMX_IC_PROGRAM=$PWD/build/dev/qmx-ic QMX_IC_PROGRAM_LIBRARY=$PWD/build/dev/libQMX_IC.so
+export QMX_IC_BROWSER_PACKAGES=$PWD/build/dev/report/packages
+"$work/test/bin/python" -m pytest -q -p no:cacheprovider --import-mode=importlib --durations=5 python/tests "$@"
 if [ -e "$work/caught" ]; then
   echo "A compiler was called where none may be needed:" >&2
   cat "$work/caught" >&2
