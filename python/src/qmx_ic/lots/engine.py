@@ -11,109 +11,48 @@ from collections.abc import Callable, Iterator
 from typing import TYPE_CHECKING, Any
 
 from qmx_ic.lots.cluster import SchedulerLost
-from qmx_ic.lots.row import failed_row
-from qmx_ic.lots.work import Record, Task, record_of
+from qmx_ic.lots.handful import MOST_TRIES, Handful, died, do_handful, failed
+from qmx_ic.lots.work import Record, Task
 
 if TYPE_CHECKING:
     from distributed import Client
 
 Future = Any  # of distributed, which is imported only where a cluster is wanted
-MOST_TRIES = 3
-_BLOCK = 1000  # lots whose marks are taken away together
+_BLOCK = 1000  # handfuls whose marks are taken away together
 _WITHOUT_WORKERS = 120.0
-_TASK_SECONDS = 0.25
-_MOST_IN_TASK = 16
+_SECONDS = 1.0  # of work in a handful: what is lost with a worker at most, but for a longer lot
+_MOST_LOTS = 32
 Deliver = Callable[[Task, Record], None]
 
 
-class Marks:
-    """Who has begun which lot, kept at the scheduler: it survives the worker.
+class Hands:
+    """Hands out the lots, a bounded number at a time, and takes what comes back in whatever order.
 
-    A lot is blamed for a worker's death only if it was the one at work: lots that waited in the same worker, or
-    had ended there, are not. The mark of a lot counts its beginnings that had no end.
+    Parameters
+    ----------
+    client : distributed.Client
+    tasks : iterator of Task
+        Asked for the next lot only when it can be handed out.
+    count : int
+        How many they are.
+    deliver : callable
+        Takes each task with its record.
+    in_flight : int
+        Handfuls that are out at a time, for each worker.
     """
 
-    def __init__(self, run: str) -> None:
-        self.run = run
-
-    def place(self, number: int) -> list[Any]:
-        return [self.run, number // _BLOCK, number]
-
-    def began(self, number: int) -> int:
-        """Marks a beginning; returns how many beginnings of this lot had no end."""
-
-        async def mark(scheduler: Any) -> int:
-            before = int(await scheduler.get_metadata(keys=self.place(number), default=0) or 0)
-            if before < MOST_TRIES:
-                await scheduler.set_metadata(keys=self.place(number), value=before + 1)
-            return before
-
-        return int(self._at_scheduler(mark))
-
-    def ended(self, number: int, before: int) -> None:
-        """Takes the mark of a beginning away again."""
-
-        async def mark(scheduler: Any) -> None:
-            await scheduler.set_metadata(keys=self.place(number), value=before)
-
-        self._at_scheduler(mark)
-
-    @staticmethod
-    def _at_scheduler(mark: Callable[[Any], Any]) -> Any:
-        from distributed import get_worker
-        from distributed.utils import sync
-
-        worker = get_worker()
-        return sync(worker.loop, mark, worker.scheduler)
-
-
-def do_tasks(run: str, tasks: list[Task]) -> list[Record]:
-    """Does some lots, one after the other. Runs in a worker."""
-    marks = Marks(run)
-    records = []
-    for task in tasks:
-        before = marks.began(task.number)
-        if before >= MOST_TRIES:
-            records.append(died(task))
-            continue
-        try:
-            record = record_of(task)
-        except MemoryError:
-            record = {"out_of_memory": True}
-        else:
-            # The result may be lost with the worker before it is fetched, as the next lot begins at once.
-            marks.ended(task.number, before)
-        records.append({**record, "tries": before + 1})
-    return records
-
-
-def died(task: Task) -> Record:
-    """The record of a lot that took its workers with it."""
-    reason = f"the worker died {MOST_TRIES} times in the midst of this lot (killed, or out of memory)"
-    return _failed(task, "worker_died", reason)
-
-
-def _failed(task: Task, code: str, reason: str) -> Record:
-    import qmx_ic
-
-    row = failed_row(code, reason) | {"lot": task.lot.name, "file": task.lot.address, "job": task.lot.resolved().get("job")}
-    return {"row": row, "inputs": [], "version": qmx_ic.__version__, "tries": MOST_TRIES}
-
-
-class Hands:
-    """Hands out the lots, a bounded number at a time, and takes what comes back in whatever order."""
-
-    def __init__(self, client: Client, tasks: Iterator[Task], deliver: Deliver, in_flight: int = 4) -> None:
+    def __init__(self, client: Client, tasks: Iterator[Task], count: int, deliver: Deliver, in_flight: int) -> None:
         self._client: Any = client
         self._tasks = tasks
+        self._left = count
         self._deliver = deliver
         self._per_worker = in_flight
-        self._marks = Marks(f"qmx-ic-lots-{uuid.uuid4().hex[:12]}")
-        self._again: deque[Task] = deque()
-        self._flying: dict[Future, list[Task]] = {}
+        self._run = f"qmx-ic-lots-{uuid.uuid4().hex[:12]}"
+        self._again: deque[tuple[Task, int]] = deque()
+        self._flying: dict[Future, Handful] = {}
         self._inbox: queue.SimpleQueue[Future] = queue.SimpleQueue()
         self._left_in_block: dict[int, int] = defaultdict(int)
-        self._tasks_made = 0
+        self._handfuls = 0
         self._seconds_a_lot = 0.0
         self._workers = 0
         self._asked_workers = 0.0
@@ -136,7 +75,7 @@ class Hands:
                 for future in self._arrived():
                     self._settle(future)
                 tick()
-            self._client.set_metadata([self._marks.run], {})
+            self._client.set_metadata([self._run], {})
         finally:
             for future in self._flying:
                 with contextlib.suppress(Exception):
@@ -167,29 +106,31 @@ class Hands:
     def _fill(self) -> None:
         most = max(1, self._workers) * self._per_worker
         while len(self._flying) < most:
-            tasks = self._next()
-            if not tasks:
+            handful = self._next()
+            if handful is None:
                 return
-            self._tasks_made += 1
-            future = self._client.submit(
-                do_tasks, self._marks.run, tasks,
-                key=(self._marks.run, self._tasks_made), pure=False, priority=-tasks[0].number,
-            )  # fmt: skip
-            self._flying[future] = tasks
+            number = self._handfuls
+            self._handfuls += 1
+            self._left_in_block[number // _BLOCK] += 1
+            future = self._client.submit(do_handful, handful, key=(self._run, number), pure=False, priority=-number)
+            self._flying[future] = handful
             future.add_done_callback(self._inbox.put)
 
-    def _next(self) -> list[Task]:
+    def _next(self) -> Handful | None:
         """Small lots go together; one that comes again goes alone."""
+        place = [self._run, self._handfuls // _BLOCK, self._handfuls]
         if self._again:
-            return [self._again.popleft()]
+            task, begun = self._again.popleft()
+            return Handful([task], [begun], place)
         size = 1
-        if self._seconds_a_lot > 0:
-            size = max(1, min(_MOST_IN_TASK, int(_TASK_SECONDS / self._seconds_a_lot)))
+        if self._seconds_a_lot:
+            for_each_worker = self._left // (2 * max(1, self._workers))  # none goes without at the end
+            size = max(1, min(_MOST_LOTS, int(_SECONDS / self._seconds_a_lot), for_each_worker))
         tasks: list[Task] = []
-        while len(tasks) < size and (task := next(self._tasks, None)) is not None:
-            self._left_in_block[task.number // _BLOCK] += 1
-            tasks.append(task)
-        return tasks
+        while len(tasks) < size and (task_or_none := next(self._tasks, None)) is not None:
+            tasks.append(task_or_none)
+        self._left -= len(tasks)
+        return Handful(tasks, [0] * len(tasks), place) if tasks else None
 
     def _arrived(self) -> list[Future]:
         try:
@@ -204,48 +145,50 @@ class Hands:
     def _settle(self, future: Future) -> None:
         from distributed import KilledWorker
 
-        tasks = self._flying.pop(future)
+        handful = self._flying.pop(future)
         try:
             records: list[Record] = future.result()
         except KilledWorker:
-            self._after_death(tasks)
+            self._after_death(handful)
         except Exception as error:
             if future.cancelled() or self._client.status != "running":
                 raise SchedulerLost("the connection to the scheduler is lost") from error
-            for task in tasks:
-                self._finish(task, _failed(task, "internal", f"{type(error).__name__}: {error}"))
+            for task in handful.tasks:
+                self._deliver(task, _plain(failed(task, "internal", f"{type(error).__name__}: {error}")))
         else:
-            for task, record in zip(tasks, records, strict=True):
+            for task, record in zip(handful.tasks, records, strict=True):
                 self._take(task, record)
         future.release()
+        block = handful.place[1]
+        self._left_in_block[block] -= 1
+        if not self._left_in_block[block]:
+            del self._left_in_block[block]
+            self._client.set_metadata(handful.place[:2], {})
 
     def _take(self, task: Task, record: Record) -> None:
         tries = int(record.pop("tries"))
         if "out_of_memory" in record:
             if tries < MOST_TRIES:
-                self._again.append(task)
+                self._again.append((task, tries))
                 return
-            record = _failed(task, "out_of_memory", f"memory ran out {MOST_TRIES} times in the midst of this lot")
+            record = _plain(failed(task, "out_of_memory", f"memory ran out {MOST_TRIES} times in the midst of this lot"))
         if "row" in record:
             record["row"]["tries"] = tries
             seconds = 0.001 + float(record["row"].get("seconds") or 0.0)
             self._seconds_a_lot += 0.1 * (seconds - self._seconds_a_lot) if self._seconds_a_lot else seconds
-        self._finish(task, record)
-
-    def _after_death(self, tasks: list[Task]) -> None:
-        """Dask has given these lots up together: those that were not at work themselves come again."""
-        for task in tasks:
-            begun = self._client.get_metadata(self._marks.place(task.number), default=0)
-            if (begun or 0) >= MOST_TRIES:
-                record = died(task)
-                self._take(task, record)
-            else:
-                self._again.append(task)
-
-    def _finish(self, task: Task, record: Record) -> None:
         self._deliver(task, record)
-        block = task.number // _BLOCK
-        self._left_in_block[block] -= 1
-        if not self._left_in_block[block]:
-            del self._left_in_block[block]
-            self._client.set_metadata([self._marks.run, block], {})
+
+    def _after_death(self, handful: Handful) -> None:
+        """Dask has given these lots up together: those that were not at work come again without blame."""
+        begun = self._client.get_metadata(handful.place, default=None) or handful.begun
+        for task, tries in zip(handful.tasks, begun, strict=True):
+            if tries >= MOST_TRIES:
+                self._take(task, died(task))
+            else:
+                self._again.append((task, int(tries)))
+
+
+def _plain(record: Record) -> Record:
+    """A record that does not come from a worker, as one that does is left in the journal."""
+    record["row"]["tries"] = record.pop("tries")
+    return record

@@ -181,7 +181,8 @@ def batch(
             with _interruptible():
                 dask = stack.enter_context(connected(workers, scheduler, client, memory_limit))
                 begin = time.monotonic()
-                Hands(dask, run.tasks(), run.deliver, in_flight).run(lambda: shown.show(run.done, run.outcomes["failed"], run.stood))
+                hands = Hands(dask, run.tasks(), len(lots), run.deliver, in_flight)
+                hands.run(lambda: shown.show(run.done, run.outcomes["failed"], run.stood))
         except KeyboardInterrupt:
             journal.sync()
             raise Interrupted(run.done, len(lots), journal.path if target else None) from None
