@@ -7,7 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <span>
-#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "arrays.hpp"
