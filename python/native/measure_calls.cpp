@@ -92,8 +92,10 @@ nb::tuple compaction_curve(nb::handle named, std::int32_t max_pass, std::int32_t
     const std::span<const t_icdata> points = usable.points();
     const new_bytes<double> curve(2 * curve_points);
     const std::span<double> xy = curve.records();
-    if (max_pass == 0)
+    if (max_pass == 0) {
+        max_pass = 2; // the library takes no fewer
         for (const t_icdata& point : points) max_pass = std::max(max_pass, point.i_passno);
+    }
     if (max_pass > most_passes)
         throw nb::value_error(("pass numbers go up to " + std::to_string(max_pass) + "; beyond " +
                                std::to_string(most_passes) +

@@ -184,8 +184,8 @@ def compaction_curve(
     ((20.0, 26.0, 29.0, 30.0), 3)
     """
     held = points(data, value=value, pass_=pass_, needs="vp")
-    if max_pass is not None and max_pass < 2:
-        raise ValueError(f"max_pass={max_pass}: there are at least 2 passes in a curve")
+    if max_pass is not None and not 2 <= max_pass <= MOST_PASSES:
+        raise ValueError(f"max_pass={max_pass} is not from 2 to {MOST_PASSES}")
     failure, n, missing, highest, means, coefficients, r_squared, curve = _exports.compaction_curve(
         held, max_pass or 0, min_points, MOST_PASSES
     )
@@ -270,8 +270,8 @@ def polynomial_curve(
     >>> curve.x.shape
     (100,)
     """
-    abscissas = required(data, x, "abscissa", "x")
-    ordinates = required(data, y, "ordinate", "y")
+    abscissas = required(data, x, "value", "x")
+    ordinates = required(data, y, "value", "y")
     if not 0 <= degree <= HIGHEST_DEGREE:
         raise ValueError(f"degree={degree} is not from 0 to {HIGHEST_DEGREE}")
     is_fitted, n, missing, different, middle, curve = _exports.polynomial_curve(

@@ -325,7 +325,7 @@ def coverage(
     Coverage: 4 of plan area by 3 points; 1-2: 25 %, 3-: 50 %; 50 % with 3 passes or more (90 % wanted)
     """
     held = values(data, value)
-    sides = (mesh, mesh) if isinstance(mesh, (int, float)) else tuple(mesh)
+    sides = tuple(mesh) if isinstance(mesh, (tuple, list, np.ndarray)) else (mesh, mesh)
     if len(sides) != 2 or not (0 < sides[0] < inf and 0 < sides[1] < inf):
         raise ValueError(f"mesh={mesh}: give the size of a cell, above 0, or two of them")
     percentage(target_coverage, "target_coverage")
@@ -363,6 +363,8 @@ def _outlines(given: Any) -> list[Array]:
     if hasattr(given, "__geo_interface__") or isinstance(given, dict):
         return [_outline(given)]
     several = list(given)
-    if several and len(several[0]) == 2 and not hasattr(several[0][0], "__len__"):
+    first: Any = several[0] if several else ()
+    is_vertex = hasattr(first, "__len__") and len(first) == 2 and not isinstance(first, dict)
+    if is_vertex and not hasattr(first[0], "__len__"):
         return [_outline(several)]
     return [_outline(one) for one in several]
