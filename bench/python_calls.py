@@ -17,15 +17,25 @@ import numpy as np
 import qmx_ic
 
 warnings.simplefilter("ignore")
-LIBRARY = ctypes.CDLL(str(Path(qmx_ic.__file__).parent / "libQMX_IC.so"))
-ROUNDS, CALLS = 41, 400
+ROUNDS, CALLS = 301, 50
+
+
+def loaded_library():
+    """The library that the package itself has loaded, wherever its wheel keeps it."""
+    for line in Path("/proc/self/maps").read_text().splitlines():
+        if "libQMX_IC" in line:
+            return ctypes.CDLL(line.split(maxsplit=5)[5])
+    raise RuntimeError("the package has not loaded its library")
+
+
+LIBRARY = loaded_library()
 
 
 def microseconds_of(call):
-    begin = time.perf_counter_ns()
+    begin = time.thread_time_ns()  # without what other work on the machine takes
     for _ in range(CALLS):
         call()
-    return (time.perf_counter_ns() - begin) / CALLS / 1000
+    return (time.thread_time_ns() - begin) / CALLS / 1000
 
 
 def compared(package, bare_call, empty_call):

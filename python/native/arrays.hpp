@@ -37,6 +37,24 @@ private:
     Py_buffer view_{};
 };
 
+// A new bytes object with room for `count` records, to be written before Python sees it.
+template <class Record> class new_bytes {
+public:
+    explicit new_bytes(std::size_t count)
+        : object_(nanobind::steal(PyBytes_FromStringAndSize(
+              nullptr, static_cast<Py_ssize_t>(count * sizeof(Record))))) {
+        if (!object_.is_valid()) throw nanobind::python_error();
+        records_ = {reinterpret_cast<Record*>(PyBytes_AS_STRING(object_.ptr())), count};
+        __builtin_memset(static_cast<void*>(records_.data()), 0, records_.size_bytes());
+    }
+    std::span<Record> records() const { return records_; }
+    const nanobind::object& object() const { return object_; }
+
+private:
+    nanobind::object object_;
+    std::span<Record> records_;
+};
+
 // Types of numbers that columns are read from without NumPy's help.
 enum class number_type { f64, f32, i64, i32, i16, i8, u64, u32, u16, u8, truth };
 

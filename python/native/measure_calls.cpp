@@ -7,7 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <span>
-#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "arrays.hpp"
@@ -34,12 +34,6 @@ template <class Number> double as_double(Number number) {
 template <class Call> std::int32_t run(std::size_t points, Call call) {
     return points <= few_points ? serialised_briefly(call_lock(), call)
                                 : serialised(call_lock(), call);
-}
-
-template <class Number> std::span<Number> outputs(const held_array& array, std::size_t count) {
-    const std::span<Number> all = array.as<Number>();
-    if (all.size() != count) throw nb::value_error("an output array has the wrong length");
-    return all;
 }
 
 // ---- Statistics ----------------------------------------------------------------------------------
@@ -92,14 +86,16 @@ nb::tuple statistics(nb::handle named, bool pass_counts, bool below, bool has_ta
 // ---- Compaction curve ----------------------------------------------------------------------------
 
 // max_pass 0: the highest pass number of the data.
-nb::tuple compaction_curve(nb::handle named, nb::handle curve, std::int32_t max_pass,
-                           std::int32_t min_points, std::int32_t most_passes) {
-    const held_array written(curve, true);
+nb::tuple compaction_curve(nb::handle named, std::int32_t max_pass, std::int32_t min_points,
+                           std::int32_t most_passes) {
     const usable_points usable(named, {});
     const std::span<const t_icdata> points = usable.points();
-    const std::span<double> xy = outputs<double>(written, 2 * curve_points);
-    if (max_pass == 0)
+    const new_bytes<double> curve(2 * curve_points);
+    const std::span<double> xy = curve.records();
+    if (max_pass == 0) {
+        max_pass = 2; // the library takes no fewer
         for (const t_icdata& point : points) max_pass = std::max(max_pass, point.i_passno);
+    }
     if (max_pass > most_passes)
         throw nb::value_error(("pass numbers go up to " + std::to_string(max_pass) + "; beyond " +
                                std::to_string(most_passes) +
@@ -117,7 +113,8 @@ nb::tuple compaction_curve(nb::handle named, nb::handle curve, std::int32_t max_
     for (std::int32_t k = 0; k < passes; ++k) pass_means.append(means[static_cast<std::size_t>(k)]);
     for (std::int32_t k = 0; k <= fit.i_degree; ++k) coefficients.append(as_double(fit.x_coef[k]));
     return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing(), max_pass,
-                          nb::tuple(pass_means), nb::tuple(coefficients), as_double(fit.x_rsq));
+                          nb::tuple(pass_means), nb::tuple(coefficients), as_double(fit.x_rsq),
+                          curve.object());
 }
 
 // ---- Polynomial ----------------------------------------------------------------------------------
@@ -164,12 +161,11 @@ narrowed_pairs pairs_of(nb::handle x, nb::handle y, bool centre, double& middle)
 }
 
 // True after success; the centre is 0 where none is taken off.
-nb::tuple polynomial_curve(nb::handle x, nb::handle y, nb::handle curve, std::int32_t degree,
-                           bool centre) {
+nb::tuple polynomial_curve(nb::handle x, nb::handle y, std::int32_t degree, bool centre) {
     double middle = 0;
     const narrowed_pairs pairs = pairs_of(x, y, centre, middle);
-    const held_array written(curve, true);
-    const std::span<double> xy = outputs<double>(written, 2 * curve_points);
+    const new_bytes<double> curve(2 * curve_points);
+    const std::span<double> xy = curve.records();
     std::vector<float> distinct = pairs.x;
     std::sort(distinct.begin(), distinct.end());
     const auto different = std::unique(distinct.begin(), distinct.end()) - distinct.begin();
@@ -185,7 +181,8 @@ nb::tuple polynomial_curve(nb::handle x, nb::handle y, nb::handle curve, std::in
         xy[i] = as_double(curve_x[i]) + middle;
         xy[curve_points + i] = as_double(curve_y[i]);
     }
-    return nb::make_tuple(is_fitted, pairs.x.size(), pairs.missing, different, middle);
+    return nb::make_tuple(is_fitted, pairs.x.size(), pairs.missing, different, middle,
+                          curve.object());
 }
 
 // ---- Semivariogram -------------------------------------------------------------------------------
@@ -256,10 +253,8 @@ local_points localise(std::span<const t_icdata> points, nb::handle origin) {
 }
 
 // bandwidth 0: as wide as the points and the search.
-nb::tuple semivariogram(nb::handle named, nb::handle lags, nb::handle curve, nb::handle origin,
-                        std::int32_t nlag, double lag, double azimuth, double tolerance,
-                        double bandwidth, bool standardise) {
-    const held_array written_lags(lags, true), written_curve(curve, true);
+nb::tuple semivariogram(nb::handle named, nb::handle origin, std::int32_t nlag, double lag,
+                        double azimuth, double tolerance, double bandwidth, bool standardise) {
     wanted_points wanted;
     wanted.positions = true;
     wanted.largest_value = 9e18; // differences are squared in 32 bits
@@ -275,10 +270,8 @@ nb::tuple semivariogram(nb::handle named, nb::handle lags, nb::handle curve, nb:
                                   static_cast<float>(bandwidth),
                                   standardise ? QMX_IC_YES : QMX_IC_NO};
     const auto classes = static_cast<std::size_t>(std::clamp(nlag, 1, 98)) + 2;
-    const std::span<double> lag_values = outputs<double>(written_lags, 2 * classes);
-    const std::span<double> xy = outputs<double>(written_curve, 2 * curve_points);
-    std::fill(lag_values.begin(), lag_values.end(), 0.0);
-    std::fill(xy.begin(), xy.end(), 0.0);
+    const new_bytes<double> lags(2 * classes), curve(2 * curve_points);
+    const std::span<double> lag_values = lags.records(), xy = curve.records();
     double model[2] = {};
     float reading[4] = {};
     t_event event{};
@@ -297,7 +290,8 @@ nb::tuple semivariogram(nb::handle named, nb::handle lags, nb::handle curve, nb:
     return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing(),
                           nb::make_tuple(local.origin_x, local.origin_y), step, local.repeated,
                           bandwidth, model[0], model[1], as_double(reading[0]),
-                          as_double(reading[1]), as_double(reading[2]), as_double(reading[3]));
+                          as_double(reading[1]), as_double(reading[2]), as_double(reading[3]),
+                          lags.object(), curve.object());
 }
 
 } // namespace
@@ -306,10 +300,9 @@ void bind_measure_calls(nb::module_& module) {
     module.def("statistics", &statistics);
     module.def("compaction_curve", &compaction_curve);
     module.def("polynomial_curve", &polynomial_curve);
-    module.def("semivariogram", &semivariogram, nb::arg("points"), nb::arg("lags"),
-               nb::arg("curve"), nb::arg("origin").none(), nb::arg("nlag"), nb::arg("lag"),
-               nb::arg("azimuth"), nb::arg("tolerance"), nb::arg("bandwidth"),
-               nb::arg("standardise"));
+    module.def("semivariogram", &semivariogram, nb::arg("points"), nb::arg("origin").none(),
+               nb::arg("nlag"), nb::arg("lag"), nb::arg("azimuth"), nb::arg("tolerance"),
+               nb::arg("bandwidth"), nb::arg("standardise"));
 }
 
 } // namespace qmx_python

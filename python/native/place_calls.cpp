@@ -170,12 +170,8 @@ void check_tests(std::span<const t_icdata> tests) {
     }
 }
 
-nb::tuple spot_tests(nb::handle data, nb::handle tests_array, nb::handle stats_array,
-                     nb::handle in_line_array, nb::handle predicted_array, double radius,
-                     std::int32_t min_ic) {
+nb::tuple spot_tests(nb::handle data, nb::handle tests_array, double radius, std::int32_t min_ic) {
     const held_array held_tests(tests_array);
-    const held_array held_stats(stats_array, true), held_line(in_line_array, true);
-    const held_array held_predicted(predicted_array, true);
     wanted_points wanted;
     wanted.positions = true;
     // The middle of a class of one value is the sum of two of them, halved.
@@ -183,14 +179,12 @@ nb::tuple spot_tests(nb::handle data, nb::handle tests_array, nb::handle stats_a
     const usable_points usable(data, wanted);
     const std::span<const t_icdata> tests = held_tests.as<const t_icdata>();
     check_tests(tests);
-    const std::span<std::uint8_t> stats_bytes = held_stats.as<std::uint8_t>();
-    const std::span<t_statsout> stats{reinterpret_cast<t_statsout*>(stats_bytes.data()),
-                                      stats_bytes.size() / sizeof(t_statsout)};
-    const std::span<std::uint8_t> in_line = held_line.as<std::uint8_t>();
-    const std::span<double> predicted = held_predicted.as<double>();
-    if (stats.size() != tests.size() || in_line.size() != tests.size() ||
-        predicted.size() != tests.size())
-        throw nb::value_error("an output array has the wrong length");
+    const new_bytes<t_statsout> stats_bytes(tests.size());
+    const new_bytes<std::uint8_t> line_bytes(tests.size());
+    const new_bytes<double> predicted_bytes(tests.size());
+    const std::span<t_statsout> stats = stats_bytes.records();
+    const std::span<std::uint8_t> in_line = line_bytes.records();
+    const std::span<double> predicted = predicted_bytes.records();
 
     spot_line line;
     std::vector<std::int32_t> valid(tests.size());
@@ -202,11 +196,15 @@ nb::tuple spot_tests(nb::handle data, nb::handle tests_array, nb::handle stats_a
                                    valid.data(), predicted.data(), &event);
     });
     line.failure = failure_of(returned, event);
+    const auto answer = [&](float intercept, float slope, float r_squared, bool by_pass) {
+        return nb::make_tuple(line.failure, usable.count(), usable.missing(), intercept, slope,
+                              r_squared, by_pass, stats_bytes.object(), line_bytes.object(),
+                              predicted_bytes.object());
+    };
     constexpr std::string_view out_of_memory = "memory could not be allocated";
     if (!line.stands() &&
         std::string_view(event.c_description, out_of_memory.size()) == out_of_memory)
-        return nb::make_tuple(line.failure, usable.count(), usable.missing(), unknown, unknown,
-                              unknown, false);
+        return answer(unknown_32, unknown_32, unknown_32, false);
 
     std::int32_t thin = 0, single = 0;
     const bool by_pass = std::any_of(tests.begin(), tests.end(),
@@ -222,11 +220,8 @@ nb::tuple spot_tests(nb::handle data, nb::handle tests_array, nb::handle stats_a
         fit_again(tests, stats, in_line, predicted, line);
     for (std::size_t i = 0; i < tests.size(); ++i)
         if (in_line[i] == 0 || !line.stands()) predicted[i] = unknown;
-    const auto term = [&](int k) {
-        return line.stands() ? static_cast<double>(line.terms[k]) : unknown;
-    };
-    return nb::make_tuple(line.failure, usable.count(), usable.missing(), term(0), term(1), term(2),
-                          by_pass);
+    if (!line.stands()) std::fill(std::begin(line.terms), std::end(line.terms), unknown_32);
+    return answer(line.terms[0], line.terms[1], line.terms[2], by_pass);
 }
 
 // ---- Coverage ------------------------------------------------------------------------------------

@@ -3,12 +3,13 @@
 #include "arrays.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 namespace nb = nanobind;
 
@@ -57,14 +58,9 @@ void write_numbers(const number_column* column, std::size_t first, std::size_t l
 }
 
 std::string number_text(double number) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%.17g", number);
-    for (int digits = 1; digits < 17; ++digits) {
-        char shorter[40];
-        std::snprintf(shorter, sizeof shorter, "%.*g", digits, number);
-        if (std::strtod(shorter, nullptr) == number) return shorter;
-    }
-    return text;
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, number).ptr;
+    return {text, end};
 }
 
 constexpr const char* roles[] = {"x", "y", "value", "pass"};

@@ -26,15 +26,13 @@ def statistics(
     high_level: float,
 ) -> tuple[Any, ...]: ...
 def compaction_curve(
-    points: _Points, curve: _Array, max_pass: int, min_points: int, most_passes: int
-) -> tuple[_Failure, int, int, int, tuple[float, ...], tuple[float, ...], float]: ...
+    points: _Points, max_pass: int, min_points: int, most_passes: int
+) -> tuple[_Failure, int, int, int, tuple[float, ...], tuple[float, ...], float, bytes]: ...
 def polynomial_curve(
-    x: _Array, y: _Array, curve: _Array, degree: int, centre: bool
-) -> tuple[bool, int, int, int, float]: ...
+    x: _Array, y: _Array, degree: int, centre: bool
+) -> tuple[bool, int, int, int, float, bytes]: ...
 def semivariogram(
     points: _Points,
-    lags: _Array,
-    curve: _Array,
     origin: tuple[float, float] | None,
     nlag: int,
     lag: float,
@@ -50,14 +48,8 @@ def points_in_polygon(
     x: _Array, y: _Array, indices: _Array, outline: _Array
 ) -> tuple[_Failure, int]: ...
 def spot_tests(
-    data: _Points,
-    tests: _Array,
-    stats: bytearray,
-    in_line: _Array,
-    predicted: _Array,
-    radius: float,
-    min_ic: int,
-) -> tuple[_Failure, int, int, float, float, float, bool]: ...
+    data: _Points, tests: _Array, radius: float, min_ic: int
+) -> tuple[_Failure, int, int, float, float, float, bool, bytes, bytes, bytes]: ...
 def coverage(
     data: _Points,
     bins: tuple[tuple[int, int], ...],

@@ -19,6 +19,7 @@ HIGHEST_DEGREE = 9
 MOST_LAGS = 98
 MOST_PASSES = 100_000
 POINTS_OF_A_PASS = 100
+NO_CURVE = np.full((2, 100), nan).tobytes()
 
 
 def percentage(number: float, name: str) -> float:
@@ -183,11 +184,10 @@ def compaction_curve(
     ((20.0, 26.0, 29.0, 30.0), 3)
     """
     held = points(data, value=value, pass_=pass_, needs="vp")
-    if max_pass is not None and max_pass < 2:
-        raise ValueError(f"max_pass={max_pass}: there are at least 2 passes in a curve")
-    curve = np.zeros((2, 100))
-    failure, n, missing, highest, means, coefficients, r_squared = _exports.compaction_curve(
-        held, curve, max_pass or 0, min_points, MOST_PASSES
+    if max_pass is not None and not 2 <= max_pass <= MOST_PASSES:
+        raise ValueError(f"max_pass={max_pass} is not from 2 to {MOST_PASSES}")
+    failure, n, missing, highest, means, coefficients, r_squared, curve = _exports.compaction_curve(
+        held, max_pass or 0, min_points, MOST_PASSES
     )
     has_fit = failure is None and len(means) > 1
     fields = (
@@ -198,13 +198,12 @@ def compaction_curve(
         coefficients if has_fit else (),
         r_squared if has_fit else nan,
         growth,
-        curve,
+        curve if has_fit else NO_CURVE,
     )
     result = _exports.make(CompactionCurve, fields)
     if failure is not None:
         raise error_of(failure, result if means else None)
     if not has_fit:
-        curve.fill(nan)
         raise QmxIcError(
             "only pass 1 has 100 values: there is no curve through a single mean", results=result
         )
@@ -271,13 +270,12 @@ def polynomial_curve(
     >>> curve.x.shape
     (100,)
     """
-    abscissas = required(data, x, "abscissa", "x")
-    ordinates = required(data, y, "ordinate", "y")
+    abscissas = required(data, x, "value", "x")
+    ordinates = required(data, y, "value", "y")
     if not 0 <= degree <= HIGHEST_DEGREE:
         raise ValueError(f"degree={degree} is not from 0 to {HIGHEST_DEGREE}")
-    curve = np.empty((2, 100))
-    is_fitted, n, missing, different, middle = _exports.polynomial_curve(
-        abscissas, ordinates, curve, degree, centre
+    is_fitted, n, missing, different, middle, curve = _exports.polynomial_curve(
+        abscissas, ordinates, degree, centre
     )
     if not is_fitted:
         raise QmxIcError(_why_no_polynomial(degree, n, different), "call_polycurvefit", 101)
@@ -390,10 +388,8 @@ def semivariogram(
     half_angle = 90.0 if azimuth is None else 22.5 if tolerance is None else tolerance
     if origin is not None and not (isfinite(origin[0]) and isfinite(origin[1])):
         raise ValueError(f"origin={origin} is no position")
-    lags = np.empty((2, nlag + 2))
-    curve = np.empty((2, 100))
-    failure, *numbers = _exports.semivariogram(
-        held, lags, curve, origin, nlag, lag, azimuth or 0.0, half_angle, bandwidth or 0.0, standardise
+    failure, *numbers, lags, curve = _exports.semivariogram(
+        held, origin, nlag, lag, azimuth or 0.0, half_angle, bandwidth or 0.0, standardise
     )
     if failure is not None:
         numbers[6:] = [nan] * 6

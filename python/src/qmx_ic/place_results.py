@@ -77,9 +77,9 @@ class SpotTests(Result):
     min_ic: int  # fewest IC values with which a test is in the line
     by_pass: bool  # some tests are matched with the IC data of their own pass alone
     tests: Array = field(repr=False)  # dtype POINT
-    record_bytes: bytearray = field(repr=False)
-    in_line: Array = field(repr=False)  # bool
-    predicted: Array = field(repr=False)  # the line at the test's value, NaN for those not in it
+    record_bytes: bytes = field(repr=False)
+    line_bytes: bytes = field(repr=False)
+    predicted_bytes: bytes = field(repr=False)
 
     _listed = (
         *"points missing radius min_ic by_pass intercept slope r_squared r pairs values".split(),
@@ -90,7 +90,17 @@ class SpotTests(Result):
     @property
     def statistics(self) -> Array:
         """A record of dtype `STATISTICS` for each test: of the IC values round it."""
-        return np.frombuffer(memoryview(self.record_bytes).toreadonly(), STATISTICS)
+        return np.frombuffer(self.record_bytes, STATISTICS)
+
+    @property
+    def in_line(self) -> Array:
+        """True for the tests that the line is made of."""
+        return np.frombuffer(self.line_bytes, np.bool_)
+
+    @property
+    def predicted(self) -> Array:
+        """The line at each test's value; NaN for the tests that are not in it."""
+        return np.frombuffer(self.predicted_bytes, np.float64)
 
     @property
     def values(self) -> Array:

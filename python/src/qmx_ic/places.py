@@ -12,7 +12,6 @@ from qmx_ic.columns import Column, fits, filled, points, required, values
 from qmx_ic.errors import QmxIcError, error_of
 from qmx_ic.measure import percentage
 from qmx_ic.place_results import OPEN_END, Coverage, Selection, SpotTests
-from qmx_ic.records import STATISTICS
 from qmx_ic.results import Array
 
 __all__ = ["coverage", "points_in_circle", "points_in_polygon", "spot_tests"]
@@ -228,12 +227,8 @@ def spot_tests(
         spots["i_passno"] = ALL_PASSES
     else:
         spots = made
-    count = spots.shape[0]
-    statistics = bytearray(count * STATISTICS.itemsize)
-    in_line = np.zeros(count, np.bool_)
-    predicted = np.empty(count)
-    failure, *numbers, by_pass = _exports.spot_tests(
-        held, spots, statistics, in_line, predicted, radius, min_ic
+    failure, *numbers, by_pass, statistics, in_line, predicted = _exports.spot_tests(
+        held, spots, radius, min_ic
     )
     fields = (*numbers, radius, min_ic, by_pass, spots, statistics, in_line, predicted)
     result = _exports.make(SpotTests, fields)
@@ -275,7 +270,7 @@ def coverage(
     area: Any,
     mesh: float | tuple[float, float],
     value: Column = None,
-    exclude: Any = (),
+    exclude: Any = None,
     bins: Sequence[int | tuple[int, int | None]] | None = None,
     target_passes: int | None = None,
     target_coverage: float = 90,
@@ -330,14 +325,14 @@ def coverage(
     Coverage: 4 of plan area by 3 points; 1-2: 25 %, 3-: 50 %; 50 % with 3 passes or more (90 % wanted)
     """
     held = values(data, value)
-    sides = (mesh, mesh) if isinstance(mesh, (int, float)) else tuple(mesh)
+    sides = tuple(mesh) if isinstance(mesh, (tuple, list, np.ndarray)) else (mesh, mesh)
     if len(sides) != 2 or not (0 < sides[0] < inf and 0 < sides[1] < inf):
         raise ValueError(f"mesh={mesh}: give the size of a cell, above 0, or two of them")
     percentage(target_coverage, "target_coverage")
     if target_passes is not None and not 1 <= target_passes <= HIGHEST_PASS_COUNT:
         raise ValueError(f"target_passes={target_passes} is not from 1 to {HIGHEST_PASS_COUNT}")
     areas = [(outline, False) for outline in _outlines(area)]
-    if hasattr(exclude, "__geo_interface__") or len(exclude):
+    if exclude is not None:
         areas += [(outline, True) for outline in _outlines(exclude)]
     if bins is None:
         counts = held[2] if isinstance(held, tuple) else held["d_val"]
@@ -368,6 +363,8 @@ def _outlines(given: Any) -> list[Array]:
     if hasattr(given, "__geo_interface__") or isinstance(given, dict):
         return [_outline(given)]
     several = list(given)
-    if several and len(several[0]) == 2 and not hasattr(several[0][0], "__len__"):
+    first: Any = several[0] if several else ()
+    is_vertex = hasattr(first, "__len__") and len(first) == 2 and not isinstance(first, dict)
+    if is_vertex and not hasattr(first[0], "__len__"):
         return [_outline(several)]
     return [_outline(one) for one in several]

@@ -38,6 +38,8 @@ def histogram(found: Statistics, ax: Axes | None = None) -> Axes:
     """Bars of the classes, the cumulative share as a line, the target where there is one."""
     ax = _axes(ax)
     limits, shares = found.class_limits, found.shares
+    if limits.size == 0:
+        ax.text(0.5, 0.5, "no histogram", ha="center", color=GREY, transform=ax.transAxes)
     if found.pass_counts:
         ax.bar(limits, shares, width=0.8, color=BLUE)
         _count_passes(ax)

@@ -44,6 +44,11 @@ def plain(value: Any) -> Any:
     return value
 
 
+def two_rows(held: bytes) -> Array:
+    """Doubles kept as they came from the library, which an array is made of when it is asked for."""
+    return np.frombuffer(held, np.float64).reshape(2, -1)
+
+
 def table_html(caption: str, rows: list[tuple[str, ...]]) -> str:
     """A small table, the first cell of each row its heading."""
     lines = [f"<table><caption>{html.escape(caption)}</caption>"]
@@ -187,7 +192,7 @@ class CompactionCurve(Result):
     coefficients: tuple[float, ...]  # of the quadratic, constant term first; empty without a fit
     r_squared: float  # percent
     growth_limit: float  # percent
-    curve: Array = field(repr=False)  # shape (2, 100): passes, means by the quadratic
+    curve_bytes: bytes = field(repr=False)
 
     _listed = (
         *"n missing max_pass passes pass_means coefficients r_squared growth_limit".split(),
@@ -199,6 +204,11 @@ class CompactionCurve(Result):
     def passes(self) -> int:
         """How many passes are in the curve."""
         return len(self.pass_means)
+
+    @property
+    def curve(self) -> Array:
+        """Shape (2, 100): passes, and the means by the quadratic."""
+        return two_rows(self.curve_bytes)
 
     @property
     def x(self) -> Array:
@@ -261,11 +271,16 @@ class PolynomialCurve(Result):
     missing: int  # pairs left out for want of a number
     degree: int
     centre: float  # subtracted from the abscissas before the fit, and added again
-    curve: Array = field(repr=False)  # shape (2, 100)
+    curve_bytes: bytes = field(repr=False)
     data: tuple[Array, Array] = field(repr=False)  # the pairs, as they were given
 
     _listed = ("n", "missing", "degree", "centre", "x", "y")
     _shown = ("n", "missing", "degree", "centre")
+
+    @property
+    def curve(self) -> Array:
+        """Shape (2, 100): abscissas and ordinates."""
+        return two_rows(self.curve_bytes)
 
     @property
     def x(self) -> Array:
@@ -317,8 +332,8 @@ class Semivariogram(Result):
     azimuth: float | None  # None: all directions
     tolerance: float
     standardised: bool
-    lags: Array = field(repr=False)  # shape (2, nlag + 2): mean distances, semivariances
-    curve: Array = field(repr=False)  # shape (2, 100): distances, the model there
+    lags_bytes: bytes = field(repr=False)
+    curve_bytes: bytes = field(repr=False)
 
     _listed = (
         *"n missing origin position_step repeated lag nlag azimuth tolerance bandwidth".split(),
@@ -329,6 +344,16 @@ class Semivariogram(Result):
         *"n origin lag nlag practical_range sill at_bound read_range read_sill".split(),
         *"read_nugget repeated".split(),
     )
+
+    @property
+    def lags(self) -> Array:
+        """Shape (2, nlag + 2): mean distances and semivariances of the lag classes."""
+        return two_rows(self.lags_bytes)
+
+    @property
+    def curve(self) -> Array:
+        """Shape (2, 100): distances, and the model there; 0 where the fit failed."""
+        return two_rows(self.curve_bytes)
 
     @property
     def distances(self) -> Array:

@@ -53,7 +53,7 @@ CALLS = {
     "too_many_passes": lambda: failing(lambda: qmx_ic.statistics([1, 2, 300], pass_counts=True)),
     "compaction_curve": lambda: qmx_ic.compaction_curve(PASSES),
     "two_passes": lambda: failing(lambda: qmx_ic.compaction_curve(lot(3, 400, 2))),
-    "one_pass": lambda: failing(lambda: qmx_ic.compaction_curve(lot(3, 400, 1), max_pass=3)),
+    "one_pass": lambda: failing(lambda: qmx_ic.compaction_curve(lot(3, 400, 1))),
     "no_pass_one": lambda: failing(lambda: qmx_ic.compaction_curve(value=[1.0] * 200, pass_=[2] * 200)),
     "polynomial_curve": lambda: qmx_ic.polynomial_curve(x=[1, 2, 4, 5, 7], y=[3, 4, 4.5, 4, 9], degree=3),
     "no_polynomial": lambda: failing(lambda: qmx_ic.polynomial_curve(x=[1, 2, 3], y=[4, 4, 4])),

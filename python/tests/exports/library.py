@@ -5,10 +5,18 @@ from pathlib import Path
 
 import numpy as np
 
-import qmx_ic
 from qmx_ic import POINT, STATISTICS
 
-LIBRARY = ctypes.CDLL(str(Path(qmx_ic.__file__).parent / "libQMX_IC.so"))
+
+def loaded_library():
+    """The library that the package itself has loaded, wherever its wheel keeps it."""
+    for line in Path("/proc/self/maps").read_text().splitlines():
+        if "libQMX_IC" in line:
+            return ctypes.CDLL(line.split(maxsplit=5)[5])
+    raise RuntimeError("the package has not loaded its library")
+
+
+LIBRARY = loaded_library()
 i32, f64 = ctypes.c_int32, ctypes.c_double
 
 

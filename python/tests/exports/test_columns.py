@@ -186,6 +186,35 @@ def test_empty_tables():
     assert caught.value.results.counts.size == 0
 
 
+def test_polygons_of_every_form():
+    outer, inner = [(0.0, 0.0), (4.0, 0.0), (4.0, 4.0), (0.0, 4.0)], [(1.0, 1.0), (2.0, 1.0), (2.0, 2.0), (1.0, 2.0)]
+    shapely = pytest.importorskip("shapely")
+    ask = lambda area, exclude: qmx_ic.coverage([1, 2], area=area, exclude=exclude, mesh=np.float32(1)).plan_area  # noqa: E731
+    shape = shapely.Polygon(outer)
+    for area in (outer, np.array(outer), [outer], [np.array(outer)], shape, [shape], shape.__geo_interface__):
+        for exclude in (inner, [shapely.Polygon(inner)], np.array([inner])):
+            assert ask(area, exclude) == 15
+    with pytest.raises(ValueError, match="Polygon with 2 rings"):
+        ask(shapely.Polygon(outer, [inner]), None)
+    with pytest.raises(qmx_ic.QmxIcError, match="size of the area is 0"):
+        ask(inner, [inner])
+    with pytest.raises(qmx_ic.QmxIcError, match="greater than allowed maximum 10000"):
+        ask(np.random.default_rng(1).normal(0, 1, (10001, 2)), None)
+
+
+def test_pairs_without_a_number_are_left_out():
+    x, y = np.arange(9.0), np.array([1, 3, 4, 4, 5, 7, 6, 8, 9.0])
+    whole = qmx_ic.polynomial_curve(x=x, y=y, degree=np.int64(1))
+    more = np.append(x, [np.nan, 100]), np.ma.array(np.append(y, [50, 60]), mask=[0] * 10 + [1])
+    lacking = qmx_ic.polynomial_curve(x=more[0], y=more[1], degree=1)
+    assert (lacking.n, lacking.missing) == (9, 2) and lacking.curve.tobytes() == whole.curve.tobytes()
+
+
+def test_results_and_errors_survive_a_process():
+    result = pickle.loads(pickle.dumps(qmx_ic.statistics([1, 2, 4], target=2)))
+    assert repr(result) == repr(qmx_ic.statistics([1, 2, 4], target=2))
+
+
 def test_errors_survive_a_process():
     with pytest.raises(qmx_ic.QmxIcError) as caught:
         qmx_ic.compaction_curve(value=np.arange(400.0), pass_=np.repeat([1, 2], 200))

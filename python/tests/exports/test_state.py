@@ -1,6 +1,7 @@
 """What the library keeps from call to call shows in no result; calls from threads and forks are safe."""
 
 import os
+import signal
 import subprocess
 import sys
 import threading
@@ -48,8 +49,10 @@ def test_other_threads_run_during_a_long_call():
     finished = threading.Event()
 
     def search():
-        qmx_ic.semivariogram(lot, lag=0.5, nlag=40)
-        finished.set()
+        try:
+            qmx_ic.semivariogram(lot, lag=0.5, nlag=40)
+        finally:
+            finished.set()
 
     thread = threading.Thread(target=search)
     thread.start()
@@ -74,8 +77,12 @@ def test_a_fork_in_the_midst_of_calls_can_call(in_a_fresh_process):
         for _ in range(10):
             child = os.fork()
             if child == 0:
-                same = calls.digest("spot_tests") == in_a_fresh_process["spot_tests"]
-                os._exit(0 if same else 1)
+                signal.alarm(60)  # rather a failed test than one that hangs
+                try:
+                    same = calls.digest("spot_tests") == in_a_fresh_process["spot_tests"]
+                    os._exit(0 if same else 1)
+                finally:  # an exception must not take the child back into the tests
+                    os._exit(2)
             assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
     finally:
         stop.set()
