@@ -9,7 +9,7 @@ packages=(g++ cmake ninja-build libblas-dev zlib1g-dev libgdal-dev libcli11-dev 
 command -v npm >/dev/null || packages+=(nodejs npm)
 if [ "${1:-}" != demo ]; then
   packages+=(ccache clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev libgtest-dev libboost-dev
-             libopenblas-dev python3 python3-numpy python3-jsonschema gdal-bin r-cran-sp chromium
+             libopenblas-dev python3 python3-dev python3-venv python3-numpy python3-jsonschema gdal-bin r-cran-sp chromium
              fonts-dejavu-core)
 fi
 

@@ -32,6 +32,7 @@ environment test numpy pandas pandas-stubs pyogrio geopandas matplotlib 'dask[di
 
 step "wheel"
 rm -rf "$work/raw" "$work/repaired"
+rm -f build/dev/.skbuild-info.json # of another environment: with it the whole build would start anew
 # With the settings of the build that is there already: nothing is compiled twice.
 PATH="$work/build/bin:$PATH" "$work/build/bin/pip" wheel -q --disable-pip-version-check ./python \
   --no-build-isolation --no-deps -w "$work/raw" -C build-dir="$PWD/build/dev" \
@@ -58,10 +59,12 @@ step "types"
 install_wheel test
 (cd "$work" && test/bin/python -m mypy --strict --no-error-summary -p qmx_ic)
 
+step "examples in the documentation of functions"
+(cd "$work" && test/bin/python -m pytest -q -p no:cacheprovider --doctest-modules --pyargs qmx_ic)
+
 step "tests"
 QMX_IC_PROGRAM=$PWD/build/dev/qmx-ic QMX_IC_PROGRAM_LIBRARY=$PWD/build/dev/libQMX_IC.so \
-  "$work/test/bin/python" -m pytest -q -p no:cacheprovider --import-mode=importlib --rootdir=python/tests \
-  --doctest-modules --pyargs python/tests qmx_ic "$@"
+  "$work/test/bin/python" -m pytest -q -p no:cacheprovider --import-mode=importlib --durations=5 python/tests "$@"
 if [ -e "$work/caught" ]; then
   echo "A compiler was called where none may be needed:" >&2
   cat "$work/caught" >&2

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up and passes the tests: both compilers with warnings as errors, the sanitizers, both BLAS
-# libraries, and the program without GDAL. QMX_IC_DATA may name a folder with real data files; the
-# tests that read it are skipped without it.
+# libraries, the program without GDAL, and the package for Python. QMX_IC_DATA may name a folder with
+# real data files; the tests that read it are skipped without it.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -31,5 +31,6 @@ suite sanitize openblas-pthread
 step "configure: no-gdal, on a machine without GDAL"
 cmake --preset no-gdal -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_GDAL=ON >/dev/null
 build dev # with the program and the tests that know no GDAL
+tools/python.sh
 suite dev openblas-pthread
 suite dev blas -LE '^(study|app|report|without_gdal)$' # what calls the library directly
