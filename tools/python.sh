@@ -32,6 +32,7 @@ environment test numpy pandas pandas-stubs pyogrio geopandas matplotlib 'dask[di
 
 step "wheel"
 rm -rf "$work/raw" "$work/repaired"
+rm -f build/dev/.skbuild-info.json # of another environment: with it the whole build would start anew
 # With the settings of the build that is there already: nothing is compiled twice.
 PATH="$work/build/bin:$PATH" "$work/build/bin/pip" wheel -q --disable-pip-version-check ./python \
   --no-build-isolation --no-deps -w "$work/raw" -C build-dir="$PWD/build/dev" \

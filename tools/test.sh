@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up and passes the tests: both compilers with warnings as errors, the sanitizers, both BLAS
-# libraries, the program without GDAL, and the package for Python. QMX_IC_DATA may name a folder with real data files; the
-# tests that read it are skipped without it.
+# libraries, the program without GDAL, and the package for Python. QMX_IC_DATA may name a folder with
+# real data files; the tests that read it are skipped without it.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

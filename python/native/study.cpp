@@ -9,6 +9,7 @@
 #include <nanobind/stl/string.h>
 
 #include "report/page.hpp"
+#include "study/analyses/polygon_filter.hpp"
 #include "study/analyses/report.hpp"
 #include "study/base/output_file.hpp"
 #include "study/document/answer_parts.hpp"
@@ -56,8 +57,13 @@ std::shared_ptr<read_lot_result> read_points(const std::string& job, const nb::d
     const job_settings settings = checked_settings(job, given);
     return run(direction::reads, [&](progress& shown) {
         const lot_conditions conditions{settings.filters, settings.traits};
-        return std::make_shared<read_lot_result>(
-            read_lot_result{load(settings.reading, reading_needs{}, shown, &conditions)});
+        auto made = std::make_shared<read_lot_result>();
+        made->lot = load(settings.reading, reading_needs{}, shown, &conditions);
+        if (!settings.filters.polygon.empty())
+            keep_points_inside(made->lot, settings.filters.polygon);
+        std::string& unit = made->lot.data.value.unit;
+        if (unit.empty()) unit = settings.value_unit;
+        return made;
     });
 }
 

@@ -33,6 +33,19 @@ def test_account_of_every_row(tmp_path):
     assert "<table>" in lot._repr_html_() and lot.to_frame()["row"].tolist() == lot.rows.tolist()
 
 
+def test_filters_of_a_lot(tmp_path, lot_file):
+    whole = qmx_ic.read(lot_file)
+    polygon = tmp_path / "lane.csv"
+    polygon.write_text("Easting,Northing\n431999,4861999\n432003.1,4861999\n432003.1,4862009\n431999,4862009\n")
+    filters = {"polygon": polygon, "value": (31, None), "machines": ["roller-1"], "time": ("", "2025-10-01T07:15")}
+    lot = qmx_ic.read(lot_file, filters=filters, value_unit="CMV")
+    cell = (whole.rows - 1) // 3
+    kept = (whole.x < 432003.1) & (whole.value >= 31) & (cell % 2 == 0) & (whole.rows <= 900)
+    assert lot.rows.tolist() == whole.rows[kept].tolist() and 0 < len(lot) < len(whole)
+    assert lot.account["input"]["rows_left_out_by_filter"] == len(whole) - len(lot)
+    assert lot.columns["value"]["unit"] == "CMV"
+
+
 def test_records_are_views_that_outlive_their_lot(lot_file):
     lot = qmx_ic.read(lot_file)
     records, rows, x = lot.records, lot.rows, lot.x
