@@ -9,7 +9,7 @@ from typing import TYPE_CHECKING, Any, cast
 import numpy as np
 
 from qmx_ic.records import STATISTICS
-from qmx_ic.results import Array, Result, short, table_html
+from qmx_ic.showing import Array, Result, short, table_html
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes

@@ -12,7 +12,7 @@ from qmx_ic.columns import Column, fits, filled, points, required, values
 from qmx_ic.errors import QmxIcError, error_of
 from qmx_ic.measure import percentage
 from qmx_ic.place_results import OPEN_END, Coverage, Selection, SpotTests
-from qmx_ic.results import Array
+from qmx_ic.showing import Array
 
 __all__ = ["coverage", "points_in_circle", "points_in_polygon", "spot_tests"]
 

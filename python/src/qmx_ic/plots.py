@@ -6,7 +6,8 @@ from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
-from qmx_ic.results import CompactionCurve, PolynomialCurve, Semivariogram, Statistics, short
+from qmx_ic.results import CompactionCurve, PolynomialCurve, Semivariogram, Statistics
+from qmx_ic.showing import short
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes

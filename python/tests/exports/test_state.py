@@ -70,6 +70,7 @@ def test_a_fork_in_the_midst_of_calls_can_call(in_a_fresh_process):
     def keep_calling():
         while not stop.is_set():
             calls.CALLS["semivariogram"]()
+            stop.wait(0.005)  # the lock is not fair: a loop without a pause may keep a fork waiting
 
     thread = threading.Thread(target=keep_calling)
     thread.start()
@@ -91,11 +92,11 @@ def test_a_fork_in_the_midst_of_calls_can_call(in_a_fresh_process):
 
 def test_numpy_alone_is_imported():
     code = (
-        "import sys, numpy, time; begin = time.perf_counter(); import qmx_ic; took = time.perf_counter() - begin;"
+        "import sys, numpy, time; begin = time.process_time(); import qmx_ic; took = time.process_time() - begin;"
         "print(took, *{name.split('.')[0] for name in sys.modules})"
     )
     took, *modules = subprocess.run(
         [sys.executable, "-c", code], capture_output=True, text=True, check=True
     ).stdout.split()
     assert not {"pandas", "matplotlib", "scipy", "dask", "pyarrow"} & set(modules)
-    assert float(took) < 1  # a machine at leisure takes a tenth of that
+    assert float(took) < 0.5  # 0.04 once Python has compiled the files
