@@ -96,7 +96,7 @@ def connected(
         dask.config.set({**_QUIET, "distributed.worker.preload": preload}),
         distributed.LocalCluster(
             n_workers=workers, threads_per_worker=1, processes=True, memory_limit=memory_limit,
-            dashboard_address=None, silence_logs=logging.CRITICAL,
+            dashboard_address="127.0.0.1:0", silence_logs=logging.CRITICAL,
         ) as cluster,
         distributed.Client(cluster, set_as_default=False) as own,
     ):  # fmt: skip
