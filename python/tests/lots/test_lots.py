@@ -220,7 +220,7 @@ def test_a_batch_in_the_memory_of_one_process(make_lots: Make, tmp_path: Path) -
     from distributed import Client, LocalCluster
 
     files = make_lots("one", "two", "three")
-    with LocalCluster(n_workers=2, threads_per_worker=2, processes=False, dashboard_address=None) as cluster, Client(cluster) as client:
+    with LocalCluster(n_workers=2, threads_per_worker=2, processes=False, dashboard_address="127.0.0.1:0") as cluster, Client(cluster) as client:
         made = qmx_ic.batch(files, client=client, reports=tmp_path / "pages", target=40, progress=False)
         assert client.status == "running"
     assert (made.lots, made.missed, made.output) == (3, 3, None)
