@@ -14,22 +14,50 @@ namespace qmx_python {
 
 inline constexpr const char* call_lock_name = "qmx_ic._exports.call_lock";
 
+// A mutex with a gate before it: who holds the gate comes next. Without it a thread that calls without a
+// pause would keep all others waiting, a fork among them.
+class call_mutex {
+public:
+    void lock() {
+        const std::lock_guard next(gate_);
+        calls_.lock();
+    }
+    bool try_lock() {
+        const std::unique_lock next(gate_, std::try_to_lock);
+        return next.owns_lock() && calls_.try_lock();
+    }
+    void unlock() { calls_.unlock(); }
+
+    // Nobody may be in the midst of a call, nor at the gate: a child of fork() has no such thread.
+    void lock_for_fork() {
+        gate_.lock();
+        calls_.lock();
+    }
+    void unlock_after_fork() {
+        calls_.unlock();
+        gate_.unlock();
+    }
+
+private:
+    std::mutex gate_, calls_;
+};
+
 // For modules other than _exports, with the interpreter's lock held; throws where the import fails.
-inline std::mutex& imported_call_lock() {
+inline call_mutex& imported_call_lock() {
     void* const found = PyCapsule_Import(call_lock_name, 0);
     if (found == nullptr) throw nanobind::python_error();
-    return *static_cast<std::mutex*>(found);
+    return *static_cast<call_mutex*>(found);
 }
 
 // Runs a call with the interpreter's lock released and the mutex held.
-template <class Call> auto serialised(std::mutex& lock, Call call) {
+template <class Call> auto serialised(call_mutex& lock, Call call) {
     const nanobind::gil_scoped_release released;
     const std::lock_guard guard(lock); // given back first
     return call();
 }
 
 // The same for a call of a few microseconds, which keeps the interpreter's lock where it can.
-template <class Call> auto serialised_briefly(std::mutex& lock, Call call) {
+template <class Call> auto serialised_briefly(call_mutex& lock, Call call) {
     if (const std::unique_lock guard(lock, std::try_to_lock); guard.owns_lock()) return call();
     return serialised(lock, call);
 }

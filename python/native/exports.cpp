@@ -1,6 +1,5 @@
 // The module qmx_ic._exports: calls of the library, one at a time in a process.
 
-#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -14,9 +13,9 @@ namespace nb = nanobind;
 
 namespace qmx_python {
 
-std::mutex& call_lock() {
-    static std::mutex& lock =
-        *new std::mutex; // never destroyed: threads may outlive the interpreter
+call_mutex& call_lock() {
+    static call_mutex& lock =
+        *new call_mutex; // never destroyed: threads may outlive the interpreter
     return lock;
 }
 
@@ -35,10 +34,10 @@ namespace {
 // A child of fork() gets the library's memory as it stands: it must not be in the midst of a call.
 void wait_before_fork() {
     const nb::gil_scoped_release released;
-    call_lock().lock();
+    call_lock().lock_for_fork();
 }
 void go_on_after_fork() {
-    call_lock().unlock();
+    call_lock().unlock_after_fork();
 }
 
 void survive_forks() {

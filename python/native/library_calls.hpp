@@ -3,15 +3,15 @@
 // on its arguments alone, though the library keeps statistics from call to call.
 #pragma once
 
-#include <mutex>
-
 #include <nanobind/nanobind.h>
 
 #include <qmx_ic.h>
 
+#include "call_lock.hpp"
+
 namespace qmx_python {
 
-std::mutex& call_lock(); // of the process, owned by this module
+call_mutex& call_lock(); // of the process, owned by this module
 
 nanobind::object failure_of(std::int32_t returned, const t_event& event);
 

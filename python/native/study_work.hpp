@@ -40,7 +40,7 @@ enum class direction { reads, writes };
 
 // work(progress&) with the lock and without the GIL.
 template <class Work> auto run(direction way, Work&& work) {
-    std::mutex& lock = imported_call_lock();
+    call_mutex& lock = imported_call_lock();
     interruption asked;
     try {
         const nb::gil_scoped_release free;

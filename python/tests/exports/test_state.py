@@ -70,7 +70,6 @@ def test_a_fork_in_the_midst_of_calls_can_call(in_a_fresh_process):
     def keep_calling():
         while not stop.is_set():
             calls.CALLS["semivariogram"]()
-            stop.wait(0.005)  # the lock is not fair: a loop without a pause may keep a fork waiting
 
     thread = threading.Thread(target=keep_calling)
     thread.start()
