@@ -38,7 +38,7 @@ PATH="$work/build/bin:$PATH" "$work/build/bin/pip" wheel -q --disable-pip-versio
   --no-build-isolation --no-deps -w "$work/raw" -C build-dir="$PWD/build/dev" \
   -C cmake.build-type=RelWithDebInfo -C cmake.define.QMX_IC_WITH_GDAL=ON -C cmake.define.QMX_IC_BUILD_APP=ON \
   -C cmake.define.QMX_IC_BUILD_TESTS=ON -C cmake.define.QMX_IC_BLAS=INSTALLED
-PATH="$work/build/bin:$PATH" "$work/build/bin/auditwheel" -q repair -w "$work/repaired" "$work"/raw/*.whl
+PATH="$work/build/bin:$PATH" "$work/build/bin/auditwheel" repair -w "$work/repaired" "$work"/raw/*.whl
 ls -l "$work"/repaired
 
 # Whoever calls a compiler from here on is caught.
