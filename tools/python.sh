@@ -66,7 +66,11 @@ step "examples in the documentation of functions"
 step "tests"
 export QMX_IC_PROGRAM=$PWD/build/dev/qmx-ic QMX_IC_PROGRAM_LIBRARY=$PWD/build/dev/libQMX_IC.so
 export QMX_IC_BROWSER_PACKAGES=$PWD/build/dev/report/packages
-"$work/test/bin/python" -m pytest -q -p no:cacheprovider --import-mode=importlib --durations=5 python/tests "$@"
+# Each suite by itself: their helpers bear the same names.
+suite() { "$work/test/bin/python" -m pytest -q -p no:cacheprovider --durations=3 "$@"; }
+suite python/tests/exports
+suite --import-mode=importlib python/tests/study python/tests/test_notebook.py
+suite python/tests/lots
 if [ -e "$work/caught" ]; then
   echo "A compiler was called where none may be needed:" >&2
   cat "$work/caught" >&2
