@@ -56,12 +56,12 @@ class Command:
 
     def ended(self) -> tuple[int, str, str]:
         """Exit code, output, messages."""
-        out, err = self.process.communicate(timeout=80)
+        out, err = self.process.communicate(timeout=240)
         return self.process.returncode, out, err
 
     def wait_for_lots(self, journal: Path, count: int) -> None:
         """Until so many lots are in the journal."""
-        deadline = time.monotonic() + 40
+        deadline = time.monotonic() + 120
         while len(lines_of(journal)) < count:
             assert self.process.poll() is None, self.ended()
             assert time.monotonic() < deadline
