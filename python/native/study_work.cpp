@@ -27,7 +27,7 @@ double now() {
     std::error_code unknown;
     const bool is_missing =
         may_be_missing && !place.file.empty() && !std::filesystem::exists(place.file, unknown);
-    const nb::object type = nb::module_::import_("qmx_ic.study")
+    const nb::object type = nb::module_::import_("qmx_ic.errors")
                                 .attr(is_missing ? "StudyFileNotFoundError" : "StudyError");
     nb::object line = nb::none();
     if (place.line > 0) line = nb::int_(place.line);

@@ -33,10 +33,10 @@ def main():
     assert qmx_ic._study.makes_pages
     study.report(folder / "page.html")
     assert (folder / "page.html").stat().st_size > 100_000
-    expect_words("pip install qmx_ic[frames]", study.to_frame)
-    expect_words("pip install qmx_ic[geo]", lambda: study.write_cells(folder / "cells.gpkg"))
+    expect_words("pip install 'qmx_ic[frames]'", study.to_frame)
+    expect_words("pip install 'qmx_ic[geo]'", lambda: study.write_cells(folder / "cells.gpkg"))
     (folder / "lot.gpkg").write_bytes(b"SQLite format 3\0")
-    expect_words("pip install qmx_ic[geo]", lambda: qmx_ic.read(folder / "lot.gpkg"))
+    expect_words("pip install 'qmx_ic[geo]'", lambda: qmx_ic.read(folder / "lot.gpkg"))
     assert "pandas" not in sys.modules
     print("reads, studies and reports with NumPy alone")
 

@@ -14,7 +14,7 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-REMEDY = "needs pyogrio: pip install qmx_ic[geo]"
+REMEDY = "needs pyogrio: pip install 'qmx_ic[geo]'"
 
 
 def _raw() -> Any:

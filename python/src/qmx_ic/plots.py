@@ -21,7 +21,7 @@ def _axes(ax: Axes | None) -> Any:
     try:
         import matplotlib.pyplot as pyplot
     except ImportError as failure:
-        raise ImportError('plot() needs Matplotlib: pip install "qmx_ic[plots]"') from failure
+        raise ImportError("this needs Matplotlib: pip install 'qmx_ic[plots]'") from failure
     if ax is None:
         _, ax = pyplot.subplots(figsize=(6.4, 4.2), layout="constrained")
     for side in ("top", "right"):

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any, cast
 
 import numpy as np
@@ -19,7 +20,7 @@ def need_pandas() -> Any:
     try:
         import pandas
     except ImportError as failure:
-        raise ImportError('to_frame() needs pandas: pip install "qmx_ic[frames]"') from failure
+        raise ImportError("this needs pandas: pip install 'qmx_ic[frames]'") from failure
     return pandas
 
 
@@ -44,7 +45,7 @@ def two_rows(held: bytes) -> Array:
     return np.frombuffer(held, np.float64).reshape(2, -1)
 
 
-def table_html(caption: str, rows: list[tuple[str, ...]]) -> str:
+def table_html(caption: str, rows: Sequence[tuple[str, ...]]) -> str:
     """A small table, the first cell of each row its heading."""
     import html  # here, since few sessions show tables and the import takes time
 

@@ -1,373 +1,32 @@
-"""Lots read from files, and all analyses of a lot: what ``qmx-ic report`` does, by the same code.
+"""All analyses of a lot: what ``qmx-ic report`` does, by the same code.
 
-`read` gives the points of a lot with an account of every row, `study` the document of a report with its
-cells, tables and page. The document is the one that the program writes, byte for byte where the time
-stamp is the same.
+The document of a study is the one that the program writes, byte for byte where the time stamp is the same.
 """
 
 from __future__ import annotations
 
-import difflib
-import html
 import json as _json
 import os
 from collections.abc import Iterator, Mapping, Sequence
 from dataclasses import dataclass
 from datetime import datetime, timezone
-from typing import TYPE_CHECKING, Any, TypedDict, Unpack
+from typing import TYPE_CHECKING, Any, Unpack
 
 import numpy as np
 import numpy.typing as npt
 
 from qmx_ic import _study
+from qmx_ic.arguments import STUDY_KEYS, Path, ReadingOptions, given
+from qmx_ic.reading import Lot, named_and_given
+from qmx_ic.showing import need_pandas, table_html
 
 if TYPE_CHECKING:
     import pandas as pd
 
-__all__ = [
-    "Lot",
-    "ReadingOptions",
-    "Study",
-    "StudyError",
-    "StudyFileNotFoundError",
-    "Verdict",
-    "file_hash",
-    "presets",
-    "propose_job",
-    "read",
-    "read_job",
-    "study",
-]
+__all__ = ["CELL_VERDICTS", "Study", "Verdict", "study"]
 
-Path = str | os.PathLike[str]
 #: The outcomes behind the numbers of ``Study.cells["verdict"]``.
 CELL_VERDICTS = ("missed", "met", "not_given")
-
-# The record of the library: 32 bytes.
-_RECORD = np.dtype(
-    {
-        "names": ["d_x", "d_y", "d_val", "i_passno", "i_reserved"],
-        "formats": ["<f8", "<f8", "<f8", "<i4", "<i4"],
-        "offsets": [0, 8, 16, 24, 28],
-        "itemsize": 32,
-    }
-)
-
-
-class StudyError(ValueError):
-    """What a file, an option or the data do not allow.
-
-    Attributes
-    ----------
-    message : str
-        What is wrong, where, and the remedy.
-    code : str
-        ``"wrong_usage"`` (a file, a column or an option), ``"analysis_failed"`` or ``"failed"``.
-    file, line, column, option : str or int or None
-        What it concerns, as far as that is known; lines count from 1.
-    path : str or None
-        The failing routine of the library and its callers, where the library failed.
-    event_code : int or None
-        The library's own number of the failure.
-    """
-
-    def __init__(
-        self,
-        message: str,
-        *,
-        code: str = "wrong_usage",
-        file: str | None = None,
-        line: int | None = None,
-        option: str | None = None,
-        column: str | None = None,
-        path: str | None = None,
-        event_code: int | None = None,
-    ) -> None:
-        super().__init__(message)
-        self.message = message
-        self.code = code
-        self.file = file
-        self.line = line
-        self.option = _argument_of(option)
-        self.column = column
-        self.path = path
-        self.event_code = event_code
-
-    def __str__(self) -> str:
-        return self.message
-
-    def __reduce__(self) -> tuple[Any, ...]:
-        return (_error_again, (type(self), dict(self.__dict__)))
-
-
-class StudyFileNotFoundError(StudyError, FileNotFoundError):
-    """A file that was to be read is not there."""
-
-
-def _error_again(kind: type[StudyError], known: dict[str, Any]) -> StudyError:
-    """An error that went from one process to another."""
-    return kind(known.pop("message"), **known)
-
-
-def _argument_of(option: str | None) -> str | None:
-    """The argument that stands for an option of the program: ``--target-passes``, ``--pass``."""
-    if option is None:
-        return None
-    name = option.lstrip("-").replace("-", "_")
-    return "pass_" if name == "pass" else name
-
-
-class ReadingOptions(TypedDict, total=False):
-    """How a file is read; each may be left out.
-
-    Attributes
-    ----------
-    x, y, value, pass_ : str
-        Columns by name (or number, from 1); otherwise they are found by their names.
-    where : str
-        Only rows that satisfy a filter, say ``"PassCount >= 2 AND VibeState = 'On'"``.
-    missing : sequence of str
-        Further texts that stand for a missing value.
-    decimal : str
-        Decimal mark of a text: ``"auto"``, ``"point"`` or ``"comma"``.
-    comment : str
-        Start of the lines of a text that are comments.
-    header_line : int
-        Line of a text that holds the names of the columns, from 1.
-    layer : str
-        Of a file with several layers.
-    crs : str
-        Coordinate system of the positions, where the file does not name it.
-    project : str
-        Plane for longitudes and latitudes. The package cannot project and says so.
-    columns : mapping
-        Further columns by what they hold: time, machine, lift, speed, direction, vibration, frequency,
-        amplitude, temperature.
-    filters : mapping
-        What rows must be, by the keys of a job file's table ``filter``: ``value`` and ``speed`` are
-        pairs (None is open), ``time`` a pair of texts, ``machines`` and ``lifts`` lists, ``vibration``,
-        ``direction`` and ``polygon`` texts.
-    value_unit : str
-        Unit of the value, where the file does not tell it.
-    """
-
-    x: str | int | None
-    y: str | int | None
-    value: str | int | None
-    pass_: str | int | None
-    where: str | None
-    missing: Sequence[str]
-    decimal: str | None
-    comment: str | None
-    header_line: int | None
-    layer: str | None
-    crs: str | None
-    project: str | None
-    columns: Mapping[str, str]
-    filters: Mapping[str, Any]
-    value_unit: str | None
-
-
-# Arguments and the keys of a job file that they stand for.
-_READING_KEYS = {
-    "x": "columns.x",
-    "y": "columns.y",
-    "value": "columns.value",
-    "pass_": "columns.pass",
-    "where": "input.where",
-    "missing": "input.missing",
-    "decimal": "input.decimal",
-    "comment": "input.comment",
-    "header_line": "input.header_line",
-    "layer": "input.layer",
-    "crs": "input.crs",
-    "project": "input.project",
-    "value_unit": "units.value",
-}
-_STUDY_KEYS = {
-    "tests": "input.tests",
-    "tests_value": "columns.tests_value",
-    "tests_any_pass": "analysis.tests_any_pass",
-    "area": "input.area",
-    "exclude": "input.excluded_area",
-    "target": "analysis.target",
-    "below": "analysis.below",
-    "minimum": "analysis.minimum",
-    "target_passes": "analysis.target_passes",
-    "radius": "analysis.radius",
-    "lag": "analysis.lag",
-    "nlag": "analysis.lags",
-    "window": "analysis.window",
-    "all_records": "analysis.all_records",
-    "preset": "thresholds.preset",
-    "time_stamp": "output.time_stamp",
-    "language": "output.language",
-    "logo": "output.logo",
-}
-_TABLES = {"columns": "columns", "filters": "filter", "thresholds": "thresholds", "texts": "texts"}
-
-
-def _plain(value: Any) -> Any:
-    """Names of files as text; a column's number as the text that stands for it stays with its caller."""
-    if isinstance(value, os.PathLike):
-        return os.fspath(value)
-    if isinstance(value, Sequence) and not isinstance(value, (str, bytes)):
-        return [_plain(each) for each in value]
-    return value
-
-
-def _given(keys: Mapping[str, str], arguments: Mapping[str, Any]) -> dict[str, Any]:
-    """Arguments by the keys of a job file; what is None is not given."""
-    given: dict[str, Any] = {}
-    for name, value in arguments.items():
-        if value is None:
-            continue
-        if name in _TABLES:
-            for key, each in value.items():
-                given[f"{_TABLES[name]}.{key}"] = _plain(each)
-        elif name not in keys:
-            near = difflib.get_close_matches(name, [*keys, *_TABLES], 1)
-            hint = f"; did you mean {near[0]}?" if near else ""
-            raise TypeError(f"there is no argument {name!r}{hint}")
-        elif name in ("x", "y", "value", "pass_") and isinstance(value, int):
-            given[keys[name]] = str(value)
-        else:
-            given[keys[name]] = _plain(value)
-    return given
-
-
-def _files(file: Path | Sequence[Path]) -> list[str]:
-    if isinstance(file, (str, os.PathLike)):
-        return [os.fspath(file)]
-    return [os.fspath(each) for each in file]
-
-
-def _pandas() -> Any:
-    try:
-        import pandas
-    except ImportError as error:
-        raise ImportError("needs pandas: pip install qmx_ic[frames]") from error
-    return pandas
-
-
-class Lot:
-    """The points of a lot as they were read, with an account of every row.
-
-    Made by `read`. Positions are those of the file: no origin is subtracted.
-
-    Attributes
-    ----------
-    records : numpy.ndarray
-        Shape (n,), 32 bytes each, read-only: ``d_x`` and ``d_y`` in the unit of the file (NaN where a
-        row has no position), ``d_val``, ``i_passno`` (0 where a row has no pass).
-    rows : numpy.ndarray
-        Shape (n,), int64: the number of each point's row in the file, from 1.
-    account : dict
-        ``"input"`` and ``"columns"`` as in the document of a study: files, rows read, used and dropped
-        with reason and first line, coordinate system, columns with unit and how each was found, notes.
-    """
-
-    def __init__(self, data: _study.LotData, job: str, given: dict[str, Any]) -> None:
-        self._data = data
-        self._job = job
-        self._reading = given
-        self.records: npt.NDArray[Any] = data.records().view(_RECORD).reshape(-1)
-        self.rows: npt.NDArray[np.int64] = data.rows()
-        self.account: dict[str, Any] = _json.loads(data.account())
-
-    def __len__(self) -> int:
-        return len(self.records)
-
-    @property
-    def x(self) -> npt.NDArray[np.float64]:
-        """Eastings, a view."""
-        return self.records["d_x"]
-
-    @property
-    def y(self) -> npt.NDArray[np.float64]:
-        """Northings, a view."""
-        return self.records["d_y"]
-
-    @property
-    def value(self) -> npt.NDArray[np.float64]:
-        """Measured values, a view."""
-        return self.records["d_val"]
-
-    @property
-    def pass_(self) -> npt.NDArray[np.int32]:
-        """Numbers of the passes, a view; 0 where a row has none."""
-        return self.records["i_passno"]
-
-    @property
-    def files(self) -> list[str]:
-        """The files that were read."""
-        return [each["file"] for each in self.account["input"]["files"]]
-
-    @property
-    def columns(self) -> dict[str, Any]:
-        """The columns taken: name, unit and how each was found; None where there is none."""
-        return dict(self.account["columns"])
-
-    @property
-    def dropped(self) -> list[dict[str, Any]]:
-        """Rows that could not be used: one entry a reason, with count and first line."""
-        return list(self.account["input"]["dropped"])
-
-    @property
-    def system(self) -> str | None:
-        """The coordinate system of the positions, None where it is not known."""
-        return _text_or_none(self.account["input"]["coordinate_system"])
-
-    @property
-    def notes(self) -> list[str]:
-        """What one should know of the choices made."""
-        return list(self.account["input"]["notes"])
-
-    def to_frame(self) -> pd.DataFrame:
-        """The points as a DataFrame with the columns row, x, y, value and pass."""
-        frame: pd.DataFrame = _pandas().DataFrame(
-            {
-                "row": self.rows,
-                "x": self.x.copy(),
-                "y": self.y.copy(),
-                "value": self.value.copy(),
-                "pass": self.pass_.copy(),
-            }
-        )
-        return frame
-
-    def _figures(self) -> list[tuple[str, str]]:
-        about = self.account["input"]
-        columns = self.account["columns"]
-        named = [
-            f"{key} {columns[key]['name']}"
-            + (f" [{columns[key]['unit']}]" if columns[key]["unit"] else "")
-            for key in ("x", "y", "value", "pass")
-            if columns.get(key)
-        ]
-        figures = [
-            ("file", ", ".join(self.files)),
-            (
-                "rows",
-                f"{about['rows_read']} read, {about['rows_used']} used, "
-                f"{about['rows_dropped']} dropped, {about['rows_left_out_by_filter']} filtered",
-            ),
-            ("columns", ", ".join(named)),
-        ]
-        for each in self.dropped:
-            where = f", first at line {each['first_line']}" if each["first_line"] else ""
-            figures.append(("dropped", f"{each['count']}: {each['text']}{where}"))
-        if self.system:
-            figures.append(("system", self.system))
-        return figures
-
-    def __repr__(self) -> str:
-        lines = [f"Lot of {len(self)} points"]
-        lines += [f"  {name:8} {text}" for name, text in self._figures()]
-        return "\n".join(lines)
-
-    def _repr_html_(self) -> str:
-        return _html_table(f"Lot of {len(self)} points", self._figures())
 
 
 @dataclass(frozen=True)
@@ -477,7 +136,7 @@ class Study:
 
     def to_frame(self) -> pd.DataFrame:
         """The cells as a DataFrame; verdicts are the words of ``CELL_VERDICTS``."""
-        pandas = _pandas()
+        pandas = need_pandas()
         columns = dict(self.cells)
         columns["verdict"] = pandas.Categorical.from_codes(
             columns["verdict"].astype(np.int8), categories=list(CELL_VERDICTS)
@@ -542,7 +201,7 @@ class Study:
         if name not in tables:
             raise KeyError(f"there is no table {name!r}; there are: {', '.join(tables)}")
         columns, rows = (_json.loads(text) for text in tables[name])
-        frame: pd.DataFrame = _pandas().DataFrame(rows, columns=columns)
+        frame: pd.DataFrame = need_pandas().DataFrame(rows, columns=columns)
         return frame
 
     def write_cells(self, path: Path) -> None:
@@ -585,79 +244,7 @@ class Study:
         return "\n".join(["Study of a lot", *(f"  {n:{width}}  {t}" for n, t in figures)])
 
     def _repr_html_(self) -> str:
-        return _html_table("Study of a lot", list(self._figures()))
-
-
-def _text_or_none(value: Any) -> str | None:
-    return None if value is None else str(value)
-
-
-def _html_table(title: str, rows: Sequence[tuple[str, str]]) -> str:
-    body = "".join(
-        f"<tr><th style='text-align:left'>{html.escape(name)}</th>"
-        f"<td style='text-align:left'>{html.escape(text)}</td></tr>"
-        for name, text in rows
-    )
-    return f"<table><caption>{html.escape(title)}</caption>{body}</table>"
-
-
-def read(
-    file: Path | Sequence[Path] | None = None,
-    *,
-    job: Path | None = None,
-    **reading: Unpack[ReadingOptions],
-) -> Lot:
-    """Reads the points of a lot.
-
-    Parameters
-    ----------
-    file : path or sequence of paths
-        Delimited text (comma, semicolon or tab; packed by gzip too) or GeoJSON; GeoPackage, Shapefile
-        and other vector formats where pyogrio is installed. Several files make one lot. May be left
-        out where a job file names it.
-    job : path, optional
-        A job file; what is given here wins.
-    **reading
-        See `ReadingOptions`.
-
-    Returns
-    -------
-    Lot
-
-    Raises
-    ------
-    StudyFileNotFoundError
-        Where the file is not there; it is a FileNotFoundError too.
-    StudyError
-        Where no column of values is found, no row is left, a filter or an option is wrong.
-
-    Examples
-    --------
-    >>> import pathlib, tempfile, qmx_ic
-    >>> file = pathlib.Path(tempfile.mkdtemp(), "lot.csv")
-    >>> _ = file.write_text("Easting_m,Northing_m,Value\\n0,0,40\\n1,0,?\\n2,0,42\\n")
-    >>> lot = qmx_ic.read(file)
-    >>> lot.value
-    array([40., 42.])
-    >>> lot.dropped[0]["count"], lot.dropped[0]["first_line"]
-    (1, 3)
-    """
-    named, given = _reading(file, job, reading)
-    return Lot(_study.read(named, given), named, given)
-
-
-def _reading(
-    file: Path | Sequence[Path] | Lot | None, job: Path | None, reading: Mapping[str, Any]
-) -> tuple[str, dict[str, Any]]:
-    named = "" if job is None else os.fspath(job)
-    given: dict[str, Any] = {}
-    if isinstance(file, Lot):
-        named = named or file._job
-        given.update(file._reading)
-    elif file is not None:
-        given["input.files"] = _files(file)
-    given.update(_given(_READING_KEYS, reading))
-    return named, given
+        return table_html("Study of a lot", list(self._figures()))
 
 
 def study(
@@ -776,69 +363,7 @@ def study(
         "language": language,
         "logo": logo,
     }
-    named, given = _reading(lot, job, reading)
-    given.update(_given(_STUDY_KEYS, own))
+    named, known = named_and_given(lot, job, reading)
+    known.update(given(STUDY_KEYS, own))
     now = datetime.now(timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
-    return Study(_study.study(named, given, now))
-
-
-def read_job(file: Path) -> dict[str, dict[str, Any]]:
-    """The settings of a job file: table -> key -> value, of what is set.
-
-    Names of files are as the job's folder makes them.
-
-    Raises
-    ------
-    StudyError
-        With the line of a key, a type or a value that is not right.
-    """
-    return _study.read_job(os.fspath(file))
-
-
-def propose_job(
-    file: Path | Sequence[Path],
-    *,
-    tests: Path | None = None,
-    area: Path | None = None,
-    job_file: Path = "",
-    **reading: Unpack[ReadingOptions],
-) -> str:
-    """A commented job file from what is recognised in the points, as ``qmx-ic init`` writes it.
-
-    Parameters
-    ----------
-    file : path or sequence of paths
-        The points.
-    tests, area : path, optional
-        Written down unread.
-    job_file : path, optional
-        Where the text will stand; relative names of files are written from there.
-    **reading
-        See `ReadingOptions`.
-    """
-    _, given = _reading(file, None, reading)
-    given.update(_given(_STUDY_KEYS, {"tests": tests, "area": area}))
-    return _study.propose_job(given, os.fspath(job_file))
-
-
-def presets() -> dict[str, dict[str, Any]]:
-    """The rules that thresholds may come from: name -> where they are common, and their thresholds.
-
-    Examples
-    --------
-    >>> import qmx_ic
-    >>> qmx_ic.presets()["austria"]["thresholds"]["variation_percent"]
-    20.0
-    """
-    return _study.presets()
-
-
-def file_hash(file: Path) -> str:
-    """The SHA-256 of a file as the document of a study tells it: 64 hexadecimal digits.
-
-    Raises
-    ------
-    StudyFileNotFoundError
-        Where the file is not there.
-    """
-    return _study.file_hash(os.fspath(file))[0]
+    return Study(_study.study(named, known, now))

@@ -74,7 +74,7 @@ def test_what_is_not_installed_is_named(module, call, extra):
         "except ImportError as error: print(error)"
     )
     told = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True).stdout
-    assert f'pip install "qmx_ic[{extra}]"' in told
+    assert f"pip install 'qmx_ic[{extra}]'" in told
 
 
 def test_nothing_is_hidden_in_a_repr():

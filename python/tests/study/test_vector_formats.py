@@ -156,9 +156,9 @@ def test_layers_and_refusals(tmp_path, lot_file, monkeypatch):
     with pytest.raises(qmx_ic.StudyError, match="no table of points was recognised"):
         qmx_ic.read(damaged)
     monkeypatch.setitem(sys.modules, "pyogrio", None)
-    with pytest.raises(qmx_ic.StudyError, match=r"needs pyogrio: pip install qmx_ic\[geo\]"):
+    with pytest.raises(qmx_ic.StudyError, match=r"needs pyogrio: pip install 'qmx_ic\[geo\]'"):
         qmx_ic.read(file, layer="second")
-    with pytest.raises(ImportError, match=r"pip install qmx_ic\[geo\]"):
+    with pytest.raises(ImportError, match=r"pip install 'qmx_ic\[geo\]'"):
         qmx_ic.study(lot_file).write_cells(tmp_path / "cells.gpkg")
 
 

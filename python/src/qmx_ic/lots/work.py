@@ -19,7 +19,8 @@ from qmx_ic.lots.document import document_of_lot
 from qmx_ic.lots.lot_list import Lot
 from qmx_ic.lots.row import failed_row, row_of_document
 from qmx_ic.lots.settings import Value
-from qmx_ic.study import StudyError, file_hash
+from qmx_ic.errors import StudyError
+from qmx_ic.reading import file_hash
 
 Record = dict[str, Any]
 _FILE_SETTINGS = ("job", "tests", "area", "exclude", "logo")
