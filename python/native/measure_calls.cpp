@@ -24,16 +24,9 @@ constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
 constexpr float unknown_32 = std::numeric_limits<float>::quiet_NaN();
 constexpr std::size_t curve_points = 100;
 constexpr std::int32_t full_histogram = 200;
-// Calls with more points may take longer than other threads should wait for the interpreter.
-constexpr std::size_t few_points = 2000;
 
 template <class Number> double as_double(Number number) {
     return static_cast<double>(number);
-}
-
-template <class Call> std::int32_t run(std::size_t points, Call call) {
-    return points <= few_points ? serialised_briefly(call_lock(), call)
-                                : serialised(call_lock(), call);
 }
 
 // ---- Statistics ----------------------------------------------------------------------------------

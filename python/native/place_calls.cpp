@@ -24,12 +24,6 @@ namespace {
 
 constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
 constexpr float unknown_32 = std::numeric_limits<float>::quiet_NaN();
-constexpr std::size_t few_points = 2000;
-
-template <class Call> std::int32_t run(std::size_t points, Call call) {
-    return points <= few_points ? serialised_briefly(call_lock(), call)
-                                : serialised(call_lock(), call);
-}
 
 template <class Items> std::int32_t count_of(const Items& items) {
     if (items.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))

@@ -145,9 +145,9 @@ def test_warnings_of_a_semivariogram():
     twice = np.concatenate([lot, lot[:7]])
     with pytest.warns(UserWarning, match="7 records"):
         assert qmx_ic.semivariogram(twice, lag=2, nlag=5).repeated == 7
-    with pytest.warns(UserWarning) as told:
+    with pytest.warns(UserWarning) as warned:
         qmx_ic.semivariogram(lot, lag=2, nlag=5, origin=(0, 0))
-    assert any("step by 0.5" in str(one.message) for one in told)
+    assert any("step by 0.5" in str(one.message) for one in warned)
 
 
 def test_origin_stands_against_points_astray():
