@@ -16,19 +16,11 @@ import numpy as np
 
 import qmx_ic
 
+sys.path.insert(0, str(Path(__file__).parents[1] / "python/tests/exports"))
+from library import LIBRARY, at as address  # noqa: E402
+
 warnings.simplefilter("ignore")
 ROUNDS, CALLS = 301, 50
-
-
-def loaded_library():
-    """The library that the package itself has loaded, wherever its wheel keeps it."""
-    for line in Path("/proc/self/maps").read_text().splitlines():
-        if "libQMX_IC" in line:
-            return ctypes.CDLL(line.split(maxsplit=5)[5])
-    raise RuntimeError("the package has not loaded its library")
-
-
-LIBRARY = loaded_library()
 
 
 def microseconds_of(call):
@@ -46,10 +38,6 @@ def compared(package, bare_call, empty_call):
         ours, theirs = microseconds_of(package), microseconds_of(bare_call) - microseconds_of(empty_call)
         rounds.append((ours, theirs, ours - theirs))
     return [statistics.median(column) for column in zip(*rounds)]
-
-
-def address(array):
-    return ctypes.c_void_p(array.ctypes.data)
 
 
 def bare(name, *arguments):

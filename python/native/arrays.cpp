@@ -1,5 +1,6 @@
 #include "arrays.hpp"
 
+#include <algorithm>
 #include <array>
 
 namespace nb = nanobind;
@@ -67,6 +68,14 @@ number_type number_type_of(nb::handle array) {
         if (is_equal == 1) return one.type;
     }
     throw nb::type_error("the array holds no numbers in the machine's byte order");
+}
+
+bool is_plain_column(nb::handle array) {
+    const nb::object type = array.attr("dtype");
+    const auto& known = types();
+    return std::any_of(known.begin(), known.end(),
+                       [&](const known_type& one) { return one.object == type.ptr(); }) &&
+           nb::cast<int>(array.attr("ndim")) == 1;
 }
 
 double_column::double_column(nb::handle array) : column_(array) {

@@ -61,6 +61,9 @@ enum class number_type { f64, f32, i64, i32, i16, i8, u64, u32, u16, u8, truth }
 // Throws TypeError for an array of anything else.
 number_type number_type_of(nanobind::handle array);
 
+// Whether an array has one dimension and, to the letter, one of these types.
+bool is_plain_column(nanobind::handle array);
+
 // A column of numbers at any stride.
 struct number_column {
     held_array memory;

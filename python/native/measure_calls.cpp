@@ -69,11 +69,15 @@ nb::tuple statistics(nb::handle named, bool pass_counts, bool below, bool has_ta
     if (has_target) withdraw_overrun_target(pass_counts, static_cast<float>(target), result);
     const double counted = has_target ? counted_share(usable.points(), target, below) : unknown;
     const float* const s = result.x_stat;
+    const bool has_histogram = returned == QMX_IC_SUCCESS;
+    const bool is_tested = has_histogram && has_target && result.i_target_met != 0;
+    const nb::object met = is_tested ? nb::cast(result.i_target_met == 1) : nb::none();
     const nb::bytes record(reinterpret_cast<const char*>(&result), sizeof result);
     return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing(), s[0], s[1],
                           s[2], s[3], s[4], s[5], s[6], s[7], s[8], s[10], s[11], s[12], s[13],
-                          result.i_numbins, result.x_pctvalue[0], result.x_pctvalue[1], record,
-                          result.x_achieved_pct, result.i_target_met, counted);
+                          has_histogram ? result.i_numbins : 0, result.x_pctvalue[0],
+                          result.x_pctvalue[1], is_tested ? result.x_achieved_pct : unknown_32, met,
+                          counted, record);
 }
 
 // ---- Compaction curve ----------------------------------------------------------------------------
@@ -102,12 +106,15 @@ nb::tuple compaction_curve(nb::handle named, std::int32_t max_pass, std::int32_t
         return IC_compact_curve_b(max_pass, min_points, usable.count(), points.data(), &passes,
                                   means.data(), xy.data(), xy.data() + curve_points, &fit, &event);
     });
+    const bool is_fitted = returned == QMX_IC_SUCCESS && passes > 1;
+    if (!is_fitted) std::fill(xy.begin(), xy.end(), unknown);
     nb::list pass_means, coefficients;
     for (std::int32_t k = 0; k < passes; ++k) pass_means.append(means[static_cast<std::size_t>(k)]);
-    for (std::int32_t k = 0; k <= fit.i_degree; ++k) coefficients.append(as_double(fit.x_coef[k]));
+    for (std::int32_t k = 0; is_fitted && k <= fit.i_degree; ++k)
+        coefficients.append(as_double(fit.x_coef[k]));
     return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing(), max_pass,
-                          nb::tuple(pass_means), nb::tuple(coefficients), as_double(fit.x_rsq),
-                          curve.object());
+                          nb::tuple(pass_means), nb::tuple(coefficients),
+                          is_fitted ? as_double(fit.x_rsq) : unknown, curve.object());
 }
 
 // ---- Polynomial ----------------------------------------------------------------------------------
@@ -153,7 +160,8 @@ narrowed_pairs pairs_of(nb::handle x, nb::handle y, bool centre, double& middle)
     return pairs;
 }
 
-// True after success; the centre is 0 where none is taken off.
+// First None, or where no polynomial fits the number of different abscissas. The centre is 0 where none
+// is taken off.
 nb::tuple polynomial_curve(nb::handle x, nb::handle y, std::int32_t degree, bool centre) {
     double middle = 0;
     const narrowed_pairs pairs = pairs_of(x, y, centre, middle);
@@ -174,8 +182,8 @@ nb::tuple polynomial_curve(nb::handle x, nb::handle y, std::int32_t degree, bool
         xy[i] = as_double(curve_x[i]) + middle;
         xy[curve_points + i] = as_double(curve_y[i]);
     }
-    return nb::make_tuple(is_fitted, pairs.x.size(), pairs.missing, different, middle,
-                          curve.object());
+    return nb::make_tuple(is_fitted ? nb::none() : nb::object(nb::cast(different)), pairs.x.size(),
+                          pairs.missing, middle, curve.object());
 }
 
 // ---- Semivariogram -------------------------------------------------------------------------------
@@ -277,6 +285,10 @@ nb::tuple semivariogram(nb::handle named, nb::handle origin, std::int32_t nlag, 
     const std::int32_t returned = points.size() <= few_of_all_pairs
                                       ? serialised_briefly(call_lock(), call)
                                       : serialised(call_lock(), call);
+    if (returned != QMX_IC_SUCCESS) {
+        std::fill(std::begin(model), std::end(model), unknown);
+        std::fill(std::begin(reading), std::end(reading), unknown_32);
+    }
     const auto far = static_cast<float>(local.reach);
     const double step =
         as_double(std::nextafter(far, std::numeric_limits<float>::infinity()) - far);

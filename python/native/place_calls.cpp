@@ -272,7 +272,7 @@ std::vector<outline> outlines_of(const nb::tuple& areas) {
     return outlines;
 }
 
-// The shares and areas of the bins, the plan area, and the share of target_bin where that is a bin.
+// The plan area, the shares and areas of the bins, and the share of target_bin where that is a bin.
 nb::tuple coverage(nb::handle data, const nb::tuple& bins, const nb::tuple& areas, double mesh_x,
                    double mesh_y, nb::handle target_bin) {
     static outline_records records;
@@ -309,9 +309,8 @@ nb::tuple coverage(nb::handle data, const nb::tuple& bins, const nb::tuple& area
         sizes.append(one.x_compacted_area);
     }
     return nb::make_tuple(failure_of(returned, event), usable.count(), usable.missing(),
-                          nb::tuple(shares), nb::tuple(sizes),
-                          results.empty() ? unknown_32 : results[0].x_plan_area,
-                          of_target.x_coverage);
+                          results.empty() ? unknown_32 : results[0].x_plan_area, nb::tuple(shares),
+                          nb::tuple(sizes), of_target.x_coverage);
 }
 
 } // namespace

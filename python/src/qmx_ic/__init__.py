@@ -5,14 +5,15 @@ from typing import TYPE_CHECKING, Any
 from qmx_ic._exports import version as __version__
 from qmx_ic.columns import to_records
 from qmx_ic.distance import semivariogram
+from qmx_ic.distance_results import Semivariogram
 from qmx_ic.errors import QmxIcError, StudyError, StudyFileNotFoundError
 from qmx_ic.jobs import presets, propose_job, read_job
 from qmx_ic.measure import compaction_curve, polynomial_curve, statistics
+from qmx_ic.measure_results import CompactionCurve, PolynomialCurve, Statistics
 from qmx_ic.place_results import Coverage, Selection, SpotTests
 from qmx_ic.places import coverage, points_in_circle, points_in_polygon, spot_tests
 from qmx_ic.reading import Lot, file_hash, read
 from qmx_ic.records import BIN_RESULT, PASS_BIN, POINT, STATISTICS
-from qmx_ic.results import CompactionCurve, PolynomialCurve, Semivariogram, Statistics
 from qmx_ic.study import Study
 
 # The function, which the module of the same name would hide otherwise.

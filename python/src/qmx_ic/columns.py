@@ -156,8 +156,13 @@ def points(
     A capital "P" takes the passes where there are any. Records that fit
     already are handed through.
     """
-    if x is None and y is None and value is None and pass_ is None and fits(data):
-        return data  # type: ignore[no-any-return]
+    if x is None and y is None and value is None and pass_ is None:
+        if fits(data):
+            return data  # type: ignore[no-any-return]
+        if type(data) is dict:
+            plain = _exports.plain_columns(data, needs, pass_of_all)
+            if plain is not None:
+                return plain
     east = north = measured = passes = None
     if "x" in needs:
         east = required(data, x, "position", "x")

@@ -3,13 +3,13 @@
 from __future__ import annotations
 
 import warnings
-from math import isfinite, nan
+from math import isfinite
 from typing import Any
 
 from qmx_ic import _exports
 from qmx_ic.columns import Column, points
 from qmx_ic.errors import error_of
-from qmx_ic.results import Semivariogram
+from qmx_ic.distance_results import Semivariogram
 
 __all__ = ["semivariogram"]
 
@@ -120,16 +120,13 @@ def semivariogram(
     half_angle = 90.0 if azimuth is None else 22.5 if tolerance is None else tolerance
     if origin is not None and not (isfinite(origin[0]) and isfinite(origin[1])):
         raise ValueError(f"origin={origin} is no position")
-    failure, *numbers, lags, curve = _exports.semivariogram(
+    found = _exports.semivariogram(
         held, origin, nlag, lag, azimuth or 0.0, half_angle, bandwidth or 0.0, standardise
     )
-    if failure is not None:
-        numbers[6:] = [nan] * 6
-    fields = (*numbers, lag, nlag, azimuth, half_angle, standardise, lags, curve)
-    result = _exports.make(Semivariogram, fields)
-    if failure is not None:
-        only_fit = failure[0] == "Only the curvefit fails"
-        raise error_of(failure, result if only_fit else None)
+    result = _exports.make(Semivariogram, found, (lag, nlag, azimuth, half_angle, standardise))
+    if found[0] is not None:
+        only_fit = found[0][0] == "Only the curvefit fails"
+        raise error_of(found[0], result if only_fit else None)
     if result.repeated:
         warnings.warn(
             f"{result.repeated} records lie on a place that another record has: some pairs are not "

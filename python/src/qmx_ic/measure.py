@@ -2,22 +2,18 @@
 
 from __future__ import annotations
 
-from math import nan
 from typing import Any, Sequence
-
-import numpy as np
 
 from qmx_ic import _exports
 from qmx_ic.columns import Column, points, required, values
 from qmx_ic.errors import QmxIcError, error_of
-from qmx_ic.results import CompactionCurve, PolynomialCurve, Statistics
+from qmx_ic.measure_results import CompactionCurve, PolynomialCurve, Statistics
 
 __all__ = ["compaction_curve", "polynomial_curve", "statistics"]
 
 HIGHEST_DEGREE = 9
 MOST_PASSES = 100_000
 POINTS_OF_A_PASS = 100
-NO_CURVE = np.full((2, 100), nan).tobytes()
 
 
 def percentage(number: float, name: str) -> float:
@@ -91,13 +87,15 @@ def statistics(
     """
     held = values(data, value)
     low, high = levels
-    percentage(low, "levels"), percentage(high, "levels"), percentage(target_percent, "target_percent")
+    if not (0 <= low <= 100 and 0 <= high <= 100):
+        raise ValueError(f"levels={levels} are no percentages from 0 to 100")
+    percentage(target_percent, "target_percent")
     if target is None:
         if below:
             raise ValueError("below=True needs a target")
     elif not abs(target) <= 3.4028234663852886e38:
         raise ValueError(f"target={target} is no number to compare with")
-    failure, *numbers, record, achieved, met, counted = _exports.statistics(
+    found = _exports.statistics(
         held,
         pass_counts,
         below,
@@ -107,24 +105,10 @@ def statistics(
         low,
         high,
     )
-    has_test = failure is None and target is not None and met != 0
-    if failure is not None:
-        numbers[15] = 0  # no histogram stands
-    fields = (
-        *numbers,
-        achieved if has_test else nan,
-        met == 1 if has_test else None,
-        counted,
-        pass_counts,
-        below,
-        target,
-        target_percent,
-        (low, high),
-        record,
-    )
-    result = _exports.make(Statistics, fields)
-    if failure is not None:
-        raise error_of(failure, result if result.n >= 3 else None)
+    asked = (pass_counts, below, target, target_percent, (low, high))
+    result = _exports.make(Statistics, found, asked)
+    if found[0] is not None:
+        raise error_of(found[0], result if result.n >= 3 else None)
     return result
 
 
@@ -184,24 +168,11 @@ def compaction_curve(
     held = points(data, value=value, pass_=pass_, needs="vp")
     if max_pass is not None and not 2 <= max_pass <= MOST_PASSES:
         raise ValueError(f"max_pass={max_pass} is not from 2 to {MOST_PASSES}")
-    failure, n, missing, highest, means, coefficients, r_squared, curve = _exports.compaction_curve(
-        held, max_pass or 0, min_points, MOST_PASSES
-    )
-    has_fit = failure is None and len(means) > 1
-    fields = (
-        n,
-        missing,
-        highest,
-        means,
-        coefficients if has_fit else (),
-        r_squared if has_fit else nan,
-        growth,
-        curve if has_fit else NO_CURVE,
-    )
-    result = _exports.make(CompactionCurve, fields)
-    if failure is not None:
-        raise error_of(failure, result if means else None)
-    if not has_fit:
+    found = _exports.compaction_curve(held, max_pass or 0, min_points, MOST_PASSES)
+    result = _exports.make(CompactionCurve, found, (growth,))
+    if found[0] is not None:
+        raise error_of(found[0], result if result.passes else None)
+    if not result.coefficients:
         raise QmxIcError(
             "only pass 1 has 100 values: there is no curve through a single mean", results=result
         )
@@ -272,11 +243,7 @@ def polynomial_curve(
     ordinates = required(data, y, "value", "y")
     if not 0 <= degree <= HIGHEST_DEGREE:
         raise ValueError(f"degree={degree} is not from 0 to {HIGHEST_DEGREE}")
-    is_fitted, n, missing, different, middle, curve = _exports.polynomial_curve(
-        abscissas, ordinates, degree, centre
-    )
-    if not is_fitted:
-        raise QmxIcError(_why_no_polynomial(degree, n, different), "call_polycurvefit", 101)
-    return _exports.make(
-        PolynomialCurve, (n, missing, degree, middle, curve, (abscissas, ordinates))
-    )
+    found = _exports.polynomial_curve(abscissas, ordinates, degree, centre)
+    if found[0] is not None:
+        raise QmxIcError(_why_no_polynomial(degree, found[1], found[0]), "call_polycurvefit", 101)
+    return _exports.make(PolynomialCurve, found, (degree, (abscissas, ordinates)))

@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING, Any, cast
 
 import numpy as np
 
+from qmx_ic.drawing import BLUE, GREEN, GREY, ORANGE, as_map, axes
 from qmx_ic.records import STATISTICS
 from qmx_ic.showing import Array, Result, short, table_html
 
@@ -55,9 +56,23 @@ class Selection(Result):
 
     def plot(self, ax: Axes | None = None) -> Axes:
         """Draw the points inside and outside. Takes the extra "plots"."""
-        from qmx_ic import plots
-
-        return plots.selection(self, ax)
+        ax = axes(ax)
+        inside = self.mask
+        size = float(np.clip(20000 / max(self.total, 1), 0.5, 18))
+        for chosen, colour, name in ((~inside, "#c3c7cb", "outside"), (inside, BLUE, "inside")):
+            label = f"{name}: {int(np.count_nonzero(chosen))}"
+            ax.scatter(
+                self.x[chosen], self.y[chosen], s=size, color=colour, linewidths=0, label=label
+            )
+        if isinstance(self.outline, tuple):
+            turn = np.linspace(0, 2 * np.pi, 181)
+            east, north, radius = self.outline
+            ax.plot(east + radius * np.cos(turn), north + radius * np.sin(turn), color=ORANGE)
+        else:
+            ax.plot(*np.vstack([self.outline, self.outline[:1]]).T, color=ORANGE)
+        as_map(ax)
+        ax.legend(frameon=False, markerscale=max(1, 4 / size), loc="upper left", bbox_to_anchor=(1, 1))
+        return ax
 
 
 @dataclass(frozen=True, slots=True, eq=False, repr=False)
@@ -73,13 +88,13 @@ class SpotTests(Result):
     intercept: float
     slope: float
     r_squared: float  # percent
-    radius: float
-    min_ic: int  # fewest IC values with which a test is in the line
     by_pass: bool  # some tests are matched with the IC data of their own pass alone
-    tests: Array = field(repr=False)  # dtype POINT
     record_bytes: bytes = field(repr=False)
     line_bytes: bytes = field(repr=False)
     predicted_bytes: bytes = field(repr=False)
+    radius: float
+    min_ic: int  # fewest IC values with which a test is in the line
+    tests: Array = field(repr=False)  # dtype POINT
 
     _listed = (
         *"points missing radius min_ic by_pass intercept slope r_squared r pairs values".split(),
@@ -162,9 +177,26 @@ class SpotTests(Result):
 
     def plot(self, ax: Axes | None = None) -> Axes:
         """Draw the pairs and the line. Takes the extra "plots"."""
-        from qmx_ic import plots
-
-        return plots.spot_tests(self, ax)
+        ax = axes(ax)
+        values, means, in_line = self.values, self.means, self.in_line
+        others = ~in_line & (self.counts > 0)
+        ax.scatter(values[in_line], means[in_line], color=BLUE, s=30, label="in the line", zorder=2)
+        if others.any():
+            ax.scatter(
+                values[others],
+                means[others],
+                facecolors="none",
+                edgecolors=GREY,
+                s=30,
+                label=f"fewer than {self.min_ic} IC values",
+            )
+        if self.slope == self.slope:
+            ends = np.array([values[in_line].min(), values[in_line].max()])
+            name = f"r {self.r:.3f}, R² {self.r_squared:.1f} %, n {self.pairs}"
+            ax.plot(ends, self.intercept + self.slope * ends, color=ORANGE, label=name)
+        ax.set(xlabel="spot test", ylabel=f"mean IC value within {short(self.radius)}")
+        ax.legend(frameon=False)
+        return ax
 
 
 def bin_name(lower: int, upper: int) -> str:
@@ -180,14 +212,14 @@ class Coverage(Result):
 
     n: int  # points counted
     missing: int  # rows left out for want of a pass count
-    mesh: tuple[float, float]
-    target_passes: int | None
-    target_coverage: float  # percent of the area that must have the target passes
-    achieved: float  # percent that has; NaN without a target
-    bins: tuple[tuple[int, int], ...]  # lower and upper end, both included; -1: open
+    plan_area: float  # included less excluded areas, in the square of the unit of the vertices
     shares: tuple[float, ...]  # percent of the plan area in each bin
     areas: tuple[float, ...]  # points of each bin times the area of the mesh
-    plan_area: float  # included less excluded areas, in the square of the unit of the vertices
+    achieved: float  # percent that has the target passes; NaN without a target
+    mesh: tuple[float, float]
+    bins: tuple[tuple[int, int], ...]  # lower and upper end, both included; -1: open
+    target_passes: int | None
+    target_coverage: float  # percent of the area that must have them
 
     _listed = (
         *"n missing mesh plan_area bin_names coverage compacted_area target_passes".split(),
@@ -243,6 +275,18 @@ class Coverage(Result):
 
     def plot(self, ax: Axes | None = None) -> Axes:
         """Draw the share of each bin. Takes the extra "plots"."""
-        from qmx_ic import plots
-
-        return plots.coverage(self, ax)
+        ax = axes(ax)
+        shares = self.coverage
+        target = self.target_passes
+        colours = [GREEN if target is not None and low >= target else BLUE for low, _ in self.bins]
+        bars = ax.bar(self.bin_names, shares, color=colours, width=0.7)
+        ax.bar_label(bars, [f"{share:.1f} %" for share in shares], padding=2, fontsize=9)
+        if target is not None:
+            ax.set_title(
+                f"{self.achieved:.1f} % with {target} passes or more, {short(self.target_coverage)} % "
+                "wanted",
+                fontsize=10,
+            )
+        ax.set_ylim(0, max(100.0, 1.12 * float(shares.max())))
+        ax.set(xlabel="passes", ylabel="share of the area (%)")
+        return ax

@@ -47,6 +47,16 @@ def _outline(polygon: Any) -> Array:
     return outline
 
 
+def _selected(
+    found: tuple[Any, int], indices: Array, first: Array, second: Array, outline: Any
+) -> Selection:
+    failure, count = found
+    if failure is not None:
+        raise error_of(failure)
+    asked = (first.shape[0], first, second, outline)
+    return _exports.make(Selection, (None, indices[:count]), asked)
+
+
 def points_in_circle(
     data: Any = None,
     *,
@@ -95,12 +105,8 @@ def points_in_circle(
     if not (isfinite(east) and isfinite(north)):
         raise ValueError(f"center={center} is no position")
     indices = np.empty(first.shape[0], np.int32)
-    failure, found = _exports.points_in_circle(first, second, indices, east, north, _radius(radius))
-    if failure is not None:
-        raise error_of(failure)
-    return _exports.make(
-        Selection, (indices[:found], first.shape[0], first, second, (east, north, radius))
-    )
+    found = _exports.points_in_circle(first, second, indices, east, north, _radius(radius))
+    return _selected(found, indices, first, second, (east, north, radius))
 
 
 def points_in_polygon(
@@ -145,10 +151,8 @@ def points_in_polygon(
     second = required(data, y, "position", "y")
     outline = _outline(polygon)
     indices = np.empty(first.shape[0], np.int32)
-    failure, found = _exports.points_in_polygon(first, second, indices, outline)
-    if failure is not None:
-        raise error_of(failure)
-    return _exports.make(Selection, (indices[:found], first.shape[0], first, second, outline))
+    found = _exports.points_in_polygon(first, second, indices, outline)
+    return _selected(found, indices, first, second, outline)
 
 
 def spot_tests(
@@ -227,13 +231,10 @@ def spot_tests(
         spots["i_passno"] = ALL_PASSES
     else:
         spots = made
-    failure, *numbers, by_pass, statistics, in_line, predicted = _exports.spot_tests(
-        held, spots, radius, min_ic
-    )
-    fields = (*numbers, radius, min_ic, by_pass, spots, statistics, in_line, predicted)
-    result = _exports.make(SpotTests, fields)
-    if failure is not None:
-        raise error_of(failure, result)
+    found = _exports.spot_tests(held, spots, radius, min_ic)
+    result = _exports.make(SpotTests, found, (radius, min_ic, spots))
+    if found[0] is not None:
+        raise error_of(found[0], result)
     return result
 
 
@@ -338,22 +339,22 @@ def coverage(
         counts = held[2] if isinstance(held, tuple) else held["d_val"]
         bins = _default_bins(np.asarray(counts), target_passes)
     asked = _pass_bins(bins)
-    failure, n, missing, shares, sizes, plan_area, achieved = _exports.coverage(
+    found = _exports.coverage(
         held,
         asked,
         tuple(areas),
         *sides,
         None if target_passes is None else (target_passes, OPEN_END),
     )
-    if failure is not None:
-        raise error_of(failure)
-    if not plan_area > 0:
+    if found[0] is not None:
+        raise error_of(found[0])
+    result = _exports.make(Coverage, found, (sides, asked, target_passes, target_coverage))
+    if not result.plan_area > 0:
         raise QmxIcError(
-            f"the size of the area is {plan_area:.6g}: what is excluded is as large as what is "
+            f"the size of the area is {result.plan_area:.6g}: what is excluded is as large as what is "
             "included, or an outline has no area"
         )
-    fields = (n, missing, sides, target_passes, target_coverage, achieved, asked, shares, sizes, plan_area)
-    return _exports.make(Coverage, fields)
+    return result
 
 
 def _outlines(given: Any) -> list[Array]:

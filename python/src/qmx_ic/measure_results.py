@@ -7,13 +7,14 @@ from typing import TYPE_CHECKING, Any, cast
 
 import numpy as np
 
+from qmx_ic.drawing import BLUE, GREY, ORANGE, axes, count_passes
 from qmx_ic.records import STATISTICS
 from qmx_ic.showing import Array, Result, short, two_rows
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
 
-__all__ = ["CompactionCurve", "PolynomialCurve", "Semivariogram", "Statistics"]
+__all__ = ["CompactionCurve", "PolynomialCurve", "Statistics"]
 
 _STATISTICS = (
     "n missing mean standard_deviation coefficient_of_variation variance skewness excess_kurtosis "
@@ -49,12 +50,12 @@ class Statistics(Result):
     achieved_percent: float  # that satisfy the target, read off the histogram; NaN without a target
     target_met: bool | None  # by `achieved_percent`; None without a test
     counted_percent: float  # that satisfy the target, counted value by value
+    record_bytes: bytes = field(repr=False)
     pass_counts: bool
     below: bool  # values at or below the target satisfy it
     target: float | None
     target_percent: float  # that must satisfy the target
     levels: tuple[float, float]  # percent
-    record_bytes: bytes = field(repr=False)
 
     _listed = (
         *_STATISTICS.split(),
@@ -106,9 +107,35 @@ class Statistics(Result):
 
     def plot(self, ax: Axes | None = None) -> Axes:
         """Draw the histogram with its cumulative share. Takes the extra "plots"."""
-        from qmx_ic import plots
-
-        return plots.histogram(self, ax)
+        ax = axes(ax)
+        limits, shares = self.class_limits, self.shares
+        if limits.size == 0:
+            ax.text(0.5, 0.5, "no histogram", ha="center", color=GREY, transform=ax.transAxes)
+        if self.pass_counts:
+            ax.bar(limits, shares, width=0.8, color=BLUE)
+            count_passes(ax)
+        elif limits.size > 1:
+            width = float(limits[1] - limits[0])
+            ax.bar(limits, shares, width=-0.92 * width, align="edge", color=BLUE)
+        else:
+            ax.bar(limits, shares, width=0.1, color=BLUE)
+        second = ax.twinx()
+        second.plot(limits, self.cumulative, color=GREY, linewidth=1.4)
+        second.set(ylim=(0, 102), ylabel="cumulative share (%)")
+        second.spines["top"].set_visible(False)
+        if self.target is not None:
+            edge = self.target
+            if self.pass_counts:  # between the bars
+                edge += 0.5 if self.below else -0.5
+            ax.axvline(edge, color=ORANGE, linestyle="--", linewidth=1.4)
+            side = "at or below" if self.below else "at or above"
+            ax.set_title(
+                f"{short(round(self.counted_percent, 1))} % {side} {short(self.target)}", fontsize=10
+            )
+        else:
+            ax.set_title(f"n {self.n}, mean {short(self.mean)}", fontsize=10)
+        ax.set(xlabel="passes" if self.pass_counts else "value", ylabel="share of the values (%)")
+        return ax
 
 
 @dataclass(frozen=True, slots=True, eq=False, repr=False)
@@ -121,8 +148,8 @@ class CompactionCurve(Result):
     pass_means: tuple[float, ...]  # of pass 1, 2, ... up to the first with fewer than 100 values
     coefficients: tuple[float, ...]  # of the quadratic, constant term first; empty without a fit
     r_squared: float  # percent
-    growth_limit: float  # percent
     curve_bytes: bytes = field(repr=False)
+    growth_limit: float  # percent
 
     _listed = (
         *"n missing max_pass passes pass_means coefficients r_squared growth_limit".split(),
@@ -188,9 +215,23 @@ class CompactionCurve(Result):
 
     def plot(self, ax: Axes | None = None) -> Axes:
         """Draw the means and the curve. Takes the extra "plots"."""
-        from qmx_ic import plots
-
-        return plots.compaction_curve(self, ax)
+        ax = axes(ax)
+        passes = np.arange(1, self.passes + 1)
+        if self.coefficients:
+            ax.plot(self.x, self.y, color=BLUE, linewidth=1.6, label="quadratic", zorder=1)
+        ax.scatter(passes, self.pass_means, color=BLUE, s=34, label="mean of the pass", zorder=2)
+        if self.target_pass is not None:
+            ax.axvline(
+                self.target_pass,
+                color=ORANGE,
+                linestyle="--",
+                linewidth=1.4,
+                label=f"then less than {short(self.growth_limit)} % growth",
+            )
+        count_passes(ax)
+        ax.set(xlabel="pass", ylabel="mean value")
+        ax.legend(frameon=False)
+        return ax
 
 
 @dataclass(frozen=True, slots=True, eq=False, repr=False)
@@ -199,9 +240,9 @@ class PolynomialCurve(Result):
 
     n: int
     missing: int  # pairs left out for want of a number
-    degree: int
     centre: float  # subtracted from the abscissas before the fit, and added again
     curve_bytes: bytes = field(repr=False)
+    degree: int
     data: tuple[Array, Array] = field(repr=False)  # the pairs, as they were given
 
     _listed = ("n", "missing", "degree", "centre", "x", "y")
@@ -233,125 +274,9 @@ class PolynomialCurve(Result):
 
     def plot(self, ax: Axes | None = None) -> Axes:
         """Draw the pairs and the curve. Takes the extra "plots"."""
-        from qmx_ic import plots
-
-        return plots.polynomial_curve(self, ax)
-
-
-@dataclass(frozen=True, slots=True, eq=False, repr=False)
-class Semivariogram(Result):
-    """The experimental semivariogram and an exponential model fitted to it.
-
-    The model is sill * (1 - exp(-3 h / practical_range)); its numbers are NaN where the fit failed.
-    """
-
-    n: int
-    missing: int  # rows left out for want of a value
-    origin: tuple[float, float]  # subtracted from the positions before they were narrowed to 32 bits
-    position_step: float  # of positions in 32 bits, at the end of the extent
-    repeated: int  # records beyond the first of their place: see `semivariogram`
-    bandwidth: float
-    practical_range: float
-    sill: float
-    read_range: float  # the next four are read off the curve, where it flattens
-    read_sill: float
-    read_partial_sill: float
-    read_nugget: float
-    lag: float
-    nlag: int
-    azimuth: float | None  # None: all directions
-    tolerance: float
-    standardised: bool
-    lags_bytes: bytes = field(repr=False)
-    curve_bytes: bytes = field(repr=False)
-
-    _listed = (
-        *"n missing origin position_step repeated lag nlag azimuth tolerance bandwidth".split(),
-        *"standardised distances semivariances practical_range sill read_range read_sill".split(),
-        *"read_partial_sill read_nugget at_bound curve_x curve_y".split(),
-    )
-    _shown = (
-        *"n origin lag nlag practical_range sill at_bound read_range read_sill".split(),
-        *"read_nugget repeated".split(),
-    )
-
-    @property
-    def lags(self) -> Array:
-        """Shape (2, nlag + 2): mean distances and semivariances of the lag classes."""
-        return two_rows(self.lags_bytes)
-
-    @property
-    def curve(self) -> Array:
-        """Shape (2, 100): distances, and the model there; 0 where the fit failed."""
-        return two_rows(self.curve_bytes)
-
-    @property
-    def distances(self) -> Array:
-        """Mean distance of the pairs of each lag class, 0 without pairs.
-
-        Entry 0 is of coincident points, each with itself among them; entry k of the class about
-        (k - 1) lags.
-        """
-        return cast(Array, self.lags[0])
-
-    @property
-    def semivariances(self) -> Array:
-        """Semivariance of each lag class, 0 without pairs."""
-        return cast(Array, self.lags[1])
-
-    @property
-    def curve_x(self) -> Array:
-        """100 distances."""
-        return cast(Array, self.curve[0])
-
-    @property
-    def curve_y(self) -> Array:
-        """The model there; 0 where the fit failed."""
-        return cast(Array, self.curve[1])
-
-    @property
-    def has_model(self) -> bool:
-        """Whether the fit succeeded."""
-        return self.sill == self.sill
-
-    @property
-    def at_bound(self) -> tuple[str, ...]:
-        """Which of "range" and "sill" the fit holds on a bound: that number is the bound, no finding.
-
-        Both are at most the greatest semivariance, as mere numbers, the range at least 1 and the sill
-        at least 0.05.
-        """
-        greatest = float(self.semivariances.max())
-        found = []
-        for name, number, least in (("range", self.practical_range, 1), ("sill", self.sill, 0.05)):
-            if number >= greatest * (1 - 1e-6) or number <= least * (1 + 1e-6):
-                found.append(name)
-        return tuple(found)
-
-    def _columns(self) -> dict[str, Any]:
-        with_pairs = self.distances > 0
-        return {
-            "lag_class": np.flatnonzero(with_pairs),
-            "distance": self.distances[with_pairs],
-            "semivariance": self.semivariances[with_pairs],
-        }
-
-    def __repr__(self) -> str:
-        where = "all directions" if self.azimuth is None else f"azimuth {short(self.azimuth)}°"
-        model = (
-            f"practical range {short(self.practical_range)}, sill {short(self.sill)}"
-            + (f" ({' and '.join(self.at_bound)} on a bound of the fit)" if self.at_bound else "")
-            if self.has_model
-            else "no model"
-        )
-        return (
-            f"Semivariogram: {self.n} points about ({self.origin[0]:.12g}, {self.origin[1]:.12g}), "
-            f"{self.nlag} lags of {short(self.lag)}, {where}; {model}"
-            + (f"; {self.repeated} records on repeated places" if self.repeated else "")
-        )
-
-    def plot(self, ax: Axes | None = None) -> Axes:
-        """Draw the lags and the model. Takes the extra "plots"."""
-        from qmx_ic import plots
-
-        return plots.semivariogram(self, ax)
+        ax = axes(ax)
+        ax.scatter(*self.data, color=GREY, s=14, linewidths=0, label="pairs")
+        ax.plot(self.x, self.y, color=BLUE, linewidth=1.8, label=f"degree {self.degree}")
+        ax.set(xlabel="x", ylabel="y")
+        ax.legend(frameon=False)
+        return ax
