@@ -7,7 +7,6 @@
 namespace qmx_report {
 namespace {
 
-constexpr double degree = 3.14159265358979323846 / 180;
 constexpr double furthest_index = 1 << 30;
 
 // Of numbers below 2^31; without the call that std::floor is on older processors.

@@ -8,7 +8,6 @@
 namespace qmx_report {
 namespace {
 
-constexpr double degree = 3.14159265358979323846 / 180;
 constexpr double greatest_ratio = 24; // of length to width, as a fold is drawn
 constexpr double wanted_ratio = 16;
 constexpr std::int64_t widest_picture = 16000; // pixels; browsers draw no wider one

@@ -35,7 +35,7 @@ vector_2d unit(vector_2d a) {
     return (1 / portable::length_of(a.x, a.y)) * a;
 }
 
-struct place {
+struct drum_place {
     vector_2d at;
     double sum = 0; // of the values of its records
     std::int32_t records = 0;
@@ -46,7 +46,7 @@ struct place {
 };
 
 struct place_list {
-    std::vector<place> places; // in the order of their first records
+    std::vector<drum_place> places; // in the order of their first records
     std::int32_t tracks = 0;
 };
 
@@ -66,17 +66,17 @@ place_list places_of(const std::vector<track_record>& records, const grid_settin
         const bool follows = end.place >= 0 && reaches(end.at) <= settings.gap;
         end.at = at;
         if (follows) {
-            place& last = list.places[static_cast<std::size_t>(end.place)];
+            drum_place& last = list.places[static_cast<std::size_t>(end.place)];
             if (reaches(last.at) < settings.cell / 2) {
                 last.sum += record.value;
                 ++last.records;
                 continue;
             }
         }
-        place next{at, record.value, 1, follows ? end.place : -1, -1, list.tracks, 0};
+        drum_place next{at, record.value, 1, follows ? end.place : -1, -1, list.tracks, 0};
         const auto number = static_cast<std::int32_t>(list.places.size());
         if (follows) {
-            place& last = list.places[static_cast<std::size_t>(end.place)];
+            drum_place& last = list.places[static_cast<std::size_t>(end.place)];
             last.after = number;
             next.track = last.track;
             next.step = last.step + 1;
@@ -169,7 +169,7 @@ class cell_visits {
 public:
     explicit cell_visits(bool lists_all) : lists(lists_all) {}
 
-    void visit(std::int32_t column, std::int32_t row, std::int32_t number, const place& here) {
+    void visit(std::int32_t column, std::int32_t row, std::int32_t number, const drum_place& here) {
         cell& each = at(column, row);
         if (each.place == number) return;
         const bool goes_on =
@@ -250,7 +250,8 @@ private:
 
 // The two parts of what the drum covers at a place: calls use(swath) for each.
 template <class Use>
-void for_each_swath(const std::vector<place>& places, const place& here, double width, Use use) {
+void for_each_swath(const std::vector<drum_place>& places, const drum_place& here, double width,
+                    Use use) {
     const auto neighbour = [&](std::int32_t number) {
         return places[static_cast<std::size_t>(number)].at;
     };
@@ -278,7 +279,7 @@ grid_cells grid_tracks(const std::vector<track_record>& records, const grid_sett
     const place_list list = places_of(records, settings);
     cell_visits visits(settings.passes == grid_passes::all);
     for (std::size_t i = 0; i < list.places.size(); ++i) {
-        const place& here = list.places[i];
+        const drum_place& here = list.places[i];
         const auto number = static_cast<std::int32_t>(i);
         if (i % 4096 == 0)
             shown.note("gridding", static_cast<double>(i), static_cast<double>(list.places.size()));

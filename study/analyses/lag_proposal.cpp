@@ -15,7 +15,7 @@ constexpr double steps_per_unit = 1000; // positions that agree to the thousandt
 constexpr std::size_t most_sampled = 1000;
 constexpr double stray_share = 0.001; // at either end of an axis
 
-struct place {
+struct placed_along {
     double along, across; // along the longer axis of the extent
 };
 
@@ -45,15 +45,15 @@ span inner_span(std::vector<double> coordinates) {
 }
 
 // The median of the distances from sampled places to the next other place.
-double median_spacing(std::vector<place> places) {
-    const auto same = [](const place& a, const place& b) {
+double median_spacing(std::vector<placed_along> places) {
+    const auto same = [](const placed_along& a, const placed_along& b) {
         return a.along == b.along && a.across == b.across;
     };
-    for (place& each : places) {
+    for (placed_along& each : places) {
         each.along = std::round(each.along * steps_per_unit);
         each.across = std::round(each.across * steps_per_unit);
     }
-    std::sort(places.begin(), places.end(), [](const place& a, const place& b) {
+    std::sort(places.begin(), places.end(), [](const placed_along& a, const placed_along& b) {
         return a.along != b.along ? a.along < b.along : a.across < b.across;
     });
     places.erase(std::unique(places.begin(), places.end(), same), places.end());
@@ -65,7 +65,7 @@ double median_spacing(std::vector<place> places) {
     for (std::size_t s = 0; s < samples; ++s) {
         const std::size_t here = s * count / samples;
         double nearest = std::numeric_limits<double>::infinity();
-        const auto is_beyond = [&](const place& other) {
+        const auto is_beyond = [&](const placed_along& other) {
             const double along = std::fabs(other.along - places[here].along);
             if (along < nearest)
                 nearest = std::min(nearest,
@@ -117,10 +117,10 @@ point_layout layout_of(const std::vector<t_icdata>& points) {
     layout.diagonal = has_stray ? inner : layout.whole_diagonal;
 
     const bool east_is_longer = inner_east.length() >= inner_north.length();
-    std::vector<place> places(points.size());
+    std::vector<placed_along> places(points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
-        const place local = {x[i] - layout.middle_x, y[i] - layout.middle_y};
-        places[i] = east_is_longer ? local : place{local.across, local.along};
+        const placed_along local = {x[i] - layout.middle_x, y[i] - layout.middle_y};
+        places[i] = east_is_longer ? local : placed_along{local.across, local.along};
     }
     layout.spacing = median_spacing(std::move(places));
     return layout;

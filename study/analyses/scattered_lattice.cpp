@@ -11,7 +11,7 @@ namespace {
 
 constexpr double shortest_spacing = 0.05;
 constexpr double first_window = 8; // spacings over which a period is looked for
-constexpr double least_agreement = 0.6;
+constexpr double least_period_agreement = 0.6;
 constexpr double share_near_nodes = 0.98;
 constexpr std::size_t samples = 2000;
 constexpr std::size_t partners = 8;
@@ -67,7 +67,7 @@ double best_spacing(const std::vector<double>& sorted) {
         tried.emplace_back(spacing, agreement(distances, spacing));
         best = std::max(best, tried.back().second);
     }
-    if (best < least_agreement) return 0;
+    if (best < least_period_agreement) return 0;
     double chosen = 0;
     for (const auto& [spacing, agrees] : tried)
         if (agrees >= as_good * best) chosen = spacing;

@@ -13,7 +13,6 @@ using namespace qmx_study;
 
 namespace {
 
-constexpr int widest_bar = 40;
 constexpr std::size_t most_counts_named = 6;
 
 // Decimals that 32 bits hold beside the largest number of a column.

@@ -15,7 +15,7 @@ using namespace qmx_study;
 
 namespace {
 
-constexpr int widest_bar = 24;
+constexpr int widest_growth_bar = 24;
 
 const char* words_for(left_out reason) {
     switch (reason) {
@@ -46,8 +46,9 @@ std::string passes_text(const curve_answer& answer) {
     table.add_rule();
     for (const pass_row& row : answer.passes) {
         const std::string last = row.reason != left_out::no ? words_for(row.reason)
-                                 : has_bars && largest > 0  ? bar(row.mean / largest, widest_bar)
-                                                            : "";
+                                 : has_bars && largest > 0
+                                     ? bar(row.mean / largest, widest_growth_bar)
+                                     : "";
         table.add({fmt::format("{}", row.pass), count_text(row.points), number_text(row.mean),
                    number_text(row.deviation), percent_text(row.growth), number_text(row.fitted),
                    last});

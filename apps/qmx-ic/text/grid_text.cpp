@@ -11,8 +11,6 @@ using namespace qmx_study;
 
 namespace {
 
-constexpr int widest_bar = 40;
-
 std::string passes_text(grid_passes passes) {
     switch (passes) {
     case grid_passes::last: return "the value of the last pass of each cell";

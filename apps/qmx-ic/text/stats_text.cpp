@@ -15,8 +15,6 @@ using namespace qmx_study;
 
 namespace {
 
-constexpr int widest_bar = 40;
-
 struct named_statistic {
     const char* key;
     const char* text;

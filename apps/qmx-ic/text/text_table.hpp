@@ -29,6 +29,8 @@ private:
 // Characters that a UTF-8 text takes on the screen.
 std::size_t width_of(std::string_view text);
 
+constexpr int widest_bar = 40; // characters, where nothing else is settled
+
 // A bar of blocks, `full` characters for 1.
 std::string bar(double share, int full);
 // Breaks a text between words so that no line, its indent included, is longer than 96 characters. The
