@@ -9,6 +9,7 @@ import time
 from pathlib import Path
 from typing import Any
 
+import qmx_ic
 from qmx_ic.lots import work
 
 _study = work.document_of_lot
@@ -42,3 +43,8 @@ def _faulty(files: Any, settings: Any, page: str = "") -> dict[str, Any]:
 def dask_setup(worker: Any) -> None:
     """Dask calls this where a worker starts."""
     work.document_of_lot = _faulty
+
+
+def pretend_version(version: str) -> None:
+    """In a worker: the package there is of this version."""
+    qmx_ic.__version__ = version

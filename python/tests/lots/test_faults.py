@@ -14,11 +14,14 @@ from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any
 
+import faults
 import psutil
 import pytest
 from conftest import Command, Make, environment, lines_of
 
-from qmx_ic.lots import SchedulerLost, batch, lots_of
+from distributed import Client
+
+from qmx_ic.lots import SchedulerLost, WorkersLackPackage, batch, lots_of
 from qmx_ic.lots.table import write_table
 from qmx_ic.lots.work import Task, record_of
 
@@ -182,6 +185,17 @@ def test_lost_scheduler_is_a_clear_end(
     first, *others = rows_of(table)
     assert first["error_code"] == "worker_died"
     assert figures(others) == figures(plainly(files, tmp_path / "plain.csv"))[1:]
+
+
+def test_workers_of_another_version_are_refused(
+    make_lots: Make, tmp_path: Path, cluster: tuple[str, subprocess.Popen[Any]]
+) -> None:
+    with Client(cluster[0], set_as_default=False) as client:
+        client.wait_for_workers(2, timeout=60)
+        client.run(faults.pretend_version, "0.0.9")
+        with pytest.raises(WorkersLackPackage, match="the worker has qmx_ic 0.0.9, and here is"):
+            batch(make_lots("plain"), client=client, output=tmp_path / "table.csv")
+    assert not (tmp_path / "table.csv").exists()
 
 
 def test_an_address_without_a_scheduler(make_lots: Make, tmp_path: Path) -> None:
