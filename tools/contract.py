@@ -127,9 +127,10 @@ def description(options):
     return [line for part in parts for line in part]
 
 
-def breaks(stored, present):
+def breaks(stored, present, raised):
     """What a host that was compiled before may rely on and no longer finds."""
-    return [line for line in stored if line not in set(present) and not line.startswith(("version ", "arguments "))]
+    follows = ("version ", "arguments ") + (("loaded as ",) if raised else ())
+    return [line for line in stored if line not in set(present) and not line.startswith(follows)]
 
 
 def major(lines):
@@ -152,8 +153,8 @@ def main():
 
     present = description(options)
     stored = options.stored.read_text(encoding="utf-8").splitlines() if options.stored.exists() else []
-    broken = breaks(stored, present)
     raised = bool(stored) and major(stored) != major(present)
+    broken = breaks(stored, present, raised)
     told = []
     if broken and not raised:
         told.append("This breaks hosts that were compiled before:\n  " + "\n  ".join(broken)
