@@ -57,6 +57,10 @@ def flattened(nodes):
             yield node
 
 
+def of_kind(node, kind):
+    return [inner for inner in node.get("inner", []) if inner["kind"] == kind]
+
+
 def versions(compiler):
     names = sorted(re.findall(r"^#define (QMX_IC_VERSION(?:_[A-Z]+)?) ", compiler.run("c", "-E", "-dM"), re.M))
     source = '#include "qmx_ic.h"\n' + "".join(f'"{name}" {name}\n' for name in names)
@@ -71,8 +75,8 @@ def versions(compiler):
 def constants(nodes):
     for node in nodes:
         if node["kind"] == "EnumDecl":
-            for entry in node["inner"]:
-                yield f"constant {entry['name']} = {entry['inner'][0]['value']}"
+            for entry in of_kind(node, "EnumConstantDecl"):
+                yield f"constant {entry['name']} = {of_kind(entry, 'ConstantExpr')[0]['value']}"
 
 
 def records(compiler, names):
@@ -101,7 +105,7 @@ def records(compiler, names):
 def functions(nodes, never_throws):
     for node in nodes:
         if node["kind"] == "FunctionDecl":
-            name, names = node["name"], [p["name"] for p in node.get("inner", []) if p["kind"] == "ParmVarDecl"]
+            name, names = node["name"], [p["name"] for p in of_kind(node, "ParmVarDecl")]
             yield f"function {name}: {node['type']['qualType']}" + (", no exceptions" if never_throws[name] else "")
             yield f"arguments of {name}: {', '.join(names)}"
 
