@@ -20,6 +20,20 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The version of this header: three numbers, one number to compare (10203 is 1.2.3), and as text. A
+ * change that a host would have to be compiled anew for raises the first number, and nothing else
+ * does; the second one grows with additions. The build reads the version here.                    */
+#define QMX_IC_VERSION_MAJOR 0
+#define QMX_IC_VERSION_MINOR 1
+#define QMX_IC_VERSION_PATCH 0
+#define QMX_IC_VERSION_NUMBER                                                                      \
+    (QMX_IC_VERSION_MAJOR * 10000 + QMX_IC_VERSION_MINOR * 100 + QMX_IC_VERSION_PATCH)
+#define QMX_IC_TEXT_OF(number) #number
+#define QMX_IC_VERSION_TEXT(major, minor, patch)                                                   \
+    QMX_IC_TEXT_OF(major) "." QMX_IC_TEXT_OF(minor) "." QMX_IC_TEXT_OF(patch)
+#define QMX_IC_VERSION                                                                             \
+    QMX_IC_VERSION_TEXT(QMX_IC_VERSION_MAJOR, QMX_IC_VERSION_MINOR, QMX_IC_VERSION_PATCH)
+
 #if defined(_WIN32) || defined(__CYGWIN__)
 #if defined(QMX_IC_BUILDING)
 #define QMX_IC_API __declspec(dllexport)

@@ -1,15 +1,16 @@
 // Makes the template of the page: one HTML text with style and script inside, as a C++ file.
 //
-//   node build.mjs PACKAGES OUTPUT.cpp
+//   node build.mjs PACKAGES OUTPUT.cpp NOTICES.txt
 //
-// PACKAGES is the folder with node_modules.
+// PACKAGES is the folder with node_modules. The notices of the packages whose code the page holds go to a
+// file of their own and into the page.
 import { createHash } from "node:crypto";
-import { readFileSync, writeFileSync } from "node:fs";
+import { readFileSync, readdirSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
 import { dirname, join, resolve } from "node:path";
 import { fileURLToPath } from "node:url";
 
-const [packages, output] = process.argv.slice(2).map((name) => resolve(name));
+const [packages, output, noticesFile] = process.argv.slice(2).map((name) => resolve(name));
 const here = dirname(fileURLToPath(import.meta.url));
 const require = createRequire(join(packages, "package.json"));
 const { build } = require("esbuild");
@@ -18,6 +19,7 @@ const common = {
   bundle: true,
   minify: true,
   write: false,
+  metafile: true,
   charset: "utf8",
   target: ["chrome100", "firefox100", "safari15"],
   nodePaths: [join(packages, "node_modules")],
@@ -25,9 +27,37 @@ const common = {
   logLevel: "warning",
 };
 
+const bundled = new Set();
+
+// A package that is taken as it was bundled by its makers holds the code of what it depends on.
+function takeIn(name, bundledByMakers) {
+  if (bundled.has(name)) return;
+  bundled.add(name);
+  const { dependencies } = JSON.parse(readFileSync(join(packages, "node_modules", name, "package.json"), "utf8"));
+  if (bundledByMakers) for (const each of Object.keys(dependencies || {})) takeIn(each, true);
+}
+
 async function textOf(entry, options = {}) {
   const made = await build({ ...common, entryPoints: [join(here, "page", entry)], ...options });
+  for (const name of Object.keys(made.metafile.inputs)) {
+    const found = /^.*node_modules\/((?:@[^/]+\/)?[^/]+)\/(dist\/)?/.exec(name);
+    if (found) takeIn(found[1], Boolean(found[2]));
+  }
   return made.outputFiles[0].text.trim();
+}
+
+// The licences of the packages that are in the page; packages with the same text share it.
+function noticesOf(names) {
+  const byText = new Map();
+  for (const name of [...names].sort()) {
+    const folder = join(packages, "node_modules", name);
+    const { version, license } = JSON.parse(readFileSync(join(folder, "package.json"), "utf8"));
+    const files = readdirSync(folder).filter((file) => /^(licen[cs]e|notice|copying)/i.test(file)).sort();
+    if (files.length === 0) throw new Error(`${name}: the package comes without its licence`);
+    const text = files.map((file) => readFileSync(join(folder, file), "utf8").replaceAll("\r", "").trim()).join("\n\n");
+    byText.set(text, [...(byText.get(text) || []), `${name} ${version} (${license})`]);
+  }
+  return [...byText].map(([text, users]) => `${users.join(", ")}:\n\n${text}\n`).join(`\n${"-".repeat(90)}\n\n`);
 }
 
 // Every text has both languages, and the same places for numbers in both.
@@ -104,10 +134,15 @@ const style = await textOf("style.css");
 if (/<\/script|<!--|\{\{DATA\}\}/i.test(script) || /<\//.test(style)) throw new Error("a part would end its own element");
 const hash = createHash("sha256").update(script, "utf8").digest("base64");
 let page = readFileSync(join(here, "page", "template.html"), "utf8");
-for (const [mark, text] of [["{{STYLE}}", style], ["{{HASH}}", `sha256-${hash}`], ["{{SCRIPT}}", script]]) {
+if (bundled.size === 0) throw new Error("no package is found in what was bundled");
+const notices = noticesOf(bundled);
+// A comment ends with the first "-->" or "--!>", and a mark in it would be replaced.
+const comment = notices.replace(/-{2,}/g, "").replaceAll("{{", "{ {");
+for (const [mark, text] of [["{{NOTICES}}", comment], ["{{STYLE}}", style], ["{{HASH}}", `sha256-${hash}`], ["{{SCRIPT}}", script]]) {
   const parts = page.split(mark);
   if (parts.length !== 2) throw new Error(`template.html: ${mark} must stand in it once`);
   page = parts.join(text);
 }
 if (page.split("{{DATA}}").length !== 2) throw new Error("template.html: {{DATA}} must stand in it once");
+writeFileSync(noticesFile, notices);
 writeFileSync(output, sourceOf(page));

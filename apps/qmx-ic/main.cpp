@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include <fmt/format.h>
+#include <qmx_ic.h>
 
 #include "options/commands.hpp"
 #include "options/program.hpp"

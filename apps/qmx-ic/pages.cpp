@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <qmx_ic.h>
 
 #include "options/program.hpp"
 #include "study/base/output_file.hpp"

@@ -7,6 +7,7 @@
 #include <nanobind/ndarray.h>
 #include <nanobind/stl/shared_ptr.h>
 #include <nanobind/stl/string.h>
+#include <qmx_ic.h>
 
 #include "report/page.hpp"
 #include "study/analyses/polygon_filter.hpp"

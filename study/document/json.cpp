@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include <fmt/format.h>
+#include <qmx_ic.h>
 
 #include "study/base/number_text.hpp"
 

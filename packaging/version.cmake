@@ -1,0 +1,28 @@
+# Reads the version from the public header, and checks that the files that have to repeat it agree: tools
+# of other languages read them without us.
+set(header include/qmx_ic.h)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+file(STRINGS ${header} lines REGEX "^#define QMX_IC_VERSION_(MAJOR|MINOR|PATCH) ")
+set(QMX_IC_VERSION "")
+foreach(part MAJOR MINOR PATCH)
+  if(NOT "${lines}" MATCHES "QMX_IC_VERSION_${part} ([0-9]+)(;|$)")
+    message(FATAL_ERROR "${header} defines no number QMX_IC_VERSION_${part}")
+  endif()
+  string(APPEND QMX_IC_VERSION ".${CMAKE_MATCH_1}")
+endforeach()
+string(SUBSTRING "${QMX_IC_VERSION}" 1 -1 QMX_IC_VERSION)
+
+function(qmx_check_version file expression)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${file})
+  file(READ ${file} text)
+  if(NOT text MATCHES "${expression}")
+    message(FATAL_ERROR "${file} has no version where it is looked for")
+  elseif(NOT CMAKE_MATCH_1 STREQUAL QMX_IC_VERSION)
+    message(FATAL_ERROR "${file} says version ${CMAKE_MATCH_1}, but ${header} says ${QMX_IC_VERSION}: "
+                        "write ${QMX_IC_VERSION} there")
+  endif()
+endfunction()
+qmx_check_version(python/pyproject.toml "\nversion = \"([^\"]*)\"")
+qmx_check_version(report/package.json "\n  \"version\": \"([^\"]*)\"")
+qmx_check_version(report/package-lock.json "^[^}]*\n  \"version\": \"([^\"]*)\"")
+qmx_check_version(packaging/debian/changelog "^qmx-ic \\(([^)]*)\\)")
