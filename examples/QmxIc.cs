@@ -69,9 +69,9 @@ public unsafe struct t_areaflt {
         if (x.Length != y.Length || x.Length > 10000) throw new ArgumentException("vertices");
         i_flag_exclusion = exclusion;
         i_numvertices = x.Length;
-        for (int i = 0; i < x.Length; ++i) {
-            d_vert_x[i] = x[i];
-            d_vert_y[i] = y[i];
+        fixed (double* eastings = d_vert_x, northings = d_vert_y) {
+            Marshal.Copy(x, 0, (IntPtr)eastings, x.Length);
+            Marshal.Copy(y, 0, (IntPtr)northings, y.Length);
         }
     }
 }
