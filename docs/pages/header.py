@@ -133,7 +133,7 @@ def signature_of(member) -> str:
     arguments = []
     for argument in member.findall("param"):
         kind = "".join(argument.find("type").itertext())
-        arguments.append(re.sub(r" \*$", "* ", kind + " ") + argument.findtext("declname"))
+        arguments.append(kind.replace(" *", "*") + " " + argument.findtext("declname"))
     return start + (",\n" + " " * len(start)).join(re.sub(r"\s+", " ", one) for one in arguments) + ");"
 
 
