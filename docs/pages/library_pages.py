@@ -50,24 +50,29 @@ def blocks(parts) -> str:
     return "\n".join("".join(f"- {one}\n" for one in part) if isinstance(part, list) else part + "\n" for part in parts)
 
 
+def rows(text: str) -> str:
+    """A table whose rows are set below each other where the page is narrow."""
+    return "```{container} rows\n\n" + text + "\n```\n"
+
+
 def failures_of(one: header.function) -> str:
     if not one.failures:
         return blocks(["None of its own; see [rules of every function](rules.md) for memory that runs out."])
     has_texts = any(row.code for row in one.failures)
-    rows = []
+    lines = []
     for row in one.failures:
         start = [f"`{row.text}`", row.code] if has_texts else [row.text]
-        rows.append([*start, row.cause, row.remedy[0].upper() + row.remedy[1:]])
+        lines.append([*start, row.cause, row.remedy[0].upper() + row.remedy[1:]])
     titles = ["Message", "Code", "Cause and what is left", "Remedy"] if has_texts else ["Failure", "Cause", "Remedy"]
     before = blocks([one.before_failures]) + "\n" if one.before_failures else ""
-    return before + table(titles, rows)
+    return before + rows(table(titles, lines))
 
 
 def page_of(one: header.function, root: pathlib.Path) -> str:
     directions = {"in": "in", "out": "out", "inout": "in, out"}
-    arguments = [[f"`{name}`", f"`{kind.replace(' *', '*')}`", directions[way], text] for name, kind, way, text in one.arguments]
+    arguments = [[f"`{name}`", directions[way], text] for name, _, way, text in one.arguments]
     parts = [f"# {one.name}\n", one.brief + "\n", fenced("c", one.signature), blocks(one.details)]
-    parts += ["## Arguments\n", table(["Name", "Type", "", "What it is"], arguments)]
+    parts += ["## Arguments\n", rows(table(["Name", "", "What it is"], arguments))]
     parts += ["## Return value\n", one.returns + "\n", "## Failures\n", failures_of(one)]
     for title, paragraphs in one.sections.items():
         parts += [f"## {title}\n", blocks(paragraphs)]
@@ -85,8 +90,8 @@ def records_page(records) -> str:
              "compiler that made these pages has laid them out; the header refuses to compile where they differ.\n"]
     for one in records:
         parts += [f"## {one.name}\n", f"{one.size} bytes. {one.text}\n"]
-        rows = [[str(part.offset), str(part.size), f"`{part.name}`", f"`{part.kind}`", part.text] for part in one.fields]
-        parts.append(table(["Offset", "Size", "Field", "Type", "What it is"], rows))
+        fields = [[f"`{part.name}`", str(part.offset), str(part.size), f"`{part.kind}`", part.text] for part in one.fields]
+        parts.append(rows(table(["Field", "Offset", "Size", "Type", "What it is"], fields)))
     return "\n".join(parts)
 
 
@@ -115,9 +120,9 @@ def first_calls(root: pathlib.Path) -> str:
 
 
 def functions_page(functions) -> str:
-    rows = [[f"[{one.name}]({one.name}.md)", one.brief] for one in functions]
+    links = [[f"[{one.name}]({one.name}.md)", one.brief] for one in functions]
     names = "\n".join(one.name for one in functions)
-    return "\n".join(["# Functions\n", table(["Function", "What it computes"], rows),
+    return "\n".join(["# Functions\n", rows(table(["Function", "What it computes"], links)),
                       "```{toctree}\n:hidden:\n" + names + "\n```\n"])
 
 
