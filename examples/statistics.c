@@ -4,9 +4,7 @@
 #include "qmx_ic.h"
 
 #include <stdio.h>
-#include <string.h>
 
-static const double values[10] = {61.5, 72.0, 70.5, 66.0, 81.0, 75.5, 58.0, 69.5, 77.0, 64.5};
 static const char* const names[15] = {"mean",
                                       "variance",
                                       "standard deviation",
@@ -42,33 +40,29 @@ static void print_text(const char* title, const char* text) {
 }
 
 int main(void) {
-    t_icdata points[10];
-    t_statsout statistics;
-    t_event event;
-    int i;
-
     print_record_sizes();
     /* [first call] */
-    memset(points, 0, sizeof points);
-    for (i = 0; i < 10; ++i) {
-        points[i].d_x = 0.3 * i; /* easting and northing, in metres, say */
+    const double values[10] = {61.5, 72.0, 70.5, 66.0, 81.0, 75.5, 58.0, 69.5, 77.0, 64.5};
+    t_icdata points[10] = {{0}};
+    t_statsout statistics = {0};
+    t_event event;
+    for (int i = 0; i < 10; ++i) {
+        points[i].d_x = 0.3 * i; /* easting, in metres, say; the northing is 0 */
         points[i].d_val = values[i];
         points[i].i_passno = 4;
     }
-    memset(&statistics, 0, sizeof statistics);
     statistics.i_flag_target = QMX_IC_YES;
     statistics.x_target = 70.0F;     /* unit of the measure                    */
     statistics.x_target_pct = 60.0F; /* share of the points that must reach it */
     statistics.x_pctlevel[0] = 10.0F;
     statistics.x_pctlevel[1] = 90.0F;
-
     if (ICdata_stats(QMX_IC_NO, QMX_IC_NO, 10, points, &statistics, &event) != QMX_IC_SUCCESS) {
-        fprintf(stderr, "%.256s\n", event.c_description);
+        fprintf(stderr, "%.256s\n", event.c_description); /* padded with blanks */
         return 1;
     }
-    print_number("mean", statistics.x_stat[0]);
+    printf("%-26s%14.4f\n", "mean", (double)statistics.x_stat[0]);
     /* [first call] */
-    for (i = 1; i < 15; ++i) print_number(names[i], statistics.x_stat[i]);
+    for (int i = 1; i < 15; ++i) print_number(names[i], statistics.x_stat[i]);
     print_number("value at 10 %", statistics.x_pctvalue[0]);
     print_number("value at 90 %", statistics.x_pctvalue[1]);
     print_number("above 70, percent", statistics.x_achieved_pct);

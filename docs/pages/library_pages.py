@@ -10,14 +10,18 @@ import sys
 
 import header
 
+LIBRARY = "-Iinclude -Lbuild -lQMX_IC -Wl,-rpath,build -o statistics && ./statistics"
 LANGUAGES = [  # title, file of the first call, language of its colours, wrapper to copy, how to build and run
-    ("C", "statistics.c", "c", None, "cc statistics.c -I include -L build -lQMX_IC -o statistics"),
-    ("C++", "statistics.cpp", "cpp", None, "c++ -std=c++17 statistics.cpp -I include -L build -lQMX_IC -o statistics"),
-    ("C#", "statistics.cs", "csharp", "QmxIc.cs", "mcs -unsafe statistics.cs QmxIc.cs && mono statistics.exe"),
-    ("Fortran", "statistics.f90", "fortran", "qmx_ic.f90", "gfortran qmx_ic.f90 statistics.f90 -L build -lQMX_IC -o statistics"),
-    ("Python", "statistics.py", "python", "qmx_ctypes.py", "python3 statistics.py build/libQMX_IC.so"),
-    ("R", "statistics.R", "r", "qmx_ic.R", "R CMD SHLIB qmx_ic_shim.c && Rscript statistics.R qmx_ic_shim.so"),
-    ("VBA", "QmxIc.bas", "vbnet", "QmxIc.bas", "import the module, and run StatisticsOfTenPoints"),
+    ("C", "statistics.c", "c", None, f"cc examples/statistics.c {LIBRARY}"),
+    ("C++", "statistics.cpp", "cpp", None, f"c++ -std=c++17 examples/statistics.cpp {LIBRARY}"),
+    ("C#", "statistics.cs", "csharp", "QmxIc.cs",
+     "mcs -unsafe examples/statistics.cs examples/QmxIc.cs -out:statistics.exe\nLD_LIBRARY_PATH=build mono statistics.exe"),
+    ("Fortran", "statistics.f90", "fortran", "qmx_ic.f90", f"gfortran examples/qmx_ic.f90 examples/statistics.f90 {LIBRARY}"),
+    ("Python", "statistics.py", "python", "qmx_ctypes.py", "python3 examples/statistics.py build/libQMX_IC.so"),
+    ("R", "statistics.R", "r", "qmx_ic.R",
+     "cd examples\nPKG_CPPFLAGS=-I../include PKG_LIBS='-L../build -lQMX_IC' R CMD SHLIB qmx_ic_shim.c\n"
+     "LD_LIBRARY_PATH=../build Rscript statistics.R ./qmx_ic_shim.so"),
+    ("VBA", "QmxIc.bas", "vbnet", "QmxIc.bas", None),
 ]
 MOST_LINES = 20
 
@@ -50,9 +54,9 @@ def blocks(parts) -> str:
     return "\n".join("".join(f"- {one}\n" for one in part) if isinstance(part, list) else part + "\n" for part in parts)
 
 
-def rows(text: str) -> str:
+def rows(text: str, kind: str = "") -> str:
     """A table whose rows are set below each other where the page is narrow."""
-    return "```{container} rows\n\n" + text + "\n```\n"
+    return f"```{{container}} rows {kind}\n\n" + text + "\n```\n"
 
 
 def failures_of(one: header.function) -> str:
@@ -65,7 +69,7 @@ def failures_of(one: header.function) -> str:
         lines.append([*start, row.cause, row.remedy[0].upper() + row.remedy[1:]])
     titles = ["Message", "Code", "Cause and what is left", "Remedy"] if has_texts else ["Failure", "Cause", "Remedy"]
     before = blocks([one.before_failures]) + "\n" if one.before_failures else ""
-    return before + rows(table(titles, lines))
+    return before + rows(table(titles, lines), "failures")
 
 
 def page_of(one: header.function, root: pathlib.Path) -> str:
@@ -99,7 +103,8 @@ def first_calls(root: pathlib.Path) -> str:
     printed = (root / "tests" / "examples" / "statistics.txt").read_text()
     parts = ["# First call\n", "The mean of ten points, and the share of them above a target. Each program asserts the sizes of "
              "the records in its own language, and all print the same bytes; a test compiles and runs them. A language that "
-             "needs declarations has them in one file to copy, with all eight functions.\n"]
+             "needs declarations has them in one file to copy, with all eight functions. The commands are given in the folder of "
+             "the sources, with the library in `build`.\n"]
     for title, name, colours, wrapper, run in LANGUAGES:
         text = region(root / "examples" / name, "first call")
         lines = len([line for line in text.split("\n") if line.strip()])
@@ -111,10 +116,12 @@ def first_calls(root: pathlib.Path) -> str:
             files += f" with [{wrapper}](../examples/{wrapper})"
         if title == "R":
             files += " and [qmx_ic_shim.c](../examples/qmx_ic_shim.c)"
-        parts.append(f"Files: {files}. To build and run: `{run}`.\n")
-        if title == "VBA":
-            parts.append("The VBA module was **not run**, since no Office was there; a test compares its records and "
-                         "declarations with the header.\n")
+        parts.append(f"The whole program: {files}.\n")
+        if run:
+            parts.append(fenced("sh", run))
+        else:
+            parts.append("Import the module and run `StatisticsOfTenPoints`. It was **not run** here, since no Office was "
+                         "there; a test compares its records and declarations with the header.\n")
     parts += ["## What they print\n", fenced("text", printed.rstrip("\n"))]
     return "\n".join(parts)
 
@@ -141,4 +148,5 @@ def main():
     (out / "first-call.md").write_text(first_calls(root))
 
 
-main()
+if __name__ == "__main__":
+    main()
