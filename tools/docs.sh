@@ -27,7 +27,7 @@ cp -r README.md CHANGELOG.md LICENSE docs examples include "$work/source"
 rm -rf "$work/source/docs/pages"
 cp -r docs/pages/conf.py docs/pages/index.md docs/pages/_static "$work/source"
 python3 -B docs/pages/library_pages.py "$PWD" "$work/xml" "$work/source/library"
-python3 -B docs/pages/decisions_page.py "$work/source"
+python3 -B docs/pages/lists.py "$work/source"
 
 sphinx-build -q -W --keep-going -j 2 -d "$work/doctrees" -b html "$work/source" "$work/html"
 python3 -B tests/docs/check_links.py --pages "$work/html" .

@@ -1,10 +1,11 @@
-"""Provokes every failure that the public header lists, by its cause, and compares text and code; a text
-that the sources hold and no function lists would show as one that is not listed.
+"""Provokes every failure that the public header lists, by its cause, and compares text and code. Then calls
+with odd arguments of all kinds: none may fail with a text that the header does not list.
 
     check_failures.py path/to/libQMX_IC.so"""
 
 import math
 import pathlib
+import random
 import re
 import sys
 from ctypes import c_double, c_float, c_int32
@@ -125,8 +126,41 @@ CAUSES = {
 }
 
 
+def odd_calls(number):
+    """Name of each function called, and its outcome."""
+    chance = random.Random(7)
+    odd = [math.nan, math.inf, -math.inf, 0.0, -1.0, 0.5, 1.0, 199.0, 200.0, 3e9, -3e9, 1e38, 1e300, 1e-300]
+
+    def values(most, oddness):
+        length = chance.randrange(most)
+        return [chance.choice(odd) if chance.random() < oddness else chance.uniform(1, 60) for _ in range(length)]
+
+    for _ in range(number):
+        oddness = chance.choice([0, 0, 0.02, 0.5])
+        yield "ICdata_stats", statistics(chance.choice([1, 2]), values(30, oddness))
+        lot = values(700, oddness)
+        last = chance.randrange(1, 7)
+        numbers = [chance.choice([-1, 0, 9]) if chance.random() < oddness / 50 else 1 + i % last for i in range(len(lot))]
+        yield "IC_compact_curve_b", curve(chance.randrange(9), chance.randrange(99), lot, numbers)
+        lag, width = chance.choice([*odd[:7], 0.5, 0.5]), chance.choice([*odd[:7], 100, 100])
+        yield "IC_semivariogram", semivariogram(values(60, oddness), chance.randrange(-1, 100), lag, width, chance.choice([1, 2, 2, 3]))
+        tests = [(chance.uniform(0, 5), chance.uniform(0, 5), value) for value in values(9, oddness)]
+        if tests:
+            yield "IC_PointsData_stats", spots(values(120, oddness), tests)
+        vertices = chance.randrange(9)
+        yield "IC_coverage", coverage(chance.choice([1, 2, 2, 2, 3]), vertices, *(chance.choices(odd, k=vertices) for _ in range(2)))
+
+
 def main():
     faults = []
+    texts = {name: {text for text, _ in failures} for name, failures in listed().items()}
+    number = failed = 0
+    for name, outcome in odd_calls(400):
+        number += 1
+        failed += outcome == ic.FAILURE
+        if outcome == ic.FAILURE and event.description not in texts[name]:
+            faults.append(f"{name} failed with {event.description}, which the header does not list")
+    print(f"{number} odd calls, {failed} of which failed")
     for name, in_header in listed().items():
         provoked = set()
         for text, provoke in CAUSES.pop(name).items():
