@@ -222,6 +222,14 @@ class page:
             self.path.write_text(self.text)
 
 
+def commands_without_example(program):
+    """The commands that --help lists and no guide shows."""
+    told = subprocess.run([program, "--help"], check=True, capture_output=True, text=True).stdout
+    commands = re.findall(r"^  ([a-z]+)  +[A-Z]", told.split("Subcommands:")[1], re.M)
+    guides = "".join(path.read_text() for path in ROOT.glob("docs/guide/*.md"))
+    return [one for one in commands if not re.search(rf"^\$ qmx-ic {one} ", guides, re.M)] if commands else ["--help"]
+
+
 def main():
     options = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     options.add_argument("pages", nargs="*", type=pathlib.Path)
@@ -231,7 +239,7 @@ def main():
     options = options.parse_args()
     pages = options.pages or [ROOT / "README.md", *sorted(ROOT.glob("docs/*.md")), *sorted(ROOT.glob("docs/guide/*.md"))]
 
-    faults = []
+    faults = [f"no guide has an example of qmx-ic {one}" for one in commands_without_example(options.program)]
     is_lacking = False
     number = 0
     for path in pages:
