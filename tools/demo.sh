@@ -3,12 +3,14 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-tools/install-packages.sh demo
-cmake --preset release -G Ninja -DQMX_IC_BUILD_TESTS=OFF >build-demo.log 2>&1 &&
-  cmake --build --preset release >>build-demo.log 2>&1 || { cat build-demo.log; exit 1; }
-rm build-demo.log
-
-program=build/release/qmx-ic
+program=${QMX_IC_PROGRAM:-} # one that is built already, or none
+if [ -z "$program" ]; then
+  tools/install-packages.sh demo
+  cmake --preset release -G Ninja -DQMX_IC_BUILD_TESTS=OFF >build-demo.log 2>&1 &&
+    cmake --build --preset release >>build-demo.log 2>&1 || { cat build-demo.log; exit 1; }
+  rm build-demo.log
+  program=build/release/qmx-ic
+fi
 lot=build/sample-lot
 run() { echo; echo "\$ $*"; "$@"; }
 run "$program" generate --points 60000 --seed 1 --force "$lot"
