@@ -19,6 +19,7 @@
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
+#include "study/base/open_file.hpp"
 #include "study/table/encodings.hpp"
 
 namespace qmx_study {
@@ -145,7 +146,7 @@ namespace {
 
 // A pipe cannot be read twice: its bytes are kept in a file that goes when it is closed.
 std::FILE* spooled(std::FILE* pipe, std::string& trouble) {
-    std::FILE* const kept = std::tmpfile();
+    std::FILE* const kept = open_temporary_file();
     std::string block(packed_block, '\0');
     const char* reason = kept ? nullptr : "there is no place for a temporary file to keep it in";
     while (const std::size_t got = reason ? 0 : std::fread(block.data(), 1, block.size(), pipe))
@@ -180,7 +181,7 @@ std::FILE* opened(const std::string& path, std::string& trouble) {
         }
     }
 #endif
-    std::FILE* const file = std::fopen(path.c_str(), "rb");
+    std::FILE* const file = open_file(path, 'r');
     if (!file) trouble = std::strerror(errno);
     return file;
 }
