@@ -26,14 +26,13 @@ namespace qmx_study {
 
 namespace {
 
-enum class encoding { bytes, utf16_little, utf16_big };
-
 constexpr std::size_t packed_block = std::size_t{1} << 16;
 constexpr const char* damaged = "the gzip file is damaged; copy it again";
 
 } // namespace
 
 struct text_input::state {
+    enum class encoding { bytes, utf16_little, utf16_big };
     struct closer {
         void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
@@ -241,7 +240,7 @@ std::size_t text_input::read(char* to, std::size_t size) {
             given += part;
             continue;
         }
-        if (now->written == encoding::bytes)
+        if (now->written == state::encoding::bytes)
             return given + now->raw(to + given, size - given, failure);
         now->waiting.clear();
         now->handed = 0;
