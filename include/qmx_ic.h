@@ -43,6 +43,8 @@
 #if defined(_WIN32) || defined(__CYGWIN__)
 #if defined(QMX_IC_BUILDING)
 #define QMX_IC_API __declspec(dllexport)
+#elif defined(QMX_IC_STATIC) /* linked into the program itself */
+#define QMX_IC_API
 #else
 #define QMX_IC_API __declspec(dllimport)
 #endif

@@ -4,8 +4,12 @@
 #include <cmath>
 #include <limits>
 
+#include "study/base/portable_math.hpp"
+
 namespace qmx_report {
 namespace {
+
+namespace portable = qmx_study::portable;
 
 constexpr double furthest_index = 1 << 30;
 
@@ -18,8 +22,8 @@ std::int32_t floor_of(double value) {
 } // namespace
 
 cell_index::cell_index(const qmx_study::cell_table& cells, const map_lattice& lattice)
-    : cells_(cells), cosine_(std::cos(lattice.angle * degree)),
-      sine_(std::sin(lattice.angle * degree)), per_along_(1 / lattice.along),
+    : cells_(cells), cosine_(portable::cosine_of_turns(lattice.angle / 360)),
+      sine_(portable::sine_of_turns(lattice.angle / 360)), per_along_(1 / lattice.along),
       per_across_(1 / lattice.across), reach_(std::max(lattice.along, lattice.across)),
       origin_x_(lattice.origin_x), origin_y_(lattice.origin_y), is_lattice_(lattice.is_lattice),
       rows_are_shifted_(lattice.rows_are_shifted), rows_run_along_(lattice.rows_run_along) {

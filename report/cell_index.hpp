@@ -8,8 +8,6 @@
 
 namespace qmx_report {
 
-constexpr double degree = 3.14159265358979323846 / 180; // in radians
-
 // Where cells lie. Of scattered points the spacing stands for a lattice.
 struct map_lattice {
     double along = 0, across = 0; // spacing in the lattice's own two directions

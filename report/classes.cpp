@@ -4,8 +4,12 @@
 #include <cmath>
 #include <string>
 
+#include "study/base/portable_math.hpp"
+
 namespace qmx_report {
 namespace {
+
+namespace portable = qmx_study::portable;
 
 using colours = std::vector<colour>;
 
@@ -30,7 +34,8 @@ colours spread(const colours& list, std::size_t number) {
 }
 
 double round_step(double least) {
-    const double power = std::pow(10.0, std::floor(std::log10(least)));
+    if (!(least > 0)) return least;
+    const double power = portable::power_of_ten(portable::decimal_exponent(least));
     for (const double step : {1.0, 2.0, 2.5, 5.0, 10.0})
         if (step * power >= least * (1 - 1e-9)) return step * power;
     return least;

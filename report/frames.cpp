@@ -5,8 +5,12 @@
 #include <cmath>
 #include <limits>
 
+#include "study/base/portable_math.hpp"
+
 namespace qmx_report {
 namespace {
+
+namespace portable = qmx_study::portable;
 
 constexpr double greatest_ratio = 24; // of length to width, as a fold is drawn
 constexpr double wanted_ratio = 16;
@@ -18,7 +22,8 @@ struct direction {
 
 // The next round number.
 double rounded_up(double value) {
-    const double power = std::pow(10.0, std::floor(std::log10(value)));
+    if (!(value > 0)) return value;
+    const double power = portable::power_of_ten(portable::decimal_exponent(value));
     for (const double step : {1.0, 1.2, 1.5, 2.0, 2.5, 3.0, 4.0, 5.0, 6.0, 8.0, 10.0})
         if (step * power >= value * (1 - 1e-9)) return step * power;
     return value;
@@ -71,12 +76,13 @@ struct pitch {
 pitch pitch_of(const qmx_study::road_frame& road, const map_lattice& lattice) {
     const auto& from = road.axis.front();
     const auto& to = road.axis[1];
-    const double size = std::hypot(to.x - from.x, to.y - from.y);
+    const double size = portable::length_of(to.x - from.x, to.y - from.y);
     const direction ahead{(to.x - from.x) / size, (to.y - from.y) / size};
-    const direction first{std::cos(lattice.angle * degree), std::sin(lattice.angle * degree)};
+    const direction first{portable::cosine_of_turns(lattice.angle / 360),
+                          portable::sine_of_turns(lattice.angle / 360)};
     const double along = std::fabs(ahead.x * first.x + ahead.y * first.y);
     const double across = std::fabs(ahead.x * first.y - ahead.y * first.x);
-    const double nearly = std::sin(1 * degree);
+    const double nearly = portable::sine_of_turns(1.0 / 360);
     if (!lattice.is_lattice || road.axis.size() > 2 || std::min(along, across) > nearly) {
         const double least = std::min(lattice.along, lattice.across) * std::sqrt(0.5);
         return {least, least};

@@ -223,10 +223,11 @@ def contents(folder):
             for path in folder.rglob("*") if path.is_file()}
 
 
-def outcome(program, line, folder):
-    """Everything that a run leaves behind; the folder is as before when it returns."""
+def outcome(command, line, folder):
+    """Everything that a run leaves behind; the folder is as before when it returns. The command that
+    starts the program may have several words."""
     before = contents(folder)
-    done = subprocess.run([program, *shlex.split(line)], cwd=folder, capture_output=True,
+    done = subprocess.run([*command, *shlex.split(line)], cwd=folder, capture_output=True,
                           stdin=subprocess.DEVNULL, check=False)
     after = contents(folder)
     left = {"exit code": b"%d" % done.returncode, "standard output": done.stdout,
@@ -266,7 +267,7 @@ def main():
             folder.mkdir()
             fill(folder, options.old)
         for line in lines:
-            old, new = (outcome(program, line, folder)
+            old, new = (outcome([program], line, folder)
                         for program, folder in zip((options.old, options.new), folders))
             shown = list(difference(old, new))
             if shown:

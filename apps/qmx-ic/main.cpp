@@ -2,10 +2,12 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <fmt/format.h>
 #include <qmx_ic.h>
@@ -13,6 +15,7 @@
 #include "options/commands.hpp"
 #include "options/program.hpp"
 #include "study/base/errors.hpp"
+#include "study/base/open_file.hpp"
 #include "study/base/output_file.hpp"
 #include "study/document/failure_document.hpp"
 
@@ -79,9 +82,8 @@ int run(CLI::App& program, int argc, char** argv, const ending& end) {
     }
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int run_program(int argc, char** argv) {
+    qmx_study::use_binary_streams();
     qmx_study::remove_unfinished_files_when_interrupted();
     CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
     program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
@@ -98,3 +100,29 @@ int main(int argc, char** argv) {
     }
     return code;
 }
+
+} // namespace
+
+#if defined(_WIN32)
+// The arguments as the system has them, made UTF-8: in the other form they have lost what the user's code
+// page has no letter for.
+int wmain(int argc, wchar_t** wide) {
+    std::vector<std::string> texts;
+    std::vector<char*> arguments;
+    try {
+        for (int i = 0; i < argc; ++i) {
+            const std::u8string text = std::filesystem::path(wide[i]).u8string();
+            texts.emplace_back(text.begin(), text.end());
+        }
+    } catch (const std::exception&) {
+        return ending::tell(wrong_usage, "", "an argument is no text in Unicode");
+    }
+    for (std::string& text : texts) arguments.push_back(text.data());
+    arguments.push_back(nullptr);
+    return run_program(argc, arguments.data());
+}
+#else
+int main(int argc, char** argv) {
+    return run_program(argc, argv);
+}
+#endif

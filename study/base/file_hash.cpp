@@ -9,6 +9,7 @@
 #include <gcrypt.h>
 
 #include "study/base/errors.hpp"
+#include "study/base/open_file.hpp"
 
 namespace qmx_study {
 
@@ -69,7 +70,7 @@ file_mark mark_of_stream(std::FILE* opened, const std::string& file) {
 }
 
 file_mark mark_of_file(const std::string& file) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(std::fopen(file.c_str(), "rb"),
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(open_file(file, 'r'),
                                                                  &std::fclose);
     if (!opened) refuse(file, std::strerror(errno));
     return mark_of_stream(opened.get(), file);

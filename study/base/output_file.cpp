@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "study/base/errors.hpp"
+#include "study/base/open_file.hpp"
 
 namespace qmx_study {
 
@@ -45,7 +46,7 @@ void forget(const std::string& name) {
 
 extern "C" void remove_and_end(int signal) {
     for (const slot& each : slots)
-        if (each.is_named) std::remove(each.name.data());
+        if (each.is_named) remove_file(each.name.data());
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
@@ -71,8 +72,7 @@ unfinished_file::unfinished_file(std::string at) : name(std::move(at)) {
     }
     temporary = name_beside(name);
     if (!temporary.empty()) remember(temporary);
-    file = std::fopen((temporary.empty() ? name : temporary).c_str(),
-                      temporary.empty() ? "wb" : "wbx");
+    file = temporary.empty() ? open_file(name, 'w') : open_file(temporary, 'x');
     if (!file) {
         error = errno;
         forget(temporary);
@@ -83,7 +83,7 @@ unfinished_file::unfinished_file(std::string at) : name(std::move(at)) {
 unfinished_file::~unfinished_file() {
     if (file) std::fclose(file);
     if (temporary.empty()) return;
-    std::remove(temporary.c_str());
+    remove_file(temporary.c_str());
     forget(temporary);
 }
 
@@ -99,7 +99,7 @@ int unfinished_file::finish() {
     if (std::filesystem::exists(old))
         std::filesystem::permissions(temporary, old.permissions(), problem);
     std::filesystem::rename(temporary, name, problem);
-    if (problem) return error = problem.value();
+    if (problem) return error = problem.default_error_condition().value();
     forget(temporary);
     temporary.clear();
     return 0;
@@ -112,7 +112,7 @@ temporary_name::temporary_name(const std::string& output) {
 }
 
 temporary_name::~temporary_name() {
-    std::remove(temporary.c_str());
+    remove_file(temporary.c_str());
     forget(temporary);
 }
 

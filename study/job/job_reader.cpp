@@ -14,6 +14,7 @@
 #include "study/base/errors.hpp"
 #include "study/base/near_name.hpp"
 #include "study/base/number_text.hpp"
+#include "study/base/open_file.hpp"
 #include "study/job/job_file.hpp"
 #include "study/job/job_keys.hpp"
 
@@ -25,7 +26,7 @@ std::string contents_of(const std::string& file) {
     struct closer {
         void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
-    const std::unique_ptr<std::FILE, closer> opened(std::fopen(file.c_str(), "rb"));
+    const std::unique_ptr<std::FILE, closer> opened(open_file(file, 'r'));
     std::string text;
     char piece[65536];
     std::size_t length = 0;

@@ -19,6 +19,7 @@ struct byte_output::state {
     std::optional<unfinished_file> file; // otherwise standard output
     bool is_packed = false;
     z_stream packer{};
+    gz_header head{};
     int error = 0;
 
     void put(std::string_view bytes) {
@@ -48,6 +49,8 @@ byte_output::byte_output(const std::string& output, bool is_packed)
         now->is_packed = deflateInit2(&now->packer, Z_DEFAULT_COMPRESSION, Z_DEFLATED,
                                       window_with_gzip_head, 8, Z_DEFAULT_STRATEGY) == Z_OK;
     if (is_packed && !now->is_packed) now->error = ENOMEM;
+    now->head.os = 3; // the same mark on every system
+    if (now->is_packed) deflateSetHeader(&now->packer, &now->head);
 }
 
 byte_output::~byte_output() {

@@ -19,13 +19,12 @@
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
+#include "study/base/open_file.hpp"
 #include "study/table/encodings.hpp"
 
 namespace qmx_study {
 
 namespace {
-
-enum class encoding { bytes, utf16_little, utf16_big };
 
 constexpr std::size_t packed_block = std::size_t{1} << 16;
 constexpr const char* damaged = "the gzip file is damaged; copy it again";
@@ -33,6 +32,7 @@ constexpr const char* damaged = "the gzip file is damaged; copy it again";
 } // namespace
 
 struct text_input::state {
+    enum class encoding { bytes, utf16_little, utf16_big };
     struct closer {
         void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
@@ -145,7 +145,7 @@ namespace {
 
 // A pipe cannot be read twice: its bytes are kept in a file that goes when it is closed.
 std::FILE* spooled(std::FILE* pipe, std::string& trouble) {
-    std::FILE* const kept = std::tmpfile();
+    std::FILE* const kept = open_temporary_file();
     std::string block(packed_block, '\0');
     const char* reason = kept ? nullptr : "there is no place for a temporary file to keep it in";
     while (const std::size_t got = reason ? 0 : std::fread(block.data(), 1, block.size(), pipe))
@@ -180,7 +180,7 @@ std::FILE* opened(const std::string& path, std::string& trouble) {
         }
     }
 #endif
-    std::FILE* const file = std::fopen(path.c_str(), "rb");
+    std::FILE* const file = open_file(path, 'r');
     if (!file) trouble = std::strerror(errno);
     return file;
 }
@@ -240,7 +240,7 @@ std::size_t text_input::read(char* to, std::size_t size) {
             given += part;
             continue;
         }
-        if (now->written == encoding::bytes)
+        if (now->written == state::encoding::bytes)
             return given + now->raw(to + given, size - given, failure);
         now->waiting.clear();
         now->handed = 0;

@@ -52,9 +52,9 @@ const shape* vector_table::geometry() const {
 
 void refuse_unknown_format(const std::string& file, const std::string& reason) {
     const std::string lower = lower_case(file);
-    const std::size_t point = lower.find_last_of("./");
+    const std::size_t point = lower.find_last_of("./\\");
     const std::string ending =
-        point == std::string::npos || lower[point] == '/' ? "" : file.substr(point);
+        point == std::string::npos || lower[point] != '.' ? "" : file.substr(point);
     throw usage_error(
         fmt::format("{}: {} needs a build with GDAL{}; this one reads delimited text (.csv, .tsv, "
                     ".txt, packed by gzip too) and GeoJSON",

@@ -201,7 +201,7 @@ protected:
     support::scratch_folder folder;
     fs::path inside = folder.path() / "tmp";
     fs::path log = folder.path() / "tmp\\icd_coverage_cal.txt";
-    support::environment_variable variable{"TMP", inside.c_str()};
+    support::environment_variable variable{"TMP", inside.string().c_str()};
 
     RunLog() { fs::create_directory(inside); }
 

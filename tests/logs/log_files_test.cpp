@@ -42,17 +42,18 @@ TEST_F(LogFiles, EachRoutineOpensItsOwnPathOnTheLowestFreeUnit) {
     for (const auto& row : rows) {
         EXPECT_EQ(row.open(), expected_unit++) << row.name;
         EXPECT_TRUE(fs::exists(row.expected)) << row.expected;
-        fs::remove(row.expected);
     }
     EXPECT_FALSE(has_failed());
 }
 
+#if !defined(_WIN32) // where the backslash is a folder: the root of the drive
 TEST_F(LogFiles, WithoutTheVariableTheBackslashBeginsTheName) {
     support::environment_variable variable("TMP", nullptr);
     support::working_folder here(folder.path());
     EXPECT_EQ(io_tmp_file("a.txt"), 11);
     EXPECT_TRUE(fs::exists(folder.path() / "\\a.txt"));
 }
+#endif
 
 TEST_F(LogFiles, PathsAreCutAt128Characters) {
     support::working_folder here(folder.path());

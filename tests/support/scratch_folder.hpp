@@ -12,9 +12,10 @@ namespace support {
 class scratch_folder {
 public:
     scratch_folder() {
-        std::string name = (std::filesystem::temp_directory_path() / "qmxXXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) std::abort();
-        path_ = name;
+        std::random_device random;
+        const std::filesystem::path parent = std::filesystem::temp_directory_path();
+        do path_ = parent / ("qmx" + std::to_string(random()));
+        while (!std::filesystem::create_directory(path_)); // false where it is there already
     }
     ~scratch_folder() {
         // What a test opened "in" it may stand beside it: a backslash is part of a name here.
@@ -68,10 +69,14 @@ public:
 
 private:
     void set(const char* value) const {
+#if defined(_WIN32)
+        _putenv_s(name_, value != nullptr ? value : ""); // an empty one is none
+#else
         if (value != nullptr)
             setenv(name_, value, 1);
         else
             unsetenv(name_);
+#endif
     }
     const char* name_;
     std::optional<std::string> before_;

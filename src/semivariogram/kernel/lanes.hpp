@@ -202,6 +202,10 @@ inline void add_halves(f64* sums, const wide_reals& a) {
     _mm256_storeu_pd(sums, _mm256_loadu_pd(sums) + (a.low + a.high));
 }
 
+#elif !defined(__GNUC__) || defined(QMX_IC_LANES_OF_ARRAYS)
+
+#include "semivariogram/kernel/lanes_of_arrays.hpp"
+
 #else
 
 // The compiler's vectors, for any processor.
@@ -296,12 +300,21 @@ inline void add_halves(f64* sums, const wide_reals& a) {
 #endif
 
 // The position of the lowest bit set (there is one), and the number of bits set.
+#if defined(__GNUC__)
 inline i64 lowest_bit(unsigned bits) {
     return __builtin_ctz(bits);
 }
 inline i64 number_of(unsigned bits) {
     return __builtin_popcount(bits);
 }
+#else
+inline i64 lowest_bit(unsigned bits) {
+    return std::countr_zero(bits);
+}
+inline i64 number_of(unsigned bits) {
+    return std::popcount(bits);
+}
+#endif
 
 // The lanes from `first` to `end` - 1; either may lie outside.
 inline flags lanes_between(i64 first, i64 end) {

@@ -1,0 +1,22 @@
+// Files by names in UTF-8 on every system. Windows takes such names only by functions of its own.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace qmx_study {
+
+// Opens a file for binary access; mode: "r", "w", or "x" for a file that must not be there yet. On
+// failure null, with the reason in errno.
+std::FILE* open_file(const std::string& name, char mode);
+
+// A file without a name that goes when it is closed; null on failure.
+std::FILE* open_temporary_file();
+
+// Removes a file, also one that is open. Allocates nothing: a signal handler may call it.
+void remove_file(const char* name) noexcept;
+
+// Standard input, output and error as they are, without line ends changed.
+void use_binary_streams();
+
+} // namespace qmx_study

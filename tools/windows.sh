@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# Builds the library and the program for 64-bit Windows and tests them under Wine, against the build "dev"
+# for this system. With "32" the library for 32-bit Windows, too. Installs nothing; the source of the
+# pictures' library comes by apt once and stays in the build folder.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+launcher=()
+command -v ccache >/dev/null && launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+step() { echo; echo "== Windows: $*"; }
+
+# lodepng for this system is a binary package; for another it is compiled from the same package's source.
+lodepng=$PWD/build/lodepng
+fetch_lodepng() {
+  [ -f "$lodepng/lodepng.cpp" ] && return
+  local version work parts
+  version=$(dpkg-query -W -f '${source:Version}' liblodepng-dev)
+  work=$(mktemp -d)
+  trap 'rm -rf "$work"' RETURN
+  mkdir -p "$work"/{lists/partial,cache/archives/partial,parts} "$lodepng"
+  for parts in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+    [ -f "$parts" ] && sed -n 's/^deb /deb-src /p' "$parts" >"$work/parts/$(basename "$parts" .list).list"
+  done
+  for parts in /etc/apt/sources.list.d/*.sources; do
+    [ -f "$parts" ] && sed 's/^Types:.*/Types: deb-src/' "$parts" >"$work/parts/$(basename "$parts")"
+  done
+  local own=(-qq -o Dir::Etc::SourceList=/dev/null -o Dir::Etc::SourceParts="$work/parts"
+             -o Dir::State::Lists="$work/lists" -o Dir::Cache="$work/cache" -o APT::Sandbox::User="$(id -un)")
+  apt-get "${own[@]}" update
+  (cd "$work" && apt-get "${own[@]}" source --download-only "lodepng=$version")
+  tar -xf "$work"/lodepng_*.orig.tar.* -C "$work" --wildcards --strip-components=1 '*/lodepng.cpp' '*/lodepng.h'
+  cmp "$work/lodepng.h" /usr/include/lodepng.h # of the package that is installed
+  cp "$work"/lodepng.{cpp,h} "$lodepng"
+}
+
+# What belongs to Wine lives in the build folder; its server ends a minute after the last program.
+wine_of() { # preset
+  export WINEPREFIX=$PWD/build/$1/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe=' LC_ALL=C.UTF-8
+  unset DISPLAY
+  mkdir -p "$WINEPREFIX"
+  PATH=$PATH:/usr/lib/wine
+  wineserver64 --persistent=60 2>/dev/null || wineserver --persistent=60
+  wineboot_of=$(command -v wine64 || command -v wine)
+  [ -f "$WINEPREFIX/system.reg" ] || "$wineboot_of" wineboot --init >/dev/null 2>&1
+}
+
+build_and_test() { # preset, targets
+  local preset=$1
+  shift
+  step "build: $preset"
+  cmake --preset "$preset" -G Ninja "${launcher[@]}" -DQMX_IC_LODEPNG_SOURCE="$lodepng" \
+    -DQMX_IC_PAGE_PACKAGES="$PWD/build/dev/report/packages" >/dev/null
+  cmake --build --preset "$preset" --target "$@" -- --quiet
+  step "tests under Wine: $preset"
+  wine_of "$preset"
+  ctest --preset "$preset"
+}
+
+rooms=(base events numeric logs toolkit geometry selection measure_statistics compaction spot_tests coverage
+       semivariogram boundary memory)
+library=(QMX_IC example_statistics random_lots "${rooms[@]/#/test_}")
+
+step "build for this system, to compare with"
+cmake --preset dev -G Ninja "${launcher[@]}" >/dev/null
+cmake --build --preset dev --target qmx-ic-plain random_lots -- --quiet
+fetch_lodepng
+build_and_test windows qmx-ic "${library[@]}"
+if [ "${1:-}" = 32 ]; then build_and_test windows-32 "${library[@]}"; fi
