@@ -11,6 +11,11 @@ if [ "${1:-}" != demo ]; then
   packages+=(ccache clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev libgtest-dev libboost-dev
              libopenblas-dev python3 python3-dev python3-venv python3-numpy python3-jsonschema gdal-bin r-cran-sp chromium
              fonts-dejavu-core)
+  # Windows: cross compiler, libraries for it, and Wine.
+  packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev libgcrypt-mingw-w64-dev wine64 googletest)
+  # Packages, hosts in other languages, documentation.
+  packages+=(debhelper dpkg-dev lintian pkgconf mono-mcs mono-runtime gfortran r-base-core doxygen
+             python3-sphinx furo python3-myst-parser)
 fi
 
 missing=()

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Sets up and passes the tests: both compilers with warnings as errors, the sanitizers, both BLAS
-# libraries, the program without GDAL, and the package for Python. QMX_IC_DATA may name a folder with
-# real data files; the tests that read it are skipped without it.
+# libraries, the program without GDAL, the package for Python, packages for Debian, hosts in other
+# languages, Windows under Wine. QMX_IC_DATA may name a folder with real data files; the tests that read it
+# are skipped without it.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 tools/install-packages.sh
-export CTEST_OUTPUT_ON_FAILURE=1 QMX_IC_NEEDS_BROWSER=1
+export CTEST_OUTPUT_ON_FAILURE=1 QMX_IC_NEEDS_BROWSER=1 QMX_IC_NEEDS_HOSTS=1
 
 step() { echo; echo "== $*"; }
 launcher=()
@@ -31,6 +32,8 @@ suite sanitize openblas-pthread
 step "configure: no-gdal, on a machine without GDAL"
 cmake --preset no-gdal -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_GDAL=ON >/dev/null
 build dev # with the program and the tests that know no GDAL
-tools/python.sh # the package, made of the objects of this build
+tools/python.sh # the package for Python, made of the objects of this build
+tools/packages.sh # packages for Debian and archives, of this build as well
+tools/windows.sh # the library and the program for Windows, beside those of this build
 suite dev openblas-pthread
 suite dev blas -LE '^(study|app|report|without_gdal)$' # what calls the library directly
