@@ -27,7 +27,7 @@ def expect(condition, words):
 
 def run(*command, **more):
     more["env"] = {**os.environ, **more.get("env", {})}
-    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, **more)
+    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, errors="replace", **more)
     expect(done.returncode == 0, f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}")
     return done.stdout
 
