@@ -34,10 +34,10 @@ python3 tests/packages/check_install.py "$built" "$work/install" "$work"/*.tar.g
 step "packages for Debian"
 source=$work/debian/qmx-ic-$version
 mkdir -p "$source"
-git ls-files -z --cached --others --exclude-standard | tar --null -T - -cf - | tar -xf - -C "$source"
 cp -r packaging/debian "$source/debian"
 # Packages that are needed may have come another way than from Debian (-d), as Node often does.
 if [ "$full" = --full ]; then
+  git ls-files -z | tar --null -T - -cf - | tar -xf - -C "$source"
   (cd "$source" && dpkg-buildpackage -us -uc -d)
 else
   (cd "$source" && quietly env QMX_IC_BUILT="$built" DEB_BUILD_OPTIONS="noautodbgsym nocheck" \
