@@ -7,12 +7,11 @@ import hashlib
 import pathlib
 import shutil
 import sys
-import tarfile
 
 from installed import Failure, check_documents, check_uses, expect, run, tree, version
 
 
-def expected_files(present, pages):
+def check_files(present):
     number = version()
     major = number.split(".")[0]
     config = "lib/cmake/QMX_IC/"
@@ -32,7 +31,7 @@ def expected_files(present, pages):
 
 
 def check_tree(prefix, work, pages):
-    expected_files(tree(prefix), pages)
+    check_files(tree(prefix))
     check_documents(lambda _: prefix / "share/doc/qmx-ic", pages)
     check_uses(prefix, prefix / "lib", work)
 
@@ -56,8 +55,8 @@ def check_archive(archive, work, pages):
     told = archive.with_name(archive.name + ".sha256").read_text().split()[0]
     expect(told == hashlib.sha256(archive.read_bytes()).hexdigest(), "the archive's checksum")
     folder = work / "unpacked"
-    with tarfile.open(archive) as tar:
-        tar.extractall(folder, filter="data")
+    folder.mkdir()
+    run("tar", "-xf", archive, "-C", folder)
     (top,) = folder.iterdir()
     expect(f"qmx-ic-{version()}-linux" in top.name, top.name)
     check_tree(top, work / "use-unpacked", pages)

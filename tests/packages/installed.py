@@ -1,6 +1,7 @@
 """What holds of an installed QMX_IC, whichever way it came: everything is there, a C program is built with
 it by pkg-config and by CMake and runs, the program runs, and nothing points back to where it was built."""
 
+import gzip
 import os
 import pathlib
 import re
@@ -27,7 +28,7 @@ def expect(condition, words):
 
 def run(*command, **more):
     more["env"] = {**os.environ, **more.get("env", {})}
-    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, **more)
+    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, errors="replace", **more)
     expect(done.returncode == 0, f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}")
     return done.stdout
 
@@ -87,7 +88,8 @@ def check_program(prefix, libraries, work, needs_path):
 def check_documents(folder, pages):
     """folder(component) -> where its notices are."""
     for component, phrases in PHRASES.items():
-        text = (folder(component) / f"NOTICES-{component}.txt").read_text(encoding="utf-8")
+        (file,) = folder(component).glob(f"NOTICES-{component}.txt*")
+        text = (gzip.decompress if file.suffix == ".gz" else bytes)(file.read_bytes()).decode()
         for phrase in phrases + (["vega", "d3-array", "robust-predicates"] if pages and component == "program" else []):
             expect(phrase in text, f"the notices of the {component} do not speak of {phrase}")
 
