@@ -71,7 +71,8 @@ qmx_points <- function(x, y, value, pass = 1)
 qmx_call <- function(name, ..., event = TRUE, stop = TRUE) {
   arguments <- list(...)
   if (event) arguments$event <- qmx_pack("t_event")
-  result <- do.call(.C, c(paste0("r_", name), arguments, list(outcome = integer(1))))
+  result <- do.call(.C, c(paste0("r_", name), arguments,
+                          list(outcome = integer(1), NAOK = TRUE))) # NaN and Inf are for the library to judge
   if (event) result$event <- qmx_unpack("t_event", result$event)
   if (stop && result$outcome != 1)
     base::stop(if (event) result$event$c_description else paste(name, "failed"), call. = FALSE)

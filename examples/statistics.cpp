@@ -47,9 +47,11 @@ template <std::size_t length> void print_text(const char* title, const char (&fi
 } // namespace
 
 int main() {
-    std::printf("records %zu %zu %zu %zu %zu %zu %zu %zu\n", sizeof(t_icdata), sizeof(t_statsout),
-                sizeof(t_fitout), sizeof(t_gamvset_user), sizeof(t_passbin), sizeof(t_areaflt),
-                sizeof(t_binresult), sizeof(t_event));
+    for (const std::size_t size :
+         {sizeof(t_icdata), sizeof(t_statsout), sizeof(t_fitout), sizeof(t_gamvset_user),
+          sizeof(t_passbin), sizeof(t_areaflt), sizeof(t_binresult), sizeof(t_event)})
+        std::printf(size == sizeof(t_icdata) ? "records %d" : " %d", static_cast<int>(size));
+    std::printf("\n");
     // [first call]
     std::vector<t_icdata> points;
     for (const double value : {61.5, 72.0, 70.5, 66.0, 81.0, 75.5, 58.0, 69.5, 77.0, 64.5})

@@ -16,6 +16,8 @@
  * - Index base: positions in results count from 0 or from 1, as each function says.
  * - Out of memory: every function may fail with `"memory could not be allocated"`, code 101.
  *   Remedy: free memory, or analyse a part of the lot at a time.
+ * - Version: `QMX_IC_VERSION` is this header's as text, `QMX_IC_VERSION_NUMBER` as one number to
+ *   compare; a later one with the same first number serves a host that was built with this one.
  *
  * The header is C99 and C++11. The records are little-endian with natural alignment; their sizes
  * and offsets are checked wherever this header is compiled.
@@ -26,9 +28,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/* The version of this header: three numbers, one number to compare (10203 is 1.2.3), and as text. A
+/** The version of this header: three numbers, one number to compare (10203 is 1.2.3), and as text. A
  * change that a host would have to be compiled anew for raises the first number, and nothing else
- * does; the second one grows with additions. The build reads the version here.                    */
+ * does; the second one grows with additions. The build reads the version here.
+ */
 #define QMX_IC_VERSION_MAJOR 0
 #define QMX_IC_VERSION_MINOR 1
 #define QMX_IC_VERSION_PATCH 0

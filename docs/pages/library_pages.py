@@ -10,7 +10,7 @@ import sys
 
 import header
 
-LIBRARY = "-Iinclude -Lbuild -lQMX_IC -Wl,-rpath,build -o statistics && ./statistics"
+LIBRARY = "-Iinclude -Lbuild -lQMX_IC -Wl,-rpath,build -o statistics\n./statistics"
 LANGUAGES = [  # title, file of the first call, language of its colours, wrapper to copy, how to build and run
     ("C", "statistics.c", "c", None, f"cc examples/statistics.c {LIBRARY}"),
     ("C++", "statistics.cpp", "cpp", None, f"c++ -std=c++17 examples/statistics.cpp {LIBRARY}"),

@@ -8,7 +8,8 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 HEADER = (ROOT / "include" / "qmx_ic.h").read_text()
-MODULE = (ROOT / "examples" / "QmxIc.bas").read_text()
+MODULE_BYTES = (ROOT / "examples" / "QmxIc.bas").read_bytes()
+MODULE = MODULE_BYTES.decode("ascii").replace("\r\n", "\n")
 
 BYTES = {"Double": 8, "Single": 4, "Long": 4, "Byte": 1}
 IN_VBA = {"double": "Double", "float": "Single", "int32_t": "Long", "t_areaflt": "Double"}
@@ -72,6 +73,7 @@ def check_functions():
         expect(handed, [("*" if how == "ByRef" else "") + field for how, field, _ in wanted], f"call of {name}")
 
 
+expect(MODULE_BYTES.count(b"\r\n"), MODULE_BYTES.count(b"\n"), "lines that end as VBA's editor wants them")
 check_records()
 check_functions()
 if faults:
