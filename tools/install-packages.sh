@@ -14,7 +14,7 @@ if [ "${1:-}" != demo ]; then
   # Windows: cross compiler, libraries for it, and Wine.
   packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev libgcrypt-mingw-w64-dev wine64 googletest)
   # Packages, hosts in other languages, documentation.
-  packages+=(debhelper dpkg-dev lintian pkgconf mono-mcs mono-runtime gfortran r-base-core doxygen
+  packages+=(debhelper dpkg-dev lintian pkgconf mono-mcs mono-runtime gfortran r-base-core make doxygen
              python3-sphinx furo python3-myst-parser)
 fi
 

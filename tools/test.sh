@@ -36,4 +36,4 @@ tools/python.sh # the package for Python, made of the objects of this build
 tools/packages.sh # packages for Debian and archives, of this build as well
 tools/windows.sh # the library and the program for Windows, beside those of this build
 suite dev openblas-pthread
-suite dev blas -LE '^(study|app|report|without_gdal)$' # what calls the library directly
+suite dev blas -LE '^(study|app|report|without_gdal|docs|examples)$' # what calls the library directly
