@@ -14,6 +14,7 @@ loaders look for. --write refuses a break without it, unless the stored descript
 import argparse
 import ast
 import difflib
+import functools
 import json
 import pathlib
 import re
@@ -45,8 +46,13 @@ class Compiler:
 
     def declarations(self, language):
         """What the header declares beyond the two headers of the system that it includes."""
-        known = {(n["kind"], n.get("name")) for n in self.tree(language, source=SYSTEM_HEADERS)}
+        known = system_names(self.command[0], language)
         return [n for n in flattened(self.tree(language)) if (n["kind"], n.get("name")) not in known]
+
+
+@functools.cache
+def system_names(clang, language):
+    return {(n["kind"], n.get("name")) for n in Compiler(clang, ROOT).tree(language, source=SYSTEM_HEADERS)}
 
 
 def flattened(nodes):
@@ -141,7 +147,7 @@ def major(lines):
     return next((line for line in lines if line.startswith(MAJOR)), "")
 
 
-def main():
+def main(arguments=None):
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     what = parser.add_mutually_exclusive_group(required=True)
     what.add_argument("--check", action="store_true")
@@ -153,7 +159,7 @@ def main():
     parser.add_argument("--include", default=ROOT / "include", type=pathlib.Path)
     parser.add_argument("--stored", default=STORED, type=pathlib.Path)
     parser.add_argument("library")
-    options = parser.parse_args()
+    options = parser.parse_args(arguments)
 
     present = description(options)
     stored = options.stored.read_text(encoding="utf-8").splitlines() if options.stored.exists() else []

@@ -10,6 +10,9 @@ import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tools"))
+import contract  # noqa: E402
+
 HEADER = ROOT / "include/qmx_ic.h"
 COMMON = ["-Wall", "-Wextra", "-Wpedantic", "-pedantic-errors", "-Wconversion", "-Wsign-conversion", "-Wshadow",
           "-Wundef", "-Wcast-qual", "-Wcast-align", "-Wpadded", "-Wredundant-decls", "-Wwrite-strings", "-Werror"]
@@ -69,6 +72,7 @@ def compile_everywhere(compilers):
 
 def check_changes(library):
     failures = []
+    contract.TARGETS = contract.TARGETS[:1]  # layouts of the others are compared where the contract is checked
     text = HEADER.read_text(encoding="utf-8")
     with tempfile.TemporaryDirectory() as name:
         changed = pathlib.Path(name) / "qmx_ic.h"
@@ -77,12 +81,15 @@ def check_changes(library):
                 failures.append(f"the header has no {old!r} any more: choose another change")
                 continue
             changed.write_text(text.replace(old, new, 1), encoding="utf-8")
-            done = run(sys.executable, ROOT / "tools/contract.py", "--check", "--include", name, library)
-            if words is None:
-                if done.returncode:
-                    failures.append(f"{new!r} changes nothing for hosts, but: {done.stderr}")
-            elif done.returncode == 0 or words not in done.stderr:
-                failures.append(f"{old!r} -> {new!r} should be told with {words!r}: {done.stdout}{done.stderr}")
+            told = None
+            try:
+                contract.main(["--check", "--include", name, library])
+            except SystemExit as end:
+                told = str(end)
+            if words is None and told:
+                failures.append(f"{new!r} changes nothing for hosts, but: {told}")
+            elif words is not None and (told is None or words not in told):
+                failures.append(f"{old!r} -> {new!r} should be told with {words!r}, but: {told}")
     return failures
 
 
