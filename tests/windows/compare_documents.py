@@ -137,10 +137,10 @@ def compare_names(here, there, folder):
     job.write_text(JOB.format(lot="Walze Größe", language="de"), encoding="utf-8")
     results = []
     for command, name in ((here, str(job)), (there, windows_name(job))):
-        made = run(command, "init", name.replace("Auftrag Ä.toml", "Walze Größe.csv"), "--force", "-o",
-                   name.replace("Auftrag", "neu"), cwd=folder)
+        made = run(command, "init", relative if command is there else str(lot.relative_to(folder)), "--force",
+                   "-o", name.replace("Auftrag", "neu"), cwd=folder)
         if made.returncode != 0 or 'files = ["Walze Größe.csv"]' not in (site / "neu Ä.toml").read_text(encoding="utf-8"):
-            yield f"init {name}: {made.stderr.decode()}"
+            yield f"init -o {name}: {made.stderr.decode()}"
         done = run(command, "report", "--job", name, cwd=folder)
         if done.returncode != 0:
             yield f"report --job {name}: {done.stderr.decode()}"
