@@ -1,7 +1,6 @@
 #include "report/page.hpp"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -9,6 +8,7 @@
 #include "report/packing.hpp"
 #include "report/page_template.hpp"
 #include "study/base/errors.hpp"
+#include "study/base/open_file.hpp"
 
 namespace qmx_report {
 namespace {
@@ -51,7 +51,7 @@ std::string type_of_picture(std::string_view data) {
 json logo_of(const std::string& file) {
     if (file.empty()) return nullptr;
     const qmx_study::error_place place{"--logo", file, 0, ""};
-    std::ifstream stream(std::filesystem::path(file), std::ios::binary);
+    std::ifstream stream(qmx_study::path_of(file), std::ios::binary);
     const std::string data{std::istreambuf_iterator<char>(stream),
                            std::istreambuf_iterator<char>()};
     if (!stream.is_open() || stream.bad() || data.empty())

@@ -3,7 +3,9 @@
 #if defined(_WIN32)
 
 #define WIN32_LEAN_AND_MEAN
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
 
 #include <fcntl.h>
@@ -109,3 +111,11 @@ void use_binary_streams() {}
 } // namespace qmx_study
 
 #endif
+
+namespace qmx_study {
+
+std::filesystem::path path_of(std::string_view name) {
+    return std::u8string(name.begin(), name.end());
+}
+
+} // namespace qmx_study

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace qmx_study {
 
@@ -15,6 +17,9 @@ std::FILE* open_temporary_file();
 
 // Removes a file, also one that is open. Allocates nothing: a signal handler may call it.
 void remove_file(const char* name) noexcept;
+
+// The name as a path. Given a plain text, std::filesystem takes it for letters of the code page there.
+std::filesystem::path path_of(std::string_view name);
 
 // Standard input, output and error as they are, without line ends changed.
 void use_binary_streams();

@@ -54,11 +54,11 @@ extern "C" void remove_and_end(int signal) {
 std::string name_beside(const std::string& name) {
     namespace fs = std::filesystem;
     std::error_code unknown;
-    const fs::file_status status = fs::status(name, unknown);
+    const fs::file_status status = fs::status(path_of(name), unknown);
     if (fs::exists(status) && !fs::is_regular_file(status)) return {};
     for (int i = 0;; ++i) { // "x" opens no file that is there
         std::string beside = fmt::format("{}.part{}", name, i == 0 ? "" : fmt::format("{}", i));
-        if (i == 1000 || !fs::exists(beside, unknown)) return beside;
+        if (i == 1000 || !fs::exists(path_of(beside), unknown)) return beside;
     }
 }
 
@@ -66,8 +66,9 @@ std::string name_beside(const std::string& name) {
 
 unfinished_file::unfinished_file(std::string at) : name(std::move(at)) {
     std::error_code unknown;
-    if (std::filesystem::is_symlink(name, unknown)) { // the file itself is replaced, not the link
-        const std::filesystem::path target = std::filesystem::canonical(name, unknown);
+    if (std::filesystem::is_symlink(path_of(name),
+                                    unknown)) { // the file itself is replaced, not the link
+        const std::filesystem::path target = std::filesystem::canonical(path_of(name), unknown);
         if (!unknown) name = target.string();
     }
     temporary = name_beside(name);
@@ -95,10 +96,10 @@ int unfinished_file::finish() {
     if (file && std::fclose(std::exchange(file, nullptr)) != 0 && error == 0) error = errno;
     if (error != 0 || temporary.empty()) return error;
     std::error_code problem;
-    const std::filesystem::file_status old = std::filesystem::status(name, problem);
+    const std::filesystem::file_status old = std::filesystem::status(path_of(name), problem);
     if (std::filesystem::exists(old))
-        std::filesystem::permissions(temporary, old.permissions(), problem);
-    std::filesystem::rename(temporary, name, problem);
+        std::filesystem::permissions(path_of(temporary), old.permissions(), problem);
+    std::filesystem::rename(path_of(temporary), path_of(name), problem);
     if (problem) return error = problem.default_error_condition().value();
     forget(temporary);
     temporary.clear();
@@ -130,7 +131,7 @@ void remove_unfinished_files_when_interrupted() {
 void refuse_inputs_as_output(const std::vector<std::string>& inputs, const std::string& output) {
     for (const std::string& input : inputs) {
         std::error_code unknown;
-        if (std::filesystem::equivalent(input, output, unknown))
+        if (std::filesystem::equivalent(path_of(input), path_of(output), unknown))
             throw usage_error(
                 fmt::format("--output {}: this is the file that is read; name another", output),
                 error_place{"--output", output, 0, {}});

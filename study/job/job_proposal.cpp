@@ -1,4 +1,5 @@
 #include "study/job/job_proposal.hpp"
+#include "study/base/open_file.hpp"
 
 #include <algorithm>
 #include <array>
@@ -262,19 +263,19 @@ private:
     void place_files(const std::string& job_file) {
         namespace fs = std::filesystem;
         const auto place = [&](std::string& name) {
-            const fs::path folder = fs::path(job_file).parent_path();
-            if (folder.empty() || name.empty() || name == "-" || fs::path(name).is_absolute())
+            const fs::path folder = path_of(job_file).parent_path();
+            if (folder.empty() || name.empty() || name == "-" || path_of(name).is_absolute())
                 return;
             std::error_code problem;
-            const fs::path way =
-                fs::absolute(name, problem).lexically_relative(fs::absolute(folder, problem));
-            name = (way.empty() ? fs::absolute(name, problem) : way).generic_string();
+            const fs::path way = fs::absolute(path_of(name), problem)
+                                     .lexically_relative(fs::absolute(folder, problem));
+            name = (way.empty() ? fs::absolute(path_of(name), problem) : way).generic_string();
         };
         place(settings.reading.file);
         for (std::string& file : settings.reading.further_files) place(file);
         place(settings.tests);
         place(settings.area);
-        const fs::path first(options.file);
+        const fs::path first = path_of(options.file);
         settings.report = first.stem().string() + ".report.html";
     }
 };

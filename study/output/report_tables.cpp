@@ -1,4 +1,5 @@
 #include "study/output/report_tables.hpp"
+#include "study/base/open_file.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -228,16 +229,16 @@ std::vector<named_table> tables_of(const json& document) {
 void write_report_tables(const std::string& folder, const json& document) {
     namespace fs = std::filesystem;
     std::error_code problem;
-    fs::create_directories(folder, problem);
+    fs::create_directories(path_of(folder), problem);
     if (problem) refuse_folder(folder, problem.message());
     const std::vector<named_table> tables = tables_of(document);
     const auto file_of = [&](const std::string& name) {
-        return (fs::path(folder) / (name + ".csv")).string();
+        return (path_of(folder) / (name + ".csv")).string();
     };
     const auto remove_if_old = [&](const std::string& name) {
         const auto has_name = [&](const named_table& table) { return table.name == name; };
         if (std::none_of(tables.begin(), tables.end(), has_name))
-            fs::remove(file_of(name), problem);
+            fs::remove(path_of(file_of(name)), problem);
         if (problem) refuse_folder(folder, file_of(name) + ": " + problem.message());
     };
     remove_if_old(rows_by_fate);

@@ -1,4 +1,5 @@
 #include "study/table/table_file.hpp"
+#include "study/base/open_file.hpp"
 
 #include <array>
 #include <cmath>
@@ -33,17 +34,18 @@ bool is_stream(const std::string& file) {
     std::error_code unknown;
     for (const std::string_view handle : {"/dev/stdin", "/dev/fd/", "/proc/self/fd/"})
         if (file.starts_with(handle)) return true;
-    return file == "-" || fs::is_fifo(file, unknown) || fs::is_character_file(file, unknown);
+    return file == "-" || fs::is_fifo(path_of(file), unknown) ||
+           fs::is_character_file(path_of(file), unknown);
 }
 
 table_file::table_file(const std::string& name, const std::string& layer, progress& shown,
                        const text_layout& layout)
     : file(name) {
     std::error_code unknown;
-    if (!is_stream(file) && !fs::exists(file, unknown) && !file.starts_with("/vsi"))
+    if (!is_stream(file) && !fs::exists(path_of(file), unknown) && !file.starts_with("/vsi"))
         throw usage_error(fmt::format("{}: there is no such file, or it may not be read", file),
                           {{}, file, 0, {}});
-    if (fs::is_directory(file, unknown))
+    if (fs::is_directory(path_of(file), unknown))
         throw usage_error(fmt::format("{}: this is a folder; name a file in it", file),
                           {{}, file, 0, {}});
     is_delimited = is_delimited_name(file);
@@ -89,7 +91,7 @@ void table_file::name_columns_by_head() {
 
 // The coordinate system of a table with geometries may stand in a file beside it.
 void table_file::read_system_beside() {
-    text_input beside(fs::path(file).replace_extension(".prj").string());
+    text_input beside(path_of(file).replace_extension(".prj").string());
     if (!beside.is_open()) return;
     std::array<char, 1 << 14> text;
     const std::size_t size = beside.read(text.data(), text.size());

@@ -1,4 +1,5 @@
 #include "study/table/table_source.hpp"
+#include "study/base/open_file.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -18,7 +19,8 @@ void refuse_repeated(const std::vector<std::string>& files) {
     for (std::size_t i = 0; i < files.size(); ++i)
         for (std::size_t j = 0; j < i; ++j) {
             std::error_code unknown;
-            if (files[i] == files[j] || fs::equivalent(files[i], files[j], unknown))
+            if (files[i] == files[j] ||
+                fs::equivalent(path_of(files[i]), path_of(files[j]), unknown))
                 throw usage_error(fmt::format("{}: this file is named twice; its rows would count "
                                               "twice",
                                               files[i]),

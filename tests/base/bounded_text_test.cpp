@@ -39,6 +39,9 @@ TEST(BoundedText, WritesNumbersAsTheCLibraryDoesInTheCLocale) {
     for (int i = 0; i < 20000; ++i) values.push_back(std::bit_cast<f64>(random()));
     for (int i = 0; i < 20000; ++i)
         values.push_back(static_cast<f64>(i64(random() % 2000001) - 1000000) / 64);
+#if defined(_WIN32) // where a NaN has no sign
+    std::erase_if(values, [](f64 value) { return std::isnan(value) && std::signbit(value); });
+#endif
     for (const f64 value : values) {
         EXPECT_EQ(field(value, 13, 3), printed("%13.3f", value));
         EXPECT_EQ(field(value, 12, 0), printed("%12.0f", value));

@@ -151,7 +151,11 @@ TEST_F(LogFiles, HeaderBannerAndDateHaveTheirLines) {
     EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 8), header);
 
     std::tm local = {};
+#if defined(_WIN32)
+    localtime_s(&local, &before);
+#else
     localtime_r(&before, &local);
+#endif
     char date[64];
     std::snprintf(date, sizeof date, "Day - Month - Year =      %2d - %2d - %4d", local.tm_mday,
                   local.tm_mon + 1, local.tm_year + 1900);

@@ -12,6 +12,7 @@
 
 #include "options/commands.hpp"
 #include "study/base/errors.hpp"
+#include "study/base/open_file.hpp"
 #include "study/base/text_file.hpp"
 #include "study/document/truth_document.hpp"
 #include "study/generate/generate_lot.hpp"
@@ -69,7 +70,7 @@ struct file_names {
 
 void make_folder(const std::string& prefix_text) {
     namespace fs = std::filesystem;
-    const fs::path prefix(prefix_text);
+    const fs::path prefix = qmx_study::path_of(prefix_text);
     if (prefix.filename().empty())
         throw usage_error(
             fmt::format("{}: ends in no name; write {}lot", prefix_text, prefix_text));
@@ -83,7 +84,7 @@ void make_folder(const std::string& prefix_text) {
 void refuse_overwriting(const file_names& names) {
     for (const std::string& name : {names.records, names.spots, names.alignment, names.truth}) {
         std::error_code unknown;
-        if (std::filesystem::exists(name, unknown))
+        if (std::filesystem::exists(qmx_study::path_of(name), unknown))
             throw usage_error(fmt::format("{}: is there already; --force writes over it, another "
                                           "prefix leaves it",
                                           name),

@@ -8,6 +8,7 @@
 
 #include "options/commands.hpp"
 #include "options/road.hpp"
+#include "study/base/open_file.hpp"
 #include "study/base/output_file.hpp"
 #include "study/job/job_proposal.hpp"
 #include "text/progress_line.hpp"
@@ -25,7 +26,8 @@ struct init_options {
 };
 
 void run(const init_options& options) {
-    if (options.output != "-" && !options.force && std::filesystem::exists(options.output))
+    if (options.output != "-" && !options.force &&
+        std::filesystem::exists(qmx_study::path_of(options.output)))
         throw usage_error(
             fmt::format("{} is there already; --force writes over it", options.output));
     refuse_inputs_as_output(options.reading.files(), options.output);
