@@ -34,15 +34,17 @@ fetch_lodepng() {
   cp "$work"/lodepng.{cpp,h} "$lodepng"
 }
 
-# What belongs to Wine lives in the build folder; its server ends a minute after the last program.
+# What belongs to Wine lives in the build folder and ends with this script. Its services are started
+# beforehand: a test that started them would count as running as long as they do.
 start_wine() { # preset
   export WINEPREFIX=$PWD/build/$1/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe=' LC_ALL=C.UTF-8
   unset DISPLAY
   mkdir -p "$WINEPREFIX"
   PATH=$PATH:/usr/lib/wine
-  wineserver64 --persistent=60 2>/dev/null || wineserver --persistent=60
-  wineboot_of=$(command -v wine64 || command -v wine)
-  [ -f "$WINEPREFIX/system.reg" ] || "$wineboot_of" wineboot --init >/dev/null 2>&1
+  server=$(command -v wineserver64 || command -v wineserver)
+  trap '"$server" --kill' EXIT
+  "$server" --persistent
+  "$(command -v wine64 || command -v wine)" wineboot >/dev/null 2>&1 </dev/null
 }
 
 build() { # preset, targets
