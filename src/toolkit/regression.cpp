@@ -22,7 +22,8 @@ void copy_matrix(const matrix_view<From>& from, const matrix_view<To>& to) {
 }
 
 matrix_view<f64> column_major(f64* base, i64 rows, i64 columns) {
-    return {base, rows, columns, sizeof(f64), static_cast<std::ptrdiff_t>(sizeof(f64)) * rows};
+    const i64 bytes_of_column = static_cast<i64>(sizeof(f64)) * rows;
+    return {base, rows, columns, sizeof(f64), static_cast<std::ptrdiff_t>(bytes_of_column)};
 }
 
 } // namespace

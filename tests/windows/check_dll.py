@@ -13,6 +13,8 @@ import sys
 
 SYSTEM = {"kernel32.dll", "msvcrt.dll"}
 PROTECTIONS = {32: {"DYNAMIC_BASE", "NX_COMPAT"}, 64: {"DYNAMIC_BASE", "NX_COMPAT", "HIGH_ENTROPY_VA"}}
+# Loads and stores of wide registers that want aligned memory.
+ALIGNED = re.compile(r"^.*\bvmov(?:ap[sd]|dqa\w*|ntdqa?|ntp[sd])\s+(?:%[yz]mm\S*\(|\S*\(\S*%[yz]mm).*$", re.MULTILINE)
 FORMATS = {32: "pei-i386", 64: "pei-x86-64"}
 
 
@@ -21,7 +23,7 @@ def output_of(*command):
 
 
 def exported_names(headers):
-    table = headers.split("[Ordinal/Name Pointer] Table", 1)[1].split("\n\n", 1)[0]
+    table = headers.partition("[Ordinal/Name Pointer] Table")[2].split("\n\n", 1)[0]
     return sorted(re.findall(r"^\s*\[\s*\d+\](?: \+base\[\s*\d+\])?\s+(?:[0-9a-f]{4}\s+)?(\S+)$", table, re.MULTILINE))
 
 
@@ -61,7 +63,7 @@ def faults_of(asked):
 
     # Windows keeps stacks aligned to 16 bytes only.
     code = output_of(asked.objdump, "-d", "--no-show-raw-insn", asked.dll)
-    aligned = re.findall(r"^.*\bvmov(?:ap[sd]|dqa\w*|ntdqa?|ntp[sd])\s+.*%[yz]mm.*\(.*$|^.*\bvmov(?:ap[sd]|dqa\w*)\s+.*\(.*%[yz]mm.*$", code, re.MULTILINE)
+    aligned = ALIGNED.findall(code)
     if aligned:
         yield f"{len(aligned)} instructions want memory aligned to 32 bytes or more, the first {aligned[0].strip()}"
     if asked.bits == 64 and "%ymm" not in code:
