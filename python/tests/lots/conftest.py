@@ -13,6 +13,9 @@ from pathlib import Path
 
 import pytest
 
+# A shell that starts something in the background has it ignore Ctrl-C, and all that it starts in turn.
+signal.signal(signal.SIGINT, signal.default_int_handler)
+
 HERE = Path(__file__).parent
 Make = Callable[..., list[Path]]
 
