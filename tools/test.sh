@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Sets up and passes the tests: both compilers with warnings as errors, the sanitizers, both BLAS
 # libraries, the program without GDAL, the package for Python, packages for Debian, hosts in other
-# languages, Windows under Wine. QMX_IC_DATA may name a folder with real data files; the tests that read it
-# are skipped without it.
+# languages. QMX_IC_DATA may name a folder with real data files; the tests that read it are skipped without
+# it. Builds for Windows have a command of their own, tools/windows.sh.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -34,6 +34,5 @@ cmake --preset no-gdal -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_GDAL=ON >/dev/null
 build dev # with the program and the tests that know no GDAL
 tools/python.sh # the package for Python, made of the objects of this build
 tools/packages.sh # packages for Debian and archives, of this build as well
-tools/windows.sh # the library and the program for Windows, beside those of this build
 suite dev openblas-pthread
 suite dev blas -LE '^(study|app|report|without_gdal|docs|examples)$' # what calls the library directly
