@@ -13,9 +13,9 @@ bool can_make_pages() {
 }
 
 void check(const page_options&) {
-    throw qmx_study::usage_error(
-        "this program was built without pages, since Node, npm or lodepng were not there: the "
-        "results can be had with --document or --tables instead");
+    throw qmx_study::usage_error("this build makes no pages, since Node, npm or lodepng were not "
+                                 "there; the document and the "
+                                 "tables (--document, --tables) need none of them");
 }
 
 std::string page_of(const qmx_study::json&, const qmx_study::cell_table&,

@@ -8,6 +8,7 @@
 #include "call_lock.hpp"
 #include "library_calls.hpp"
 #include "records.hpp"
+#include "results.hpp"
 
 namespace nb = nanobind;
 
@@ -60,6 +61,7 @@ NB_MODULE(_exports, module) {
         nb::steal(PyCapsule_New(&call_lock(), "qmx_ic._exports.call_lock", nullptr));
     survive_forks();
     bind_records(module);
+    bind_results(module);
     bind_measure_calls(module);
     bind_place_calls(module);
 }

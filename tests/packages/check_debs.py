@@ -12,7 +12,7 @@ import shutil
 import subprocess
 import sys
 
-from installed import Failure, check_documents, check_uses, expect, run, tree, version
+from installed import check_documents, check_uses, end_with_failures_of, expect, run, tree, version
 
 NAMES = ["libqmx-ic0", "libqmx-ic-dev", "qmx-ic"]
 
@@ -77,7 +77,4 @@ def main():
 
 
 if __name__ == "__main__":
-    try:
-        main()
-    except Failure as failure:
-        sys.exit(f"packages: {failure}")
+    end_with_failures_of(main)

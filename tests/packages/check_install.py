@@ -8,7 +8,7 @@ import pathlib
 import shutil
 import sys
 
-from installed import Failure, check_documents, check_uses, expect, run, tree, version
+from installed import check_documents, check_uses, end_with_failures_of, expect, run, tree, version
 
 
 def check_files(present):
@@ -74,7 +74,4 @@ def main():
 
 
 if __name__ == "__main__":
-    try:
-        main()
-    except Failure as failure:
-        sys.exit(f"packages: {failure}")
+    end_with_failures_of(main)

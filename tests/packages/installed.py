@@ -7,6 +7,7 @@ import pathlib
 import re
 import shutil
 import subprocess
+import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 EXAMPLE = next(ROOT.glob("examples/**/statistics.c"))
@@ -19,6 +20,13 @@ PHRASES = {  # of notices, for what is linked in or compiled in
 
 class Failure(Exception):
     pass
+
+
+def end_with_failures_of(main):
+    try:
+        main()
+    except Failure as failure:
+        sys.exit(f"packages: {failure}")
 
 
 def expect(condition, words):
