@@ -43,9 +43,10 @@ def make_lots(tmp_path: Path) -> Make:
 
 
 def environment() -> dict[str, str]:
-    """Of a process whose workers know the faults."""
+    """Of a process whose workers and nannies know the faults."""
     path = os.pathsep.join([str(HERE), *sys.path])
-    return {**os.environ, "PYTHONPATH": path, "DASK_DISTRIBUTED__WORKER__PRELOAD": '["faults"]'}
+    preload = {f"DASK_DISTRIBUTED__{kind}__PRELOAD": '["faults"]' for kind in ("WORKER", "NANNY")}
+    return {**os.environ, "PYTHONPATH": path, **preload}
 
 
 class Command:
@@ -67,7 +68,7 @@ class Command:
         deadline = time.monotonic() + 120
         while len(lines_of(journal)) < count:
             assert self.process.poll() is None, self.ended()
-            assert time.monotonic() < deadline
+            assert time.monotonic() < deadline, f"{len(lines_of(journal))} of {count} lots"
             time.sleep(0.05)
 
     def stop(self) -> None:

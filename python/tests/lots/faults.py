@@ -9,6 +9,8 @@ import time
 from pathlib import Path
 from typing import Any
 
+from distributed import nanny
+
 import qmx_ic
 from qmx_ic.lots import work
 
@@ -40,9 +42,12 @@ def _faulty(files: Any, settings: Any, page: str = "") -> dict[str, Any]:
     return _study(files, settings, page)
 
 
-def dask_setup(worker: Any) -> None:
-    """Dask calls this where a worker starts."""
-    work.document_of_lot = _faulty
+def dask_setup(server: Any) -> None:
+    """Dask calls this where a worker or its nanny starts. The nanny is slow to see that its worker runs."""
+    if isinstance(server, nanny.Nanny):
+        nanny.WorkerProcess._init_msg_interval = 0.3
+    else:
+        work.document_of_lot = _faulty
 
 
 def pretend_version(version: str) -> None:

@@ -146,22 +146,27 @@ def test_interrupt_keeps_what_is_done(make_lots: Make, tmp_path: Path, command: 
 
 
 @pytest.fixture
-def cluster() -> Iterator[tuple[str, subprocess.Popen[Any]]]:
+def cluster(tmp_path: Path) -> Iterator[tuple[str, subprocess.Popen[Any]]]:
     """A scheduler and two workers as processes of their own; the address and the scheduler."""
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         address = f"tcp://127.0.0.1:{probe.getsockname()[1]}"
 
+    log = tmp_path / "cluster.log"
+
     def start(*words: str) -> subprocess.Popen[Any]:
-        return subprocess.Popen([sys.executable, "-m", "distributed.cli." + words[0], *words[1:]], env=environment(),
-                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)  # fmt: skip
+        with open(log, "a") as stream:
+            return subprocess.Popen([sys.executable, "-m", "distributed.cli." + words[0], *words[1:]],
+                                    env=environment(), stdout=stream, stderr=stream)  # fmt: skip
 
     scheduler = start("dask_scheduler", "--host", "127.0.0.1", "--port", address.rsplit(":", 1)[1], "--no-dashboard")
-    workers = [start("dask_worker", address, "--nthreads", "1", "--no-dashboard", "--death-timeout", "20") for _ in range(2)]
+    Client(address, timeout="60s", set_as_default=False).close()  # it is there
+    workers = [start("dask_worker", address, "--nthreads", "1", "--no-dashboard", "--death-timeout", "60") for _ in range(2)]
     yield address, scheduler
     for process in (*workers, scheduler):
         process.terminate()
         process.wait()
+    print(log.read_text()[-8000:])  # shown where the test failed
 
 
 def test_lost_scheduler_is_a_clear_end(

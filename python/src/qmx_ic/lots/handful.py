@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import functools
+import time
 from collections.abc import Callable
 from dataclasses import dataclass
 from typing import Any
@@ -34,6 +36,7 @@ class Handful:
 
 def do_handful(handful: Handful) -> list[Record]:
     """Does the lots one after the other. Runs in a worker, perhaps again after the end of another one."""
+    _wait_for_nanny()
     begun = _read(handful)
     records: list[Record] = []
     for position, task in enumerate(handful.tasks):
@@ -53,6 +56,12 @@ def do_handful(handful: Handful) -> list[Record]:
     # The results may be lost with the worker before they are fetched, as the next lot begins at once.
     _write(handful, begun)
     return records
+
+
+@functools.cache
+def _wait_for_nanny() -> None:
+    """Before the first lots of a worker: one that dies before its nanny knows that it started is never replaced."""
+    time.sleep(0.5)
 
 
 def _read(handful: Handful) -> list[int]:
