@@ -16,7 +16,7 @@ built=$PWD/build/dev
 [ "$full" = --full ] && built=$PWD/build/release
 rm -rf "$work"
 mkdir -p "$work"
-step() { echo; echo "== packages: $*"; }
+step() { echo; echo "== packages: $* (after $((SECONDS / 60)) min $((SECONDS % 60)) s)"; }
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
 
 if [ "$full" = --full ]; then

@@ -8,7 +8,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 launcher=()
 command -v ccache >/dev/null && launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-step() { echo; echo "== Windows: $*"; }
+step() { echo; echo "== Windows: $* (after $((SECONDS / 60)) min $((SECONDS % 60)) s)"; }
 
 # lodepng for this system is a binary package; for another it is compiled from the same package's source.
 lodepng=$PWD/build/lodepng
@@ -59,7 +59,7 @@ rooms=(base events numeric logs toolkit geometry selection measure_statistics co
 library=(QMX_IC example_statistics random_lots "${rooms[@]/#/test_}")
 
 step "build for this system, to compare with"
-cmake --preset dev -G Ninja "${launcher[@]}" >/dev/null
+[ -f build/dev/build.ninja ] || cmake --preset dev -G Ninja "${launcher[@]}" >/dev/null
 cmake --build --preset dev --target qmx-ic-plain random_lots -- --quiet
 fetch_lodepng
 build windows qmx-ic "${library[@]}"

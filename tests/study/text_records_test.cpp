@@ -70,7 +70,7 @@ TEST(TextRecords, AreThoseOfGdalForSoundQuotations) {
     const temporary_file file(".csv", "");
     for (int round = 0; round < 1000; ++round) {
         const char separator = ",;|"[round % 2];
-        std::string text = std::string("one") + separator + "\"two\"" + separator + "three\n";
+        std::string text = fmt::format("one{0}\"two\"{0}three\n", separator);
         for (auto rows = generator() % 8; rows > 0; --rows) {
             for (auto left = 1 + generator() % 4; left > 0; --left)
                 text += fields[generator() % std::size(fields)] +
