@@ -8,25 +8,21 @@
 //
 //     QMX_IC_PRINT_HASHES=1 build/dev/tests/test_boundary --gtest_filter='StoredCalls.*'
 #include "qmx_ic.h"
+#include "support/made_lots.hpp"
 #include "support/test.hpp"
 
 #include <cinttypes>
 
 namespace {
 
-// FNV-1a over bytes, lowest first; all NaN are one.
 class hash_of_outputs {
 public:
-    void add(std::int32_t value) { add_bytes(static_cast<std::uint32_t>(value), 4); }
-    void add(float value) {
-        add_bytes(value == value ? std::bit_cast<std::uint32_t>(value) : 0x7fc00000, 4);
-    }
-    void add(double value) {
-        add_bytes(value == value ? std::bit_cast<std::uint64_t>(value) : 0x7ff8000000000000, 8);
-    }
+    void add(std::int32_t value) { hash_.add(static_cast<std::uint32_t>(value), 4); }
+    void add(float value) { hash_.add(fnv_hash::bits(value), 4); }
+    void add(double value) { hash_.add(fnv_hash::bits(value), 8); }
     void add(const t_event& event) {
-        for (const char each : event.c_description) add_bytes(static_cast<unsigned char>(each), 1);
-        for (const char each : event.c_subfunc) add_bytes(static_cast<unsigned char>(each), 1);
+        for (const char each : event.c_description) hash_.add(static_cast<unsigned char>(each), 1);
+        for (const char each : event.c_subfunc) hash_.add(static_cast<unsigned char>(each), 1);
         add(event.i_errcode, event.i_errclass);
     }
     void add(const t_statsout& out) {
@@ -39,30 +35,16 @@ public:
     }
     template <class... Values>
     requires(sizeof...(Values) > 1) void add(const Values&... values) { (add(values), ...); }
-    std::uint64_t value() const { return hash_; }
+    std::uint64_t value() const { return hash_.value(); }
 
 private:
-    void add_bytes(std::uint64_t bytes, int count) {
-        for (int i = 0; i < count; ++i, bytes >>= 8)
-            hash_ = (hash_ ^ (bytes & 0xff)) * 0x100000001b3;
-    }
-    std::uint64_t hash_ = 0xcbf29ce484222325;
+    fnv_hash hash_;
 };
 
-// Whole numbers by splitmix64 (Steele, Lea and Flood 2014), and what is made of them exactly.
-class lot_maker {
+// Whole numbers, and what is made of them exactly.
+class lot_maker : public number_maker {
 public:
-    explicit lot_maker(std::uint64_t seed) : state_(seed) {}
-
-    std::int32_t whole(std::int32_t least, std::int32_t greatest) {
-        std::uint64_t z = (state_ += 0x9e3779b97f4a7c15);
-        z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
-        z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
-        z ^= z >> 31;
-        const auto width = static_cast<std::uint64_t>(greatest - least) + 1;
-        return least + static_cast<std::int32_t>(z % width);
-    }
-    bool one_in(std::int32_t n) { return whole(1, n) == 1; }
+    using number_maker::number_maker;
     // A multiple of a 256th.
     double parts(std::int32_t least, std::int32_t greatest) {
         return whole(256 * least, 256 * greatest) / 256.0;
@@ -87,20 +69,7 @@ public:
         }
         return made;
     }
-
-private:
-    std::uint64_t state_;
 };
-
-std::int32_t count_of(const auto& values) {
-    return static_cast<std::int32_t>(values.size());
-}
-
-t_event blank_event() {
-    t_event event;
-    std::memset(&event, 0x20, sizeof event);
-    return event;
-}
 
 t_statsout ready_statistics(lot_maker& make) {
     t_statsout out;

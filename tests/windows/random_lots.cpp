@@ -7,7 +7,7 @@
 // Lots are made of whole numbers, of 256ths, of reals with all their bits, of reals at coordinates of a
 // map grid, and of reals of all magnitudes, by operations that are exact or rounded once: they are the
 // same everywhere.
-#include "qmx_ic.h"
+#include "support/made_lots.hpp"
 
 #include <algorithm>
 #include <array>
@@ -29,17 +29,12 @@ using std::uint64_t;
 enum kind : int32_t { whole_numbers, parts_of_256, reals, map_grid, all_magnitudes, kinds };
 constexpr const char* kind_names[] = {"whole", "256ths", "reals", "grid", "magnitudes"};
 
-// Takes what a call returned: adds it to the hash (FNV-1a), and prints it where asked to.
+// Takes what a call returned: adds it to the hash, and prints it where asked to.
 class record {
 public:
     explicit record(bool shows) : shows_(shows) {}
-    // The sign and the payload of a NaN are the processor's.
-    void add(const char* name, double value) {
-        put(name, value == value ? std::bit_cast<uint64_t>(value) : 0x7ff8000000000000, 8);
-    }
-    void add(const char* name, float value) {
-        put(name, value == value ? std::bit_cast<std::uint32_t>(value) : 0x7fc00000, 4);
-    }
+    void add(const char* name, double value) { put(name, fnv_hash::bits(value), 8); }
+    void add(const char* name, float value) { put(name, fnv_hash::bits(value), 4); }
     void add(const char* name, int32_t value) { put(name, static_cast<std::uint32_t>(value), 4); }
     void add(const char* name, char value) { put(name, static_cast<unsigned char>(value), 1); }
     template <class Value, std::size_t Size>
@@ -67,32 +62,21 @@ public:
         add("x_achieved_pct", out.x_achieved_pct);
         add("x_pctvalue", out.x_pctvalue);
     }
-    uint64_t hash() const { return hash_; }
+    uint64_t hash() const { return hash_.value(); }
 
 private:
     void put(const char* name, uint64_t bits, int bytes) {
         if (shows_) std::printf("%d %s %0*" PRIx64 "\n", count_++, name, 2 * bytes, bits);
-        for (int i = 0; i < bytes; ++i, bits >>= 8) hash_ = (hash_ ^ (bits & 0xff)) * 0x100000001b3;
+        hash_.add(bits, bytes);
     }
     bool shows_;
     int count_ = 0;
-    uint64_t hash_ = 0xcbf29ce484222325;
+    fnv_hash hash_;
 };
 
-// Numbers by splitmix64 (Steele, Lea and Flood 2014).
-class maker {
+class maker : public number_maker {
 public:
-    explicit maker(uint64_t seed) : state_(seed * 0xd1342543de82ef95 + 1) {}
-    uint64_t bits() {
-        uint64_t z = (state_ += 0x9e3779b97f4a7c15);
-        z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
-        z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
-        return z ^ (z >> 31);
-    }
-    int32_t whole(int32_t least, int32_t greatest) {
-        return least + static_cast<int32_t>(bits() % static_cast<uint64_t>(greatest - least + 1));
-    }
-    bool one_in(int32_t n) { return whole(1, n) == 1; }
+    explicit maker(uint64_t seed) : number_maker(seed * 0xd1342543de82ef95 + 1) {}
     double share() { return static_cast<double>(bits() >> 11) * 0x1p-53; } // 0 to 1
     // A number of the lot's kind from least to greatest, but for the kind that keeps to no range.
     double number(kind of, int32_t least, int32_t greatest) {
@@ -125,20 +109,7 @@ public:
         }
         return made;
     }
-
-private:
-    uint64_t state_;
 };
-
-int32_t count_of(const auto& values) {
-    return static_cast<int32_t>(values.size());
-}
-
-t_event blank_event() {
-    t_event event;
-    std::memset(&event, 0x20, sizeof event);
-    return event;
-}
 
 t_statsout ready_statistics(maker& make, kind of) {
     t_statsout out;
