@@ -5,7 +5,8 @@ from __future__ import annotations
 import contextlib
 import importlib
 import logging
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
+from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any
 
 if TYPE_CHECKING:
@@ -46,6 +47,21 @@ class WorkersLackPackage(RuntimeError):
     """The workers of a running cluster have no such package, or another version of it."""
 
 
+@dataclass(frozen=True, slots=True)
+class Cluster:
+    """A cluster at work.
+
+    Attributes
+    ----------
+    client : distributed.Client
+    refill : callable
+        Puts new workers in the places of those that are lost for good, where the cluster is our own.
+    """
+
+    client: Client
+    refill: Callable[[], None] = lambda: None
+
+
 def version_here() -> str:
     """The version of the package; asked of each worker."""
     import qmx_ic
@@ -59,8 +75,8 @@ def connected(
     scheduler: str | None = None,
     client: Client | None = None,
     memory_limit: str | int | None = "auto",
-) -> Iterator[Client]:
-    """A client of the cluster.
+) -> Iterator[Cluster]:
+    """The cluster, for as long as it is wanted.
 
     Parameters
     ----------
@@ -84,7 +100,7 @@ def connected(
     """
     if client is not None:
         _check_workers(client)
-        yield client
+        yield Cluster(client)
         return
     try:
         dask: Any = importlib.import_module("dask")
@@ -99,7 +115,7 @@ def connected(
             raise SchedulerLost(f"{scheduler}: there is no scheduler ({error})") from error
         with found:
             _check_workers(found)
-            yield found
+            yield Cluster(found)
         return
     settings: dict[str, Any] = {**_QUIET, "distributed.nanny.pre-spawn-environ": WORKER_ENVIRONMENT}
     settings["distributed.worker.preload"] = [*dask.config.get("distributed.worker.preload"), "qmx_ic.lots.local_worker"]
@@ -111,7 +127,8 @@ def connected(
         ) as cluster,
         distributed.Client(cluster, set_as_default=False) as own,
     ):  # fmt: skip
-        yield own
+        # Dask gives up a worker that takes long to come again, but its place stays in the plan.
+        yield Cluster(own, lambda: cluster.scale(len(cluster.worker_spec)))
 
 
 def _check_workers(client: Any) -> None:

@@ -8,18 +8,16 @@ import time
 import uuid
 from collections import defaultdict, deque
 from collections.abc import Callable, Iterator
-from typing import TYPE_CHECKING, Any
+from typing import Any
 
-from qmx_ic.lots.cluster import SchedulerLost
+from qmx_ic.lots.cluster import Cluster, SchedulerLost
 from qmx_ic.lots.handful import MOST_TRIES, Handful, died, do_handful, failed
 from qmx_ic.lots.work import Record, Task
-
-if TYPE_CHECKING:
-    from distributed import Client
 
 Future = Any  # of distributed, which is imported only where a cluster is wanted
 _BLOCK = 1000  # handfuls whose marks are taken away together
 _WITHOUT_WORKERS = 120.0
+_UNTIL_REFILL = 5.0  # a worker that died has mostly come again by then
 _SECONDS = 1.0  # of work in a handful: what is lost with a worker at most, but for a longer lot
 _MOST_LOTS = 32
 Deliver = Callable[[Task, Record], None]
@@ -30,7 +28,7 @@ class Hands:
 
     Parameters
     ----------
-    client : distributed.Client
+    cluster : Cluster
     tasks : iterator of Task
         Asked for the next lot only when it can be handed out.
     count : int
@@ -41,8 +39,9 @@ class Hands:
         Handfuls that are out at a time, for each worker.
     """
 
-    def __init__(self, client: Client, tasks: Iterator[Task], count: int, deliver: Deliver, in_flight: int) -> None:
-        self._client: Any = client
+    def __init__(self, cluster: Cluster, tasks: Iterator[Task], count: int, deliver: Deliver, in_flight: int) -> None:
+        self._client: Any = cluster.client
+        self._refill = cluster.refill
         self._tasks = tasks
         self._left = count
         self._deliver = deliver
@@ -54,7 +53,8 @@ class Hands:
         self._left_in_block: dict[int, int] = defaultdict(int)
         self._handfuls = 0
         self._seconds_a_lot = 0.0
-        self._workers = 0
+        self._workers = self._most_workers = 0
+        self._complete = time.monotonic()
         self._asked_workers = 0.0
         self._without_workers: float | None = None
 
@@ -92,6 +92,11 @@ class Hands:
         except Exception as error:
             self._check_connection()
             raise SchedulerLost(f"the scheduler does not answer ({error})") from error
+        self._most_workers = max(self._most_workers, self._workers)
+        if self._workers == self._most_workers:
+            self._complete = now
+        elif now - self._complete > _UNTIL_REFILL:
+            self._refill()
         if self._workers:
             self._without_workers = None
         elif self._without_workers is None:
