@@ -62,7 +62,7 @@ step "build for this system, to compare with"
 [ -f build/dev/build.ninja ] || cmake --preset dev -G Ninja "${launcher[@]}" >/dev/null
 cmake --build --preset dev --target qmx-ic-plain random_lots -- --quiet
 fetch_lodepng
-build windows qmx-ic "${library[@]}"
+build windows qmx-ic pages notices_library notices_program "${library[@]}"
 step "tests under Wine"
 start_wine windows
 ctest --preset windows
