@@ -34,7 +34,8 @@ def examples(asked, top, work):
     by_hand = work / "by_hand.exe"
     run(asked.compiler, "-std=c99", EXAMPLE, f"-I{top}/include", f"-L{top}/lib", "-lQMX_IC", "-o", by_hand)
     run("cmake", "-G", "Ninja", "-S", ROOT / "tests/packages/consumer", "-B", work / "cmake", f"-DSOURCE={EXAMPLE}",
-        f"-DCMAKE_TOOLCHAIN_FILE={pathlib.Path(asked.toolchain).resolve()}", f"-DQMX_IC_DIR={top}/lib/cmake/QMX_IC", f"-DWANTED={version()}")
+        f"-DCMAKE_TOOLCHAIN_FILE={pathlib.Path(asked.toolchain).resolve()}",
+        f"-DQMX_IC_DIR={top}/lib/cmake/QMX_IC", f"-DWANTED={version()}")
     run("cmake", "--build", work / "cmake")
     for program in (by_hand, work / "cmake/consumer.exe"):
         shutil.copy(top / "bin/QMX_IC.dll", program.parent)
