@@ -6,7 +6,7 @@ namespace fuzz {
 
 namespace {
 
-constexpr int points = 130;
+constexpr int points = 26;
 
 struct sound_lot {
     std::array<t_icdata, points> records{};
@@ -36,13 +36,14 @@ void call_another(std::uint8_t which) {
     static float narrow_x[100], narrow_y[100], summary[4], line[3];
     int32_t found = 0;
     const t_icdata* const records = lot.records.data();
-    switch (which % 10) {
+    if (which >= 60) return; // none, mostly
+    switch (which % 9) {
     case 0: ICdata_stats(2, 2, points, records, &statistics, &event); break;
     case 1: ICdata_stats(1, 2, 2, records, &statistics, &event); break; // fails
     case 2: {
         t_fitout fit{};
         IC_compact_curve_b(4, 0, points, records, &found, means, curve_x, curve_y, &fit, &event);
-        break; // fails: one pass bends nowhere
+        break; // fails: a pass takes 100 records
     }
     case 3:
         call_polycurvefit(points, 3, lot.narrow_x.data(), lot.narrow_y.data(), narrow_x, narrow_y);
@@ -51,24 +52,18 @@ void call_another(std::uint8_t which) {
         call_polycurvefit(points, 12, lot.narrow_x.data(), lot.narrow_y.data(), narrow_x, narrow_y);
         break;
     case 5: {
-        const t_gamvset_user settings{2, 0.6F, 0, 90, 100, 1};
-        IC_semivariogram(20, records, &settings, means, curve_y, model, curve_x, curve_y, summary,
-                         &event);
-        break;
-    }
-    case 6: {
         const t_gamvset_user settings{0, 0.6F, 0, 90, 100, 1};
         IC_semivariogram(20, records, &settings, means, curve_y, model, curve_x, curve_y, summary,
                          &event);
         break; // fails
     }
-    case 7: {
+    case 6: {
         const double outline_x[] = {1, 3, 2}, outline_y[] = {0, 1, 4};
         find_points_in_polygon(3, points, outline_x, outline_y, lot.x.data(), lot.y.data(), &found,
                                indices.data(), &event);
         break;
     }
-    case 8:
+    case 7:
         IC_PointsData_stats(points, 3, 1, records, records + 20, of_tests, line, &found,
                             indices.data(), predicted, &event);
         break;
