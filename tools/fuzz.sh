@@ -38,7 +38,8 @@ target filter_expression 160 250000
 order=(icdata_stats compact_curve polycurvefit points_in_circle points_in_polygon pointsdata_stats coverage
   semivariogram delimited_text number_text unit_text polygon_text job_file filter_expression)
 
-prepare() {
+prepare() { # unless the targets are built already
+  [[ -n ${QMX_IC_FUZZ_BUILT:-} ]] && return
   [[ -f $build/build.ninja ]] || cmake --preset fuzz -G Ninja >/dev/null
   nice cmake --build --preset fuzz --target fuzz_targets -- --quiet
 }

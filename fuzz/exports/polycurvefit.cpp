@@ -21,13 +21,21 @@ request made_of(input_bytes& input) {
     const real_kind kind_x = input.kind(), kind_y = input.kind();
     made.is_tame = way >= 128 && way < 250;
     made.count = way % 40;
+    // Numbers of all magnitudes at once are fitted in long arithmetic, which takes its time: a few of them do.
+    const auto is_wild = [](real_kind of) {
+        return of == real_kind::bits64 || of == real_kind::bits32 || of == real_kind::odd ||
+               of == real_kind::raised;
+    };
+    const bool all_wild = !made.is_tame && (is_wild(kind_x) || is_wild(kind_y));
+    if (all_wild) made.count %= 7;
     if (way == 255) made.count = std::min(input.whole(), 0);
     made.degree = input.one_in(16) ? input.whole() : input.byte() % 12 - 1;
+    if (all_wild && made.degree < 10) made.degree = std::min(made.degree, 4);
     for (int32_t i = 0; i < made.count; ++i) {
         made.x.push_back(made.is_tame ? static_cast<float>(input.bits<std::int8_t>() % 16)
-                                      : input.narrowed(input.real_or_odd(kind_x, 64)));
+                                      : input.narrowed(input.real_or_odd(kind_x, 255)));
         made.y.push_back(made.is_tame ? static_cast<float>(input.bits<std::int8_t>())
-                                      : input.narrowed(input.real_or_odd(kind_y, 64)));
+                                      : input.narrowed(input.real_or_odd(kind_y, 255)));
     }
     return made;
 }
