@@ -58,7 +58,7 @@ run() { # target, executions to be reached
     local runs=$((goal - now < slice ? goal - now : slice)) dictionary=()
     [[ -f fuzz/dictionaries/$name.dict ]] && dictionary=("-dict=fuzz/dictionaries/$name.dict")
     # A finding ends the slice with a code of its own; what it did counts all the same.
-    nice "$build/fuzz/fuzz_$name" "${dictionary[@]}" -runs="$runs" -max_len="${longest[$name]}" -timeout=20 \
+    nice -n "${QMX_IC_FUZZ_NICE:-10}" "$build/fuzz/fuzz_$name" "${dictionary[@]}" -runs="$runs" -max_len="${longest[$name]}" -timeout=20 \
       -rss_limit_mb=2048 -print_final_stats=1 -entropic=0 -artifact_prefix="$found/" \
       "$work" "fuzz/corpus/$name" "fuzz/regressions/$name" >"$log" 2>&1 || true
     local executed

@@ -52,9 +52,9 @@ request made_of(input_bytes& input) {
     made.bins = input.one_in(32) ? std::min(input.whole(), 0) : input.byte() % 9;
     for (int32_t i = 0; i < made.bins; ++i) {
         const int32_t lower = input.one_in(16) ? input.whole() : input.byte() % 32;
-        const int32_t upper =
-            input.one_in(8) ? input.whole()
-                            : std::clamp(lower, -INT32_MAX, INT32_MAX - 16) + input.byte() % 16 - 2;
+        const std::int64_t near = std::int64_t{lower} + input.byte() % 16 - 2;
+        const auto held = std::clamp<std::int64_t>(near, INT32_MIN, INT32_MAX);
+        const int32_t upper = input.one_in(8) ? input.whole() : static_cast<int32_t>(held);
         made.limits.push_back({lower, input.one_in(8) ? -1 : upper});
     }
     const real_kind counts = input.one_in(4) ? input.kind() : real_kind::whole;

@@ -27,10 +27,10 @@ request made_of(input_bytes& input) {
                of == real_kind::raised;
     };
     const bool all_wild = !made.is_tame && (is_wild(kind_x) || is_wild(kind_y));
-    if (all_wild) made.count %= 7;
+    if (!made.is_tame) made.count %= all_wild ? 7 : 14;
     if (way == 255) made.count = std::min(input.whole(), 0);
     made.degree = input.one_in(16) ? input.whole() : input.byte() % 12 - 1;
-    if (all_wild && made.degree < 10) made.degree = std::min(made.degree, 4);
+    if (!made.is_tame && made.degree < 10) made.degree = std::min(made.degree, all_wild ? 4 : 6);
     for (int32_t i = 0; i < made.count; ++i) {
         made.x.push_back(made.is_tame ? static_cast<float>(input.bits<std::int8_t>() % 16)
                                       : input.narrowed(input.real_or_odd(kind_x, 255)));
