@@ -14,6 +14,8 @@ namespace qmx_study {
 namespace {
 
 constexpr std::size_t block_size = std::size_t{1} << 20;
+constexpr std::size_t first_piece = std::size_t{1}
+                                    << 14;          // of the first block: most a small file takes
 constexpr std::int64_t most_lines_of_a_field = 100; // more than a person writes into one
 
 bool is_separator(char c, char separator) {
@@ -92,9 +94,15 @@ void text_records::refill() {
     const bool is_first = lines == 0 && rest.empty();
     const std::size_t kept = rest.size();
     if (kept > 0) std::memmove(buffer.data(), rest.data(), kept);
-    if (buffer.size() < kept + block_size) buffer.resize(kept + block_size);
-    const std::size_t got = file.read(buffer.data() + kept, block_size);
-    is_at_end = got < block_size;
+    std::size_t got = 0;
+    is_at_end = false;
+    while (got < block_size && !is_at_end) {
+        const std::size_t piece = buffer.empty() ? first_piece : block_size - got;
+        if (buffer.size() < kept + got + piece) buffer.resize(kept + got + piece);
+        const std::size_t taken = file.read(buffer.data() + kept + got, piece);
+        is_at_end = taken < piece;
+        got += taken;
+    }
     rest = {buffer.data(), kept + got};
     const std::string_view fresh = rest.substr(kept);
     has_returns = has_returns || holds(fresh, '\r');
