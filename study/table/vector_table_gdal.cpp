@@ -93,12 +93,16 @@ struct vector_table::state {
     GDALDatasetUniquePtr dataset;
     OGRLayer* layer = nullptr;
     OGRFeatureUniquePtr feature;
+    std::string file;
+    file_stamp stamp;
     shape converted;
 };
 
 vector_table::vector_table(const std::string& file, const std::string& layer)
     : now(std::make_unique<state>()) {
     refuse_damaged_gzip(file);
+    now->file = file;
+    now->stamp = stamp_of_file(file);
     prepare_gdal();
     CPLErrorReset();
     now->dataset.reset(GDALDataset::Open(path_for_gdal(file).c_str(), GDAL_OF_VECTOR));
@@ -137,7 +141,12 @@ bool vector_table::next() {
     now->feature.reset(now->layer->GetNextFeature());
     if (now->feature) return true;
     if (CPLGetLastErrorType() >= CE_Failure) reason = CPLGetLastErrorMsg();
+    if (is_changed()) reason = changed_while_read;
     return false;
+}
+
+bool vector_table::is_changed() const {
+    return stamp_of_file(now->file) != now->stamp;
 }
 
 bool vector_table::is_missing(int column) const {
