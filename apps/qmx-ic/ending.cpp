@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "options/commands.hpp"
+#include "options/program.hpp"
 #include "study/base/output_file.hpp"
 #include "study/document/failure_document.hpp"
 #include "text/printing.hpp"

@@ -17,6 +17,7 @@
 #include "study/document/truth_document.hpp"
 #include "study/generate/generate_lot.hpp"
 #include "study/generate/lot_files.hpp"
+#include "text/printing.hpp"
 #include "text/progress_line.hpp"
 
 namespace qmx_terminal {
