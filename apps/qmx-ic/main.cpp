@@ -1,6 +1,7 @@
 // qmx-ic: analyses of intelligent compaction data from the command line.
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -12,6 +13,10 @@
 
 #include <fmt/format.h>
 #include <qmx_ic.h>
+
+#if !defined(_WIN32)
+#include <sys/resource.h>
+#endif
 
 #include "ending.hpp"
 #include "options/commands.hpp"
@@ -100,7 +105,18 @@ int wmain(int argc, wchar_t** wide) {
     return run_program(argc, arguments.data());
 }
 #else
+// Where the system limits memory, a library may wait at its end for a thread of its own that waits for
+// memory: it is not asked to end.
+bool is_memory_limited() {
+    rlimit limit{};
+    for (const int kind : {RLIMIT_AS, RLIMIT_DATA})
+        if (getrlimit(kind, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) return true;
+    return false;
+}
+
 int main(int argc, char** argv) {
-    return run_program(argc, argv);
+    const int code = run_program(argc, argv);
+    if (is_memory_limited()) std::_Exit(code); // all that was printed is out
+    return code;
 }
 #endif

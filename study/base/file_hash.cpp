@@ -26,10 +26,23 @@ constexpr std::size_t block_size = std::size_t{1} << 18;
                       {{}, file, 0, {}});
 }
 
+// The library ends the program where it cannot read this; that there is no such file is all right.
+void refuse_unreadable_system() {
+    std::FILE* const file = open_file("/proc/sys/crypto/fips_enabled", 'r');
+    const int error = errno;
+    if (file) {
+        std::fclose(file);
+    } else if (error != ENOENT && error != EACCES) {
+        throw analysis_error(fmt::format("the library of hashes (libgcrypt) cannot be set up: {}",
+                                         std::strerror(error)));
+    }
+}
+
 // The library wants to be set up once; without its secure memory, since nothing here is secret.
 bool is_ready() {
     static const bool ready = [] {
         if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P) != 0) return true;
+        refuse_unreadable_system();
         if (!gcry_check_version(nullptr)) return false;
         gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
         gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);

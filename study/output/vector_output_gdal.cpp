@@ -41,8 +41,9 @@ const char* ending_of(vector_format format) {
 }
 
 [[noreturn]] void refuse(const std::string& output) {
-    throw usage_error(fmt::format("--output {}: {}", output, CPLGetLastErrorMsg()),
-                      error_place{"--output", output, 0, {}});
+    throw usage_error(
+        fmt::format("--output {}: it cannot be written: {}", output, CPLGetLastErrorMsg()),
+        error_place{"--output", output, 0, {}});
 }
 
 std::string stem_of(const std::string& output) {

@@ -32,7 +32,7 @@ class Disk(unittest.TestCase):
                 for nth in range(1, calls + 1, step if error != errno.EROFS else calls):
                     scene.reset()
                     ending = stand.run("write", nth, lasting, error)
-                    words = (WORDS[error], "could not be written")
+                    words = (WORDS[error], "could not be written", "cannot be written")
                     found = scene.faults_of(ending, words, codes=(2,))
                     if ending.code == 0:
                         found.append("exit code 0")

@@ -55,7 +55,7 @@ class Input(unittest.TestCase):
                         wrong += [f"{name}, read {nth} of {calls}: {each}" for each in scene.faults_of(ending)]
             self.assertEqual(wrong, [])
 
-    def change_while_reading(self, name, file, change, words, may_stand=False):
+    def change_while_reading(self, name, file, change, words, is_refused=True):
         scene = self.scene(name)
         wrong, ends = [], set()
         with Stand(PROGRAM, scene.arguments, scene.folder, scene.kept) as stand:
@@ -68,19 +68,22 @@ class Input(unittest.TestCase):
                 ends.add(ending.code)
                 changed = (scene.folder / file).read_bytes() if (scene.folder / file).exists() else None
                 (scene.folder / file).write_bytes(scene.inputs[file])
-                # Changed before it was opened, it is another file; behind the last look, the answer is that
-                # of the file as it was.
-                if ending.code == 0 and changed is not None and ending.out == self.answer_to(scene, file, changed):
-                    continue
-                wrong += [f"{change.__name__} at call {nth} of {calls}: {each}"
-                          for each in scene.faults_of(ending, words)]
+                # Changed behind the last look, the answer is that of the file as it was; before it was
+                # opened, it is another file.
+                found = scene.faults_of(ending, words)
+                if found and ending.code == 0 and changed is not None:
+                    made = scene.changes()
+                    answer = self.answer_to(scene, file, changed)
+                    if answer.out == ending.out and scene.changes() == made:
+                        continue
+                wrong += [f"{change.__name__} at call {nth} of {calls}: {each}" for each in found]
         self.assertEqual(wrong, [])
-        self.assertIn(2, ends)
+        self.assertEqual(2 in ends, is_refused, ends)
 
     def answer_to(self, scene, file, content):
         (scene.folder / file).write_bytes(content)
         try:
-            return scene.end().out
+            return scene.end()
         finally:
             (scene.folder / file).write_bytes(scene.inputs[file])
 
@@ -94,7 +97,7 @@ class Input(unittest.TestCase):
 
     def test_a_file_that_is_replaced_or_removed_is_read_as_it_was_opened(self):
         for change in (replace, os.remove):
-            self.change_while_reading("stats", "lot.csv", change, ["lot.csv"])
+            self.change_while_reading("stats", "lot.csv", change, ["lot.csv"], is_refused=change is os.remove)
 
     def test_cells_are_those_of_the_file_that_the_report_read(self):
         self.change_while_reading("report", "lot.csv", replace, ["lot.csv"])
@@ -167,8 +170,8 @@ class Input(unittest.TestCase):
         (scene.folder / "null.csv").write_text("\n".join(["x,y,CMV", *rows]) + "\n", encoding="utf-8")
         done = scene.end(["stats", "null.csv", "--json"])
         self.assertEqual(done.code, 0, done.err)
-        self.assertIn(b'"rows_used": 37', done.out)
-        self.assertIn(b'"rows_read": 40', done.out)
+        for told in (b'"rows_read": 40', b'"rows_used": 38', b'"rows_dropped": 2', b'"rows_without_position": 1'):
+            self.assertIn(told, done.out)
         (scene.folder / "head.csv").write_bytes(b"x,y,C\0MV\n1,2,3\n")
         done = scene.end(["stats", "head.csv"])
         self.assertEqual(done.code, 2, done.out)
@@ -185,7 +188,7 @@ class Input(unittest.TestCase):
             file.close()
             done = scene.end(["stats", "lot.gpkg", "--all-records", "--json"])
             self.assertEqual(done.code, 0, (promised, done.err))
-            self.assertIn(b'"rows_used": %d' % rows, done.out)
+            self.assertIn(b'"rows_read": %d' % rows, done.out)
             self.assertEqual(b"promises" in done.out, promised > rows, promised)
 
 

@@ -85,7 +85,7 @@ class Scene:
     def end(self, arguments=None, **settings):
         """A run without the stand, however it ends."""
         done = subprocess.run([PROGRAM, *(arguments or self.arguments)], cwd=self.folder, capture_output=True,
-                              **{"stdin": subprocess.DEVNULL, **settings})
+                              **{"stdin": subprocess.DEVNULL, "timeout": 120, **settings})
         return Ending(done.returncode, done.stdout, done.stderr, 0)
 
     def changes(self):
