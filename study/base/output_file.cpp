@@ -176,14 +176,13 @@ void remove_unfinished_files() noexcept {
 }
 
 void remove_unfinished_files_when_interrupted() {
-    const auto take = [](int signal) {
-        if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);
+    const auto take = [](int signal) { // unless somebody else has
+        const auto before = std::signal(signal, remove_and_end);
+        if (before != SIG_DFL) std::signal(signal, before);
     };
-    take(SIGINT);
-    take(SIGTERM);
-    take(SIGABRT);
+    for (const int signal : {SIGINT, SIGTERM, SIGABRT, SIGSEGV, SIGFPE, SIGILL}) take(signal);
 #if defined(SIGHUP)
-    for (const int signal : {SIGHUP, SIGPIPE, SIGQUIT, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2})
+    for (const int signal : {SIGHUP, SIGPIPE, SIGQUIT, SIGBUS, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2})
         take(signal);
     std::signal(SIGXFSZ, SIG_IGN);
 #endif
