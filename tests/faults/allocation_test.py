@@ -1,8 +1,7 @@
 """The n-th allocation of a command fails, alone or with all behind it: a message says so, the exit code is that
 of an error, and every output is whole or as it was before."""
 
-import os
-import sys
+import signal
 import unittest
 
 from scenes import PROGRAM, LONG, Scene, SCENES, SPATIAL, has_spatial_formats
@@ -47,6 +46,9 @@ def add(name, words=SAYS_SO, may_die_of=()):
 
 for scene_name in SCENES:
     add(scene_name)
+# Libraries of others may end the program where they find no memory; what they leave is whole or nothing.
+for scene_name in SPATIAL if has_spatial_formats() else ():
+    add(scene_name, [""], (signal.SIGABRT, signal.SIGSEGV))
 
 if __name__ == "__main__":
     unittest.main()

@@ -131,7 +131,7 @@ class Scene:
         else:
             if ending.code not in codes:
                 wrong.append(f"exit code {ending.code}")
-            if not said.startswith("qmx-ic: ") or not any(word in said.lower() for word in words or [""]):
+            if "qmx-ic: " not in said or not any(word in said.lower() for word in words or [""]):
                 wrong.append("no clear message")
         return [f"{each}; it said: {said[:300]!r}" for each in wrong]
 
