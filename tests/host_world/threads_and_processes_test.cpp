@@ -178,24 +178,33 @@ TEST(HostProcesses, SignalsInTheMiddleOfACallChangeNothing) {
 
 // ---- A locale with a decimal comma --------------------------------------------------------------------
 
+// In a child, since a locale is the whole process's.
+int calls_with_a_comma(const std::vector<std::uint64_t>& expected) {
+    if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) return 2;
+    if (std::strcmp(std::localeconv()->decimal_point, ",") != 0) return 3;
+    std::locale::global(std::locale("de_DE.UTF-8"));
+    if (support::hashes_of_all_exports(7, 10) != expected) return 4;
+    return std::strcmp(std::setlocale(LC_ALL, nullptr), "de_DE.UTF-8") == 0 ? 0 : 5;
+}
+
 TEST(HostProcesses, ADecimalCommaChangesNothing) {
     const auto expected = support::hashes_of_all_exports(7, 10);
     const support::scratch_folder folder;
     const std::string place = folder.path().string();
-    if (std::system(
-            ("localedef -i de_DE -f UTF-8 '" + place + "/de_DE.UTF-8' >/dev/null 2>&1").c_str()) !=
-        0)
-        GTEST_SKIP() << "no localedef, or no source of a locale";
-    ASSERT_EQ(setenv("LOCPATH", place.c_str(), 1), 0);
-    ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-    EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-    const std::locale before = std::locale::global(std::locale("de_DE.UTF-8"));
-    const auto hashes = support::hashes_of_all_exports(7, 10);
-    EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "de_DE.UTF-8") << "the host's own stays";
-    std::locale::global(before);
-    std::setlocale(LC_ALL, "C");
-    unsetenv("LOCPATH");
-    EXPECT_EQ(hashes, expected);
+    const std::string make =
+        "localedef -i de_DE -f UTF-8 '" + place + "/de_DE.UTF-8' >/dev/null 2>&1";
+    if (std::system(make.c_str()) != 0) GTEST_SKIP() << "no localedef, or no source of a locale";
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        setenv("LOCPATH", place.c_str(), 1);
+        _exit(calls_with_a_comma(expected));
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0)
+        << "2, 3: no such locale; 4: other results; 5: another locale";
 }
 #endif
 

@@ -80,7 +80,7 @@ double scale(maker& make, kind of) {
 }
 
 TEST(SelectionProperties, OfACircle) {
-    for (int n = 0; n < cases(3000); ++n) {
+    for (int n = 0; n < cases(7500); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const kind of = static_cast<kind>(n % kinds);
@@ -114,7 +114,7 @@ TEST(SelectionProperties, OfACircle) {
 }
 
 TEST(SelectionProperties, OfAPolygon) {
-    for (int n = 0; n < cases(2400); ++n) {
+    for (int n = 0; n < cases(6000); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const kind of = static_cast<kind>(n % kinds);
@@ -168,7 +168,7 @@ bool is_near_line(place p, place a, place b, double extent) {
 // in both or in neither.
 TEST(SelectionProperties, AChordSplitsThePointsOfAPolygon) {
     long split = 0;
-    for (int n = 0; n < cases(2400); ++n) {
+    for (int n = 0; n < cases(6000); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const kind of = static_cast<kind>(n % kinds);
@@ -218,7 +218,7 @@ places hull_of(places points) {
 }
 
 TEST(SelectionProperties, AChordOfAConvexPolygonLeavesNoPointTwice) {
-    for (int n = 0; n < cases(800); ++n) {
+    for (int n = 0; n < cases(2000); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const places points = made_places(make, kind::lattice, make.whole(1, 400));

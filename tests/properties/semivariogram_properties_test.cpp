@@ -105,7 +105,7 @@ template <class Change> lot changed(lot records, const Change& change) {
 }
 
 TEST(SemivariogramProperties, OfALattice) {
-    for (int n = 0; n < cases(400); ++n) {
+    for (int n = 0; n < cases(1000); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const lot records = lattice_lot(make, make.whole(2, make.one_in(10) ? 1500 : 300));
@@ -151,7 +151,7 @@ TEST(SemivariogramProperties, OfALattice) {
 
 // Where the sums round, the order of the records decides their last places: no more.
 TEST(SemivariogramProperties, TheOrderDecidesLastPlacesAlone) {
-    for (int n = 0; n < cases(200); ++n) {
+    for (int n = 0; n < cases(500); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const lot records = changed(lattice_lot(make, make.whole(20, 400)),
@@ -172,7 +172,7 @@ TEST(SemivariogramProperties, TheOrderDecidesLastPlacesAlone) {
 // Positions and values count in 32 bits, and a point beyond the last class changes none but that of
 // the points themselves, wherever in the data it stands.
 TEST(SemivariogramProperties, FarPointsAndDigitsBeyond32BitsChangeNothing) {
-    for (int n = 0; n < cases(400); ++n) {
+    for (int n = 0; n < cases(1000); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const lot records = scattered_lot(make, make.whole(2, make.one_in(10) ? 2000 : 400));

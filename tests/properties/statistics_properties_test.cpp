@@ -64,7 +64,7 @@ outputs statistics_of(const lot& records, bool are_passes = false, double unit =
 }
 
 TEST(StatisticsProperties, OfAMeasure) {
-    for (int n = 0; n < cases(1500); ++n) {
+    for (int n = 0; n < cases(3750); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const lot records =
@@ -129,7 +129,7 @@ t_areaflt rectangle(maker& make, std::int32_t flag) {
 }
 
 TEST(StatisticsProperties, OfPassCountsAndTheirBins) {
-    for (int n = 0; n < cases(1200); ++n) {
+    for (int n = 0; n < cases(3000); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         lot records = made_values(make, 0, make.whole(3, 1500));
@@ -194,7 +194,7 @@ TEST(StatisticsProperties, OfAnAlignment) {
     const auto plan_area = [&](const std::vector<t_areaflt>& areas) {
         return coverage_of(one, bins, areas).values()[3];
     };
-    for (int n = 0; n < cases(400); ++n) {
+    for (int n = 0; n < cases(1000); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         // A star about a middle: no crossings.
@@ -259,7 +259,7 @@ outputs curve_of(const lot& records, double unit = 1) {
 
 TEST(StatisticsProperties, OfACompactionCurve) {
     long curves = 0;
-    for (int n = 0; n < cases(500); ++n) {
+    for (int n = 0; n < cases(1250); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         const std::int32_t passes = make.whole(1, 7);
@@ -318,7 +318,7 @@ outputs written(const t_statsout& record) {
 // The same by the selection in a circle and the statistics of what it found.
 TEST(StatisticsProperties, OfSpotTests) {
     long compared = 0;
-    for (int n = 0; n < cases(250); ++n) {
+    for (int n = 0; n < cases(625); ++n) {
         SCOPED_TRACE("case " + std::to_string(n));
         maker make(static_cast<std::uint64_t>(n));
         lot records = made_values(make, 3 * (n % 2), make.whole(100, 900));

@@ -62,8 +62,8 @@ private:
     double unit() { return make_.whole(0, 1 << 20) / 1048576.0; }
 
     void scatter() {
-        for (int i = 0; i < 2000; ++i) {
-            const double x = 130 * unit(), y = 130 * unit();
+        for (int i = 0; i < 1200; ++i) {
+            const double x = 100 * unit(), y = 100 * unit();
             const double noise = unit() + unit();
             shuffled_.push_back({x, y, 40 + 9 * noise, 1, 0});
             // Values that grow without end carry each sum past a power of two again and again.
@@ -143,9 +143,9 @@ private:
                                }};
         };
         return {of("IC_semivariogram, windows of scattered rows", shuffled_, {8, 2, 0, 90, 1000, 2},
-                   17),
-                of("IC_semivariogram, repeated sums", wild_, {8, 2, 0, 90, 1000, 2}, 17),
-                of("IC_semivariogram, a cone and bands", shuffled_, {10, 1.5F, 30, 20, 9, 1}, 17),
+                   14),
+                of("IC_semivariogram, repeated sums", wild_, {8, 2, 0, 90, 1000, 2}, 14),
+                of("IC_semivariogram, a cone and bands", shuffled_, {10, 1.5F, 30, 20, 9, 1}, 14),
                 of("IC_semivariogram, two rollers in turn", alternating_,
                    {12, 1.5F, 0, 90, 1000, 2}, 12),
                 of("IC_semivariogram, not for the kernel", infinite_, {8, 2, 30, 30, 1000, 2}, 9),
