@@ -3,7 +3,9 @@
 #include "support/hashed_calls.hpp"
 
 #include <cfenv>
+#if defined(__unix__)
 #include <thread>
+#endif
 
 #if defined(__SSE2__)
 #include <immintrin.h>
@@ -31,6 +33,7 @@ TEST(HostArithmetic, RoundingModeDecidesNothingAndStays) {
     }
 }
 
+#if defined(__unix__)
 // Quantiles are kept from call to call: none that was found in another mode may come back later.
 TEST(HostArithmetic, NothingOfAnotherModeIsKept) {
     std::vector<std::uint64_t> expected, later;
@@ -43,6 +46,7 @@ TEST(HostArithmetic, NothingOfAnotherModeIsKept) {
     }).join();
     EXPECT_EQ(later, expected);
 }
+#endif
 
 #if defined(__SSE2__)
 constexpr unsigned flushed = 0x8040; // subnormal results and operands are zero

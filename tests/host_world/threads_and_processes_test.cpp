@@ -2,9 +2,6 @@
 // call, and a locale that writes a comma: none of them changes a result.
 #include "support/hashed_calls.hpp"
 
-#include <mutex>
-#include <thread>
-
 #if defined(__unix__)
 #include "support/rare_calls.hpp"
 #include "support/scratch_folder.hpp"
@@ -12,14 +9,18 @@
 #include <clocale>
 #include <csignal>
 #include <locale>
+#include <mutex>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/time.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #endif
 
 namespace {
+
+#if defined(__unix__)
 
 // Each thread its own calls, one call at a time and the threads in any order.
 TEST(HostThreads, TakeTurns) {
@@ -44,8 +45,6 @@ TEST(HostThreads, TakeTurns) {
     for (std::thread& each : running) each.join();
     EXPECT_EQ(hashes, expected);
 }
-
-#if defined(__unix__)
 
 // ---- A small stack --------------------------------------------------------------------------------
 
