@@ -8,10 +8,20 @@
  * - Event: on failure, and only then, the event record says why; after success it holds what the
  *   caller had put there. Texts in it are padded with blanks and have no terminator.
  * - Memory: all of it belongs to the caller, who provides every array in the stated length, and no
- *   pointer is kept after the return. One thing is kept: the fifteen statistics computed last. See
- *   IC_PointsData_stats() for where they show.
+ *   pointer is kept after the return. Two things are kept: the fifteen statistics computed last, and
+ *   the record of the spot test analysed last. See IC_PointsData_stats() for where they show.
+ *   Working memory comes from `malloc` and `aligned_alloc`, the host's own where it replaces them,
+ *   and is given back before the return. 64 KiB of stack are enough for any number of points.
  * - Threads: calls must not overlap, not even of different functions, since the library keeps its
  *   event state and work areas once per process. One call after another may come from any thread.
+ * - Arithmetic: a call rounds to nearest, keeps subnormal numbers and traps no exception, whatever
+ *   the host has set, which it finds unchanged; exception flags may have been raised.
+ * - Processes: the child of a `fork` may call, unless a call was running in the parent. A signal may
+ *   arrive in a call; its handler may neither call nor leave by `longjmp`, and no thread may be
+ *   cancelled in a call. The locale is neither read nor set.
+ * - Loading: the library may be called before `main` and until the process ends, from `atexit` and
+ *   static destructors too. It may be unloaded between calls, which gives all memory back, and be
+ *   loaded again. Copies under two names are two libraries, whose calls may overlap.
  * - Flags: 32-bit integers, 1 means yes, 2 means no.
  * - Index base: positions in results count from 0 or from 1, as each function says.
  * - Out of memory: every function may fail with `"memory could not be allocated"`, code 101.
@@ -396,7 +406,9 @@ QMX_IC_API int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const 
  * 13 %. The remedy is one record a place: merge or choose the records of each grid cell first.
  *
  * \param[in] i_ndata        records in t_data; 0 or less is none
- * \param[in] t_data         [i_ndata]; d_x, d_y and d_val are read and narrowed to 32 bits.
+ * \param[in] t_data         [i_ndata]; d_x, d_y and d_val are read and narrowed to 32 bits; the
+ *                           variance of i_standsills is that of the 64-bit values. Values beyond
+ *                           1e21 to either side are in no pair, but in that variance.
  *                           Subtract a local origin first: at a northing of 4,860,000 m positions
  *                           step by 0.5 m. One record a place: see above
  * \param[in] t_gamvset      the settings
@@ -519,7 +531,7 @@ QMX_IC_API int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpo
  * the previous call of ICdata_stats, IC_compact_curve_b or this function (0 if there was none). Its
  * mean, and the line through it, are then wrong: leave such tests out and call again, or widen
  * d_radius. Past class 0 the histogram of a test with one value or with constant values is that of
- * the spot test before, and so is x_pctvalue.
+ * the spot test before (for the first one, the last of the previous call), and so is x_pctvalue.
  *
  * \param[in] i_numdata     records in t_data
  * \param[in] i_numtests    records in t_tests and t_stats, entries in i_validlist and d_predict

@@ -1,10 +1,12 @@
 // qmx-ic: analyses of intelligent compaction data from the command line.
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,44 +14,20 @@
 #include <fmt/format.h>
 #include <qmx_ic.h>
 
+#if !defined(_WIN32)
+#include <sys/resource.h>
+#endif
+
+#include "ending.hpp"
 #include "options/commands.hpp"
 #include "options/program.hpp"
 #include "study/base/errors.hpp"
 #include "study/base/open_file.hpp"
 #include "study/base/output_file.hpp"
-#include "study/document/failure_document.hpp"
 
 namespace {
 
 using namespace qmx_terminal;
-
-// Ends a run without an answer. The message is the only thing on standard error; where --json asks for
-// a document, the failure is one.
-class ending {
-public:
-    ending(const CLI::App& program, int argc, char** argv)
-        : command(command_of(program, argc, argv)) {
-        for (int i = 1; i < argc; ++i) as_json |= std::string_view(argv[i]) == "--json";
-    }
-
-    int fail(int code, const char* kind, const std::string& message,
-             const qmx_study::error_place& place = {},
-             const qmx_study::library_failure* event = nullptr) const {
-        if (as_json)
-            fmt::print("{}", qmx_study::text_of(qmx_study::failure_document(command, code, message,
-                                                                            event, place)));
-        return tell(code, kind, message);
-    }
-    static int tell(int code, const char* kind, const std::string& message) {
-        std::fflush(stdout);
-        fmt::print(stderr, "qmx-ic: {}{}\n", kind, message);
-        return code;
-    }
-
-private:
-    std::string command;
-    bool as_json = false;
-};
 
 int run(CLI::App& program, int argc, char** argv, const ending& end) {
     constexpr const char* failed = "the analysis failed: ";
@@ -71,26 +49,31 @@ int run(CLI::App& program, int argc, char** argv, const ending& end) {
     } catch (const qmx_study::usage_error& error) {
         return end.fail(wrong_usage, "", error.what(), error.place);
     } catch (const printed_failure& error) {
-        return ending::tell(analysis_failed, failed, error.what());
+        return end.fail(analysis_failed, failed, error.what());
     } catch (const qmx_study::library_error& error) {
         return end.fail(analysis_failed, failed, error.what(), {}, &error.event);
     } catch (const qmx_study::analysis_error& error) {
         return end.fail(analysis_failed, failed, error.what());
-    } catch (const std::bad_alloc&) {
+    } catch (const std::bad_alloc&) { // of more than there can ever be
+        return end.fail(analysis_failed, "",
+                        "there is not enough memory for so many rows; divide the file");
+    } catch (const std::length_error&) { // the same
         return end.fail(analysis_failed, "",
                         "there is not enough memory for so many rows; divide the file");
     }
 }
 
 int run_program(int argc, char** argv) {
+    end_at_lack_of_memory();
     qmx_study::use_binary_streams();
     qmx_study::remove_unfinished_files_when_interrupted();
-    CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
-    program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
     int code = wrong_usage;
     try {
+        CLI::App program("Numerical analyses for intelligent compaction (roller) data.", "qmx-ic");
+        program.set_version_flag("--version", "qmx-ic " QMX_IC_VERSION);
         set_up(program);
         const ending end(program, argc, argv);
+        end_at_lack_of_memory(end);
         code = run(program, argc, argv, end);
         std::cout.flush(); // help and version go there
         if (!std::cout || std::fflush(stdout) != 0)
@@ -122,7 +105,18 @@ int wmain(int argc, wchar_t** wide) {
     return run_program(argc, arguments.data());
 }
 #else
+// Where the system limits memory, a library may wait at its end for a thread of its own that waits for
+// memory: it is not asked to end.
+bool is_memory_limited() {
+    rlimit limit{};
+    for (const int kind : {RLIMIT_AS, RLIMIT_DATA})
+        if (getrlimit(kind, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) return true;
+    return false;
+}
+
 int main(int argc, char** argv) {
-    return run_program(argc, argv);
+    const int code = run_program(argc, argv);
+    if (is_memory_limited()) std::_Exit(code); // all that was printed is out
+    return code;
 }
 #endif

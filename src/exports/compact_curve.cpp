@@ -9,6 +9,7 @@ extern "C" int32_t IC_compact_curve_b(int32_t i_maxpassno, int32_t i_mindata, in
                                       double* d_passmean, double* d_curvex, double* d_curvey,
                                       t_fitout* t_fit, t_event* t_evt) noexcept {
     static constexpr routine_text self("IC_compact_curve_b");
+    const call_arithmetic arithmetic;
     clear_event();
     const array_view<f64> means = view_of(d_passmean, i_maxpassno);
     std::fill_n(means.base, means.extent, 0.0);

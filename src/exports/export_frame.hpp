@@ -1,8 +1,9 @@
-// The first and last steps of every export. The exports are the roof: they clear the event and the
-// outputs, call one driver, and report to the host; nothing includes them.
+// The first and last steps of every export. The exports are the roof: they set up the call's arithmetic,
+// clear the event and the outputs, call one driver, and report to the host; nothing includes them.
 #pragma once
 
 #include "events/event.hpp"
+#include "exports/call_arithmetic.hpp"
 
 namespace qmx {
 

@@ -8,6 +8,7 @@ extern "C" int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32
                                 const t_icdata* t_data, t_statsout* t_out,
                                 t_event* t_evt) noexcept {
     static constexpr routine_text self("ICdata_stats");
+    const call_arithmetic arithmetic;
     clear_event();
     if (i_numdata < minimum_data_points) {
         // Ended like a failure of the driver: the name stands twice in the path, which hosts know.

@@ -25,6 +25,7 @@ extern "C" int32_t IC_PointsData_stats(int32_t i_numdata, int32_t i_numtests, do
                                        int32_t* i_validlist, double* d_predict,
                                        t_event* t_evt) noexcept {
     static constexpr routine_text self("IC_PointsData_stats");
+    const call_arithmetic arithmetic;
     clear_event();
     const array_view<t_statsout> stats = view_of(t_stats, i_numtests);
     for (i64 k = 1; k <= stats.extent; ++k) reset(stats(k));

@@ -8,6 +8,7 @@ extern "C" int32_t find_points_in_polygon(int32_t i_numvertices, int32_t i_numpo
                                           const double* d_x, const double* d_y, int32_t* i_found,
                                           int32_t* i_indices, t_event* t_evt) noexcept {
     static constexpr routine_text self("find_points_in_polygon");
+    const call_arithmetic arithmetic;
     clear_event();
     const array_view<i32> indices = view_of(i_indices, i_numpoints);
     icd_points_in_polygon({d_vertexx, d_vertexy, i_numvertices}, {d_x, d_y, indices.extent},

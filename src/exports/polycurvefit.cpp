@@ -20,6 +20,7 @@ extern "C" int32_t call_polycurvefit(int32_t i_npoints, int32_t i_degree, const 
     // f32.
     constexpr f64 lower = std::numeric_limits<f64>::min();
     constexpr f64 upper = std::numeric_limits<f64>::max();
+    const call_arithmetic arithmetic;
     clear_event();
     f64 xcurve[curve_points] = {};
     f64 ycurve[curve_points] = {};

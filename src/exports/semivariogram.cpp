@@ -11,6 +11,7 @@ extern "C" int32_t IC_semivariogram(int32_t i_ndata, const t_icdata* t_data,
                                     t_event* t_evt) noexcept {
     static constexpr routine_text self("IC_semivariogram");
     static constexpr i32 exponential_model = 1;
+    const call_arithmetic arithmetic;
     clear_event();
     // Nothing is cleared where i_nlag + 2 would overflow.
     constexpr i32 most = std::numeric_limits<i32>::max();

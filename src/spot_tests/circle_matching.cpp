@@ -76,9 +76,11 @@ private:
     }
     strips strips_within(f64 coordinate, f64 reach) const {
         constexpr f64 infinity = std::numeric_limits<f64>::infinity();
-        // One step outward covers the rounding of the sum.
-        const f64 low = std::nextafter(coordinate - reach, -infinity);
-        const f64 high = std::nextafter(coordinate + reach, infinity);
+        constexpr f64 furthest = std::numeric_limits<f64>::max();
+        // One step outward covers the rounding of the sum. No further than any finite point lies: from the
+        // greatest f64 to infinity there would be hundreds of millions of strips.
+        const f64 low = std::max(std::nextafter(coordinate - reach, -infinity), -furthest);
+        const f64 high = std::min(std::nextafter(coordinate + reach, infinity), furthest);
         return {strip_of(low), strip_of(high)};
     }
 };

@@ -123,8 +123,6 @@ std::string explanation_of(const curve_answer& answer, const curve_question& que
         return answer.curve.passes > 1 ? ""
                                        : "Only pass 1 has 100 points: there is no curve through a "
                                          "single mean.";
-    if (std::string memory = explanation_of_memory(*answer.failure.event); !memory.empty())
-        return memory;
     if (highest_pass < 2) return "Give --max-pass 2 or more.";
     if (points.size() < static_cast<std::size_t>(std::max(question.least_points, 0)))
         return fmt::format("There are {} points, fewer than the {} that a pass takes (--min-points "

@@ -143,6 +143,15 @@ void settle_terms(fit_answer& answer) {
     answer.standard_error = found->standard_error;
 }
 
+// The library does not tell a lack of memory from a fit that cannot be: whether there is as much as a fit
+// takes is tried, and the fit once more.
+bool is_fitted(std::int32_t degree, const narrowed_pairs& pairs, polynomial_curve& curve) {
+    if (run_polynomial_fit(degree, pairs.x, pairs.y, curve)) return true;
+    const std::size_t room = pairs.x.size() * sizeof(double) * (highest_degree + 8);
+    ::operator delete(::operator new(room));
+    return run_polynomial_fit(degree, pairs.x, pairs.y, curve);
+}
+
 // Why the library refused the fit, of which it says nothing.
 std::string explanation_of(const fit_answer& answer, const narrowed_pairs& pairs) {
     const used_column& x = answer.reading.x;
@@ -211,7 +220,7 @@ fit_answer analyse(const fit_question& question, loaded_lot& lot) {
     polynomial_curve curve;
     if (lot.data.points.size() == 1) {
         answer.failure.explanation = "There is a single point: no curve runs through it alone.";
-    } else if (!run_polynomial_fit(question.degree, pairs.x, pairs.y, curve)) {
+    } else if (!is_fitted(question.degree, pairs, curve)) {
         answer.failure.explanation = explanation_of(answer, pairs);
     }
     for (std::size_t i = 0; i < curve_points; ++i) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -17,11 +18,14 @@ template <std::size_t N> std::string_view text_of(const char (&padded)[N]) {
     return text;
 }
 
+// A lack of memory has nothing to do with the data: it ends the run, and is no result of an analysis.
 std::optional<library_failure> failure_of(std::int32_t returned, const t_event& event) {
     if (returned == QMX_IC_SUCCESS) return std::nullopt;
     const std::string message(text_of(event.c_description));
-    return library_failure{message, std::string(text_of(event.c_subfunc)), event.i_errcode,
-                           event.i_errclass, event_of(message)};
+    library_failure failure{message, std::string(text_of(event.c_subfunc)), event.i_errcode,
+                            event.i_errclass, event_of(message)};
+    if (failure.event == known_event::no_memory) throw library_error(std::move(failure));
+    return failure;
 }
 
 void check(std::int32_t returned, const t_event& event) {

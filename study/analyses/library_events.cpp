@@ -25,12 +25,11 @@ known_event event_of(std::string_view message) {
 }
 
 std::string library_failure::text() const {
-    return fmt::format("{}\n  code {}, class {}, in {}", message, code, severity, path);
-}
-
-std::string explanation_of_memory(const library_failure& failure) {
-    if (failure.event != known_event::no_memory) return {};
-    return "The lot is too large for the memory of this machine; divide it.";
+    return fmt::format("{}{}\n  code {}, class {}, in {}", message,
+                       event == known_event::no_memory
+                           ? "; the lot is too large for the memory of this machine, divide it"
+                           : "",
+                       code, severity, path);
 }
 
 } // namespace qmx_study

@@ -46,7 +46,4 @@ struct analysis_failure {
     bool has_failed() const { return !explanation.empty(); }
 };
 
-// What to say of a failure that has nothing to do with the data; "" for any other.
-std::string explanation_of_memory(const library_failure& failure);
-
 } // namespace qmx_study

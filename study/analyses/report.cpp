@@ -48,6 +48,9 @@ void miss(report_answer& answer, const char* part, const char* key, std::string 
 template <class Work> void attempt(report_answer& answer, const char* part, Work work) {
     try {
         work();
+    } catch (const library_error& error) {
+        if (error.event.event == known_event::no_memory) throw;
+        miss(answer, part, "failed", error.what());
     } catch (const usage_error& error) {
         miss(answer, part, "failed", error.what());
     } catch (const analysis_error& error) {

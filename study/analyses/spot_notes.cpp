@@ -66,8 +66,6 @@ std::string remark(const spot_row& spot, const std::string& unit) {
 void explain_failure(spots_answer& answer) {
     if (!answer.failure.event) return;
     std::string& text = answer.failure.explanation;
-    text = explanation_of_memory(*answer.failure.event);
-    if (!text.empty()) return;
     const auto with_data = std::count_if(answer.spots.begin(), answer.spots.end(),
                                          [](const spot_row& spot) { return spot.count > 0; });
     const auto enough =

@@ -15,6 +15,16 @@ struct file_mark {
 // Of the bytes as they stand on the disk. Throws usage_error where the file cannot be read.
 file_mark mark_of_file(const std::string& file);
 
+// By which it shows that a file was changed while it was open: where it ends, and when it was written to.
+struct file_stamp {
+    std::int64_t bytes = 0, seconds = 0, nanoseconds = 0;
+    bool operator==(const file_stamp&) const = default;
+};
+file_stamp stamp_of_stream(std::FILE* opened);
+file_stamp stamp_of_file(const std::string& file); // all 0 where there is none
+inline constexpr const char* changed_while_read =
+    "the file was changed while it was being read; try again when it is complete";
+
 // The same of an open file, from its start. It is left at its end. file: its name, for messages.
 file_mark mark_of_stream(std::FILE* opened, const std::string& file);
 

@@ -79,6 +79,13 @@ std::FILE* open_temporary_file() {
     return handle == INVALID_HANDLE_VALUE ? nullptr : stream_of(handle, true, true);
 }
 
+int refusal_to_write(const std::string& name) noexcept {
+    wchar_t wide[longest_name];
+    if (!widen(name.c_str(), wide)) return ENOENT;
+    const DWORD found = GetFileAttributesW(wide);
+    return found != INVALID_FILE_ATTRIBUTES && (found & FILE_ATTRIBUTE_READONLY) != 0 ? EACCES : 0;
+}
+
 void remove_file(const char* name) noexcept {
     wchar_t wide[longest_name];
     if (widen(name, wide)) DeleteFileW(wide);
@@ -92,21 +99,54 @@ void use_binary_streams() {
 
 #else
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
 namespace qmx_study {
+
+namespace {
+
+std::FILE* temporary_file_in(const char* folder) {
+    int file = -1;
+#if defined(O_TMPFILE)
+    file = ::open(folder, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600); // never has a name
+#endif
+    std::string name = std::string(folder) + "/qmx-ic-XXXXXX";
+    if (file < 0 && (file = ::mkstemp(name.data())) >= 0) ::unlink(name.c_str());
+    if (file < 0) return nullptr;
+    std::FILE* const stream = ::fdopen(file, "w+b");
+    if (!stream) ::close(file);
+    return stream;
+}
+
+} // namespace
 
 std::FILE* open_file(const std::string& name, char mode) {
     return std::fopen(name.c_str(), mode == 'r' ? "rb" : (mode == 'x' ? "wbx" : "wb"));
 }
 
 std::FILE* open_temporary_file() {
-    return std::tmpfile();
+    const char* const named = std::getenv("TMPDIR");
+    std::FILE* const file = named && *named ? temporary_file_in(named) : nullptr;
+    return file ? file : temporary_file_in("/tmp");
+}
+
+int refusal_to_write(const std::string& name) noexcept {
+    return ::access(name.c_str(), F_OK) == 0 && ::access(name.c_str(), W_OK) != 0 ? errno : 0;
 }
 
 void remove_file(const char* name) noexcept {
     std::remove(name);
 }
 
-void use_binary_streams() {}
+void use_binary_streams() {
+    for (int stream = 0; stream < 3; ++stream)
+        if (::fcntl(stream, F_GETFD) == -1 && errno == EBADF)
+            ::open("/dev/null", stream == 1 ? O_RDONLY : O_WRONLY); // printing the answer fails
+}
 
 } // namespace qmx_study
 

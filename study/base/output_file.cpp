@@ -23,7 +23,7 @@ struct slot {
     std::atomic<bool> is_named{false};
     std::array<char, 4096> name{};
 };
-std::array<slot, 8> slots;
+std::array<slot, 64> slots; // the tables of a report are completed together
 
 void remember(const std::string& name) {
     if (name.size() >= slots[0].name.size()) return;
@@ -45,21 +45,38 @@ void forget(const std::string& name) {
 }
 
 extern "C" void remove_and_end(int signal) {
-    for (const slot& each : slots)
-        if (each.is_named) remove_file(each.name.data());
+    remove_unfinished_files();
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
 
-std::string name_beside(const std::string& name) {
+// File systems take names of so many bytes. One that is as long is cut, not within a letter.
+std::string shortened(const std::string& name, std::size_t room) {
+    constexpr std::size_t longest = 255;
+    const std::size_t start = name.find_last_of("/\\") + 1;
+    if (name.size() - start + room <= longest) return name;
+    std::size_t end = start + longest - room;
+    while (end > start && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) --end;
+    return name.substr(0, end);
+}
+
+bool is_in_place(const std::string& name) {
     namespace fs = std::filesystem;
     std::error_code unknown;
     const fs::file_status status = fs::status(path_of(name), unknown);
-    if (fs::exists(status) && !fs::is_regular_file(status)) return {};
-    for (int i = 0;; ++i) { // "x" opens no file that is there
-        std::string beside = fmt::format("{}.part{}", name, i == 0 ? "" : fmt::format("{}", i));
-        if (i == 1000 || !fs::exists(path_of(beside), unknown)) return beside;
-    }
+    return fs::exists(status) && !fs::is_regular_file(status);
+}
+
+constexpr int most_names = 1000;
+
+std::string name_beside(const std::string& name, int number) {
+    const std::string ending = number == 0 ? ".part" : fmt::format(".part{}", number);
+    return shortened(name, ending.size()) + ending;
+}
+
+[[noreturn]] void refuse(const char* option, const std::string& name, int error) {
+    throw usage_error(fmt::format("{} {}: {}", option, name, std::strerror(error)),
+                      error_place{option, name, 0, {}});
 }
 
 } // namespace
@@ -71,14 +88,29 @@ unfinished_file::unfinished_file(std::string at) : name(std::move(at)) {
         const std::filesystem::path target = std::filesystem::canonical(path_of(name), unknown);
         if (!unknown) name = target.string();
     }
-    temporary = name_beside(name);
-    if (!temporary.empty()) remember(temporary);
-    file = temporary.empty() ? open_file(name, 'w') : open_file(temporary, 'x');
-    if (!file) {
+    if (is_in_place(name)) {
+        file = open_file(name, 'w');
+        if (!file) error = errno;
+    } else if (error = refusal_to_write(name); error == 0) {
+        open_beside();
+    }
+}
+
+// Another program may take a name between the look at it and the opening: then the next one is tried.
+void unfinished_file::open_beside() {
+    std::error_code unknown;
+    for (int i = 0; i < most_names && !file; ++i) {
+        temporary = name_beside(name, i);
+        if (std::filesystem::exists(path_of(temporary), unknown)) continue;
+        remember(temporary);
+        file = open_file(temporary, 'x');
+        if (file) return;
         error = errno;
         forget(temporary);
-        temporary.clear();
+        if (error != EEXIST) break;
     }
+    if (error == 0) error = EEXIST;
+    temporary.clear();
 }
 
 unfinished_file::~unfinished_file() {
@@ -92,9 +124,13 @@ void unfinished_file::write(std::string_view text) {
     if (error == 0 && std::fwrite(text.data(), 1, text.size(), file) != text.size()) error = errno;
 }
 
-int unfinished_file::finish() {
+int unfinished_file::complete() {
     if (file && std::fclose(std::exchange(file, nullptr)) != 0 && error == 0) error = errno;
-    if (error != 0 || temporary.empty()) return error;
+    return error;
+}
+
+int unfinished_file::finish() {
+    if (complete() != 0 || temporary.empty()) return error;
     std::error_code problem;
     const std::filesystem::file_status old = std::filesystem::status(path_of(name), problem);
     if (std::filesystem::exists(old))
@@ -106,9 +142,26 @@ int unfinished_file::finish() {
     return 0;
 }
 
+void output_set::add(const char* option, const std::string& name, std::string_view text) {
+    part& added = parts.emplace_back(part{option, name, std::make_unique<unfinished_file>(name)});
+    added.file->write(text);
+    if (const int error = added.file->complete(); error != 0) refuse(option, name, error);
+}
+
+void output_set::finish() {
+    for (part& each : parts)
+        if (const int error = each.file->finish(); error != 0)
+            refuse(each.option, each.name, error);
+    parts.clear();
+}
+
 temporary_name::temporary_name(const std::string& output) {
-    temporary = name_beside(output + ".rows");
-    if (temporary.empty()) temporary = output + ".rows.part";
+    std::error_code unknown;
+    const std::string rows = shortened(output, 16) + ".rows";
+    for (int i = 0; i < most_names; ++i) {
+        temporary = name_beside(rows, i);
+        if (!std::filesystem::exists(path_of(temporary), unknown)) break;
+    }
     remember(temporary);
 }
 
@@ -117,14 +170,21 @@ temporary_name::~temporary_name() {
     forget(temporary);
 }
 
+void remove_unfinished_files() noexcept {
+    for (const slot& each : slots)
+        if (each.is_named) remove_file(each.name.data());
+}
+
 void remove_unfinished_files_when_interrupted() {
-    const auto take = [](int signal) {
-        if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);
+    const auto take = [](int signal) { // unless somebody else has
+        const auto before = std::signal(signal, remove_and_end);
+        if (before != SIG_DFL) std::signal(signal, before);
     };
-    take(SIGINT);
-    take(SIGTERM);
+    for (const int signal : {SIGINT, SIGTERM, SIGABRT, SIGSEGV, SIGFPE, SIGILL}) take(signal);
 #if defined(SIGHUP)
-    take(SIGHUP);
+    for (const int signal : {SIGHUP, SIGPIPE, SIGQUIT, SIGBUS, SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2})
+        take(signal);
+    std::signal(SIGXFSZ, SIG_IGN);
 #endif
 }
 
@@ -139,11 +199,9 @@ void refuse_inputs_as_output(const std::vector<std::string>& inputs, const std::
 }
 
 void write_output(const std::string& output, std::string_view text) {
-    unfinished_file file(output);
-    file.write(text);
-    if (const int error = file.finish(); error != 0)
-        throw usage_error(fmt::format("--output {}: {}", output, std::strerror(error)),
-                          error_place{"--output", output, 0, {}});
+    output_set single;
+    single.add("--output", output, text);
+    single.finish();
 }
 
 } // namespace qmx_study

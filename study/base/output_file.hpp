@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,7 +10,8 @@
 namespace qmx_study {
 
 // Written under another name beside its own and renamed by finish(). Without that, whatever stood under
-// the name stays as it was. What is no regular file (a device, a pipe) is written in place.
+// the name stays as it was; a file that may not be written is not replaced either. What is no regular
+// file (a device, a pipe) is written in place.
 class unfinished_file {
 public:
     explicit unfinished_file(std::string name);
@@ -18,14 +20,34 @@ public:
     unfinished_file& operator=(const unfinished_file&) = delete;
 
     void write(std::string_view text);
-    // The error number of the first failure, 0 where the file stands under its name now.
-    int finish();
+    // All three give the error number of the first failure, 0 where there was none.
+    int complete(); // all is written, under the other name
+    int finish();   // complete, and under its name
+    int failure() const { return error; }
 
 private:
     std::string name;
     std::string temporary; // "" for what is written in place
     std::FILE* file = nullptr;
     int error = 0;
+
+    void open_beside();
+};
+
+// Several files that come to their names together, once all of them are complete.
+class output_set {
+public:
+    // option: that names the file, for messages. Both throw usage_error.
+    void add(const char* option, const std::string& name, std::string_view text);
+    void finish();
+
+private:
+    struct part {
+        const char* option;
+        std::string name;
+        std::unique_ptr<unfinished_file> file;
+    };
+    std::vector<part> parts;
 };
 
 // A free name beside another, for what is written by somebody else on the way to it. Whatever stands under
@@ -43,8 +65,12 @@ private:
     std::string temporary;
 };
 
-// An interrupt (Ctrl-C), a hang-up or a request to end takes unfinished files away first.
+// An interrupt (Ctrl-C), a hang-up, a request to end, a reader that has gone and whatever else may end a
+// program from outside takes unfinished files away first. A file that grows beyond what the system allows
+// is an error of writing.
 void remove_unfinished_files_when_interrupted();
+// The same at once. Allocates nothing.
+void remove_unfinished_files() noexcept;
 
 // Throws usage_error when the output is one of the inputs.
 void refuse_inputs_as_output(const std::vector<std::string>& inputs, const std::string& output);

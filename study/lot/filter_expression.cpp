@@ -123,10 +123,9 @@ bool condition(const node& at, const reader& row) {
     if (at.what == operation::negation) return !condition(at.operands[0], row);
     if (at.what == operation::conjunction || at.what == operation::disjunction) {
         const bool settles = at.what == operation::disjunction;
-        return condition(at.operands[0], row) == settles ||
-                       condition(at.operands[1], row) == settles
-                   ? settles
-                   : !settles;
+        for (const node& operand : at.operands)
+            if (condition(operand, row) == settles) return settles;
+        return !settles;
     }
     std::vector<filter_value> values;
     for (const node& operand : at.operands) {

@@ -18,7 +18,8 @@ using node = filter_expression::node;
 using operation = filter_expression::operation;
 using namer = std::function<filter_expression::column(std::string_view)>;
 
-constexpr int deepest = 200; // parentheses within parentheses
+constexpr int deepest = 200;     // parentheses within parentheses
+constexpr int most_signs = 1000; // of arithmetic, which nest as deep
 
 enum class token_kind { end, word, quoted_name, text, number, sign };
 
@@ -142,12 +143,24 @@ private:
     tokens next;
     const namer& column_named;
     int depth = 0;
+    int signs = 0;
 
-    static node make(operation what, std::vector<node> operands) {
+    template <class... Nodes> static node make(operation what, Nodes... operands) {
         node result{};
         result.what = what;
-        result.operands = std::move(operands);
+        result.operands.reserve(sizeof...(operands));
+        (result.operands.push_back(std::move(operands)), ...);
         return result;
+    }
+    // Conditions in a row are one node, however many there are.
+    static node joined(operation what, node left, node right) {
+        if (left.what != what) return make(what, std::move(left), std::move(right));
+        left.operands.push_back(std::move(right));
+        return left;
+    }
+    node of_numbers(operation what, node left, node right) {
+        if (++signs > most_signs) refuse("it is nested too deep");
+        return make(what, std::move(left), std::move(right));
     }
     static node as_condition(node candidate) {
         if (!candidate.is_condition())
@@ -166,16 +179,18 @@ private:
 
     node disjunction() {
         node left = conjunction();
-        while (next.take_word("OR"))
-            left = make(operation::disjunction,
-                        {as_condition(std::move(left)), as_condition(conjunction())});
+        while (next.take_word("OR")) {
+            left = as_condition(std::move(left));
+            left = joined(operation::disjunction, std::move(left), as_condition(conjunction()));
+        }
         return left;
     }
     node conjunction() {
         node left = negation();
-        while (next.take_word("AND"))
-            left = make(operation::conjunction,
-                        {as_condition(std::move(left)), as_condition(negation())});
+        while (next.take_word("AND")) {
+            left = as_condition(std::move(left));
+            left = joined(operation::conjunction, std::move(left), as_condition(negation()));
+        }
         return left;
     }
     node negation() {
@@ -183,57 +198,62 @@ private:
         if (++depth > deepest) refuse("it is nested too deep");
         node inner = as_condition(negation());
         --depth;
-        return make(operation::negation, {std::move(inner)});
+        return make(operation::negation, std::move(inner));
     }
 
     node comparison() {
         node left = sum();
-        static constexpr std::pair<std::string_view, operation> signs[] = {
+        static constexpr std::pair<std::string_view, operation> comparisons[] = {
             {"=", operation::equal},          {"==", operation::equal},
             {"<>", operation::unequal},       {"!=", operation::unequal},
             {"<", operation::less},           {"<=", operation::less_equal},
             {"=<", operation::less_equal},    {">", operation::greater},
             {">=", operation::greater_equal}, {"=>", operation::greater_equal}};
-        for (const auto& [sign, what] : signs)
-            if (next.take_sign(sign))
-                return of_one_type(make(what, {as_value(std::move(left)), as_value(sum())}));
+        for (const auto& [sign, what] : comparisons)
+            if (next.take_sign(sign)) {
+                left = as_value(std::move(left));
+                return of_one_type(make(what, std::move(left), as_value(sum())));
+            }
         if (next.take_word("IS")) {
             const bool is_denied = next.take_word("NOT");
             if (!next.take_word("NULL")) next.refuse_here("NULL");
-            node test = make(operation::is_null, {as_value(std::move(left))});
-            return is_denied ? make(operation::negation, {std::move(test)}) : test;
+            node test = make(operation::is_null, as_value(std::move(left)));
+            return is_denied ? make(operation::negation, std::move(test)) : test;
         }
         const bool is_denied = next.take_word("NOT");
-        node test = left;
+        node test{};
         if (next.take_word("IN")) {
             test = list_test(std::move(left));
         } else if (next.take_word("BETWEEN")) {
             node lowest = sum();
             if (!next.take_word("AND")) next.refuse_here("AND");
+            left = as_value(std::move(left));
+            lowest = as_value(std::move(lowest));
             test = of_one_type(
-                make(operation::between,
-                     {as_value(std::move(left)), as_value(std::move(lowest)), as_value(sum())}));
+                make(operation::between, std::move(left), std::move(lowest), as_value(sum())));
         } else if (next.is_word("LIKE") || next.is_word("ILIKE")) {
             test = pattern_test(std::move(left));
-        } else if (is_denied) {
-            next.refuse_here("IN, BETWEEN or LIKE");
+        } else {
+            if (is_denied) next.refuse_here("IN, BETWEEN or LIKE");
+            return left;
         }
         // A test holds only where no value is missing; its denial is the opposite of that.
-        return is_denied ? make(operation::negation, {std::move(test)}) : test;
+        return is_denied ? make(operation::negation, std::move(test)) : test;
     }
     node list_test(node left) {
-        std::vector<node> operands{as_value(std::move(left))};
+        node test = make(operation::in, as_value(std::move(left)));
         if (!next.take_sign("(")) next.refuse_here("a list in parentheses");
         do {
-            operands.push_back(as_value(sum()));
+            test.operands.push_back(as_value(sum()));
         } while (next.take_sign(","));
         if (!next.take_sign(")")) next.refuse_here("\")\"");
-        return of_one_type(make(operation::in, std::move(operands)));
+        return of_one_type(std::move(test));
     }
     node pattern_test(node left) {
         const operation what = next.is_word("LIKE") ? operation::like : operation::ilike;
         next.advance();
-        node test = make(what, {as_value(std::move(left)), as_value(sum())});
+        left = as_value(std::move(left));
+        node test = make(what, std::move(left), as_value(sum()));
         for (const node& operand : test.operands)
             if (operand.type == filter_type::number) refuse("LIKE compares texts, not numbers");
         if (next.take_word("ESCAPE")) {
@@ -271,8 +291,9 @@ private:
             const bool adds = next.is_sign("+");
             if (!adds && !next.is_sign("-")) return left;
             next.advance();
-            left = make(adds ? operation::plus : operation::minus,
-                        {as_number(std::move(left)), as_number(product())});
+            left = as_number(std::move(left));
+            left = of_numbers(adds ? operation::plus : operation::minus, std::move(left),
+                              as_number(product()));
         }
     }
     node product() {
@@ -286,7 +307,8 @@ private:
             else if (!next.is_sign("*"))
                 return left;
             next.advance();
-            left = make(what, {as_number(std::move(left)), as_number(factor())});
+            left = as_number(std::move(left));
+            left = of_numbers(what, std::move(left), as_number(factor()));
         }
     }
     node factor() {
@@ -294,7 +316,7 @@ private:
             if (++depth > deepest) refuse("it is nested too deep");
             node inner = as_number(factor());
             --depth;
-            return make(operation::negative, {std::move(inner)});
+            return make(operation::negative, std::move(inner));
         }
         if (next.take_sign("(")) {
             if (++depth > deepest) refuse("it is nested too deep");

@@ -47,8 +47,12 @@ public:
 
     lot build() {
         if (source.rows > 0) {
-            result.points.reserve(static_cast<std::size_t>(source.rows));
-            result.records.reserve(static_cast<std::size_t>(source.rows));
+            // The lines of a text were counted; of other formats it is the file that promises so many.
+            constexpr std::int64_t most_on_trust = 1 << 20;
+            const auto expected = static_cast<std::size_t>(
+                source.is_delimited ? source.rows : std::min(source.rows, most_on_trust));
+            result.points.reserve(expected);
+            result.records.reserve(expected);
         }
         source.rewind_for(columns_asked_for(), choice.from_geometry);
         while (source.next()) {
@@ -57,6 +61,10 @@ public:
                            static_cast<double>(source.record()), static_cast<double>(source.rows));
             take_row();
         }
+        if (!source.is_delimited && source.rows > source.record())
+            result.notes.push_back(fmt::format(
+                "{} promises {} records and holds {}: some were deleted in it, or it is damaged.",
+                source.file, source.rows, source.record()));
         result.rows_read = source.record() + further_points;
         settle_value();
         settle_filters();

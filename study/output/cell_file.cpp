@@ -42,6 +42,16 @@ void refuse_streams(const reading_options& options) {
                               {"--cells", file, 0, {}});
 }
 
+// The cells' records are counted in the file as the report read it.
+void refuse_other_files(const lot_report& report, table_source& source) {
+    std::size_t part = 0;
+    for (const marked_input& input : report.answer.inputs)
+        if (input.role == "points" && part < source.part_count() &&
+            source.mark_of_part(part++).sha256 != input.mark.sha256)
+            throw usage_error(fmt::format("{}: {}", input.file, changed_while_read),
+                              {"--cells", input.file, 0, {}});
+}
+
 // The side of a cell, 0 where it is not known.
 double metres_of_cell(const road_answer& road, const std::string& unit) {
     if (!road.lattice.is_lattice) return 0;
@@ -98,6 +108,7 @@ void write_cells(const std::string& output, const lot_report& report, progress& 
         check_output_name(output);
         refuse_streams(options);
         opened_table table = open_table(options, shown);
+        refuse_other_files(report, *table.source);
         const leading_columns leading = columns_of(report, *table.source);
         write_rows(*table.source, report.cells.records, leading, table.survey, output, shown);
     } catch (const usage_error& error) { // tables know one option alone

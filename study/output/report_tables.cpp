@@ -205,6 +205,10 @@ std::string csv_of(const named_table& table) {
     throw usage_error(fmt::format("--tables {}: {}", folder, reason), {"--tables", folder, 0, {}});
 }
 
+std::string file_of_table(const std::string& folder, const std::string& name) {
+    return (path_of(folder) / (name + ".csv")).string();
+}
+
 } // namespace
 
 std::vector<named_table> tables_of(const json& document) {
@@ -226,24 +230,34 @@ std::vector<named_table> tables_of(const json& document) {
     return tables;
 }
 
-void write_report_tables(const std::string& folder, const json& document) {
+void add_report_tables(output_set& files, const std::string& folder, const json& document) {
     namespace fs = std::filesystem;
     std::error_code problem;
     fs::create_directories(path_of(folder), problem);
     if (problem) refuse_folder(folder, problem.message());
+    for (const named_table& table : tables_of(document))
+        files.add("--tables", file_of_table(folder, table.name), csv_of(table));
+}
+
+void remove_old_tables(const std::string& folder, const json& document) {
     const std::vector<named_table> tables = tables_of(document);
-    const auto file_of = [&](const std::string& name) {
-        return (path_of(folder) / (name + ".csv")).string();
-    };
     const auto remove_if_old = [&](const std::string& name) {
         const auto has_name = [&](const named_table& table) { return table.name == name; };
-        if (std::none_of(tables.begin(), tables.end(), has_name))
-            fs::remove(path_of(file_of(name)), problem);
-        if (problem) refuse_folder(folder, file_of(name) + ": " + problem.message());
+        if (std::any_of(tables.begin(), tables.end(), has_name)) return;
+        const std::string file = file_of_table(folder, name);
+        std::error_code problem;
+        std::filesystem::remove(path_of(file), problem);
+        if (problem) refuse_folder(folder, file + ": " + problem.message());
     };
     remove_if_old(rows_by_fate);
     for (const table_place& each : table_places) remove_if_old(each.name);
-    for (const named_table& table : tables) write_output(file_of(table.name), csv_of(table));
+}
+
+void write_report_tables(const std::string& folder, const json& document) {
+    output_set files;
+    add_report_tables(files, folder, document);
+    files.finish();
+    remove_old_tables(folder, document);
 }
 
 } // namespace qmx_study

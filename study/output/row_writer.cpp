@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include <fmt/format.h>
+
+#include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
 #include "study/output/table_writer.hpp"
 
@@ -25,6 +28,10 @@ void for_each_record(table_source& source, const std::vector<std::int64_t>& reco
         while (wanted != records.end() && *wanted == source.record()) ++wanted; // several points
         use(static_cast<std::size_t>(first), static_cast<std::size_t>(wanted - records.begin()));
     }
+    source.refuse_if_changed();
+    if (wanted != records.end())
+        throw usage_error(fmt::format("{}: record {} cannot be read again", source.file, *wanted),
+                          {{}, source.file, 0, {}});
 }
 
 // A column of a text is one of numbers where no field that is written says anything else.

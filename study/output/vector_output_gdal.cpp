@@ -1,8 +1,10 @@
 #include "study/output/vector_output.hpp"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <new>
 #include <optional>
 #include <vector>
 
@@ -40,9 +42,20 @@ const char* ending_of(vector_format format) {
     return "";
 }
 
+// Some of GDAL's libraries leave out what they find no memory for, and say nothing of it: but the C
+// library leaves a mark.
+class memory_watch {
+public:
+    memory_watch() { errno = 0; }
+    void check() const {
+        if (errno == ENOMEM) throw std::bad_alloc();
+    }
+};
+
 [[noreturn]] void refuse(const std::string& output) {
-    throw usage_error(fmt::format("--output {}: {}", output, CPLGetLastErrorMsg()),
-                      error_place{"--output", output, 0, {}});
+    throw usage_error(
+        fmt::format("--output {}: it cannot be written: {}", output, CPLGetLastErrorMsg()),
+        error_place{"--output", output, 0, {}});
 }
 
 std::string stem_of(const std::string& output) {
@@ -202,11 +215,13 @@ vector_output::vector_output(vector_format format, const table_layout& layout,
         now->settings.push_back(
             std::make_unique<gdal_setting>("OGR_CURRENT_DATE", layout.time_stamp.c_str()));
     CPLErrorReset();
+    const memory_watch watch;
     GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName(driver_of(format));
     now->dataset.reset(driver->Create(now->file.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
     if (!now->dataset) refuse(output);
     now->make_layer(format);
     now->dataset->StartTransaction(); // where there is such a thing
+    watch.check();
 }
 
 vector_output::~vector_output() {
@@ -216,8 +231,10 @@ vector_output::~vector_output() {
 }
 
 void vector_output::text(std::size_t column, std::string_view value) {
+    const memory_watch watch;
     if (const int field = now->fields[column]; field >= 0)
         now->feature->SetField(field, std::string(value).c_str());
+    watch.check();
 }
 
 void vector_output::integer(std::size_t column, std::int64_t value) {
@@ -232,22 +249,26 @@ void vector_output::real(std::size_t column, double value) {
 }
 
 void vector_output::end_row() {
+    const memory_watch watch;
     if (!std::isnan(now->x) && !std::isnan(now->y)) {
         const OGRPoint point(now->x, now->y);
         now->feature->SetGeometry(&point);
     }
     if (now->layer->CreateFeature(now->feature.get()) != OGRERR_NONE) refuse(now->output);
     now->feature.reset(new OGRFeature(now->layer->GetLayerDefn()));
+    watch.check();
     now->x = now->y = std::numeric_limits<double>::quiet_NaN();
 }
 
 void vector_output::write_to(byte_output& bytes) {
     CPLErrorReset();
+    const memory_watch watch;
     now->dataset->CommitTransaction();
     now->feature.reset();
     const bool takes_styles = EQUAL(now->dataset->GetDriverName(), "GPKG");
     if (takes_styles && !now->layout.styles.empty()) now->store_styles();
     now->dataset.reset();
+    watch.check();
     if (CPLGetLastErrorType() >= CE_Failure) refuse(now->output);
     if (now->on_disk) return now->copy_from_disk(bytes);
     vsi_l_offset size = 0;

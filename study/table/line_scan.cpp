@@ -22,9 +22,13 @@ std::vector<opening_record> opening_of(text_records& records, const text_layout&
     records.separator = '\0';
     records.columns = 0;
     records.rewind();
-    while (opening.size() < opening_records && records.next())
-        if (records.first_line >= layout.header_line)
-            opening.push_back({std::string(records.text), records.first_line, records.has_quotes});
+    constexpr std::size_t enough_text = std::size_t{1} << 26;
+    std::size_t kept = 0;
+    while (opening.size() < opening_records && kept < enough_text && records.next()) {
+        if (records.first_line < layout.header_line) continue;
+        opening.push_back({std::string(records.text), records.first_line, records.has_quotes});
+        kept += records.text.size();
+    }
     return opening;
 }
 

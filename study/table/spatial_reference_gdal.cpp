@@ -1,5 +1,7 @@
 #include "study/table/ogr_reference.hpp"
 
+#include <new>
+
 #include <cpl_conv.h>
 #include <cpl_error.h>
 #include <gdal.h>
@@ -7,6 +9,17 @@
 #include "study/base/number_text.hpp"
 
 namespace qmx_study {
+
+namespace {
+
+// Where GDAL finds no memory for something small it ends the program, unless this ends it before.
+void CPL_STDCALL keep_error(CPLErr severity, CPLErrorNum number, const char* message) {
+    const std::new_handler lack_of_memory = std::get_new_handler();
+    if (severity == CE_Fatal && number == CPLE_OutOfMemory && lack_of_memory) lack_of_memory();
+    CPLQuietErrorHandler(severity, number, message);
+}
+
+} // namespace
 
 spatial_reference::spatial_reference(std::unique_ptr<description> known) : of(std::move(known)) {}
 spatial_reference::~spatial_reference() = default;
@@ -37,7 +50,7 @@ std::string spatial_reference::length_unit() const {
 
 void prepare_gdal() {
     static const bool is_ready = [] {
-        CPLSetErrorHandler(CPLQuietErrorHandler);
+        CPLSetErrorHandler(keep_error);
         // Reading a packed file would else leave FILE.gz.properties beside it.
         CPLSetConfigOption("CPL_VSIL_GZIP_WRITE_PROPERTIES", "NO");
         GDALAllRegister();

@@ -170,6 +170,12 @@ file_mark table_file::mark() {
     return records ? records->mark(file) : mark_of_file(file);
 }
 
+void table_file::refuse_if_changed() const {
+    if (records) return records->refuse_if_changed(file);
+    if (vector->is_changed())
+        throw usage_error(fmt::format("{}: {}", file, changed_while_read), {{}, file, 0, {}});
+}
+
 std::string table_file::place(std::int64_t record) const {
     return fmt::format("{} {}", is_delimited ? "line" : "record", line_of(record));
 }

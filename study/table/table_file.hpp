@@ -52,6 +52,8 @@ public:
 
     // Of the file's bytes, those of a stream too. rewind() afterwards.
     file_mark mark();
+    // For who stops before the last record. Throws usage_error where the file was changed since it was opened.
+    void refuse_if_changed() const;
 
     // Where a record stands, for messages: "line 52" of a text, "record 51" of anything else.
     std::int64_t line_of(std::int64_t record) const;

@@ -75,6 +75,11 @@ public:
     // Of the bytes of a file of the lot. rewind() afterwards.
     file_mark mark_of_part(std::size_t index) { return parts[index].table->mark(); }
 
+    // For who stops before the last record. Throws usage_error where a file was changed.
+    void refuse_if_changed() const {
+        for (const joined_file& each : parts) each.table->refuse_if_changed();
+    }
+
     // Where a record stands: its file, the line of a text (of anything else the record in the file),
     // and both for messages: "line 52", "day2.csv, line 52".
     std::size_t part_of(std::int64_t record) const;

@@ -37,6 +37,7 @@ struct text_input::state {
         void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
     std::unique_ptr<std::FILE, closer> file;
+    file_stamp stamp;    // of the file as it was opened
     std::string refusal; // why nothing of it can be read
     bool is_packed = false;
     z_stream unpacker{};
@@ -59,7 +60,10 @@ struct text_input::state {
 
     std::size_t plain(char* to, std::size_t size, std::string& trouble) const {
         const std::size_t got = std::fread(to, 1, size, file.get());
-        if (got < size && std::ferror(file.get())) trouble = std::strerror(errno);
+        if (got < size && std::ferror(file.get()))
+            trouble = std::strerror(errno);
+        else if (got < size && stamp_of_stream(file.get()) != stamp)
+            trouble = changed_while_read;
         return got;
     }
 
@@ -145,15 +149,19 @@ namespace {
 
 // A pipe cannot be read twice: its bytes are kept in a file that goes when it is closed.
 std::FILE* spooled(std::FILE* pipe, std::string& trouble) {
-    std::FILE* const kept = open_temporary_file();
+    constexpr const char* full =
+        "the disk is full where temporary files are kept; name a folder with "
+        "more space in the environment variable TMPDIR";
     std::string block(packed_block, '\0');
-    const char* reason = kept ? nullptr : "there is no place for a temporary file to keep it in";
+    std::FILE* const kept = open_temporary_file();
+    const char* reason =
+        kept ? nullptr
+             : "there is no place for a temporary file to keep it in; name a folder "
+               "in the environment variable TMPDIR";
     while (const std::size_t got = reason ? 0 : std::fread(block.data(), 1, block.size(), pipe))
-        if (std::fwrite(block.data(), 1, got, kept) != got)
-            reason = "the disk is full where temporary files are kept";
+        if (std::fwrite(block.data(), 1, got, kept) != got) reason = full;
     if (!reason && std::ferror(pipe)) reason = "it could not be read to its end";
-    if (!reason && std::fflush(kept) != 0)
-        reason = "the disk is full where temporary files are kept";
+    if (!reason && std::fflush(kept) != 0) reason = full;
     if (!reason) return kept;
     trouble = reason;
     if (kept) std::fclose(kept);
@@ -185,6 +193,10 @@ std::FILE* opened(const std::string& path, std::string& trouble) {
     return file;
 }
 
+[[noreturn]] void refuse_changed(const std::string& file) {
+    throw usage_error(fmt::format("{}: {}", file, changed_while_read), {{}, file, 0, {}});
+}
+
 // A packed file whose first two bytes are damaged would be taken for a text.
 bool is_damaged_start(const std::string& path, std::string_view start) {
     return path.size() > 3 && path.ends_with(".gz") &&
@@ -206,6 +218,9 @@ text_input::text_input(const std::string& path) : now(std::make_unique<state>())
     std::rewind(now->file.get());
     char first[64];
     const std::string_view start(first, std::fread(first, 1, sizeof first, now->file.get()));
+    if (std::ferror(now->file.get()))
+        now->refusal = std::strerror(errno); // packed or not: not known
+    now->stamp = stamp_of_stream(now->file.get());
     now->is_packed = start.starts_with("\x1F\x8B");
     if (!now->is_packed && is_damaged_start(path, start)) now->refusal = damaged;
     if (now->is_packed) {
@@ -258,8 +273,13 @@ std::size_t text_input::read(char* to, std::size_t size) {
 
 file_mark text_input::mark(const std::string& file) {
     const file_mark found = mark_of_stream(now->file.get(), file);
+    if (stamp_of_stream(now->file.get()) != now->stamp) refuse_changed(file);
     rewind();
     return found;
+}
+
+void text_input::refuse_if_changed(const std::string& file) const {
+    if (is_open() && stamp_of_stream(now->file.get()) != now->stamp) refuse_changed(file);
 }
 
 std::string whole_text(const std::string& file) {

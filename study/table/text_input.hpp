@@ -24,6 +24,8 @@ public:
     std::size_t read(char* to, std::size_t size);
     // Of the bytes as they came, packed or not. Afterwards the text starts anew. file: for messages.
     file_mark mark(const std::string& file);
+    // Reading to the end tells so by itself; for who stops before. Throws usage_error.
+    void refuse_if_changed(const std::string& file) const;
 
     std::string failure; // why reading ended before the end of the file; empty if it did not
 

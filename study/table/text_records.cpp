@@ -14,6 +14,10 @@ namespace qmx_study {
 namespace {
 
 constexpr std::size_t block_size = std::size_t{1} << 20;
+// Of the first block: most that a small file takes.
+constexpr std::size_t first_piece = std::size_t{1} << 14;
+// That of a table has a thousandth of it.
+constexpr std::size_t longest_record = std::size_t{1} << 26;
 constexpr std::int64_t most_lines_of_a_field = 100; // more than a person writes into one
 
 bool is_separator(char c, char separator) {
@@ -91,10 +95,16 @@ void text_records::rewind() {
 void text_records::refill() {
     const bool is_first = lines == 0 && rest.empty();
     const std::size_t kept = rest.size();
-    if (kept > 0) std::memmove(buffer.data(), rest.data(), kept);
-    if (buffer.size() < kept + block_size) buffer.resize(kept + block_size);
-    const std::size_t got = file.read(buffer.data() + kept, block_size);
-    is_at_end = got < block_size;
+    if (kept > 0 && rest.data() != buffer.data()) std::memmove(buffer.data(), rest.data(), kept);
+    std::size_t got = 0;
+    is_at_end = false;
+    while (got < block_size && !is_at_end) {
+        const std::size_t piece = buffer.empty() ? first_piece : block_size - got;
+        if (buffer.size() < kept + got + piece) buffer.resize(kept + got + piece);
+        const std::size_t taken = file.read(buffer.data() + kept + got, piece);
+        is_at_end = taken < piece;
+        got += taken;
+    }
     rest = {buffer.data(), kept + got};
     const std::string_view fresh = rest.substr(kept);
     has_returns = has_returns || holds(fresh, '\r');
@@ -110,6 +120,15 @@ bool text_records::next_line(std::string_view& line) {
         length = rest.size() == searched ? std::string_view::npos : rest.find(line_end, searched);
         if (length != std::string_view::npos || is_at_end) break;
         searched = rest.size();
+        if (searched > longest_record) {
+            ++lines;
+            fault_at = lines;
+            fault_text =
+                fmt::format("the line has more than {} MB: this is no table, or its line ends "
+                            "are lost",
+                            longest_record >> 20);
+            return false;
+        }
         refill();
     }
     if (length == std::string_view::npos) {
@@ -164,13 +183,16 @@ bool text_records::join_lines() {
     joined.assign(text);
     for (std::string_view line;;) {
         if (!next_line(line))
-            return refuse(file.failure.empty() ? "it is not closed before the end of the file"
+            return fault_text.empty() &&
+                   refuse(file.failure.empty() ? "it is not closed before the end of the file"
                                                : "");
         const line_end_state end = end_of(line, separator, place_in_field::quoted);
         if (is_row(line.substr(0, end.closed_at)))
             return refuse(fmt::format("it takes in line {}, which is a row of its own", lines));
         joined += '\n';
         joined += line;
+        if (joined.size() > longest_record)
+            return refuse(fmt::format("it is still open {} MB further on", longest_record >> 20));
         if (end.is_followed_by_text)
             return refuse(fmt::format("text follows where it is closed on line {}", lines));
         if (end.place != place_in_field::quoted) break;

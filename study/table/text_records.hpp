@@ -15,7 +15,7 @@ namespace qmx_study {
 
 // Yields the records of a file: lines, where those of an open quotation belong to one record. Empty
 // lines between records do not count. A line ends with a line feed, a carriage return or both; bytes
-// that are no UTF-8 are taken as Latin-1.
+// that are no UTF-8 are taken as Latin-1. A record that is longer than any table has ends the reading.
 class text_records {
 public:
     explicit text_records(const std::string& path) : file(path) {}
@@ -24,6 +24,7 @@ public:
     void rewind();
     bool next(); // false after the last record
     file_mark mark(const std::string& name) { return file.mark(name); } // rewind() afterwards
+    void refuse_if_changed(const std::string& name) const { file.refuse_if_changed(name); }
 
     std::string_view text; // of the record, valid until next(); its lines are joined by '\n'
     bool has_quotes = false;

@@ -32,6 +32,8 @@ public:
     bool next(); // false after the last record, and after a failure
     const std::string& failure() const { return reason; } // "" where there is none
 
+    bool is_changed() const; // whether the file is another than the one that was opened
+
     bool is_missing(int column) const;
     std::string_view text(int column) const; // valid until the next call, and until next()
     double number(int column) const;         // of a numeric column

@@ -1,6 +1,8 @@
 #include "study/table/vector_table.hpp"
 
 #include <algorithm>
+#include <cerrno>
+#include <new>
 
 #include <cpl_error.h>
 #include <cpl_string.h>
@@ -93,14 +95,19 @@ struct vector_table::state {
     GDALDatasetUniquePtr dataset;
     OGRLayer* layer = nullptr;
     OGRFeatureUniquePtr feature;
+    std::string file;
+    file_stamp stamp;
     shape converted;
 };
 
 vector_table::vector_table(const std::string& file, const std::string& layer)
     : now(std::make_unique<state>()) {
     refuse_damaged_gzip(file);
+    now->file = file;
+    now->stamp = stamp_of_file(file);
     prepare_gdal();
     CPLErrorReset();
+    errno = 0;
     now->dataset.reset(GDALDataset::Open(path_for_gdal(file).c_str(), GDAL_OF_VECTOR));
     if (!now->dataset) refuse_unknown_format(file, CPLGetLastErrorMsg());
     format_name = now->dataset->GetDriver()->GetDescription();
@@ -112,6 +119,7 @@ vector_table::vector_table(const std::string& file, const std::string& layer)
                                type_of(definition.GetFieldDefn(i)->GetType())});
     is_spatial = now->layer->GetGeomType() != wkbNone && definition.GetGeomFieldCount() > 0;
     reference = copy_of(now->layer->GetSpatialRef());
+    if (errno == ENOMEM) throw std::bad_alloc();
 }
 
 vector_table::~vector_table() = default;
@@ -134,10 +142,17 @@ void vector_table::rewind_for(const std::vector<int>& wanted, bool with_geometry
 
 bool vector_table::next() {
     CPLErrorReset();
+    errno = 0;
     now->feature.reset(now->layer->GetNextFeature());
+    if (errno == ENOMEM) throw std::bad_alloc(); // a part of it may be left out
     if (now->feature) return true;
     if (CPLGetLastErrorType() >= CE_Failure) reason = CPLGetLastErrorMsg();
+    if (is_changed()) reason = changed_while_read;
     return false;
+}
+
+bool vector_table::is_changed() const {
+    return stamp_of_file(now->file) != now->stamp;
 }
 
 bool vector_table::is_missing(int column) const {

@@ -37,6 +37,10 @@ bool vector_table::next() {
     return false;
 }
 
+bool vector_table::is_changed() const {
+    return false; // all of it is in memory
+}
+
 bool vector_table::is_missing(int column) const {
     return now->table.is_missing(column);
 }

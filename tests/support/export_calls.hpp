@@ -16,8 +16,11 @@ struct export_call {
 // spot tests, an alignment and an outline about it.
 class ordinary_lot {
 public:
-    explicit ordinary_lot(unsigned seed) : random_(seed) {
-        const int count = 600 + static_cast<int>(random_() % 2200); // at least 100 a pass
+    // Without a count some hundreds, at least 100 a pass.
+    explicit ordinary_lot(unsigned seed, int points = 0) : random_(seed) {
+        const int some = 600 + static_cast<int>(random_() % 2200);
+        const int count = points > 0 ? points : some;
+        indices_.resize(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
             const double x = 0.3 * (i % 50) + 0.05 * unit(), y = 0.9 * (i / 50) + 0.05 * unit();
             const double value = 60 + 8 * std::sin(0.2 * x) + 5 * std::cos(0.3 * y) + 4 * unit();
@@ -100,7 +103,7 @@ private:
     std::vector<double> x_, y_, outline_x_, outline_y_;
     std::vector<float> abscissas_, ordinates_;
     std::vector<t_areaflt> areas_;
-    std::vector<int32_t> indices_ = std::vector<int32_t>(3000);
+    std::vector<int32_t> indices_;
     t_statsout statistics_ = {}, pass_statistics_ = {}, at_tests_[6] = {};
     t_gamvset_user settings_ = {};
     t_fitout fit_ = {};

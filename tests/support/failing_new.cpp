@@ -18,6 +18,16 @@ void* allocate(std::size_t bytes) noexcept {
     return memory;
 }
 
+#if !defined(_WIN32)
+void* allocate(std::size_t bytes, std::align_val_t alignment) noexcept {
+    if (watching && ++asked == failing) return nullptr;
+    const auto unit = static_cast<std::size_t>(alignment);
+    void* memory = std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit);
+    if (watching && memory != nullptr) ++kept;
+    return memory;
+}
+#endif
+
 void release(void* memory) noexcept {
     if (watching && memory != nullptr) --kept;
     std::free(memory);
@@ -43,6 +53,22 @@ void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
 void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
     return allocate(bytes);
 }
+// Windows gives back aligned memory by another function than malloc's: there it is not watched.
+#if !defined(_WIN32)
+void* operator new(std::size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return allocate(bytes, alignment);
+}
+void* operator new[](std::size_t bytes, std::align_val_t alignment,
+                     const std::nothrow_t&) noexcept {
+    return allocate(bytes, alignment);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+    release(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+    release(memory);
+}
+#endif
 void operator delete(void* memory) noexcept {
     release(memory);
 }

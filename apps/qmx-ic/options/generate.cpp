@@ -17,6 +17,7 @@
 #include "study/document/truth_document.hpp"
 #include "study/generate/generate_lot.hpp"
 #include "study/generate/lot_files.hpp"
+#include "text/printing.hpp"
 #include "text/progress_line.hpp"
 
 namespace qmx_terminal {
@@ -113,7 +114,7 @@ written_lot write_lot(const lot_settings& settings, const file_names& names) {
 
 void print_summary(const written_lot& lot, const lot_settings& settings, const file_names& names) {
     const auto line = [](const std::string& name, const std::string& what) {
-        fmt::print("{:<28} {}\n", name, what);
+        print_answer(fmt::format("{:<28} {}\n", name, what));
     };
     line(names.records, fmt::format("{} rows, {} of them without a sound value", lot.rows,
                                     lot.rows - lot.sound_rows));
@@ -133,7 +134,7 @@ void run(const generate_options& options) {
     truth_file.text(lot.truth.dump(2)).text("\n");
     truth_file.close();
     if (options.as_json) {
-        fmt::print("{}", text_of(lot.truth));
+        print_answer(text_of(lot.truth));
     } else {
         print_summary(lot, settings, names);
     }

@@ -39,12 +39,12 @@ void run(const init_options& options) {
     const std::string text = init_text(known, options.output == "-" ? "" : options.output, shown);
     shown.clear();
     if (options.output == "-") {
-        fmt::print("{}", text);
+        print_answer(text);
         return;
     }
     write_output(options.output, text);
-    fmt::print("{} is written: look through it, then run qmx-ic report --job {}\n", options.output,
-               options.output);
+    print_answer(fmt::format("{} is written: look through it, then run qmx-ic report --job {}\n",
+                             options.output, options.output));
 }
 
 } // namespace

@@ -104,13 +104,27 @@ void check(const job_settings& settings, bool as_json) {
         qmx_report::check(qmx_report::page_options{settings.language, settings.logo});
 }
 
-// A file, or standard output.
-void write_text(const std::string& output, const std::string& text) {
-    if (output == "-") {
-        fmt::print("{}", text);
-    } else if (!output.empty()) {
-        write_output(output, text);
-    }
+// What is no file is printed once the files stand.
+void write_outputs(const job_settings& settings, const lot_report& report, const json& document,
+                   progress& shown) {
+    output_set files;
+    std::string printed;
+    const auto add = [&](const char* option, const std::string& output, const std::string& text) {
+        if (output == "-") {
+            printed = text;
+        } else if (!output.empty()) {
+            files.add(option, output, text);
+        }
+    };
+    if (!settings.report.empty())
+        add("--output", settings.report,
+            qmx_report::page_of(document, report.cells, {settings.language, settings.logo}));
+    if (!settings.document.empty()) add("--document", settings.document, text_of(document));
+    if (!settings.tables.empty()) add_report_tables(files, settings.tables, document);
+    if (!settings.cells.empty()) write_cells(settings.cells, report, shown);
+    files.finish();
+    if (!settings.tables.empty()) remove_old_tables(settings.tables, document);
+    if (!printed.empty()) print_answer(printed);
 }
 
 // What was written, or how to get the page.
@@ -136,17 +150,12 @@ void run(const report_options& options) {
     progress shown(progress_line());
     const lot_report report = report_of(settings, shown);
     const json document = document_of(report.answer);
-    if (!settings.report.empty())
-        write_text(settings.report,
-                   qmx_report::page_of(document, report.cells, {settings.language, settings.logo}));
-    if (!settings.document.empty()) write_text(settings.document, text_of(document));
-    if (!settings.tables.empty()) write_report_tables(settings.tables, document);
-    if (!settings.cells.empty()) write_cells(settings.cells, report, shown);
+    write_outputs(settings, report, document, shown);
     shown.clear();
     const bool is_taken =
         settings.report == "-" || settings.document == "-" || settings.cells == "-";
-    fmt::print(is_taken ? stderr : stdout, "{}",
-               options.as_json ? text_of(document) : report_text(document) + written(settings));
+    print_answer(options.as_json ? text_of(document) : report_text(document) + written(settings),
+                 is_taken ? stderr : stdout);
     if (options.exit_code && has_missed(report.answer)) throw target_not_met();
 }
 

@@ -11,6 +11,7 @@
 #include "study/analyses/library_events.hpp"
 #include "study/document/json.hpp"
 #include "study/lot/reading_options.hpp"
+#include "text/printing.hpp"
 
 namespace qmx_terminal {
 
@@ -39,7 +40,7 @@ void show(const Answer& answer, bool as_json, std::string (*text)(const Answer&)
     std::FILE* where = stdout;
     if constexpr (requires { answer.output; })
         if (answer.output == "-") where = stderr;
-    fmt::print(where, "{}", as_json ? qmx_study::text_of(document_of(answer)) : text(answer));
+    print_answer(as_json ? qmx_study::text_of(document_of(answer)) : text(answer), where);
     if constexpr (requires { answer.failure; }) end_failed(answer.failure);
 }
 
