@@ -15,7 +15,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=build/fuzz
 counts=$build/executions.tsv
 slice=${QMX_IC_FUZZ_SLICE:-100000} # executions between two entries of the counts
-export ASAN_OPTIONS=quarantine_size_mb=8:malloc_context_size=6:detect_stack_use_after_return=0:allocator_may_return_null=1
+export ASAN_OPTIONS=quarantine_size_mb=1:thread_local_quarantine_size_kb=64:malloc_context_size=1:detect_stack_use_after_return=0:allocator_may_return_null=1
 export UBSAN_OPTIONS=print_stacktrace=1
 
 # Longest input and executions to be reached.

@@ -175,10 +175,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     guarded<t_icdata> records(of.records);
     guarded<t_passbin> bins(of.limits);
     guarded<t_areaflt>& areas = area_block(of.areas);
-    response first(of), again(of);
+    response first(of);
     first.ask(of, records, bins, areas);
     check(of, first, areas);
+    if (!is_repeated(another)) return 0;
     call_another(another);
+    response again(of);
     again.ask(of, records, bins, areas);
     require<"two calls agree bit for bit">(first.status == again.status &&
                                            first.results.is_same_as(again.results));

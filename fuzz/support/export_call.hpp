@@ -52,6 +52,11 @@ private:
     }
 };
 
+// Whether an input is asked a second time: one in four is, so that the others take half the time.
+inline bool is_repeated(std::uint8_t another) {
+    return another % 4 == 0;
+}
+
 // A call of another export, sound or failing: a host calls them in any order, and what one leaves behind
 // changes no other.
 void call_another(std::uint8_t which);

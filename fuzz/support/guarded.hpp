@@ -10,7 +10,9 @@
 
 #include "support/property.hpp"
 
-#if defined(__has_feature)
+#if QMX_IC_FUZZ_ASAN // the library is watched, this is not
+#include <sanitizer/asan_interface.h>
+#elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #include <sanitizer/asan_interface.h>
 #define QMX_IC_FUZZ_ASAN 1

@@ -74,6 +74,7 @@ void check_selection(std::string_view routine, point_lists& points, std::uint8_t
     plain.resize(size, 0); // entries past them are 0
     require<"the selection is that of the plain predicate, ascending">(indices.is_same_as(plain));
 
+    if (!is_repeated(another)) return;
     call_another(another);
     const int32_t status_again =
         call(found_again.data(), indices_again.data(), event_again.record());
