@@ -21,13 +21,13 @@ export UBSAN_OPTIONS=print_stacktrace=1
 # Longest input and executions to be reached.
 declare -A longest=() wanted=()
 target() { longest[$1]=$2 wanted[$1]=$3; }
-target icdata_stats 400 10000000
-target compact_curve 200 10000000
-target polycurvefit 260 10000000
-target points_in_circle 400 10000000
-target points_in_polygon 500 10000000
-target pointsdata_stats 600 10000000
-target coverage 600 10000000
+target icdata_stats 250 10000000
+target compact_curve 160 10000000
+target polycurvefit 160 10000000
+target points_in_circle 200 10000000
+target points_in_polygon 250 10000000
+target pointsdata_stats 300 10000000
+target coverage 300 10000000
 target semivariogram 500 1000000
 target delimited_text 700 250000
 target number_text 80 250000
