@@ -202,10 +202,12 @@ void walk(const folded_grid& grid, const array_view<const t_icdata>& points, Hit
     }
 }
 
-// The number of matches kept at a time.
+// The number of matches kept at a time. There are no more than pairs.
 i64 capacity_for(const circle_matching& matching) {
     constexpr i64 few = 1 << 16;
-    return std::max(matching.points.extent, few);
+    const i64 points = std::max<i64>(matching.points.extent, 1);
+    const i64 tests = std::max<i64>(matching.tests.extent, 1);
+    return std::min(std::max(points, few), points * tests);
 }
 
 // Allocates the table for tests first to last - 1 and sets their starts.
