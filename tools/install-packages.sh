@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building, running and testing needs, on Debian 12. With "demo" only what the library
-# and its program need; without it also what the tests, the second compiler and the checks need.
+# and its program need; without it also what the tests, the second compiler and the checks need; with
+# "long" what the tests before a release need on top.
 set -euo pipefail
 
 packages=(g++ cmake ninja-build libblas-dev zlib1g-dev libgdal-dev libcli11-dev nlohmann-json3-dev libfmt-dev
@@ -17,6 +18,7 @@ if [ "${1:-}" != demo ]; then
   packages+=(debhelper dpkg-dev lintian pkgconf mono-mcs mono-runtime gfortran r-base-core make doxygen
              python3-sphinx furo python3-myst-parser)
 fi
+[ "${1:-}" != long ] || packages+=(cppcheck valgrind g++-12-multilib)
 
 missing=()
 for package in "${packages[@]}"; do

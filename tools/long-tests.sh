@@ -8,6 +8,7 @@
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
+tools/install-packages.sh long || exit 1
 parts=(levels 32-bit memory-sanitizer thread-sanitizer valgrind analysers coverage fuzz faults properties load quantiles)
 work=$PWD/build/long
 mkdir -p "$work"
