@@ -18,7 +18,7 @@ if [ "${1:-}" != demo ]; then
   packages+=(debhelper dpkg-dev lintian pkgconf mono-mcs mono-runtime gfortran r-base-core make doxygen
              python3-sphinx furo python3-myst-parser)
 fi
-[ "${1:-}" != long ] || packages+=(cppcheck valgrind g++-12-multilib)
+[ "${1:-}" != long ] || packages+=(cppcheck valgrind g++-multilib)
 
 missing=()
 for package in "${packages[@]}"; do
