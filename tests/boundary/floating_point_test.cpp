@@ -1,5 +1,5 @@
-// Hosts that unmask floating-point exceptions, or flush denormals, meet an ordinary library: ordinary
-// input raises none of invalid, divide-by-zero and overflow, and no call becomes slow.
+// Ordinary input raises none of invalid, divide-by-zero and overflow, which a host may look at afterwards;
+// where a host flushes denormals no call becomes slow.
 #include "support/export_calls.hpp"
 
 #include <cfenv>
@@ -11,7 +11,6 @@
 
 namespace {
 
-#if defined(__GLIBC__)
 constexpr int watched = FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW;
 
 TEST(FloatingPoint, OrdinaryLotsRaiseNoExceptions) {
@@ -23,16 +22,9 @@ TEST(FloatingPoint, OrdinaryLotsRaiseNoExceptions) {
             const int raised = std::fetestexcept(watched);
             EXPECT_EQ(status, 1) << call.name << ", lot " << seed;
             EXPECT_EQ(raised, 0) << call.name << ", lot " << seed;
-            if (raised != 0) continue; // would end the program
-            std::feclearexcept(FE_ALL_EXCEPT);
-            feenableexcept(watched);
-            const int32_t unmasked = call.run();
-            fedisableexcept(watched);
-            EXPECT_EQ(unmasked, status) << call.name;
         }
     }
 }
-#endif
 
 #if defined(__SSE2__)
 // Three tries each, since a busy machine makes any one of them slow.
