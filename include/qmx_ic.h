@@ -296,7 +296,8 @@ QMX_IC_API int32_t ICdata_stats(int32_t i_flag_pass, int32_t i_flag_below, int32
 
 /** Mean measure against pass number, with a fitted quadratic: how a layer gains with each pass.
  *
- * With N of 1 there is nothing to fit: the polynomial is 0.
+ * With N of 1 there is nothing to fit: the polynomial is 0, also where infinite values make the mean
+ * infinite or NaN.
  *
  * \param[in] i_maxpassno   highest pass number that the data may hold, at least 2; entries in
  *                          d_passmean

@@ -19,6 +19,16 @@ void mark(report_answer& answer, const char* role, const std::string& file) {
     if (!file.empty()) answer.inputs.push_back({role, file, mark_of_file(file)});
 }
 
+// A file of polygons is closed before its hash is taken: one that was changed meanwhile is refused.
+polygon_set read_marked(report_answer& answer, const char* role, const std::string& file) {
+    if (file.empty()) return {};
+    const file_stamp before = stamp_of_file(file);
+    polygon_set areas = read_polygons(file, "");
+    mark(answer, role, file);
+    refuse_if_changed(file, before);
+    return areas;
+}
+
 void mark_table(report_answer& answer, const char* role, loaded_lot& table) {
     table_source& source = *table.table.source;
     for (std::size_t k = 0; k < source.part_count(); ++k)
@@ -54,9 +64,10 @@ void draw(report_answer& answer, const char* role, polygon_set areas, const lot&
 void filter_by_place(const job_settings& settings, report_answer& answer, loaded_lot& lot) {
     const std::string& file = settings.filters.polygon;
     if (file.empty()) return;
+    const file_stamp before = stamp_of_file(file);
     keep_points_inside(lot, file);
-    mark(answer, "filter_polygon", file);
-    draw(answer, "filter_polygon", read_polygons(file, ""), lot.data);
+    draw(answer, "filter_polygon", read_marked(answer, "filter_polygon", file), lot.data);
+    refuse_if_changed(file, before);
     std::vector<std::int64_t> in_use;
     for (std::size_t i = 0; i < lot.data.records.size(); ++i)
         if (lot.data.without_value == 0 || !std::isnan(lot.data.points[i].d_val))
@@ -117,12 +128,10 @@ report_tables read_report_tables(const job_settings& settings, report_answer& an
             mark(answer, "tests", settings.tests);
         }
     }
-    if (!settings.area.empty()) tables.included = read_polygons(settings.area, "");
-    if (!settings.excluded_area.empty())
-        tables.excluded = read_polygons(settings.excluded_area, "");
-    mark(answer, "area", settings.area);
-    mark(answer, "excluded_area", settings.excluded_area);
+    tables.included = read_marked(answer, "area", settings.area);
+    tables.excluded = read_marked(answer, "excluded_area", settings.excluded_area);
     mark(answer, "job", settings.job_file);
+    if (settings.job_stamp) refuse_if_changed(settings.job_file, *settings.job_stamp);
     draw(answer, "area", tables.included, tables.lot.data);
     draw(answer, "excluded_area", tables.excluded, tables.lot.data);
     thin(answer);

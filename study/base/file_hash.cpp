@@ -93,6 +93,10 @@ file_stamp stamp_of_file(const std::string& file) {
     return {static_cast<std::int64_t>(bytes), 0, written.time_since_epoch().count()};
 }
 
+void refuse_if_changed(const std::string& file, const file_stamp& before) {
+    if (stamp_of_file(file) != before) refuse(file, changed_while_read);
+}
+
 file_mark mark_of_stream(std::FILE* opened, const std::string& file) {
     const file_stamp before = stamp_of_stream(opened);
     std::rewind(opened);

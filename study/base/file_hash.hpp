@@ -22,6 +22,8 @@ struct file_stamp {
 };
 file_stamp stamp_of_stream(std::FILE* opened);
 file_stamp stamp_of_file(const std::string& file); // all 0 where there is none
+// Throws usage_error where the file is not as it was.
+void refuse_if_changed(const std::string& file, const file_stamp& before);
 inline constexpr const char* changed_while_read =
     "the file was changed while it was being read; try again when it is complete";
 

@@ -322,7 +322,10 @@ job_settings job_from_text(const std::string& text, const std::string& file) {
 }
 
 job_settings read_job(const std::string& file) {
-    return job_from_text(contents_of(file), file);
+    const file_stamp before = stamp_of_file(file);
+    job_settings settings = job_from_text(contents_of(file), file);
+    settings.job_stamp = before;
+    return settings;
 }
 
 } // namespace qmx_study

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "study/base/file_hash.hpp"
 #include "study/job/thresholds.hpp"
 #include "study/lot/lot_filters.hpp"
 #include "study/lot/reading_options.hpp"
@@ -19,7 +20,8 @@ struct report_texts {
 };
 
 struct job_settings {
-    std::string job_file; // "" without one
+    std::string job_file;                // "" without one
+    std::optional<file_stamp> job_stamp; // of it as it was read
 
     reading_options reading; // files, columns, missing texts, coordinate system, --where
     trait_names traits;      // names of further columns; empty ones are found by their names

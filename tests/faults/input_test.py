@@ -25,6 +25,11 @@ def lengthen(file):
         opened.write(file.read_bytes()[-200:])
 
 
+def add_a_line(file):  # which changes the hash alone
+    with open(file, "ab") as opened:
+        opened.write(b"\n")
+
+
 def write_again(file):
     file.write_bytes(file.read_bytes()[::-1])
 
@@ -98,6 +103,11 @@ class Input(unittest.TestCase):
     def test_a_file_that_is_replaced_or_removed_is_read_as_it_was_opened(self):
         for change in (replace, os.remove):
             self.change_while_reading("stats", "lot.csv", change, ["lot.csv"], is_refused=change is os.remove)
+
+    def test_hashes_are_those_of_the_areas_and_jobs_that_were_read(self):
+        for file in ("lot-alignment.csv", "job.toml"):
+            with self.subTest(file):
+                self.change_while_reading("report", file, add_a_line, [*CHANGED, file])
 
     def test_cells_are_those_of_the_file_that_the_report_read(self):
         self.change_while_reading("report", "lot.csv", replace, ["lot.csv"])
