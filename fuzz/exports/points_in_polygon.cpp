@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     int32_t vertices = shape % 40;
     if (shape >= 240) {
         seeded random(input.bits<std::uint32_t>());
-        add_star(random, vertices = 3 + random.below(400), x, y);
+        add_star(random, vertices = 3 + random.below(shape >= 252 ? 400 : 40), x, y);
     } else if (shape >= 236) {
         vertices = std::min(input.whole(), 0);
     } else {

@@ -36,7 +36,7 @@ request made_of(input_bytes& input) {
     const std::uint8_t tests = input.byte(), points = input.byte();
     made.tests = tests < 248 ? tests % (tests < 40 ? 10 : 4) : std::min(input.whole(), 0);
     add_records(input, made.tests, place, value, made.spots);
-    made.points = points < 200 ? points % 48 : 0;
+    made.points = points < 200 ? points % (points < 48 ? 48 : 16) : 0;
     if (points >= 250) made.points = std::min(input.whole(), 0);
     add_records(input, made.points, place, value, made.records);
     if (points >= 200 && points < 250) { // so many that a table of the matches overflows

@@ -34,7 +34,7 @@ request made_of(input_bytes& input) {
     const bool all_wild = !made.is_tame && (is_wild(kind_x) || is_wild(kind_y));
     if (!made.is_tame) made.count %= all_wild ? 6 : way % 8 > 0 ? 9 : 14;
     if (way == 255) made.count = std::min(input.whole(), 0);
-    made.degree = input.one_in(16) ? input.whole() : input.byte() % 12 - 1;
+    made.degree = input.one_in(16) ? input.whole() : input.byte() % (way % 8 > 0 ? 7 : 12) - 1;
     if (!made.is_tame && made.degree < 10)
         made.degree = std::min(made.degree, all_wild ? 3 : way % 8 > 0 ? 4 : 6);
     for (int32_t i = 0; i < made.count; ++i) {

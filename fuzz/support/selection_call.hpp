@@ -38,7 +38,7 @@ private:
         }
         if (size < 224 || size >= 250) return made;
         seeded random(input.bits<std::uint32_t>()); // more than one block of the search
-        made.count = 1 + random.below(size % 8 == 0 ? 1500 : 200);
+        made.count = 1 + random.below(size == 240 ? 1500 : 60);
         const int across = 1 + random.below(60);
         const int way = random.below(4);
         for (int32_t i = 0; i < made.count; ++i) {
