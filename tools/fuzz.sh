@@ -83,16 +83,19 @@ report() {
   done
 }
 
-keep() { # target: what reaches most by little
+keep() { # target: what reaches more than the corpus does, the smallest first, as many as the project carries
   local name=$1 fresh
   fresh=$(mktemp -d)
   mkdir -p "$build/work/$name" "fuzz/corpus/$name"
-  "$build/fuzz/fuzz_$name" -merge=1 -max_len="${longest[$name]}" "$fresh" "fuzz/corpus/$name" "$build/work/$name" >"$build/$name.merge.log" 2>&1
-  rm -rf "fuzz/corpus/$name"
-  mkdir -p "fuzz/corpus/$name"
-  # The smallest ones, as many as the project carries.
-  find "$fresh" -type f -size -4k -printf '%s %p\n' | sort -n | head -n "${QMX_IC_FUZZ_KEPT:-150}" | cut -d' ' -f2 |
-    xargs -r cp -t "fuzz/corpus/$name"
+  cp -r "fuzz/corpus/$name/." "$fresh"
+  "$build/fuzz/fuzz_$name" -merge=1 -max_len="${longest[$name]}" "$fresh" "$build/work/$name" >"$build/$name.merge.log" 2>&1
+  # What stands there stays: it may be all that reaches some property.
+  local room=$((${QMX_IC_FUZZ_KEPT:-150} - $(find "fuzz/corpus/$name" -type f | wc -l)))
+  find "$fresh" -type f -size -4k -printf '%s %f\n' | sort -n | cut -d' ' -f2 | while read -r input; do
+    ((room-- > 0)) || break
+    [ -e "fuzz/corpus/$name/$input" ] && { ((++room)); continue; }
+    cp "$fresh/$input" "fuzz/corpus/$name/"
+  done
   rm -rf "$fresh"
 }
 
