@@ -108,6 +108,84 @@ TEST_F(BoundedFit, ACurvedValleyIsFollowedInFewSteps) {
     }
 }
 
+std::vector<f64> first_parameters; // at each call
+void square_less_2(const i32&, const i32&, const f64* x, f64* f) {
+    first_parameters.push_back(x[0]);
+    f[0] = x[0] * x[0] - 2.0;
+}
+void its_slope(const i32&, const i32&, const f64* x, f64* FJAC, const i32&) {
+    FJAC[0] = 2.0 * x[0];
+}
+void line_beside_5(const i32&, const i32&, const f64* x, f64* f) {
+    f[0] = x[0] - 1.0;
+    f[1] = 5.0;
+}
+// Its residuals stay large, so that the linear model alone comes near the minimum at 3 by fifths.
+void bent(const i32&, const i32&, const f64* x, f64* f) {
+    const f64 t = x[0] - 3.0;
+    first_parameters.push_back(x[0]);
+    f[0] = t + 1.0;
+    f[1] = -0.8 * t * t + t - 1.0;
+}
+void bent_jacobian(const i32&, const i32&, const f64* x, f64* FJAC, const i32&) {
+    FJAC[0] = 1.0;
+    FJAC[1] = -1.6 * (x[0] - 3.0) + 1.0;
+}
+
+TEST_F(BoundedFit, EachSettingActsAsTabled) {
+    const auto run = [](residual_routine<f64> residuals, jacobian_routine<f64> jacobian, i32 m,
+                        f64 start, std::size_t place, f64 value) {
+        fit_call<f64> call{residuals, jacobian, m, {start}};
+        call.limit_iterations(75);
+        call.IPARAM[5] = 1;
+        if (place < 10) call.RPARAM[place - 1] = value;
+        if (place > 10) call.IPARAM[place - 11] = static_cast<i32>(value);
+        first_parameters.clear();
+        call.run();
+        return call;
+    };
+    constexpr std::size_t none = 10, integer = 10;
+    // A gain of 1/26 is negligible at 0.5^2.
+    EXPECT_EQ(run(line_beside_5, nullptr, 2, 2, none, 0).x[0], 1.0);
+    const auto flat = run(line_beside_5, nullptr, 2, 2, 1, 0.5);
+    EXPECT_EQ(std::pair(flat.x[0], flat.status), std::pair(2.0, 2));
+    // Newton's first step from 1.5 leads to 17/12.
+    EXPECT_NEAR(run(square_less_2, its_slope, 1, 1.5, none, 0).x[0], std::sqrt(2.0), 1e-15);
+    const auto short_step = run(square_less_2, its_slope, 1, 1.5, 2, 0.5);
+    EXPECT_DOUBLE_EQ(short_step.x[0], 17.0 / 12.0);
+    EXPECT_EQ(short_step.status, 3);
+    // 27 of 29 are predicted and not achieved.
+    EXPECT_EQ(run(shifted<f64>, wrong_jacobian, 3, 5, 4, 0.5).code, 2);
+    EXPECT_EQ(run(shifted<f64>, wrong_jacobian, 3, 5, 4, 0.95).code, 0);
+    // The first difference, a part of the start; the first radius, in thirtieths.
+    run(square_less_2, nullptr, 1, 3, 6, 0x1p-10);
+    EXPECT_EQ(std::ranges::count(first_parameters, 3 + 3 * 0x1p-10), 1);
+    run(square_less_2, its_slope, 1, 3, 7, 3.0);
+    EXPECT_LE(std::ranges::count(first_parameters, 3 - 7.0 / 6.0), 0);
+    EXPECT_NEAR(
+        *std::ranges::min_element(first_parameters, {}, [](f64 x) { return std::abs(x - 2.7); }),
+        2.7, 1e-12);
+    // The first step gains 0.962 of what is predicted: too little for 0.97.
+    const auto stops_at = [](f64 x) { return std::ranges::count(first_parameters, x); };
+    run(square_less_2, its_slope, 1, 3, 5, 0.96);
+    const f64 after_it = first_parameters[4];
+    run(square_less_2, its_slope, 1, 3, 5, 0.97);
+    EXPECT_EQ(stops_at(after_it), 0);
+    // The curvature of the residuals saves calls; the minimum is the same.
+    EXPECT_NEAR(run(bent, bent_jacobian, 2, 3.6, none, 0).x[0], 3.0, 1e-6);
+    const std::size_t calls = first_parameters.size();
+    EXPECT_NEAR(run(bent, bent_jacobian, 2, 3.6, integer + 3, 1).x[0], 3.0, 1e-6);
+    EXPECT_GT(first_parameters.size(), calls + 10);
+    // Two steps with a small gain end the run, near the minimum or not.
+    const auto stagnant = run(bent, bent_jacobian, 2, 3.6, 3, 0.5);
+    EXPECT_EQ(stagnant.status, 4);
+    EXPECT_GT(std::abs(stagnant.x[0] - 3.0), 1e-3);
+    // Steps to the boundary until infinity is believed.
+    EXPECT_EQ(run(runaway, nullptr, 2, 1, integer + 4, 1).code, 1);
+    const f64 soon = run(runaway, nullptr, 2, 1, integer + 4, 1).x[0];
+    EXPECT_GT(run(runaway, nullptr, 2, 1, integer + 4, 5).x[0], soon);
+}
+
 TEST_F(BoundedFit, ResidualsOfAnySizeAreFitted) {
     static f64 factor;
     for (const f64 size : {1e-150, 1e-20, 1.0, 1e20, 1e150}) {

@@ -9,6 +9,9 @@
 //
 // A loop must stand in an unnamed namespace, since the compiled versions are named after it. What it
 // calls must be inlined: a function that stays a call is compiled for every processor.
+//
+// Where coverage is counted there is one version: each copy would count as branches of its own, and a
+// processor reaches those that it has instructions for.
 #pragma once
 
 #include "base/base_types.hpp"
@@ -30,7 +33,8 @@ template <class Loop, class... Arguments> void run_narrow(Arguments&... argument
     Loop::run(arguments...);
 }
 
-#if defined(__GNUC__) && defined(__x86_64__)
+#if defined(__GNUC__) && defined(__x86_64__) && !defined(QMX_IC_COVERAGE)
+#define QMX_SEVERAL_WIDTHS
 
 #if defined(__clang__)
 #define QMX_WIDEST_TARGET "avx512f,avx512bw,avx512dq,avx512vl"
@@ -70,12 +74,14 @@ inline register_width registers_in_use() {
 
 template <class Loop, class... Arguments> void run_loop(Arguments&&... arguments) {
     switch (registers_in_use()) {
-#if defined(__GNUC__) && defined(__x86_64__)
+#if defined(QMX_SEVERAL_WIDTHS)
     case register_width::widest: return run_widest<Loop>(arguments...);
     case register_width::wide: return run_wide<Loop>(arguments...);
 #endif
     default: return run_narrow<Loop>(arguments...);
     }
 }
+
+#undef QMX_SEVERAL_WIDTHS
 
 } // namespace qmx::numeric
