@@ -84,6 +84,28 @@ TEST_F(BoundedFit, EachStopCodeHasItsStatusOrItsWarning) {
     }
 }
 
+TEST_F(BoundedFit, AParameterWithoutFiniteDerivativesStays) {
+    const auto endless = [](const i32& M, const i32&, const f64*, f64* FJAC, const i32& LDFJAC) {
+        std::fill_n(FJAC, M, 1.0);
+        std::fill_n(FJAC + LDFJAC, M, inf64);
+    };
+    const auto sloping = [](const i32& M, const i32&, const f64* x, f64* f) {
+        for (i32 i = 0; i < M; ++i) f[i] = x[0] + 0.125 * x[1] - (i + 1);
+    };
+    fit_call<f64> given{sloping, endless, 3, {5, 8}};
+    given.run();
+    EXPECT_NEAR(given.x[0], 1.0, 1e-12);
+    EXPECT_EQ(given.x[1], 8.0);
+    // Known at the start alone: no difference can be formed.
+    const auto point = [](const i32&, const i32&, const f64* x, f64* f) {
+        f[0] = x[0] == 5.0 ? 3.0 : nan64;
+    };
+    fit_call<f64> alone{point, nullptr, 1, {5}};
+    alone.run();
+    EXPECT_EQ(std::pair(alone.x[0], alone.norm), std::pair(5.0, 3.0));
+    EXPECT_EQ(alone.status, 6);
+}
+
 TEST_F(BoundedFit, TheBestPointOfACutRunComesBack) {
     f64 previous = inf64;
     for (const i32 limit : {1, 2, 4, 8, 16, 32, 64}) {
