@@ -16,6 +16,10 @@ template <int value> void constant(const i32& M, const i32&, const f64*, f64* f)
 void exact_line(const i32& M, const i32&, const f64* x, f64* f) {
     for (i32 i = 0; i < M; ++i) f[i] = x[0] - 3.0;
 }
+void walled(const i32&, const i32&, const f64* x, f64* f) { // falls up to 1, where it ends
+    f[0] = x[0] > 1.0 ? nan64 : x[0] * x[0] - 4.0;
+    f[1] = 0.1 * x[0];
+}
 void runaway(const i32&, const i32&, const f64* x, f64* f) {
     f[0] = 1.0;
     f[1] = 1.0 / x[0];
@@ -58,6 +62,8 @@ TEST_F(BoundedFit, EachStopCodeHasItsStatusOrItsWarning) {
         {"not_a_number_at_the_start", constant<0>, nullptr, 2, {5}, {}, {}, 75, 0, {-7}, 2,
          "The model problem solver has noted a value for the linear or quadratic model problem"},
         {"no_step_brings_the_gain", shifted<f64>, wrong_jacobian, 3, {5}, {}, {}, 75, 0, {-7}, 2,
+         "The model problem solver has noted a value for the linear or quadratic model problem"},
+        {"at_the_end_of_the_numbers", walled, nullptr, 2, {0.5}, {}, {}, 75, 0, {-7}, 2,
          "The model problem solver has noted a value for the linear or quadratic model problem"},
         {"too_many_iterations", rosenbrock<f64>, rosenbrock_jacobian, 2, {-2, 1}, {}, {}, 3, 0, {-7}, 3,
          "More than ITMAX iterations were taken to obtain the solution.  The value obtained"}};
@@ -270,6 +276,31 @@ TEST_F(BoundedFit, StorageThatCannotBeHadIsRefused) {
         type_terminal, bounded_fit_storage_code,
         "The required storage cannot be allocated.  The workspace allocation is based on M "
         "and N, where M = 2147483647, N = 2147483647 are given.");
+}
+
+TEST_F(BoundedFit, AWorkspaceThatIsTooSmallIsRefused) {
+    const f64 none[] = {none_below, none_above}, start = 5;
+    bounded_problem<f64> problem{};
+    problem.FCN = shifted<f64>;
+    problem.M = 3;
+    problem.N = 1;
+    problem.XLB = &none[0];
+    problem.XUB = &none[1];
+    problem.XGUESS = &start;
+    const i64 bytes = b2nls_storage(problem);
+    std::vector<f64> storage(static_cast<std::size_t>(bytes) / sizeof(f64) + 1);
+    for (const i64 given : {i64{8}, bytes - 8, bytes}) { // not for the limits, not for the solver
+        i32 IPARAM[6] = {}, status = 44;
+        f64 RPARAM[7] = {}, x = 0, norm = 43;
+        b2nls(problem, IPARAM, RPARAM, &x, norm, status,
+              reinterpret_cast<std::byte*>(storage.data()), given);
+        if (given < bytes) {
+            expect_error(type_terminal, 16, "Short on storage.");
+            EXPECT_EQ(std::pair(norm, status), std::pair(43.0, 44));
+        } else {
+            EXPECT_NEAR(x, 2.0, 1e-12);
+        }
+    }
 }
 
 TEST_F(BoundedFit, TheSolverChecksItsOwnList) {

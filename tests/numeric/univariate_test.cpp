@@ -237,6 +237,19 @@ TEST(Univariate, RowsWithNegativeOrNoWeightDoNotCount) {
     EXPECT_TRUE(std::isnan(got.row(2)));
 }
 
+TEST(Univariate, OfAWeightedInfinityOnlyTheMeanIsLeft) {
+    for (const f32 infinite : {inf32, -inf32}) {
+        const std::vector<f32> both = {1, infinite, 3, 2, 1, 1}; // values, weights
+        outcome got;
+        ERSET(0, 0, 0);
+        UVSTA(0, 3, 1, both.data(), 3, 0, 2, 95.0F, 95.0F, 0, got.stat.data(), 15, &got.missing);
+        EXPECT_EQ(got.row(1), infinite);
+        EXPECT_TRUE(std::isnan(got.row(2)) && std::isnan(got.row(4)));
+        EXPECT_EQ(got.row(infinite > 0 ? 7 : 6), infinite);
+        EXPECT_EQ(got.row(15), 4.0F);
+    }
+}
+
 TEST(Univariate, LimitsWithoutTheirQuantileAreNotNumbers) {
     const auto expect = [](f32 frequency, f32 conprm, f32 conprv, i32 code, const char* message,
                            f32 of_mean, f32 of_variance) {
