@@ -16,6 +16,8 @@
 
 #include "base/base_types.hpp"
 
+#include <algorithm>
+
 #if defined(__GNUC__)
 #define QMX_INLINED [[gnu::always_inline]] inline
 #else
@@ -74,8 +76,7 @@ inline register_width available_registers() {
 #endif
 
 inline register_width registers_in_use() {
-    const register_width available = available_registers();
-    return available < permitted_registers ? available : permitted_registers;
+    return std::min(available_registers(), permitted_registers);
 }
 
 template <class Loop, class... Arguments> void run_loop(Arguments&&... arguments) {
