@@ -21,7 +21,8 @@ def merged(file):
         for branch in line["branches"]:
             if branch.get("gcovr/excluded"):
                 continue
-            place = branch.get("source_block_id"), branch.get("branchno")
+            place = tuple(-1 if branch.get(key) is None else branch[key]
+                          for key in ("source_block_id", "branchno"))
             taken[place] = taken.get(place, 0) + branch["count"]
             if branch["throw"]:
                 thrown.add((line["line_number"], place))
