@@ -26,6 +26,10 @@ bool is_there(const char* path) {
     return file != nullptr;
 }
 
+i32 system_error(i32 otherwise) {
+    return errno != 0 ? errno : otherwise; // GCOVR_EXCL_BR_LINE: POSIX sets errno, ISO C need not
+}
+
 } // namespace
 
 bool unit_exists(i32 unit) {
@@ -52,10 +56,10 @@ i32 connect_unit(i32 unit, std::string_view path, open_status status, open_posit
     *std::copy(path.begin(), path.end(), name) = '\0';
 
     errno = 0;
-    if (status == open_status::old && !is_there(name)) return errno != 0 ? errno : ENOENT;
+    if (status == open_status::old && !is_there(name)) return system_error(ENOENT);
     connections[unit] = std::fopen(name, mode_of(status, position, form));
     if (connections[unit] != nullptr) return 0;
-    return errno != 0 ? errno : EIO;
+    return system_error(EIO);
 }
 
 void write_line(i32 unit, std::string_view text, std::string_view more) {

@@ -96,7 +96,7 @@ i32 norm_prob(const array_view<const f32>& x_data, const i32& i_unit) {
     }
     if (imsl_SVRGP(view_of<const f32>(values.data(), count), view_of(sorted.data(), count),
                    view_of(permutation.data(), count)) != status_success)
-        return pass_up(self);
+        return pass_up(self); // GCOVR_EXCL_LINE: contiguous views need no memory
 
     write_line(i_unit, "  No. org_idx  Sort_Data   UOSM      NOSM");
     for (i64 i = 1; i <= count; ++i) {

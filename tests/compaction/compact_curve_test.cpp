@@ -102,6 +102,12 @@ void expect_curve_of_sorted(const std::vector<t_icdata>& points, i32 highest, co
     EXPECT_EQ(got.fit.x_rsq, static_cast<f32>(fitted.statistics[4]));
 }
 
+std::vector<pass_count> each_once(i32 passes) { // with the points that a pass needs
+    std::vector<pass_count> all;
+    for (i32 k = 1; k <= passes; ++k) all.push_back({k, 100});
+    return all;
+}
+
 struct walk_case {
     const char* name;
     i32 highest;
@@ -113,6 +119,7 @@ const walk_case walk_cases[] = {
     {"zeros_below_the_curve", 9, {{1, 200}, {2, 200}, {3, 200}, {4, 200}}, 4},
     {"a_gap_ends_the_walk", 8, {{1, 200}, {2, 200}, {3, 200}, {4, 200}, {6, 200}}, 4},
     {"a_thin_pass_ends_the_walk", 8, {{1, 100}, {2, 150}, {3, 100}, {4, 99}, {5, 500}}, 3},
+    {"more_passes_than_an_estimate_takes", 300, each_once(300), 300},
     {"one_pass_alone_is_a_line_of_zeros", 3, {{1, 100}, {2, 99}, {3, 500}}, 1}};
 TEST(CompactionCurve, EqualsTheCurveOfSortedPointsToTheLastDigit) {
     for (const auto& c : walk_cases) {

@@ -238,6 +238,34 @@ TEST_F(RunLog, AStandardRunWritesNoFileAndALoggedOneDoes) {
               std::string::npos);
 }
 
+TEST_F(RunLog, NotesMoreThanTheAlignmentAndFailsWithoutItsFile) {
+    call input;
+    input.passes({2, 2, 2, 9}).area(2, square(1.5));
+    clear_event();
+    coverage_state state = input.state();
+    ASSERT_EQ(calculate_coverage_with_log(state), 1);
+    const std::string text = support::text_in(log);
+    EXPECT_NE(text.find(" Total point coverage is greater than the alignment area\n"
+                        "      Total coverage (%):  133.33333333333331\n"
+                        " Total coverage is greater than 100% \n"),
+              std::string::npos)
+        << text;
+    // One square metre of one: neither more nor less.
+    call whole;
+    whole.passes({2}).area(2, square(1));
+    coverage_state exact = whole.state();
+    ASSERT_EQ(calculate_coverage_with_log(exact), 1);
+    EXPECT_EQ(support::text_in(log).find(" than 100%"), std::string::npos);
+
+    support::environment_variable nowhere("TMP", "/nowhere/at/all");
+    coverage_state unlogged = input.state();
+    EXPECT_EQ(calculate_coverage_with_log(unlogged), 3);
+    support::expect_event(
+        "error opening a new file - /nowhere/at/all\\icd_coverage_cal.txt, iostat = 2",
+        "icd_coverage_cal", 102);
+    EXPECT_EQ(input.results[0].x_coverage, 7) << "untouched";
+}
+
 TEST_F(RunLog, HoldsInputsStepsAndResultsInTheirOrder) {
     call input = sample();
     clear_event();

@@ -121,6 +121,32 @@ TEST_F(Report, WritesSevenLinesToAConnectedUnit) {
     EXPECT_EQ(lines(), expected);
 }
 
+// How an existing file "before" is opened decides what is left of it.
+TEST_F(Report, TheStatusAndPositionOfAUnitDecideWhatIsKept) {
+    using status = open_status;
+    using position = open_position;
+    const struct {
+        open_status how;
+        open_position where;
+        std::vector<std::string> left;
+    } rows[] = {{status::unknown, position::start, {"xy"}},
+                {status::old, position::start, {"xy", "ore"}},
+                {status::old, position::append, {"before", "xy"}},
+                {status::unknown, position::append, {"before", "xy"}}};
+    for (const auto& row : rows)
+        for (const open_form form : {open_form::formatted, open_form::binary}) {
+            std::ofstream(path) << "before\n";
+            ASSERT_EQ(connect_unit(unit, path.string(), row.how, row.where, form), 0);
+            EXPECT_TRUE(unit_is_connected(unit));
+            write_line(unit, "x", "y");
+            EXPECT_EQ(lines(), row.left);
+        }
+    std::filesystem::remove(path);
+    EXPECT_EQ(connect_unit(unit, path.string(), status::old), ENOENT);
+    EXPECT_FALSE(unit_is_connected(unit) || unit_is_connected(first_unit - 1) ||
+                 unit_is_connected(last_unit + 1));
+}
+
 TEST_F(Report, WritesNothingToAUnitThatIsNotConnected) {
     store("what happened", "inner/outer", 101, 2);
     for (const i32 nowhere : {unit, 0, -1, 6, 100}) print_event(nowhere);

@@ -123,6 +123,15 @@ TEST_F(LogFiles, SeasonAndTimeDecideBetweenANewAndAContinuedFile) {
         close_unit(unit);
     }
     i32 unit = 0;
+    file_open("log", "name", unit); // with the header, without season and time
+    close_unit(unit);
+    EXPECT_EQ(support::lines_of(path).size(), 6U);
+    support::environment_variable variable("TMP", folder.path().string().c_str());
+    file_open(std::string(200, ' ') + "log", "name", unit); // nothing but blanks is left of it
+    EXPECT_FALSE(has_failed());
+    EXPECT_TRUE(fs::exists(folder.path().string() + "0dummy.txt"));
+    close_unit(unit);
+    fs::remove(folder.path().string() + "0dummy.txt");
     file_open("log", "name", unit, nullptr, &one);
     support::expect_event("error: icumseason should be present when itimeidx is used",
                           "subroutine file_open");
@@ -140,9 +149,10 @@ TEST_F(LogFiles, HeaderBannerAndDateHaveTheirLines) {
     EXPECT_EQ(print_datetime(unit), 1);
     QMPrintHeader(unit, 2, "a title  ");
     QMPrintHeader(unit, 7, "");
+    QMPrintHeader(unit, 0, "");
     close_unit(unit);
     const auto lines = support::lines_of("log0name.txt");
-    ASSERT_EQ(lines.size(), 20U);
+    ASSERT_EQ(lines.size(), 25U);
     const std::string asterisks(54, '*');
     const std::string path = "log0name.txt" + std::string(116, ' ');
     const std::vector<std::string> header = {
@@ -166,7 +176,9 @@ TEST_F(LogFiles, HeaderBannerAndDateHaveTheirLines) {
     const std::string equals = std::string(58, '=') + "  ";
     const std::vector<std::string> banner = {"", equals, "          a title", equals, ""};
     EXPECT_EQ(std::vector<std::string>(lines.begin() + 10, lines.begin() + 15), banner);
-    EXPECT_EQ(lines[16], std::string(58, '*') + "  ") << "an unknown style is drawn as the first";
+    for (const std::size_t line : {16U, 21U})
+        EXPECT_EQ(lines[line], std::string(58, '*') + "  ")
+            << "an unknown style is drawn as the first";
 }
 
 } // namespace

@@ -12,6 +12,14 @@ template <class Real> void two_valleys(const i32&, const i32&, const Real* x, Re
     f[1] = to<Real>(0.25) * (x[0] - to<Real>(9.5));
 }
 
+// 2 exp(-t / 2), of which the amplitude and the rate are looked for.
+template <class Real> void decay(const i32& M, const i32&, const Real* x, Real* f) {
+    for (i32 i = 0; i < M; ++i) {
+        const Real t = to<Real>(i + 1);
+        f[i] = x[0] * std::exp(-x[1] * t) - to<Real>(2) * std::exp(-t / to<Real>(2));
+    }
+}
+
 struct limited_case {
     const char* name;
     residual_routine<f64> residuals;
@@ -35,6 +43,9 @@ std::vector<limited_case> limited_cases() {
         return values;
     };
     // Roots of the derivative on the line y = 1.5, on x + y = 1, and along x.
+    const std::vector<double> nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    std::vector<double> unit_rows(81, 0.0);
+    for (std::size_t j = 0; j < 81; j += 10) unit_rows[j] = 1.0;
     const double cut = 1.2243707487363527, x = 0.6187956190750253, deeper = 9.007670569141856;
     // clang-format off
     return {
@@ -71,6 +82,10 @@ std::vector<limited_case> limited_cases() {
          {{{0, 1}, 2, 5, 0}}, {0, 1}, identity, origin, false},
         {"limits_that_are_nan", linear<f64>, linear<f32>, 2, {5, 5}, {nan64, 1}, {9, nan64},
          {{{1, 1}, 2, nan64, 0}, {{nan64, 1}, 2, 8, 0}}, {0, 1}, identity, origin, false},
+        {"more_parameters_than_are_searched", linear<f64>, linear<f32>, 9, std::vector<double>(9, 0.5),
+         {}, {}, {}, nine, unit_rows, nine},
+        {"fixed_amplitude_and_a_start_on_a_plateau", decay<f64>, decay<f32>, 5,
+         {2, 40}, {2, none_below}, {2, none_above}, {}, {2, 0.5}},
         {"deeper_valley_behind_a_ridge", two_valleys<f64>, two_valleys<f32>, 2,
          {0}, {0}, {12}, {}, {deeper}}};
     // clang-format on

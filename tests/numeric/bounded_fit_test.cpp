@@ -16,6 +16,10 @@ template <int value> void constant(const i32& M, const i32&, const f64*, f64* f)
 void exact_line(const i32& M, const i32&, const f64* x, f64* f) {
     for (i32 i = 0; i < M; ++i) f[i] = x[0] - 3.0;
 }
+void walled(const i32&, const i32&, const f64* x, f64* f) { // falls up to 1, where it ends
+    f[0] = x[0] > 1.0 ? nan64 : x[0] * x[0] - 4.0;
+    f[1] = 0.1 * x[0];
+}
 void runaway(const i32&, const i32&, const f64* x, f64* f) {
     f[0] = 1.0;
     f[1] = 1.0 / x[0];
@@ -59,6 +63,8 @@ TEST_F(BoundedFit, EachStopCodeHasItsStatusOrItsWarning) {
          "The model problem solver has noted a value for the linear or quadratic model problem"},
         {"no_step_brings_the_gain", shifted<f64>, wrong_jacobian, 3, {5}, {}, {}, 75, 0, {-7}, 2,
          "The model problem solver has noted a value for the linear or quadratic model problem"},
+        {"at_the_end_of_the_numbers", walled, nullptr, 2, {0.5}, {}, {}, 75, 0, {-7}, 2,
+         "The model problem solver has noted a value for the linear or quadratic model problem"},
         {"too_many_iterations", rosenbrock<f64>, rosenbrock_jacobian, 2, {-2, 1}, {}, {}, 3, 0, {-7}, 3,
          "More than ITMAX iterations were taken to obtain the solution.  The value obtained"}};
     // clang-format on
@@ -84,6 +90,28 @@ TEST_F(BoundedFit, EachStopCodeHasItsStatusOrItsWarning) {
     }
 }
 
+TEST_F(BoundedFit, AParameterWithoutFiniteDerivativesStays) {
+    const auto endless = [](const i32& M, const i32&, const f64*, f64* FJAC, const i32& LDFJAC) {
+        std::fill_n(FJAC, M, 1.0);
+        std::fill_n(FJAC + LDFJAC, M, inf64);
+    };
+    const auto sloping = [](const i32& M, const i32&, const f64* x, f64* f) {
+        for (i32 i = 0; i < M; ++i) f[i] = x[0] + 0.125 * x[1] - (i + 1);
+    };
+    fit_call<f64> given{sloping, endless, 3, {5, 8}};
+    given.run();
+    EXPECT_NEAR(given.x[0], 1.0, 1e-12);
+    EXPECT_EQ(given.x[1], 8.0);
+    // Known at the start alone: no difference can be formed.
+    const auto point = [](const i32&, const i32&, const f64* x, f64* f) {
+        f[0] = x[0] == 5.0 ? 3.0 : nan64;
+    };
+    fit_call<f64> alone{point, nullptr, 1, {5}};
+    alone.run();
+    EXPECT_EQ(std::pair(alone.x[0], alone.norm), std::pair(5.0, 3.0));
+    EXPECT_EQ(alone.status, 6);
+}
+
 TEST_F(BoundedFit, TheBestPointOfACutRunComesBack) {
     f64 previous = inf64;
     for (const i32 limit : {1, 2, 4, 8, 16, 32, 64}) {
@@ -106,6 +134,84 @@ TEST_F(BoundedFit, ACurvedValleyIsFollowedInFewSteps) {
         EXPECT_LE(call.norm, 1e-10) << start[0];
         EXPECT_EQ(call.code, 0) << start[0];
     }
+}
+
+std::vector<f64> first_parameters; // at each call
+void square_less_2(const i32&, const i32&, const f64* x, f64* f) {
+    first_parameters.push_back(x[0]);
+    f[0] = x[0] * x[0] - 2.0;
+}
+void its_slope(const i32&, const i32&, const f64* x, f64* FJAC, const i32&) {
+    FJAC[0] = 2.0 * x[0];
+}
+void line_beside_5(const i32&, const i32&, const f64* x, f64* f) {
+    f[0] = x[0] - 1.0;
+    f[1] = 5.0;
+}
+// Its residuals stay large, so that the linear model alone comes near the minimum at 3 by fifths.
+void bent(const i32&, const i32&, const f64* x, f64* f) {
+    const f64 t = x[0] - 3.0;
+    first_parameters.push_back(x[0]);
+    f[0] = t + 1.0;
+    f[1] = -0.8 * t * t + t - 1.0;
+}
+void bent_jacobian(const i32&, const i32&, const f64* x, f64* FJAC, const i32&) {
+    FJAC[0] = 1.0;
+    FJAC[1] = -1.6 * (x[0] - 3.0) + 1.0;
+}
+
+TEST_F(BoundedFit, EachSettingActsAsTabled) {
+    const auto run = [](residual_routine<f64> residuals, jacobian_routine<f64> jacobian, i32 m,
+                        f64 start, std::size_t place, f64 value) {
+        fit_call<f64> call{residuals, jacobian, m, {start}};
+        call.limit_iterations(75);
+        call.IPARAM[5] = 1;
+        if (place < 10) call.RPARAM[place - 1] = value;
+        if (place > 10) call.IPARAM[place - 11] = static_cast<i32>(value);
+        first_parameters.clear();
+        call.run();
+        return call;
+    };
+    constexpr std::size_t none = 10, integer = 10;
+    // A gain of 1/26 is negligible at 0.5^2.
+    EXPECT_EQ(run(line_beside_5, nullptr, 2, 2, none, 0).x[0], 1.0);
+    const auto flat = run(line_beside_5, nullptr, 2, 2, 1, 0.5);
+    EXPECT_EQ(std::pair(flat.x[0], flat.status), std::pair(2.0, 2));
+    // Newton's first step from 1.5 leads to 17/12.
+    EXPECT_NEAR(run(square_less_2, its_slope, 1, 1.5, none, 0).x[0], std::sqrt(2.0), 1e-15);
+    const auto short_step = run(square_less_2, its_slope, 1, 1.5, 2, 0.5);
+    EXPECT_DOUBLE_EQ(short_step.x[0], 17.0 / 12.0);
+    EXPECT_EQ(short_step.status, 3);
+    // 27 of 29 are predicted and not achieved.
+    EXPECT_EQ(run(shifted<f64>, wrong_jacobian, 3, 5, 4, 0.5).code, 2);
+    EXPECT_EQ(run(shifted<f64>, wrong_jacobian, 3, 5, 4, 0.95).code, 0);
+    // The first difference, a part of the start; the first radius, in thirtieths.
+    run(square_less_2, nullptr, 1, 3, 6, 0x1p-10);
+    EXPECT_EQ(std::ranges::count(first_parameters, 3 + 3 * 0x1p-10), 1);
+    run(square_less_2, its_slope, 1, 3, 7, 3.0);
+    EXPECT_LE(std::ranges::count(first_parameters, 3 - 7.0 / 6.0), 0);
+    EXPECT_NEAR(
+        *std::ranges::min_element(first_parameters, {}, [](f64 x) { return std::abs(x - 2.7); }),
+        2.7, 1e-12);
+    // The first step gains 0.962 of what is predicted: too little for 0.97.
+    const auto stops_at = [](f64 x) { return std::ranges::count(first_parameters, x); };
+    run(square_less_2, its_slope, 1, 3, 5, 0.96);
+    const f64 after_it = first_parameters[4];
+    run(square_less_2, its_slope, 1, 3, 5, 0.97);
+    EXPECT_EQ(stops_at(after_it), 0);
+    // The curvature of the residuals saves calls; the minimum is the same.
+    EXPECT_NEAR(run(bent, bent_jacobian, 2, 3.6, none, 0).x[0], 3.0, 1e-6);
+    const std::size_t calls = first_parameters.size();
+    EXPECT_NEAR(run(bent, bent_jacobian, 2, 3.6, integer + 3, 1).x[0], 3.0, 1e-6);
+    EXPECT_GT(first_parameters.size(), calls + 10);
+    // Two steps with a small gain end the run, near the minimum or not.
+    const auto stagnant = run(bent, bent_jacobian, 2, 3.6, 3, 0.5);
+    EXPECT_EQ(stagnant.status, 4);
+    EXPECT_GT(std::abs(stagnant.x[0] - 3.0), 1e-3);
+    // Steps to the boundary until infinity is believed.
+    EXPECT_EQ(run(runaway, nullptr, 2, 1, integer + 4, 1).code, 1);
+    const f64 soon = run(runaway, nullptr, 2, 1, integer + 4, 1).x[0];
+    EXPECT_GT(run(runaway, nullptr, 2, 1, integer + 4, 5).x[0], soon);
 }
 
 TEST_F(BoundedFit, ResidualsOfAnySizeAreFitted) {
@@ -170,6 +276,31 @@ TEST_F(BoundedFit, StorageThatCannotBeHadIsRefused) {
         type_terminal, bounded_fit_storage_code,
         "The required storage cannot be allocated.  The workspace allocation is based on M "
         "and N, where M = 2147483647, N = 2147483647 are given.");
+}
+
+TEST_F(BoundedFit, AWorkspaceThatIsTooSmallIsRefused) {
+    const f64 none[] = {none_below, none_above}, start = 5;
+    bounded_problem<f64> problem{};
+    problem.FCN = shifted<f64>;
+    problem.M = 3;
+    problem.N = 1;
+    problem.XLB = &none[0];
+    problem.XUB = &none[1];
+    problem.XGUESS = &start;
+    const i64 bytes = b2nls_storage(problem);
+    std::vector<f64> storage(static_cast<std::size_t>(bytes) / sizeof(f64) + 1);
+    for (const i64 given : {i64{8}, bytes - 8, bytes}) { // not for the limits, not for the solver
+        i32 IPARAM[6] = {}, status = 44;
+        f64 RPARAM[7] = {}, x = 0, norm = 43;
+        b2nls(problem, IPARAM, RPARAM, &x, norm, status,
+              reinterpret_cast<std::byte*>(storage.data()), given);
+        if (given < bytes) {
+            expect_error(type_terminal, 16, "Short on storage.");
+            EXPECT_EQ(std::pair(norm, status), std::pair(43.0, 44));
+        } else {
+            EXPECT_NEAR(x, 2.0, 1e-12);
+        }
+    }
 }
 
 TEST_F(BoundedFit, TheSolverChecksItsOwnList) {

@@ -233,6 +233,8 @@ TEST(CrossCorrelation, RefusesWhatItCannotCorrelate) {
     refuse(1, {1, 2}, {2, 1}, 0, {}, "NOBS = 2, MAXLAG = 0, and ISEOPT = 0.");
     refuse(1, {1, 2}, {2, 1}, 1, {3}, "NOBS = 2, MAXLAG = 1, and ISEOPT = 3.");
     refuse(1, {1, 2}, {2, 1}, 1, {-1}, "NOBS = 2, MAXLAG = 1, and ISEOPT = -1.");
+    refuse(3, {1, 2}, {2, 1}, 1, {0, -1}, "IMEAN = -1.  IMEAN must be either 0 or 1.");
+    refuse(4, {1, 2}, {2, 1}, 1, {0, 1, -1}, "IPRINT = -1.  IPRINT must be either 0, 1, 2, or 3.");
     refuse(3, {1, 2}, {2, 1}, 1, {0, 2}, "IMEAN = 2.  IMEAN must be either 0 or 1.");
     refuse(4, {1, 2}, {2, 1}, 1, {0, 1, 4}, "IPRINT = 4.  IPRINT must be either 0, 1, 2, or 3.");
     refuse(7, {1, nan32, nan32}, {1, 1, 1}, 1, {},

@@ -23,6 +23,7 @@ TEST(Distribution, HoldsWhereTheAnswerIsPlain) {
     for (const f64 p : {1e-310, 0.02, 0.4, 0.6, 1.0 - epsilon})
         EXPECT_EQ(DNORIN(p), -1.4142135623730951 * DERFCI(2.0 * p));
     EXPECT_EQ(DTIN(0.03125, 6.5), -DTIN(0.96875, 6.5));
+    EXPECT_EQ(TIN(1e-42F, 1.0F), -inf32);                             // -3e41, beyond f32
     EXPECT_NEAR(DTIN(0.75, 1.0), 1.0, 2 * epsilon);                   // Cauchy
     EXPECT_NEAR(DTIN(0.9, 2.0), 0.8 / std::sqrt(0.18), 4 * epsilon);  // algebraic
     EXPECT_NEAR(DCHIIN(0.3, 2.0), -2.0 * std::log(0.7), 4 * epsilon); // exponential
@@ -74,7 +75,8 @@ TEST(Distribution, RefusesWhatIsOutOfRange) {
     const auto range = "X = | is not in the range (0.0,1.0).";
     const auto shapes = "Both PIN = | must be greater than 0.0.";
     ERSET(0, 0, 0);
-    expect_refusal(ERFCI(2.0F), 1, to_two);
+    for (const f32 x : {0.0F, 2.0F}) expect_refusal(ERFCI(x), 1, to_two);
+    for (const f64 x : {0.0, 2.0}) expect_refusal(DERFCI(x), 1, to_two);
     for (const f32 p : {0.0F, 1.0F, NAN}) expect_refusal(ANORIN(p), 1, open);
     for (const f64 p : {-0.25, 1.5}) expect_refusal(DNORIN(p), 1, open);
     expect_refusal(TIN(0.0F, 5.0F), 1, t_open);
@@ -83,7 +85,7 @@ TEST(Distribution, RefusesWhatIsOutOfRange) {
     expect_refusal(DTIN(0.1, nan64), 2, t_df);
     expect_refusal(CHIIN(1.0F, 5.0F), 1, chi_open);
     expect_refusal(CHIIN(0.1F, 0.49F), 2, chi_df);
-    for (const f64 x : {-1e-9, nan64}) expect_refusal(DBETAI(x, 1, 1), 5, range);
+    for (const f64 x : {-1e-9, 1.5, nan64}) expect_refusal(DBETAI(x, 1, 1), 5, range);
     expect_refusal(DBETAI(0.5, 0, 1), 6, shapes);
     expect_refusal(DBETAI(0.5, 1, -1), 6, shapes);
     EXPECT_GT(DNORIN(0.9), 1.0);

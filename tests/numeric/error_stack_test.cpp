@@ -1,6 +1,7 @@
 #include "numeric/errors/error_stack.hpp"
 
 #include "numeric/arithmetic/machine.hpp"
+#include "numeric/errors/message.hpp"
 #include "numeric/errors/numeric_frame.hpp"
 #include "numeric/errors/print_options.hpp"
 #include "support/expect_error.hpp"
@@ -130,13 +131,19 @@ TEST_F(ErrorStack, PlaceholdersTakeTheStoredValues) {
 
 TEST_F(ErrorStack, ABadKeywordStaysAndIsReported) {
     const std::pair<const char*, const char*> cases[] = {
-        {"a %(Q1) b", "%(Q1)"}, {"a %(I0) b", "%(I0)"}, {"a %(II) b", "%(II)"},
-        {"a %(I1 b", "%(I1 "},  {"a %(", "%("},         {"a %(I2) b", "%(I2)"},
-        {"a %(Z1) b", "%(Z1)"}, {"a %(R1) b", "%(R1)"}};
+        {"a %(Q1) b", "%(Q1)"}, {"a %(I0) b", "%(I0)"},
+        {"a %(II) b", "%(II)"}, {"a %(I1 b", "%(I1 "},
+        {"a %(", "%("},         {"a %(I2) b", "%(I2)"},
+        {"a %(Z1) b", "%(Z1)"}, {"a %(R1) b", "%(R1)"},
+        {"a %(D1) b", "%(D1)"}, {"a %(L1) b", "%(L1)"},
+        {"a %({1) b", "%({1)"}, {"a %(Q1) %(II) b", "%(Q1)"}}; // the first of two is named
     for (const auto& [form, keyword] : cases) {
         E1STI(1, 5);
         E1STI(0, 6); // no placeholder can name it
         E1STI(10, 7);
+        E1STR(10, 7);
+        E1STD(10, 7);
+        E1STL(10, "7", 1);
         const std::string built = message_of(form);
         EXPECT_TRUE(built.starts_with(form)) << built;
         EXPECT_TRUE(built.ends_with(std::string(" in reference to keyword ") + keyword)) << built;
@@ -200,10 +207,14 @@ TEST(ErrorSettings, AreRefusedWithTheirMessageAndChangeNothing) {
         "Invalid error severity level indicator.  IERSVR must be 0 to 5.  ";
     refuse(-1, 1, 1, 1, severity + "IERSVR = -1");
     refuse(6, 9, 9, 1, severity + "IERSVR = 6");
-    refuse(0, 3, 1, 2,
-           "Invalid value specified for printing action.  IPACT must be -1 to 2.  IPACT = 3");
-    refuse(0, 1, -2, 3,
-           "Invalid value specified for stopping action.  ISACT must be -1 to 2.  ISACT = -2");
+    const std::string printing =
+        "Invalid value specified for printing action.  IPACT must be -1 to 2.  ";
+    refuse(0, 3, 1, 2, printing + "IPACT = 3");
+    refuse(0, -2, 1, 2, printing + "IPACT = -2");
+    const std::string stopping =
+        "Invalid value specified for stopping action.  ISACT must be -1 to 2.  ";
+    refuse(0, 1, -2, 3, stopping + "ISACT = -2");
+    refuse(0, 1, 3, 3, stopping + "ISACT = 3");
     // An error left in the application's level does not prevent a setting.
     ERSET(3, 1, 0);
     EXPECT_EQ(printing_types(), 0b0100100);
@@ -243,7 +254,11 @@ TEST(ErrorReport, IsBrokenIntoLinesOfThePage) {
     EXPECT_EQ(print("a%/%/  b"), head + "    a\n    \n      b\n");
     EXPECT_EQ(print("breaks before blanks     %/c"), head + "    breaks before blanks\n    c\n");
     EXPECT_EQ(print(std::string(25, 'x')), head + "    xxxxxxxxxxxxxxxxxxxx\n    xxxxx\n");
+    EXPECT_EQ(print("a%/ " + std::string(25, 'x')), // an indented word is cut as well
+              head + "    a\n     xxxxxxxxxxxxxxxxxxx\n    xxxxxx\n");
     EXPECT_EQ(print(" "), head);
+    EXPECT_EQ(printed_by([] { print_error("NOTE ", 1, "NARROW ", "abc", 4); }),
+              "NOTE 1 from NARROW\n    a\n    b\n    c\n");
     std::string breaks; // the longest page there is
     for (int k = 0; k < 1100; ++k) breaks += "%/";
     EXPECT_EQ(print(breaks + "x").size(), head.size() + 1024 * 5);
@@ -259,6 +274,11 @@ TEST(ErrorStopDeathTest, TheStackIsNeverMisusedUnnoticed) {
     EXPECT_EXIT((push("ONE "), pop("TWO ")), ends, "TWO does not match the name ONE in the stack");
     EXPECT_EXIT((push("ONE "), pop("ON")), ends, "ON does not match the name ONE");
     EXPECT_EXIT(for (;;) push("DEEPER "), ends, "Push would cause stack level to exceed 64");
+    const auto fill_the_stack = [] {
+        for (int level = 1; level < 64; ++level) push("DEEPEST ");
+    };
+    EXPECT_EXIT((fill_the_stack(), N1RTY(2)), ends,
+                "from DEEPEST\n    .  The argument passed to N1RTY");
     EXPECT_EXIT(N1RTY(2), ends, "from N1RTY\n    .  The argument passed to N1RTY must be 0 or 1");
     EXPECT_EXIT(N1RCD(-1), ends, "from N1RCD\n    .  The argument passed to N1RCD must be 0 or 1");
     ERSET(0, 2, 2);

@@ -23,8 +23,8 @@ struct fit_result {
     i32 type, code;
 };
 
-template <class Real>
-fit_result fit(const std::vector<Real>& x, const std::vector<Real>& y, i32 degree) {
+template <class X, class Y>
+fit_result fit(const std::vector<X>& x, const std::vector<Y>& y, i32 degree) {
     ERSET(0, 0, 0);
     const std::size_t terms = degree >= 0 ? static_cast<std::size_t>(degree) + 1 : 1;
     fit_result r{reals(terms, untouched), reals(terms, untouched), reals(10, untouched), 0, 0};
@@ -395,6 +395,9 @@ TEST(PolynomialFit, IsTheSameForNarrowDataAndInAllRegisters) {
                 support::with_each_register_width([&] {
                     EXPECT_TRUE(same_bits(fit(wide_x, wide_y, degree), expected))
                         << n << " pairs of kind " << kind << ", degree " << degree;
+                    EXPECT_TRUE(same_bits(fit(x, wide_y, degree), expected) &&
+                                same_bits(fit(wide_x, y, degree), expected))
+                        << n << " pairs, half of them narrow, of kind " << kind;
                     EXPECT_TRUE(same_bits(fit(x, y, degree), expected))
                         << n << " narrow pairs of kind " << kind << ", degree " << degree;
                 });

@@ -161,12 +161,18 @@ TEST(Arguments, AreCheckedBeforeAnythingIsWritten) {
     refuse(5, 3, "LDX = 2 and NOBS = 3.", {.LDX = 2});
     refuse(5, 4, "INTCEP = 2.", {.INTCEP = 2, .LDCOEF = 3, .LDCOVB = 3});
     refuse(5, 5, "IRSP = 0 and NCOL = 2.", {.IRSP = 0});
+    refuse(5, 5, "IRSP = 3 and NCOL = 2.", {.IRSP = 3});
+    refuse(5, 6, "IND = 0 and NCOL = 2.", {.IND = 0});
     refuse(5, 6, "IND = 3 and NCOL = 2.", {.IND = 3});
     refuse(5, 7, "IFRQ = -1 and NCOL = 2.", {.IFRQ = -1});
+    refuse(5, 7, "IFRQ = 3 and NCOL = 2.", {.IFRQ = 3});
+    refuse(5, 8, "IWT = -1 and NCOL = 2.", {.IWT = -1});
     refuse(5, 8, "IWT = 3 and NCOL = 2.", {.IWT = 3});
+    refuse(5, 9, "IPRED = -1 and NCOL = 2.", {.IPRED = -1});
     refuse(5, 9, "IPRED = 3 and NCOL = 2.", {.IPRED = 3});
     refuse(5, 10, "CONPCM = 100.", {}, 100);
     refuse(5, 11, "CONPCP = NaN.", {}, 95, nan64);
+    refuse(5, 12, "IPRINT = -1.", {.IPRINT = -1});
     refuse(5, 12, "IPRINT = 4.", {.IPRINT = 4});
     refuse(5, 13, "LDCOEF = 1.  LDCOEF must be greater than or equal to INTCEP + 1 = 2.",
            {.LDCOEF = 1});

@@ -179,6 +179,17 @@ TEST(SortOf, KeysAgainstItsPivotsIsSlowButSound) {
     EXPECT_EQ(keys, expected);
 }
 
+TEST(SortOf, KeysAloneIsThatOfTheStandardLibrary) {
+    std::mt19937 random(6);
+    for (i32 n = 1; n <= 300; ++n) {
+        std::vector<f64> keys(static_cast<std::size_t>(n)), sorted(keys.size(), -1.0);
+        for (f64& key : keys) key = static_cast<f64>(random() % static_cast<unsigned>(3 + n));
+        DSVRGN(n, keys.data(), sorted.data());
+        std::sort(keys.begin(), keys.end());
+        ASSERT_EQ(sorted, keys);
+    }
+}
+
 TEST(SortOf, KeysThatAreNoNumbersStaysWithinItsArrays) {
     std::mt19937 random(5);
     for (int round = 0; round < 300; ++round) {

@@ -159,6 +159,8 @@ TEST(TabulatedQuantile, RefusesTablesAndProbabilitiesThatMakeNoSense) {
                    "P = 0.05.  P must be in the range of the table, from 0.1 to 0.9.");
     for (const f32 p : {0.95F, nan32}) expect_refusal(8, lines, p, good);
     expect_refusal(9, lines, 0.5F, {{1, inf32}, {0, 1}});
+    expect_refusal(9, lines, 0.5F, {{-inf32, 1}, {0, 1}});
+    expect_refusal(9, lines_of_quantiles, 0.5F, {{0, 1}, {1, inf32}});
     EXPECT_EQ(quantile(0.2F, good, curve), 2.0F);
     EXPECT_EQ(N1RTY(1), 0) << "after refusals";
 }

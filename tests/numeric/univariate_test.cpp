@@ -80,6 +80,8 @@ TEST(Univariate, RefusesBadArgumentsAndWritesNothing) {
     };
     refuse(1, "NVAR = 0.  The number of variables must be positive.", {.NVAR = 0});
     refuse(2, "IDO = 4.  IDO must be either 0, 1, 2, or 3.", {.IDO = 4});
+    refuse(2, "IDO = -1.  IDO must be either 0, 1, 2, or 3.", {.IDO = -1});
+    refuse(3, " IPRINT = 3.  IPRINT must be either 0, 1, or 2.", {.IPRINT = 3});
     refuse(3, " IPRINT = -1.  IPRINT must be either 0, 1, or 2.", {.IPRINT = -1});
     const std::string upto = " must be greater than or equal to 0 and less than or equal to 2.";
     refuse(4, "IFRQ = 3.  IFRQ" + upto, {.IFRQ = 3});
@@ -235,6 +237,32 @@ TEST(Univariate, RowsWithNegativeOrNoWeightDoNotCount) {
     EXPECT_EQ(got.missing, 1);
     EXPECT_EQ(got.row(15), 0.0F);
     EXPECT_TRUE(std::isnan(got.row(2)));
+}
+
+TEST(Univariate, FrequencyAndWeightDecideTogetherWhatARowIsFor) {
+    constexpr row_use missing = row_use::missing, refused = row_use::refused,
+                      counts = row_use::counts, ruled_out = row_use::ruled_out;
+    const f32 values[] = {2, 0, -1, nan32};
+    const row_use expected[4][4] = {{counts, ruled_out, refused, missing},
+                                    {ruled_out, ruled_out, refused, missing},
+                                    {refused, refused, refused, missing},
+                                    {missing, missing, missing, missing}};
+    for (std::size_t i = 0; i < 4; ++i)
+        for (std::size_t j = 0; j < 4; ++j)
+            EXPECT_EQ(C1WFR(values[i], values[j]), expected[i][j]) << i << ' ' << j;
+}
+
+TEST(Univariate, OfAWeightedInfinityOnlyTheMeanIsLeft) {
+    for (const f32 infinite : {inf32, -inf32}) {
+        const std::vector<f32> columns = {1, infinite, 3, 1, 1, 1, 2, 1, 1};
+        outcome got;
+        ERSET(0, 0, 0);
+        UVSTA(0, 3, 1, columns.data(), 3, 2, 3, 95.0F, 95.0F, 0, got.stat.data(), 15, &got.missing);
+        EXPECT_EQ(got.row(1), infinite);
+        EXPECT_TRUE(std::isnan(got.row(2)) && std::isnan(got.row(4)));
+        EXPECT_EQ(got.row(infinite > 0 ? 7 : 6), infinite);
+        EXPECT_EQ(got.row(15), 4.0F);
+    }
 }
 
 TEST(Univariate, LimitsWithoutTheirQuantileAreNotNumbers) {

@@ -5,6 +5,7 @@
 #include "semivariogram/parameters.hpp"
 #include "semivariogram/search/pair_search.hpp"
 #include "semivariogram/search/window_search.hpp"
+#include "support/expect_event.hpp"
 
 using namespace gamv_test;
 
@@ -268,6 +269,33 @@ TEST_P(LargeLot, GivesTheNumbersOfThePlainLoop) {
 INSTANTIATE_TEST_SUITE_P(PairSearch, LargeLot, testing::ValuesIn(large_lots),
                          [](const auto& row) { return std::string(row.param.name); });
 
+// Long stretches of points in range, with points far away between them, and values and settings that the
+// kernel leaves to the plain rule.
+TEST(PairSearch, LongStretchesGiveTheNumbersOfThePlainLoop) {
+    std::mt19937 generator(12);
+    lot data;
+    for (const i32 length : {1150, 800, 1100})
+        for (i32 i = 0; i < length; ++i)
+            data.push_back({(length == 800 ? 1.0e4 : 0.01 * length) + 0.3 * (i / 24),
+                            0.3 * (i % 24), 60 + static_cast<f64>(generator()) / 1.0e8, 1, 0});
+    const t_gamvset usual = settings(20, 1.5F);
+    expect_literal(usual, data);
+    use_windows_everywhere(true);
+    expect_literal(usual, data);
+    use_windows_everywhere(false);
+    expect_literal(directed(usual, 30, 20), data);
+    t_gamvset set = usual;
+    set.dtol = nan32; // accepts coincident points alone
+    expect_literal(set, data);
+    lot odd = data;
+    odd[7].d_val = static_cast<f64>(std::bit_cast<f32>(pair_kernel::trimmed_bits)); // a NaN
+    expect_literal(usual, odd);
+    set = usual;
+    set.tmin = -inf32;
+    odd[7].d_val = -inf64;
+    expect_literal(set, odd);
+}
+
 // ---- Known numbers -----------------------------------------------------------------------------
 
 TEST(LagClasses, BorderBelongsToTheLowerClass) {
@@ -291,6 +319,38 @@ TEST(LagClasses, CoincidentPairAfterAFarOneLosesTheRestOfItsRow) {
     EXPECT_EQ(result.pairs(5), 4);     // of points 1 and 2, 2 and 3
     lot reordered = {data[0], data[2], data[1], data[3]};
     EXPECT_EQ(table(set, reordered).pairs(3), 4);
+}
+
+TEST(Parameters, KindsAreHalvedAndStandardisedOrRefused) {
+    const lot data = {{0, 0, 1, 1, 0}, {1, 0, 4, 1, 0}, {2, 0, 2, 1, 0}};
+    const f64 variance = 14.0 / 9.0, mean_square = (9.0 + 4.0) / 2; // of neighbours
+    const struct {
+        i32 kind, isill, head;
+        f64 expected;
+    } rows[] = {{1, 0, 1, 0.5 * mean_square},
+                {1, 1, 1, 0.5 * mean_square / variance},
+                {1, 1, 2, 0.5 * mean_square},
+                {2, 1, 1, 0.5 * mean_square},
+                {3, 0, 1, mean_square}};
+    for (const auto& row : rows) {
+        t_gamvset set = settings(2, 1.0F);
+        set.ivtype = row.kind;
+        set.isill = row.isill;
+        set.ivhead = row.head;
+        EXPECT_NEAR(table(set, data).semivariance(3), row.expected, 1e-14) << row.kind;
+    }
+    for (const i32 kind : {9, 10, 1}) {
+        t_gamvset set = settings(2, 1.0F);
+        set.ivtype = kind;
+        if (kind == 1) set.bandwd = -1;
+        clear_event();
+        gamv_variables variables;
+        EXPECT_EQ(readparm(set, 3, view_of(data.data(), 3), variables), 3);
+        support::expect_event(kind == 1 ? "vertical bandwidth is too small"
+                                        : "i_vgmtype_indsemivgmcont and i_vgmtype_indsemivgmcate "
+                                          "are not implemented yet",
+                              "readparm");
+    }
 }
 
 TEST(LagClasses, PlacesThatCollapseIn32BitsCoincide) {

@@ -16,7 +16,7 @@ f32 at(const std::vector<f32>& y, const std::vector<f32>& x, f32 query,
 
 TEST(Interpolation, FollowsTheRulesInsideAndOutsideTheTable) {
     const std::vector<f32> x = {0, 10, 20, 40};
-    const std::vector<f32> y = {5, 6, 8, 0};
+    const std::vector<f32> y = {5, 6, 8, 2};
     const i32 zero = 1, hold = 2;
     struct {
         const char* name;
@@ -24,15 +24,16 @@ TEST(Interpolation, FollowsTheRulesInsideAndOutsideTheTable) {
         const i32* outside;
         f32 expected;
     } const rows[] = {{"first point", 0, &zero, 5},
-                      {"last point", 40, &zero, 0},
+                      {"last point", 40, &zero, 2},
                       {"middle of a step", 5, nullptr, 5.5F},
-                      {"a falling step", 30, nullptr, 4},
+                      {"a falling step", 30, nullptr, 5},
                       {"a table point", 20, nullptr, 8},
                       {"within the tolerance above a point", 10 + 9e-6F, nullptr, 6},
                       {"below, held", -1, &hold, 5},
                       {"below, absent flag", -1, nullptr, 5},
                       {"below, zeroed", -1, &zero, 0},
-                      {"above, held", 41, &hold, 0},
+                      {"above, held", 41, &hold, 2},
+                      {"above, zeroed", 41, &zero, 0},
                       {"not a number lies below", nan32, &hold, 5},
                       {"not a number, zeroed", nan32, &zero, 0}};
     for (const auto& row : rows)

@@ -9,9 +9,14 @@
 //
 // A loop must stand in an unnamed namespace, since the compiled versions are named after it. What it
 // calls must be inlined: a function that stays a call is compiled for every processor.
+//
+// Where coverage is counted there is one version: each copy would count as branches of its own, and a
+// processor reaches those that it has instructions for.
 #pragma once
 
 #include "base/base_types.hpp"
+
+#include <algorithm>
 
 #if defined(__GNUC__)
 #define QMX_INLINED [[gnu::always_inline]] inline
@@ -30,7 +35,8 @@ template <class Loop, class... Arguments> void run_narrow(Arguments&... argument
     Loop::run(arguments...);
 }
 
-#if defined(__GNUC__) && defined(__x86_64__)
+#if defined(__GNUC__) && defined(__x86_64__) && !defined(QMX_IC_COVERAGE)
+#define QMX_SEVERAL_WIDTHS
 
 #if defined(__clang__)
 #define QMX_WIDEST_TARGET "avx512f,avx512bw,avx512dq,avx512vl"
@@ -55,6 +61,12 @@ template <class Loop, class... Arguments>
 }
 #undef QMX_WIDEST_TARGET
 
+#elif defined(QMX_IC_COVERAGE)
+
+inline register_width available_registers() {
+    return register_width::widest; // what is done for wide registers alone is counted too
+}
+
 #else
 
 inline register_width available_registers() {
@@ -64,18 +76,19 @@ inline register_width available_registers() {
 #endif
 
 inline register_width registers_in_use() {
-    const register_width available = available_registers();
-    return available < permitted_registers ? available : permitted_registers;
+    return std::min(available_registers(), permitted_registers);
 }
 
 template <class Loop, class... Arguments> void run_loop(Arguments&&... arguments) {
     switch (registers_in_use()) {
-#if defined(__GNUC__) && defined(__x86_64__)
+#if defined(QMX_SEVERAL_WIDTHS)
     case register_width::widest: return run_widest<Loop>(arguments...);
     case register_width::wide: return run_wide<Loop>(arguments...);
 #endif
     default: return run_narrow<Loop>(arguments...);
     }
 }
+
+#undef QMX_SEVERAL_WIDTHS
 
 } // namespace qmx::numeric

@@ -134,7 +134,7 @@ f64 bound_from_row(const residual_function& function, f64 factor, f64 limit, f64
     bound = nearest_parameter(function, bound);
     const bool is_lower_limit = (inward > 0.0) == (factor > 0.0);
     constexpr i32 most_ulps = 4;
-    for (i32 k = 0; k < most_ulps; ++k) {
+    for (i32 k = 0; k < most_ulps; ++k) { // GCOVR_EXCL_BR_LINE: a rounded quotient is an ulp off
         const f64 value = factor * bound;
         if (is_lower_limit ? value >= limit : value <= limit) break;
         bound = next_parameter(function, bound, inward);

@@ -127,15 +127,10 @@ void reduce_violation(const fit_limits& limits, f64* x, const feasible_storage& 
         storage.lower[j] = limits.lower[j] - x[j];
         storage.upper[j] = limits.upper[j] - x[j];
     }
-    constrained_step({model,
-                      storage.offset,
-                      nullptr,
-                      storage.lower,
-                      storage.upper,
-                      {nullptr, 0, n + constraints, 0},
-                      nullptr,
-                      nullptr},
-                     storage.step, inner);
+    const model_problem problem{model,         storage.offset, nullptr,
+                                storage.lower, storage.upper,  {nullptr, 0, n + constraints, 0},
+                                nullptr,       nullptr};
+    constrained_step(problem, storage.step, inner);
     for (i64 j = 0; j < n; ++j) x[j] += storage.step[j];
     put_within_bounds(limits, x);
 }
@@ -158,9 +153,10 @@ void approach_target(const fit_limits& limits, f64* x, const feasible_storage& s
         storage.row_lower[i] = std::min(0.0, limits.row_lower[i] - value);
         storage.row_upper[i] = std::max(0.0, limits.row_upper[i] - value);
     }
-    constrained_step({distance, storage.offset, nullptr, storage.lower, storage.upper, limits.rows,
-                      storage.row_lower, storage.row_upper},
-                     storage.step, inner);
+    const model_problem problem{distance,          storage.offset,   nullptr,
+                                storage.lower,     storage.upper,    limits.rows,
+                                storage.row_lower, storage.row_upper};
+    constrained_step(problem, storage.step, inner);
     for (i64 j = 0; j < n; ++j) x[j] += storage.step[j];
     put_within_bounds(limits, x);
 }

@@ -161,7 +161,7 @@ f64 part_with_rise(const interval& here, const interval& next, f64 wanted) {
     const f64 second = 3.0 * here.quotient - 2.0 * here.slope - next.slope;
     const f64 third = here.slope + next.slope - 2.0 * here.quotient;
     f64 low = 0.0, high = 1.0, t = wanted / (here.quotient * here.width);
-    for (i32 step = 0; step < most_steps; ++step) {
+    for (i32 step = 0; step < most_steps; ++step) { // GCOVR_EXCL_BR_LINE: the bracket closes before
         const f64 missing = wanted - rise(here, next, t);
         if (missing == 0.0) break;
         (missing > 0.0 ? low : high) = t;

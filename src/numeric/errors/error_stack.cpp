@@ -27,7 +27,7 @@ constexpr action_table default_print = {0, 0, 1, 1, 1, 1, 1};
 constexpr action_table default_stop = {0, 0, 0, 1, 1, 0, 1};
 
 struct stack_entry {
-    i32 type = stale;
+    i32 type = stale; // of the listed types: E1MES sees to it
     i32 code = stale;
     padded_text<32> name;
 };
@@ -60,8 +60,7 @@ bool is_reported_at(i32 level) {
 }
 
 std::string_view label_of(i32 type) {
-    const i32 known = type >= type_none && type <= type_count ? type : type_none;
-    return labels.substr(static_cast<std::size_t>(known) * label_width, label_width);
+    return labels.substr(static_cast<std::size_t>(type) * label_width, label_width);
 }
 
 void print_current() {
@@ -93,7 +92,7 @@ void push(std::string_view name) {
 // The report of an error at the level about to be popped.
 void report(const stack_entry& entry) {
     const i32 type = entry.type;
-    if (type < type_note || type > type_count) return;
+    if (type < type_note) return;
     const bool is_due = is_reported_at(state.level);
     const bool prints = state.print[type - 1] == 1;
     const bool stops = state.stop[type - 1] == 1;
@@ -142,7 +141,7 @@ void E1POP(const char* name, const i32& length) {
         stop_for_misuse(
             2, "Error condition in E1POP.  %(L1) does not match the name %(L2) in the stack.");
     }
-    if (entry.type >= type_alert && entry.type <= type_count) {
+    if (entry.type >= type_alert) {
         stack_entry& caller = state.entries[state.level - 1];
         caller.type = entry.type;
         caller.code = entry.code;

@@ -31,20 +31,15 @@ next_step translate_error(i32 NDEG, i32 degree) {
     const i32 code = N1RCD(1);
     if (type == type_terminal) return next_step::stop;
     if (type == type_fatal) {
-        if (code == 1 || code == 2) {
-            clear_error();
-        } else if (code == 3) {
+        if (code == 3)
             post(type_fatal, 3,
                  "There are no valid data points.  Each (x,y) pair contains NaN (not a number).");
-            return next_step::stop;
-        } else if (code == 7) {
+        else
             post(type_fatal, 7,
                  "The x values are constant.  At least two distinct x values are needed.");
-            return next_step::stop;
-        }
+        return next_step::stop;
     }
     if (type == type_warning) {
-        if (code == 1 || code == 3) clear_error();
         if (code == 4)
             post(type_warning, 4,
                  "The y values are constant.  A zero order polynomial is fit.  High order "

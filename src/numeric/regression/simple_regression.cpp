@@ -119,10 +119,9 @@ void DR2NE(const i32& NOBS, const i32& NCOL, const f64* X, const i32& LDX, const
            const i32& LDCOEF, f64* COVB, const i32& LDCOVB, f64* TESTLF, f64* CASE,
            const i32& LDCASE, i32& NRMISS, f64* WK, i32* IWK) {
     const numeric_frame frame("DR2NE ");
-    if (!accepts({NOBS, NCOL, LDX, INTCEP, IRSP, IND, IFRQ, IWT, IPRED, IPRINT, LDCOEF, LDCOVB,
-                  LDCASE}) ||
-        !accepts_confidences(CONPCM, CONPCP))
-        return;
+    const integer_arguments given = {NOBS, NCOL,  LDX,    INTCEP, IRSP,   IND,   IFRQ,
+                                     IWT,  IPRED, IPRINT, LDCOEF, LDCOVB, LDCASE};
+    if (!accepts(given) || !accepts_confidences(CONPCM, CONPCP)) return;
 
     const model_columns model{X, LDX, NOBS, IRSP, IND, IFRQ, IWT, IPRED};
     regression_rows rows = rows_in(WK, NOBS);

@@ -265,15 +265,14 @@ void sweep(const search_rules& rules, row_lanes& rows, const points& candidates,
 
 void sweep_rows(const search_rules& rules, row_lanes& rows, const points& candidates, i64 first,
                 i64 count, bool backwards, lane_sums& sums) {
+    // A search that counts pairs once has a cone: its half-angle is below 90 degrees, or NaN.
     const bool directed = rules.has_cone || rules.has_bands;
     if (rules.twice && directed)
         sweep<true, true>(rules, rows, candidates, first, count, backwards, sums);
     else if (rules.twice)
         sweep<true, false>(rules, rows, candidates, first, count, backwards, sums);
-    else if (directed)
-        sweep<false, true>(rules, rows, candidates, first, count, backwards, sums);
     else
-        sweep<false, false>(rules, rows, candidates, first, count, backwards, sums);
+        sweep<false, true>(rules, rows, candidates, first, count, backwards, sums);
 }
 
 // ---- One row -----------------------------------------------------------------------------------
