@@ -55,7 +55,7 @@ build() { # preset, targets
 }
 
 rooms=(base events numeric logs toolkit geometry selection measure_statistics compaction spot_tests coverage
-       semivariogram boundary memory)
+       semivariogram boundary properties memory host_world)
 library=(QMX_IC example_statistics random_lots "${rooms[@]/#/test_}")
 
 step "build for this system, to compare with"

@@ -10,6 +10,7 @@
 #include <nanobind/stl/string.h>
 
 #include "study/base/errors.hpp"
+#include "study/base/file_hash.hpp"
 #include "study/base/number_text.hpp"
 #include "study/table/geojson_table.hpp"
 #include "study/table/text_input.hpp"
@@ -81,6 +82,7 @@ std::string layer_of(const std::vector<std::string>& layers, const std::string& 
 struct vector_table::state {
     std::unique_ptr<geojson_table> text; // or all that follows
     std::string file, layer;
+    file_stamp stamp; // of the file as it was opened
     std::vector<read_column> columns;
     bool has_rows = false, has_shapes = false; // were read
     std::size_t rows = 0, next = 0;
@@ -165,6 +167,7 @@ vector_table::vector_table(const std::string& file, const std::string& layer)
         return;
     }
     now->file = file;
+    now->stamp = stamp_of_file(file);
     const auto names = with_python(file, [&](const nb::object& module) {
         std::vector<std::string> all;
         for (const nb::handle name : nb::object(module.attr("layers")(file)))
@@ -216,9 +219,16 @@ bool vector_table::next() {
         return false;
     }
     if (!now->has_rows) rewind();
-    if (now->next == now->rows) return false;
+    if (now->next == now->rows) {
+        if (is_changed()) reason = changed_while_read;
+        return false;
+    }
     ++now->next;
     return true;
+}
+
+bool vector_table::is_changed() const {
+    return !now->text && stamp_of_file(now->file) != now->stamp;
 }
 
 bool vector_table::is_missing(int column) const {

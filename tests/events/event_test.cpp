@@ -139,7 +139,11 @@ TEST_F(Report, TheStatusAndPositionOfAUnitDecideWhatIsKept) {
             ASSERT_EQ(connect_unit(unit, path.string(), row.how, row.where, form), 0);
             EXPECT_TRUE(unit_is_connected(unit));
             write_line(unit, "x", "y");
-            EXPECT_EQ(lines(), row.left);
+            std::vector<std::string> left = row.left;
+#if defined(_WIN32) // the end of a written line takes two bytes there
+            if (left.back() == "ore" && form == open_form::formatted) left.back() = "re";
+#endif
+            EXPECT_EQ(lines(), left);
         }
     std::filesystem::remove(path);
     EXPECT_EQ(connect_unit(unit, path.string(), status::old), ENOENT);
