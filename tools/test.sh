@@ -44,4 +44,4 @@ wait "$python_tests" || { cat build/python/tests.log; exit 1; }
 trap - EXIT
 cat build/python/tests.log
 suite dev openblas-pthread
-suite dev blas -LE '^(study|app|report|without_gdal|docs|examples)$' # what calls the library directly
+suite dev blas -LE '^(study|app|report|without_gdal|docs|examples|faults|fuzz|properties|memory|host_world)$' # what calls the library directly
