@@ -90,7 +90,7 @@ keep() { # target: what reaches more than the corpus does, the smallest first, a
   cp -r "fuzz/corpus/$name/." "$fresh"
   "$build/fuzz/fuzz_$name" -merge=1 -max_len="${longest[$name]}" "$fresh" "$build/work/$name" >"$build/$name.merge.log" 2>&1
   # What stands there stays: it may be all that reaches some property.
-  local room=$((${QMX_IC_FUZZ_KEPT:-150} - $(find "fuzz/corpus/$name" -type f | wc -l)))
+  local room=$((${QMX_IC_FUZZ_KEPT:-100} - $(find "fuzz/corpus/$name" -type f | wc -l)))
   find "$fresh" -type f -size -4k -printf '%s %f\n' | sort -n | cut -d' ' -f2 | while read -r input; do
     ((room-- > 0)) || break
     [ -e "fuzz/corpus/$name/$input" ] && { ((++room)); continue; }
