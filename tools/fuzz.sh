@@ -7,7 +7,7 @@
 #     tools/fuzz.sh find TARGET INPUT              one input once, with all that the sanitizers have to say
 #
 # One core is used, at low priority. A run goes on where the last one ended: inputs found are kept in
-# build/fuzz/work/, the counts in build/fuzz/executions.tsv. An input that breaks a property is left in
+# build/fuzz/inputs/, the counts in build/fuzz/executions.tsv. An input that breaks a property is left in
 # build/fuzz/findings/TARGET/, and the target goes on.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -50,8 +50,8 @@ done_by() { # executions so far
 findings_of() { find "$build/findings/$1" -type f 2>/dev/null | wc -l; }
 
 run() { # target, executions to be reached
-  local name=$1 goal=$2 work=$build/work/$1 found=$build/findings/$1 log now start
-  mkdir -p "$work" "$found" "fuzz/corpus/$name" "fuzz/regressions/$name"
+  local name=$1 goal=$2 seen=$build/inputs/$1 found=$build/findings/$1 log now start
+  mkdir -p "$seen" "$found" "fuzz/corpus/$name" "fuzz/regressions/$name"
   log=$build/$name.log
   while now=$(done_by "$name") && ((now < goal)); do
     start=$SECONDS
@@ -60,7 +60,7 @@ run() { # target, executions to be reached
     # A finding ends the slice with a code of its own; what it did counts all the same.
     nice -n "${QMX_IC_FUZZ_NICE:-10}" "$build/fuzz/fuzz_$name" "${dictionary[@]}" -runs="$runs" -max_len="${longest[$name]}" -timeout=20 \
       -rss_limit_mb=2048 -print_final_stats=1 -entropic=0 -artifact_prefix="$found/" \
-      "$work" "fuzz/corpus/$name" "fuzz/regressions/$name" >"$log" 2>&1 || true
+      "$seen" "fuzz/corpus/$name" "fuzz/regressions/$name" >"$log" 2>&1 || true
     local executed
     executed=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
     [[ -n $executed ]] || { tail -20 "$log" >&2; return 1; }
@@ -86,9 +86,9 @@ report() {
 keep() { # target: what reaches more than the corpus does, the smallest first, as many as the project carries
   local name=$1 fresh
   fresh=$(mktemp -d)
-  mkdir -p "$build/work/$name" "fuzz/corpus/$name"
+  mkdir -p "$build/inputs/$name" "fuzz/corpus/$name"
   cp -r "fuzz/corpus/$name/." "$fresh"
-  "$build/fuzz/fuzz_$name" -merge=1 -max_len="${longest[$name]}" "$fresh" "$build/work/$name" >"$build/$name.merge.log" 2>&1
+  "$build/fuzz/fuzz_$name" -merge=1 -max_len="${longest[$name]}" "$fresh" "$build/inputs/$name" >"$build/$name.merge.log" 2>&1
   # What stands there stays: it may be all that reaches some property.
   local room=$((${QMX_IC_FUZZ_KEPT:-100} - $(find "fuzz/corpus/$name" -type f | wc -l)))
   find "$fresh" -type f -size -4k -printf '%s %f\n' | sort -n | cut -d' ' -f2 | while read -r input; do
