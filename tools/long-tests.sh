@@ -49,7 +49,7 @@ levels() {
 
 # 32 bits with SSE2 arithmetic: a C host, and the same bytes.
 32-bit() {
-  dev random_lots || return 1
+  dev random_lots example_statistics || return 1
   local flags="-m32 -msse2 -mfpmath=sse"
   cmake -S /usr/src/googletest -B "$work/googletest-32" -G Ninja -DBUILD_GMOCK=OFF -DCMAKE_CXX_FLAGS="$flags" \
     -DCMAKE_INSTALL_PREFIX="$work/googletest-32/installed" >/dev/null &&
