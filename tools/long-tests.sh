@@ -71,7 +71,7 @@ thread-sanitizer() {
   settings=(-DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_C_COMPILER=clang-14 -DQMX_IC_SANITIZE=thread
             -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS="-O1 -g1")
   library thread test_host_world &&
-    "$work/thread/tests/test_host_world" --gtest_brief=1 --gtest_filter='HostThreads.TakeTurns'
+    "$work/thread/tests/host_world/test_host_world" --gtest_brief=1 --gtest_filter='HostThreads.TakeTurns'
 }
 
 valgrind() {
