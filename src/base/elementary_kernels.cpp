@@ -163,6 +163,7 @@ struct logarithm_parts {
             significand *= 2.0;
             --exponent;
         }
+        // NOLINTNEXTLINE(bugprone-incorrect-roundings): positive, and either neighbour of a tie serves
         const i32 nearest = static_cast<i32>(significand * logarithm_steps + 0.5);
         place = &logarithm_places[static_cast<std::size_t>(nearest - first_place)];
     }

@@ -19,6 +19,7 @@ inline void prefetch(const void* place) {
 
 // Prefetches what lies `bytes` after `place`, for loops that read records in order.
 inline void prefetch_ahead(const void* place, std::uintptr_t bytes) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a pointer may not be moved past the end, a number may
     prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(place) + bytes));
 }
 
