@@ -84,9 +84,8 @@ analysers() {
   [ -f build/dev/build.ninja ] || cmake --preset dev -G Ninja "${launcher[@]}" >/dev/null || return 1
   cmake --preset sanitize -G Ninja "${launcher[@]}" -B "$work/analysed" -DQMX_IC_SANITIZE= -DCMAKE_UNITY_BUILD=OFF \
     >/dev/null || return 1
-  # The commands name precompiled headers, which have to be there.
-  ninja -C "$work/analysed" -t targets all | sed -n 's/\.pch: .*/.pch/p' |
-    xargs cmake --build "$work/analysed" -- --quiet || return 1
+  # The headers are read as text: nothing has to be built first.
+  sed -i 's/-Xclang -include-pch -Xclang [^ ]*\.pch //' "$work/analysed/compile_commands.json"
   local failed=0
   git ls-files 'src/*.cpp' 'study/*.cpp' 'apps/*.cpp' | grep -v '^study/python' |
     xargs -P "$(nproc)" -n 1 clang-tidy-14 -p "$work/analysed" --quiet 2>/dev/null || failed=1
