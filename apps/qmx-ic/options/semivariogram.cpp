@@ -82,6 +82,7 @@ void add_model_options(CLI::App& command, semivariogram_question& question) {
                     "back; otherwise a factor that keeps it off the bounds of the fit")
         ->group(models);
     std::vector<std::string> keys;
+    keys.reserve(std::size(all_weights));
     for (const lag_weights one : all_weights) keys.emplace_back(key_of(one));
     CLI::Option* const named =
         command
