@@ -19,13 +19,13 @@ inline box bounding_box(const f64* x, const f64* y) {
     constexpr i32 chains = 2; // of independent comparisons
     static_assert(group_size % (chains * width) == 0);
     reals x_low[chains], x_high[chains], y_low[chains], y_high[chains], sum[chains];
-    for (i32 c = 0; c < chains; ++c) {
+    for (i64 c = 0; c < chains; ++c) {
         x_low[c] = x_high[c] = load(x + c * width);
         y_low[c] = y_high[c] = load(y + c * width);
         sum[c] = reals{};
     }
-    for (i32 i = 0; i < group_size; i += chains * width)
-        for (i32 c = 0; c < chains; ++c) {
+    for (i64 i = 0; i < group_size; i += i64{chains} * width)
+        for (i64 c = 0; c < chains; ++c) {
             const reals px = load(x + i + c * width), py = load(y + i + c * width);
             x_low[c] = lesser(px, x_low[c]);
             x_high[c] = greater(px, x_high[c]);

@@ -79,7 +79,7 @@ public:
         extended_real result;
         result.sign_ = a.sign_ * b.sign_;
         if (result.sign_ == 0) return {};
-        std::array<u32, 2 * N> product{}; // of which the lowest digits are not formed
+        std::array<u32, std::size_t{2} * N> product{}; // of which the lowest digits are not formed
         for (std::size_t i = 0; i < N; ++i) {
             u64 carry = 0;
             for (std::size_t j = i + 2 < N ? N - 2 - i : 0; j < N; ++j) {
@@ -154,11 +154,11 @@ private:
         extended_real result;
         result.sign_ = sign_;
         const i32 whole = N - 1 - top;
-        result.exponent_ = exponent_ - 32 * whole - zeros;
+        result.exponent_ = exponent_ - i64{32} * whole - zeros;
         for (i32 i = top; i >= 0; --i) {
             const u64 lower = i > 0 ? digit_[static_cast<std::size_t>(i - 1)] : 0;
             const u64 pair = u64{digit_[static_cast<std::size_t>(i)]} << 32 | lower;
-            result.digit_[static_cast<std::size_t>(i + whole)] =
+            result.digit_[static_cast<std::size_t>(i) + static_cast<std::size_t>(whole)] =
                 static_cast<u32>(pair << zeros >> 32);
         }
         return result;

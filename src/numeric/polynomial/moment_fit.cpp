@@ -105,7 +105,7 @@ QMX_INLINED void sum_moments(const scaled_rows& rows, const moment_scales& given
             add_moments<degree, 0>(t, 0.0, 1.0, scaled_y, scales, block);
             block.square += scales.square.lifted_bits(scaled_y * scaled_y);
         }
-        for (std::size_t k = 1; k <= 2 * degree; ++k)
+        for (std::size_t k = 1; k <= std::size_t{2} * degree; ++k)
             sums.abscissa[k].add(scales.abscissa.units_of(block.abscissa[k], length));
         for (std::size_t k = 0; k <= degree; ++k)
             sums.ordinate[k].add(scales.ordinate.units_of(block.ordinate[k], length));

@@ -158,7 +158,7 @@ void neighbour_runs::mark(i64 run) {
 bool neighbour_runs::list_marked() {
     numbers_ = 0;
     for (i64 high = first_word_; high <= last_word_; ++high) {
-        if (!grow(number_, numbers_ + 64 * 64 + 4, numbers_)) return false;
+        if (!grow(number_, numbers_ + i64{64} * 64 + 4, numbers_)) return false;
         for (; words_[high] != 0; words_[high] &= words_[high] - 1) {
             const i64 word = high * 64 + std::countr_zero(words_[high]);
             std::uint64_t bits = std::exchange(marked_[word], 0);
