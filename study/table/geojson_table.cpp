@@ -15,6 +15,25 @@ namespace {
 
 using json = nlohmann::ordered_json; // columns in the order of the file
 
+// What follows the brackets does so by recursion, which a stack holds only so deep. Collections within
+// collections are read as deep as in well-known text.
+constexpr int most_nested = 100;
+
+// How deep brackets stand within each other, those in texts left out.
+int nesting_of(std::string_view text) {
+    int depth = 0, most = 0;
+    bool is_quoted = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '"') is_quoted = !is_quoted;
+        if (is_quoted && c == '\\') ++i;
+        if (is_quoted) continue;
+        if (c == '{' || c == '[') most = std::max(most, ++depth);
+        if (c == '}' || c == ']') --depth;
+    }
+    return most;
+}
+
 bool has_text(const json& value, const char* key, std::string_view wanted) {
     const auto found = value.find(key);
     return found != value.end() && found->is_string() &&
@@ -136,6 +155,11 @@ geojson_table::geojson_table(const std::string& file, const std::string& layer)
     const std::string text = whole_text(file);
     const std::size_t start = text.find_first_not_of(" \t\r\n");
     if (start == std::string::npos || text[start] != '{') refuse_unknown_format(file, "");
+    if (nesting_of(text) > most_nested)
+        throw usage_error(
+            fmt::format("{}: its brackets are nested more than {} deep, which no features need",
+                        file, most_nested),
+            {{}, file, 0, {}});
     now->document = json::parse(text, nullptr, false);
     now->features = features_of(now->document, file);
     if (!layer.empty() && !has_text(now->document, "name", layer))
