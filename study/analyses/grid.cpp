@@ -44,6 +44,7 @@ std::vector<std::int32_t> tracks_named(const std::string& name, loaded_lot& lot,
         while (tracks.size() < records.size() && records[tracks.size()] == source.record())
             tracks.push_back(number.first->second); // several points
     }
+    source.refuse_if_changed();
     tracks.resize(records.size());
     return tracks;
 }

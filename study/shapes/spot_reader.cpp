@@ -20,6 +20,7 @@ template <class Visit> void for_each_test(table_source& source, const lot& tests
     source.rewind();
     for (std::size_t i = 0; i < tests.records.size() && source.next();)
         if (source.record() == tests.records[i]) visit(i++);
+    source.refuse_if_changed();
 }
 
 // A pass number that was not read stands as 0: an empty field means all passes, anything else is an
