@@ -12,11 +12,13 @@
 #include "study/base/errors.hpp"
 #include "study/table/vector_table.hpp"
 #include "temporary_file.hpp"
+#include "written_shape.hpp"
 
 namespace {
 
 using namespace qmx_study;
 using study_test::temporary_file;
+using study_test::written;
 
 std::string collection(const std::vector<std::string>& features, const std::string& more = "") {
     return fmt::format(R"({{"type":"FeatureCollection",{}"features":[{}]}})", more,
@@ -37,20 +39,6 @@ std::string message_of(const std::string& text, const std::string& layer = "") {
     } catch (const usage_error& error) {
         return error.what();
     }
-}
-
-// "POINT 1 2", a ring as "(0 0,1 0)", parts as "[...]".
-std::string written(const shape& of) {
-    std::string text = of.name + (of.is_empty ? " EMPTY" : "");
-    if (of.kind == shape_kind::point && !of.is_empty) text += fmt::format(" {} {}", of.x, of.y);
-    for (const ring& each : of.rings) {
-        text += "(";
-        for (std::size_t i = 0; i < each.x.size(); ++i)
-            text += fmt::format("{}{} {}", i > 0 ? "," : "", each.x[i], each.y[i]);
-        text += ")";
-    }
-    for (const shape& part : of.parts) text += "[" + written(part) + "]";
-    return text;
 }
 
 TEST(GeoJson, HasTheColumnsOfAllItsFeatures) {
@@ -78,7 +66,9 @@ TEST(GeoJson, HasTheColumnsOfAllItsFeatures) {
                 const std::string& wanted = row[static_cast<std::size_t>(i)];
                 EXPECT_EQ(table.text(i), wanted);
                 EXPECT_EQ(table.is_missing(i), wanted.empty());
-                if (i < 3 && !wanted.empty()) EXPECT_EQ(table.number(i), std::stod(wanted));
+                if (i < 3 && !wanted.empty()) {
+                    EXPECT_EQ(table.number(i), std::stod(wanted));
+                }
             }
         }
         EXPECT_FALSE(table.next());
