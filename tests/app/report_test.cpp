@@ -96,6 +96,8 @@ TEST_F(Report, WrongWordsAreNamedWithTheirPlace) {
                    {{"", "FILE is required"},
                     {"gone.csv", "there is no such file"},
                     {"--job wrong.toml", "wrong.toml, line 4"},
+                    {"--job gone.toml", "gone.toml: the job file cannot be read (No such file"},
+                    {"--job .", ".: the job file cannot be read (Is a directory"},
                     {"lot.csv --preset austra", "did you mean austria"},
                     {"lot.csv --threshold cv=20", "there is no threshold \"cv\""},
                     {"lot.csv --threshold variation_percent", "KEY=NUMBER"},
@@ -112,6 +114,14 @@ TEST_F(Report, InitWritesAJobThatRuns) {
     EXPECT_EQ(run("init lot.csv -o -").out, app_test::text_of(path("new.toml")));
     const json document = document_of("--job new.toml");
     EXPECT_EQ(document["columns"]["value"]["name"], "LastCMV");
+    // A name that is no UTF-8 would make a job that cannot be read.
+    std::filesystem::copy(path("lot.csv"), folder / "stra\xdf"
+                                                    "e.csv");
+    const outcome refused = run("init 'stra\xdf"
+                                "e.csv' -o third.toml");
+    EXPECT_EQ(refused.code, 2);
+    EXPECT_TRUE(refused.says("is no UTF-8 and cannot stand in a job file; rename it"));
+    EXPECT_FALSE(std::filesystem::exists(path("third.toml")));
 }
 
 } // namespace
