@@ -52,6 +52,7 @@ job_settings checked_settings(const std::string& job, const nb::dict& given) {
 
 struct read_lot_result {
     loaded_lot lot;
+    std::vector<std::int64_t> rows; // of its points
 };
 
 std::shared_ptr<read_lot_result> read_points(const std::string& job, const nb::dict& given) {
@@ -64,6 +65,8 @@ std::shared_ptr<read_lot_result> read_points(const std::string& job, const nb::d
             keep_points_inside(made->lot, settings.filters.polygon);
         std::string& unit = made->lot.data.value.unit;
         if (unit.empty()) unit = settings.value_unit;
+        const record_numbers& records = made->lot.data.records;
+        made->rows.assign(records.begin(), records.end());
         return made;
     });
 }
@@ -225,7 +228,7 @@ NB_MODULE(_study, module) {
         .def("records", [](nb::handle self) { return records(self); })
         .def("rows",
              [](nb::handle self) {
-                 return column_of(nb::cast<const read_lot_result&>(self).lot.data.records, self);
+                 return column_of(nb::cast<const read_lot_result&>(self).rows, self);
              })
         .def("account", &account);
     nb::class_<study_result>(module, "StudyData")

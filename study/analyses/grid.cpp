@@ -32,7 +32,7 @@ std::vector<std::int32_t> tracks_named(const std::string& name, loaded_lot& lot,
                           error_place{"--track", source.file, 0, name});
     std::vector<std::int32_t> tracks;
     std::unordered_map<std::string, std::int32_t> known;
-    const std::vector<std::int64_t>& records = lot.data.records;
+    const record_numbers& records = lot.data.records;
     source.rewind_for({column}, false);
     while (tracks.size() < records.size() && source.next()) {
         if (source.record() % 4096 == 0)

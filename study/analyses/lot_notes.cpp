@@ -58,13 +58,15 @@ std::optional<std::int64_t> keep_last_pass_of_scattered(finished_layer& layer, l
                     lattice->scatter, lattice->mesh.x, lattice->mesh.y));
     keep_last_pass(moved);
     const auto left_out = static_cast<std::int64_t>(points.points.size() - moved.points.size());
-    for (std::size_t kept = 0; kept < moved.records.size(); ++kept) {
-        const auto from = static_cast<std::size_t>(moved.records[kept]);
-        points.points[kept] = points.points[from];
-        points.records[kept] = points.records[from];
+    std::size_t kept = 0;
+    record_numbers kept_records;
+    for (const std::int64_t place : moved.records) {
+        const auto from = static_cast<std::size_t>(place);
+        points.points[kept++] = points.points[from];
+        kept_records.push_back(points.records[from]);
     }
-    points.points.resize(moved.records.size());
-    points.records.resize(moved.records.size());
+    points.points.resize(kept);
+    points.records = std::move(kept_records);
     return left_out;
 }
 

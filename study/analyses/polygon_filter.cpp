@@ -34,27 +34,29 @@ void keep_points_inside(loaded_lot& lot, const std::string& polygon_file) {
     const std::vector<bool> inside = points_inside(polygons, at.x, at.y);
     filtered_rows account{"polygon", polygon_file, 0, 0};
     std::size_t kept = 0;
+    record_numbers kept_records;
     std::int64_t without_position = 0;
-    for (std::size_t i = 0; i < data.points.size(); ++i) {
+    auto record = data.records.begin();
+    for (std::size_t i = 0; i < data.points.size(); ++i, ++record) {
         if (inside[i]) {
-            data.points[kept] = data.points[i];
-            data.records[kept++] = data.records[i];
+            data.points[kept++] = data.points[i];
+            kept_records.push_back(*record);
             continue;
         }
         const bool is_lacking = std::isnan(at.x[i]) || std::isnan(at.y[i]);
         without_position += is_lacking;
         if (data.without_value > 0 && std::isnan(data.points[i].d_val)) {
             --data.without_value; // it was kept though it is dropped for that
-            count_out(data, data.records[i], &file_rows::dropped);
+            count_out(data, *record, &file_rows::dropped);
             continue;
         }
         ++account.rows;
         account.lacking += is_lacking;
         ++data.rows_filtered;
-        count_out(data, data.records[i], &file_rows::filtered);
+        count_out(data, *record, &file_rows::filtered);
     }
     data.points.resize(kept);
-    data.records.resize(kept);
+    data.records = std::move(kept_records);
     data.without_position -= std::min(data.without_position, without_position);
     if (!assumed.empty()) data.notes.push_back(fmt::format("filter {}{}", polygon_file, assumed));
     data.filters.push_back(account);

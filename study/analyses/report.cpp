@@ -317,7 +317,7 @@ cell_table table_of(const report_answer& answer, const lot& points) {
                                 : answer.limit_of_cells->is_met(cell.d_val) ? cell_met
                                                                             : cell_missed);
     }
-    table.records = points.records;
+    table.records.assign(points.records.begin(), points.records.end());
     return table;
 }
 

@@ -160,14 +160,16 @@ void join_cells(lot& cells, std::vector<std::uint32_t>& records) {
 
 std::int64_t keep_marked(lot& points, const std::vector<bool>& is_kept) {
     std::size_t kept = 0;
-    for (std::size_t i = 0; i < is_kept.size(); ++i) {
+    record_numbers kept_records;
+    auto record = points.records.begin();
+    for (std::size_t i = 0; i < is_kept.size(); ++i, ++record) {
         if (!is_kept[i]) continue;
-        points.points[kept] = points.points[i];
-        points.records[kept++] = points.records[i];
+        points.points[kept++] = points.points[i];
+        kept_records.push_back(*record);
     }
     const auto left_out = static_cast<std::int64_t>(points.points.size() - kept);
     points.points.resize(kept);
-    points.records.resize(kept);
+    points.records = std::move(kept_records);
     return left_out;
 }
 

@@ -17,7 +17,7 @@ public:
     // whose reason is known.
     void add(std::string_view role, std::string_view reason, std::string_view subject,
              std::string_view text, std::int64_t record, std::string_view column = {},
-             std::string_view value = {});
+             std::string_view value = {}, std::int64_t rows_of_it = 1);
     void add(std::string_view reason, std::string_view text, std::int64_t record) {
         add("", reason, "", text, record);
     }
@@ -31,6 +31,8 @@ public:
 
     // The number of a field; NaN after adding the reason to `drops`.
     double read(const table_source& row, drop_counter& drops);
+    // The same for empty fields that were seen elsewhere, the first of them in this record.
+    void take_empty(std::int64_t fields, std::int64_t first_record, drop_counter& drops) const;
 
     used_column column;
     stripped_text stripped;
@@ -42,16 +44,16 @@ private:
     void note_stripped(const text_value& field, bool is_unit);
 };
 
-// The values of one candidate column, for the points read so far. A column without any number takes
-// no memory.
+// The values of one candidate column. The last one read is at hand; the lot keeps those of one candidate.
 struct value_column {
     field_reader reader;
     drop_counter drops;
-    std::vector<double> values;
+    double now = 0; // of the row read last
     std::int64_t filled = 0;
 
-    void take(const table_source& row, std::size_t position, std::size_t capacity);
-    double at(std::size_t position) const;
+    void take(const table_source& row);
+    // Those of rows read elsewhere, of which `empty` have none, the first of these in a record.
+    void take_all(std::int64_t rows, std::int64_t empty, std::int64_t first_empty_record);
 };
 
 } // namespace qmx_study

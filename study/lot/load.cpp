@@ -3,13 +3,36 @@
 #include <algorithm>
 #include <utility>
 
+#include "study/base/errors.hpp"
+
 namespace qmx_study {
 
-opened_table open_table(const reading_options& options, progress& shown) {
-    opened_table table;
-    table.source = std::make_unique<table_source>(
-        options.files(), options.layer, shown, text_layout{options.header_line, options.comment});
+namespace {
+
+void survey(opened_table& table, const reading_options& options) {
     table.survey = survey_rows(*table.source, missing_texts_of(options), decimal_of(options));
+}
+
+void read(loaded_lot& result, const reading_options& options, const reading_needs& needs,
+          progress& shown, const lot_conditions* conditions) {
+    result.data =
+        read_lot(*result.table.source, result.table.survey, options, needs, shown, conditions);
+    result.value_is_chosen = options.value.empty() && result.data.candidates.size() > 1;
+}
+
+std::unique_ptr<table_source> open_source(const reading_options& options, progress& shown,
+                                          counting when) {
+    return std::make_unique<table_source>(
+        options.files(), options.layer, shown,
+        text_layout{options.header_line, options.comment, options.is_careful},
+        options.is_careful ? counting::first : when);
+}
+
+} // namespace
+
+opened_table open_table(const reading_options& options, progress& shown) {
+    opened_table table{open_source(options, shown, counting::first), {}};
+    survey(table, options);
     return table;
 }
 
@@ -17,15 +40,24 @@ loaded_lot read_table(opened_table table, const reading_options& options,
                       const reading_needs& needs, progress& shown,
                       const lot_conditions* conditions) {
     loaded_lot result{std::move(table), {}, false, 0, 0};
-    result.data =
-        read_lot(*result.table.source, result.table.survey, options, needs, shown, conditions);
-    result.value_is_chosen = options.value.empty() && result.data.candidates.size() > 1;
+    read(result, options, needs, shown, conditions);
     return result;
 }
 
+// The records are counted as they are read: a text is gone through once. What is wrong with the text is
+// told before anything else that is wrong, as where it is counted first.
 loaded_lot load(const reading_options& options, const reading_needs& needs, progress& shown,
                 const lot_conditions* conditions) {
-    return read_table(open_table(options, shown), options, needs, shown, conditions);
+    loaded_lot result;
+    result.table.source = open_source(options, shown, counting::while_reading);
+    try {
+        survey(result.table, options);
+        read(result, options, needs, shown, conditions);
+    } catch (const usage_error&) {
+        result.table.source->count_now(shown);
+        throw;
+    }
+    return result;
 }
 
 reading_account account_of(const loaded_lot& lot) {

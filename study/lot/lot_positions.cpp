@@ -66,22 +66,23 @@ void project(lot& points, const table_source& source, const std::string& to,
         planar_system(to, *points.system, {all.median_x}, {all.median_y});
     transform(*points.system, *plane, eastings, northings);
     std::size_t kept = 0;
-    for (std::size_t i = 0; i < points.points.size(); ++i) {
+    record_numbers kept_records;
+    auto record = points.records.begin();
+    for (std::size_t i = 0; i < points.points.size(); ++i, ++record) {
         t_icdata point = points.points[i];
         const bool is_lost = !std::isnan(point.d_x) && std::isnan(eastings[i]);
         if (is_lost && needs.position != need::taken) {
             drops.add("", "position_outside_plane", "the position has no place in ", plane->name(),
-                      points.records[i], points.x.name,
-                      fmt::format("{}, {}", point.d_x, point.d_y));
+                      *record, points.x.name, fmt::format("{}, {}", point.d_x, point.d_y));
             continue;
         }
         point.d_x = eastings[i];
         point.d_y = northings[i];
-        points.points[kept] = point;
-        points.records[kept++] = points.records[i];
+        points.points[kept++] = point;
+        kept_records.push_back(*record);
     }
     points.points.resize(kept);
-    points.records.resize(kept);
+    points.records = std::move(kept_records);
     points.system = plane;
     points.is_geographic = false;
     points.is_projected = true;

@@ -10,9 +10,13 @@
 #include "study/base/value_text.hpp"
 #include "study/lot/column_choice.hpp"
 #include "study/lot/field_reader.hpp"
+#include "study/lot/lot_account.hpp"
 #include "study/lot/lot_positions.hpp"
+#include "study/lot/plain_points.hpp"
+#include "study/lot/quick_layout.hpp"
 #include "study/lot/row_conditions.hpp"
 #include "study/lot/row_screen.hpp"
+#include "study/table/plain_reading.hpp"
 
 namespace qmx_study {
 
@@ -23,8 +27,10 @@ constexpr std::int64_t rows_between_notes = 4096;
 
 class lot_builder {
 public:
+    // kept: the candidate whose values the points get.
     lot_builder(table_source& from, const row_survey& learned, const reading_options& chosen,
-                const reading_needs& wanted, progress& on_terminal, const lot_conditions* further)
+                const reading_needs& wanted, progress& on_terminal, const lot_conditions* further,
+                std::optional<std::size_t> candidate)
         : source(from), survey(learned), options(chosen), needs(wanted), shown(on_terminal),
           screen(source, survey, options.where),
           choice(choose_columns(source, survey, options, needs)), x(choice.x, "x", survey),
@@ -33,34 +39,34 @@ public:
         if (further) values_in_use = further->filters.value;
         if (needs.traits) traits.emplace(source, survey, *needs.traits);
         for (const used_column& column : choice.values)
-            values.push_back({field_reader(column, "value", survey), {}, {}, 0});
+            values.push_back({field_reader(column, "value", survey), {}, none, 0});
+        kept_value = candidate.value_or(likely_value(choice, survey));
         counts_of_value.resize(values.size());
         result.decimal = survey.files.front().style.decimal;
-        for (std::size_t k = 0; k < source.part_count(); ++k)
-            for (const std::string& note : source.part(k).lines.notes)
-                result.notes.push_back(source.part_count() == 1
-                                           ? note
-                                           : fmt::format("{}: {}", source.part(k).file, note));
-        note_joined_columns();
+        note_texts(result, source, survey);
         reads_pass = choice.pass.found() && needs.pass != need::unused && !needs.value_is_pass;
     }
 
-    lot build() {
+    // Reads all rows. Returns the candidate that the points should have got, where it is another one.
+    std::optional<std::size_t> read() {
         if (source.rows > 0) {
             // The lines of a text were counted; of other formats it is the file that promises so many.
             constexpr std::int64_t most_on_trust = 1 << 20;
-            const auto expected = static_cast<std::size_t>(
-                source.is_delimited ? source.rows : std::min(source.rows, most_on_trust));
-            result.points.reserve(expected);
-            result.records.reserve(expected);
+            result.points.reserve(static_cast<std::size_t>(
+                source.is_delimited ? source.rows : std::min(source.rows, most_on_trust)));
         }
         source.rewind_for(columns_asked_for(), choice.from_geometry);
-        while (source.next()) {
-            if (source.record() % rows_between_notes == 0)
-                shown.note(fmt::format("reading {}", source.file),
-                           static_cast<double>(source.record()), static_cast<double>(source.rows));
-            take_row();
-        }
+        source.count_while_reading();
+        do {
+            read_part();
+        } while (source.go_on_to_next_part());
+        source.take_counts();
+        const value_column* const best = best_value();
+        if (!best || best == &values[kept_value]) return {};
+        return static_cast<std::size_t>(best - values.data());
+    }
+
+    lot settled() {
         if (!source.is_delimited && source.rows > source.record())
             result.notes.push_back(fmt::format(
                 "{} promises {} records and holds {}: some were deleted in it, or it is damaged.",
@@ -72,8 +78,9 @@ public:
         result.dropped = std::move(drops.rows);
         std::stable_sort(result.dropped.begin(), result.dropped.end(),
                          [](const auto& a, const auto& b) { return a.count > b.count; });
-        settle_files();
-        if (result.points.empty() && !needs.allow_empty) refuse_empty();
+        account_for_files(result, source, by_file);
+        if (result.points.empty() && !needs.allow_empty)
+            refuse_empty(result, source, options.where, left_out_by_where);
         if (result.points.size() > static_cast<std::size_t>(std::numeric_limits<int32_t>::max()))
             throw usage_error(
                 fmt::format("{}: {} points are more than one analysis takes (2^31 - 1); "
@@ -93,6 +100,7 @@ private:
     column_choice choice;
     field_reader x, y, pass;
     std::vector<value_column> values;
+    std::size_t kept_value = 0;
     // Which value is taken shows at the end: traits are counted for the rows that have all of them,
     // and for each value those of the others.
     std::optional<trait_reader> traits;
@@ -104,7 +112,7 @@ private:
     bool reads_pass = false;
     std::int64_t further_points = 0; // of records with several
     std::int64_t left_out_by_where = 0;
-    std::vector<std::int64_t> further_by_file, filtered_by_file;
+    rows_by_file by_file;
 
     std::vector<int> columns_asked_for() const {
         std::vector<int> columns = screen.columns();
@@ -117,13 +125,58 @@ private:
         return columns;
     }
 
-    void note_joined_columns() {
-        if (source.part_count() == 1) return;
-        for (std::size_t k = 1; k < source.part_count(); ++k)
-            if (const char mark = survey.files[k].style.decimal; mark != result.decimal)
-                result.notes.push_back(
-                    fmt::format("{} is written with a decimal {}, unlike {}", source.part(k).file,
-                                mark == ',' ? "comma" : "point", source.part(0).file));
+    void read_part() {
+        if (const std::optional<quick_layout> quick = layout_of_part()) {
+            read_rows(source.present_part(), quick->rows, options.threads,
+                      {[&](const double* numbers, std::int64_t rows) {
+                           take_plain(numbers, rows, *quick);
+                       },
+                       [&] { take_row(); }, [&](double share) { note_share(share); }});
+            return;
+        }
+        while (source.next_of_part()) {
+            if (source.record() % rows_between_notes == 0) {
+                if (source.rows > 0)
+                    shown.note(fmt::format("reading {}", source.file),
+                               static_cast<double>(source.record()),
+                               static_cast<double>(source.rows));
+                else
+                    note_share(source.present_part().share_read());
+            }
+            take_row();
+        }
+    }
+
+    // Where each row has to be looked at: nothing.
+    std::optional<quick_layout> layout_of_part() {
+        const bool has_conditions = conditions && !conditions->columns().empty();
+        if (options.is_careful || !options.where.empty() || has_conditions || traits) return {};
+        const double largest = std::numeric_limits<double>::max();
+        return quick_layout_of(source, survey,
+                               {choice, reads_pass, needs.are_pairs ? largest : most_x(),
+                                needs.are_pairs ? largest : most_y()});
+    }
+
+    void take_plain(const double* numbers, std::int64_t rows, const quick_layout& quick) {
+        const std::int64_t first = source.record() - rows + 1;
+        const std::size_t width = quick.rows.numbers.size();
+        append_plain_points(result, {numbers, rows, width, first}, quick.places,
+                            values.empty() ? -1 : quick.places.values[kept_value],
+                            needs.mark_missing_passes ? no_pass : 0);
+        for (std::size_t k = 0; k < values.size(); ++k)
+            take_plain_values(values[k], {numbers, rows, width, first}, quick.places.values[k]);
+    }
+
+    // How many rows there will be, by the share of the file that was read.
+    void note_share(double share) {
+        shown.note(fmt::format("reading {}", source.file), share, 1);
+        if (source.rows >= 0 || !(share > 0)) return;
+        constexpr std::size_t fewest = 4096; // that tell it well enough
+        const std::size_t rows = result.points.size();
+        const double expected = static_cast<double>(rows) / share;
+        if (rows < fewest || expected <= static_cast<double>(result.points.capacity())) return;
+        constexpr double margin = 1.02; // the memory is taken only as it is filled
+        result.points.reserve(static_cast<std::size_t>(margin * expected));
     }
 
     // A row that need not have a position loses it here without being dropped.
@@ -154,16 +207,17 @@ private:
         return may_lack;
     }
 
+    static constexpr double beyond_the_earth = 1e12; // in any unit, down to millimetres
+    double most_x() const { return choice.is_geographic ? 360 : beyond_the_earth; }
+    double most_y() const { return choice.is_geographic ? 90 : beyond_the_earth; }
+
     bool is_sound_position(const t_icdata& point, drop_counter& counter) const {
-        constexpr double beyond_the_earth = 1e12; // in any unit, down to millimetres
         if (needs.are_pairs) return true;
         const char* const reason =
             choice.is_geographic ? "position_not_degrees" : "position_not_on_earth";
         const char* const text = choice.is_geographic ? "longitude or latitude is beyond its range"
                                                       : "the position is beyond any on earth";
-        const double most_x = choice.is_geographic ? 360 : beyond_the_earth;
-        const double most_y = choice.is_geographic ? 90 : beyond_the_earth;
-        if (!(std::fabs(point.d_x) > most_x || std::fabs(point.d_y) > most_y)) return true;
+        if (!(std::fabs(point.d_x) > most_x() || std::fabs(point.d_y) > most_y())) return true;
         counter.add("", reason, "", text, source.record(), choice.x.name,
                     fmt::format("{:.10g}, {:.10g}", point.d_x, point.d_y));
         return false;
@@ -203,28 +257,28 @@ private:
 
     void count_filtered(std::size_t file) {
         ++result.rows_filtered;
-        filtered_by_file.resize(source.part_count());
-        ++filtered_by_file[file];
+        by_file.filtered.resize(source.part_count());
+        ++by_file.filtered[file];
     }
 
     void count_further_point() {
         ++further_points;
-        further_by_file.resize(source.part_count());
-        ++further_by_file[source.part_index()];
+        by_file.further.resize(source.part_count());
+        ++by_file.further[source.part_index()];
     }
 
     void add_point(const t_icdata& point) {
-        for (value_column& column : values)
-            column.take(source, result.points.size(), result.points.capacity());
+        for (value_column& column : values) column.take(source);
         result.points.push_back(point);
+        if (!values.empty()) result.points.back().d_val = values[kept_value].now;
         result.records.push_back(source.record());
-        if (traits) count_traits(result.points.size() - 1);
+        if (traits) count_traits();
     }
 
-    void count_traits(std::size_t position) {
+    void count_traits() {
         traits->read();
         const auto has_value = [&](const value_column& column) {
-            const double value = column.at(position);
+            const double value = column.now;
             return !std::isnan(value) && !(value < values_in_use.least.value_or(value)) &&
                    !(value > values_in_use.most.value_or(value));
         };
@@ -312,21 +366,22 @@ private:
             result.value.unit = best->reader.stripped.text;
         const bool may_lack = needs.value == need::taken && !needs.keep_rows_without_value;
         std::size_t kept = 0;
-        for (std::size_t i = 0; i < result.points.size(); ++i) {
-            const double value = best->at(i);
+        record_numbers kept_records;
+        auto record = result.records.begin();
+        for (std::size_t i = 0; i < result.points.size(); ++i, ++record) {
+            const double value = result.points[i].d_val;
             if (std::isnan(value) && !may_lack) {
                 if (!needs.keep_rows_without_value || values_in_use.is_given()) continue;
                 ++result.without_value;
             } else if (conditions && !conditions->hold_for(value)) {
-                count_filtered(source.part_of(result.records[i]));
+                count_filtered(source.part_of(*record));
                 continue;
             }
-            result.points[kept] = result.points[i];
-            result.points[kept].d_val = value;
-            result.records[kept++] = result.records[i];
+            result.points[kept++] = result.points[i];
+            kept_records.push_back(*record);
         }
         result.points.resize(kept);
-        result.records.resize(kept);
+        result.records = std::move(kept_records);
         if (!may_lack)
             for (dropped_rows& reason : best->drops.rows) drops.rows.push_back(std::move(reason));
         if (best->reader.stripped.count > 0) result.stripped.push_back(best->reader.stripped);
@@ -357,44 +412,6 @@ private:
         if (needs.are_pairs) return;
         settle_positions(result, source, options, needs, drops);
     }
-
-    void settle_files() {
-        std::int64_t before = 0;
-        auto point = result.records.begin();
-        for (std::size_t k = 0; k < source.part_count(); ++k) {
-            file_rows rows;
-            rows.file = source.part(k).file;
-            rows.first = before + 1;
-            rows.last = before += source.part(k).record();
-            const auto end = std::upper_bound(point, result.records.end(), rows.last);
-            if (k < filtered_by_file.size()) rows.filtered = filtered_by_file[k];
-            rows.read = rows.last - rows.first + 1;
-            if (k < further_by_file.size()) rows.read += further_by_file[k];
-            rows.dropped = rows.read - rows.filtered - (end - point);
-            result.files.push_back(std::move(rows));
-            point = end;
-        }
-    }
-
-    [[noreturn]] void refuse_empty() {
-        std::string message =
-            fmt::format("{}: no row is left of {} read", source.file, result.rows_read);
-        if (left_out_by_where > 0)
-            message +=
-                fmt::format("\n  {} left out by --where \"{}\"", left_out_by_where, options.where);
-        for (const filtered_rows& filter : result.filters)
-            if (filter.rows > 0 && filter.what != "where")
-                message += fmt::format("\n  {} left out by the filter {}: {}", filter.rows,
-                                       filter.what, filter.text);
-        for (const dropped_rows& reason : result.dropped) {
-            message += fmt::format("\n  {} dropped: {}, first on {}", reason.count, reason.text,
-                                   source.place(reason.first_record));
-            if (!reason.value.empty()) message += fmt::format(" (\"{}\")", reason.value);
-        }
-        message += "\n  name other columns with --x, --y, --value, or change --where, --missing or "
-                   "--decimal; `qmx-ic columns` shows what was recognised";
-        throw usage_error(message);
-    }
 };
 
 } // namespace
@@ -407,28 +424,35 @@ std::int64_t lot::rows_dropped() const {
 
 lot read_lot(table_source& source, const row_survey& survey, const reading_options& options,
              const reading_needs& needs, progress& shown, const lot_conditions* conditions) {
-    lot_builder builder(source, survey, options, needs, shown, conditions);
-    lot result = builder.build();
-    shown.clear();
-    return result;
+    std::optional<std::size_t> candidate;
+    for (;;) {
+        lot_builder builder(source, survey, options, needs, shown, conditions, candidate);
+        candidate = builder.read();
+        if (candidate) continue; // the rows are not like the first ones: once more for its values
+        lot result = builder.settled();
+        shown.clear();
+        return result;
+    }
 }
 
 void leave_out_rows_without_value(lot& points) {
     if (points.without_value == 0) return;
     std::size_t kept = 0;
+    record_numbers kept_records;
     auto file = points.files.begin();
-    for (std::size_t i = 0; i < points.points.size(); ++i) {
+    auto record = points.records.begin();
+    for (std::size_t i = 0; i < points.points.size(); ++i, ++record) {
         if (std::isnan(points.points[i].d_val)) {
-            while (points.records[i] > file->last) ++file;
+            while (*record > file->last) ++file;
             ++file->dropped;
             points.without_position -= std::isnan(points.points[i].d_x);
             continue;
         }
-        points.points[kept] = points.points[i];
-        points.records[kept++] = points.records[i];
+        points.points[kept++] = points.points[i];
+        kept_records.push_back(*record);
     }
     points.points.resize(kept);
-    points.records.resize(kept);
+    points.records = std::move(kept_records);
     points.without_value = 0;
 }
 

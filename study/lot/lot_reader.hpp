@@ -12,6 +12,7 @@
 #include "study/lot/lot_filters.hpp"
 #include "study/lot/projection.hpp"
 #include "study/lot/reading_options.hpp"
+#include "study/lot/record_numbers.hpp"
 #include "study/lot/row_survey.hpp"
 #include "study/lot/trait_summary.hpp"
 #include "study/table/table_source.hpp"
@@ -89,8 +90,8 @@ struct stripped_text {
 };
 
 struct lot {
-    std::vector<t_icdata> points;      // a position that was not read is NaN, a pass 0
-    std::vector<std::int64_t> records; // of each point, from 1, ascending
+    std::vector<t_icdata> points; // a position that was not read is NaN, a pass 0
+    record_numbers records;       // of each point, from 1, ascending
     used_column x, y, value, pass;
     bool is_geographic = false; // x and y are longitude and latitude in degrees
     coordinate_system system;   // of x and y, null where it is not known

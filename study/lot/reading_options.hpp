@@ -19,6 +19,8 @@ struct reading_options {
     std::string crs; // the system that the positions are in, where the file does not say it
     std::int64_t header_line = 0; // of a text, from 1; 0: found
     std::string comment;          // a line of a text that starts with it is no row
+    int threads = 1;              // that read a text; what is read is the same with any number
+    bool is_careful = false;      // each row is looked at by itself, however plain it is
 
     std::vector<std::string> files() const {
         std::vector<std::string> all{file};

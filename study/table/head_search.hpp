@@ -12,6 +12,7 @@ namespace qmx_study {
 struct text_layout {
     std::int64_t header_line = 0; // of the file, from 1; 0: found
     std::string comment;          // a line that starts with it is no row; "": none
+    bool is_careful = false;      // plain rows are looked at like all others
 };
 
 struct opening_record {

@@ -8,6 +8,7 @@
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
 #include "study/base/progress.hpp"
+#include "study/table/plain_rows.hpp"
 #include "study/table/text_records.hpp"
 
 namespace qmx_study {
@@ -37,52 +38,57 @@ void take_head(line_scan& scan, const found_head& found) {
     scan.head = found.names;
     scan.units = found.units;
     scan.head_line = found.line;
+    scan.last_head_line = found.last_line;
     scan.notes = found.notes;
     // "name," is a single column: its rows end with a separator.
     if (scan.head.size() == 2 && scan.head.back().empty()) scan.head.pop_back();
     scan.head_fields = static_cast<int>(scan.head.size());
 }
 
-// Counts the records behind the head, and their fields.
-class scanner {
-public:
-    scanner(line_scan& into, const text_records& from) : scan(into), source(from) {
-        named_fields = scan.head_fields;
-        while (named_fields > 1 && scan.head[static_cast<std::size_t>(named_fields) - 1].empty())
-            --named_fields; // separators at the end of the head line need not stand in the rows
-    }
-
-    void take() {
-        ++scan.records;
-        if (source.first_line - scan.records != offset) {
-            offset = source.first_line - scan.records;
-            scan.steps.push_back({scan.records, source.first_line});
-        }
-        const bool last_is_empty = source.text.ends_with(scan.separator);
-        const int fields = count_fields();
-        const int most = scan.head_fields + last_is_empty;
-        if (fields >= named_fields && fields <= most) return;
-        scan.odd.push_back({scan.records, fields});
-    }
-
-private:
-    int count_fields() {
-        if (!source.has_quotes)
-            return 1 + static_cast<int>(
-                           std::count(source.text.begin(), source.text.end(), scan.separator));
-        split_fields(source.text, scan.separator, true, scratch, fields_now);
-        return static_cast<int>(fields_now.size());
-    }
-
-    line_scan& scan;
-    const text_records& source;
-    int named_fields = 0;
-    std::string scratch;
-    std::vector<std::string_view> fields_now;
-    std::int64_t offset = 1; // of a text without anything odd
-};
-
 } // namespace
+
+int least_fields(const line_scan& scan) {
+    int fields = scan.head_fields;
+    while (fields > 1 && scan.head[static_cast<std::size_t>(fields) - 1].empty()) --fields;
+    return fields;
+}
+
+record_count::record_count(line_scan& into, const text_records& from)
+    : scan(into), source(from), named_fields(least_fields(into)) {
+    scan.records = 0;
+    scan.odd.clear();
+    scan.steps.clear();
+}
+
+void record_count::take() {
+    ++scan.records;
+    note_line(source.first_line);
+    const bool last_is_empty = source.text.ends_with(scan.separator);
+    const int fields = count_fields();
+    const int most = scan.head_fields + last_is_empty;
+    if (fields >= named_fields && fields <= most) return;
+    scan.odd.push_back({scan.records, fields});
+}
+
+void record_count::take_plain(std::int64_t more) {
+    ++scan.records;
+    note_line(source.lines - more + 1);
+    scan.records += more - 1;
+}
+
+void record_count::note_line(std::int64_t first_line) {
+    if (first_line - scan.records == offset) return;
+    offset = first_line - scan.records;
+    scan.steps.push_back({scan.records, first_line});
+}
+
+int record_count::count_fields() {
+    if (!source.has_quotes)
+        return 1 +
+               static_cast<int>(std::count(source.text.begin(), source.text.end(), scan.separator));
+    split_fields(source.text, scan.separator, true, scratch, fields_now);
+    return static_cast<int>(fields_now.size());
+}
 
 std::int64_t line_scan::line_of(std::int64_t record) const {
     const auto after = std::upper_bound(
@@ -106,8 +112,8 @@ void refuse_failure(const text_records& records, const std::string& shown_name) 
         {{}, shown_name, records.lines, {}});
 }
 
-line_scan scan_lines(text_records& records, const text_layout& layout,
-                     const std::string& shown_name, progress& shown) {
+line_scan scan_head(text_records& records, const text_layout& layout,
+                    const std::string& shown_name) {
     records.comment = layout.comment;
     const std::vector<opening_record> opening = opening_of(records, layout);
     if (opening.empty()) {
@@ -121,24 +127,45 @@ line_scan scan_lines(text_records& records, const text_layout& layout,
     if (opening.front().text.find('\0') != std::string::npos)
         throw usage_error(fmt::format("{}: this is no text; save it as CSV in UTF-8", shown_name),
                           {{}, shown_name, opening.front().line, {}});
-    const found_head found = find_head(opening, layout);
     line_scan scan;
-    take_head(scan, found);
+    take_head(scan, find_head(opening, layout));
     records.separator = scan.separator;
     records.columns = scan.head_fields;
-    records.rewind();
-    scanner rows(scan, records);
-    while (records.next()) {
-        if (records.first_line <= found.last_line) {
-            ++scan.head_records;
-            continue;
-        }
-        rows.take();
-        if (scan.records % records_between_notes == 0)
-            shown.note(fmt::format("looking at line {}", records.lines));
-    }
-    refuse_failure(records, shown_name);
     return scan;
+}
+
+bool count_records(text_records& records, line_scan& scan, const text_layout& layout,
+                   std::int64_t enough, const std::string& shown_name, progress& shown) {
+    plain_layout plain;
+    plain.separator = scan.separator;
+    plain.comment = layout.comment;
+    plain.columns.resize(static_cast<std::size_t>(scan.head_fields));
+    plain.least_fields = static_cast<std::size_t>(least_fields(scan));
+    const bool is_quick = !layout.is_careful && can_be_plain(plain);
+    row_numbers none;
+    records.rewind();
+    scan.head_records = 0;
+    record_count rows(scan, records);
+    std::int64_t next_note = records_between_notes;
+    while (scan.records < enough) {
+        if (is_quick && scan.records > 0) {
+            const plain_run run = take_plain_rows(records.ahead(), plain, none);
+            records.pass_over(run.bytes, run.rows);
+            if (run.rows > 0) rows.take_plain(run.rows);
+        }
+        if (!records.next()) {
+            refuse_failure(records, shown_name);
+            return true;
+        }
+        if (records.first_line <= scan.last_head_line)
+            ++scan.head_records;
+        else
+            rows.take();
+        if (scan.records < next_note) continue;
+        shown.note(fmt::format("looking at line {}", records.lines));
+        next_note = scan.records + records_between_notes;
+    }
+    return false;
 }
 
 } // namespace qmx_study

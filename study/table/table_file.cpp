@@ -39,8 +39,8 @@ bool is_stream(const std::string& file) {
 }
 
 table_file::table_file(const std::string& name, const std::string& layer, progress& shown,
-                       const text_layout& layout)
-    : file(name) {
+                       const text_layout& named, counting when)
+    : file(name), layout(named) {
     std::error_code unknown;
     if (!is_stream(file) && !fs::exists(path_of(file), unknown) && !file.starts_with("/vsi"))
         throw usage_error(fmt::format("{}: there is no such file, or it may not be read", file),
@@ -50,7 +50,7 @@ table_file::table_file(const std::string& name, const std::string& layer, progre
                           {{}, file, 0, {}});
     is_delimited = is_delimited_name(file);
     if (is_delimited) {
-        open_text(layout, shown);
+        open_text(shown, when);
         return;
     }
     vector = std::make_unique<vector_table>(file, layer);
@@ -61,18 +61,44 @@ table_file::table_file(const std::string& name, const std::string& layer, progre
     system = vector->system();
 }
 
-void table_file::open_text(const text_layout& layout, progress& shown) {
+void table_file::open_text(progress& shown, counting when) {
+    constexpr std::int64_t counted_at_once = 10'000; // more than are surveyed
     format = "CSV";
     records = std::make_unique<text_records>(file);
     if (!records->is_open())
         throw usage_error(
             fmt::format("{}: the file cannot be opened: {}", file, records->failure()),
             {{}, file, 0, {}});
-    lines = scan_lines(*records, layout, file, shown);
-    rows = lines.records;
-    name_columns_by_head();
-    refuse_missing_head();
+    lines = scan_head(*records, layout, file);
+    const bool at_once = when == counting::while_reading;
+    const std::int64_t enough =
+        at_once ? counted_at_once : std::numeric_limits<std::int64_t>::max();
+    if (count_records(*records, lines, layout, enough, file, shown)) rows = lines.records;
+    try {
+        name_columns_by_head();
+        refuse_missing_head();
+    } catch (const usage_error&) {
+        count_now(shown);
+        throw;
+    }
     rewind();
+}
+
+void table_file::count_now(progress& shown) {
+    if (!records || rows >= 0) return;
+    count.reset();
+    constexpr std::int64_t all = std::numeric_limits<std::int64_t>::max();
+    count_records(*records, lines, layout, all, file, shown);
+    rows = lines.records;
+}
+
+void table_file::count_while_reading() {
+    if (records && rows < 0) count.emplace(lines, *records);
+}
+
+void table_file::take_plain(std::int64_t lines_taken) {
+    number += lines_taken;
+    if (count) count->take_plain(lines_taken);
 }
 
 void table_file::name_columns_by_head() {
@@ -112,6 +138,7 @@ void table_file::refuse_missing_head() const {
 
 void table_file::rewind() {
     number = 0;
+    count.reset();
     if (vector) return vector->rewind();
     records->rewind();
     for (std::int64_t i = 0; i < lines.head_records; ++i) records->next();
@@ -127,10 +154,13 @@ bool table_file::next() {
     if (vector ? vector->next() : records->next()) {
         ++number;
         if (vector) return true;
+        if (count) count->take();
         split_fields(records->text, lines.separator, records->has_quotes, unquoted, fields);
         if (fields.size() < columns.size()) fields.resize(columns.size());
         return true;
     }
+    if (count) rows = lines.records;
+    count.reset();
     if (records) refuse_failure(*records, file);
     if (vector && !vector->failure().empty())
         throw usage_error(fmt::format("{}, after {}: reading stopped: {}", file,

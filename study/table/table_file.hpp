@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,19 +19,24 @@
 
 namespace qmx_study {
 
+// When the records of a text are counted: first of all, or together with the run that reads the lot. Then
+// only the first ones are known before, at least as many as are surveyed.
+enum class counting { first, while_reading };
+
 class table_file {
 public:
     // Opens a file. gzip is unpacked on the way; .csv, .tsv, .txt, .dat, .asc and .psv are delimited
     // text, whatever else goes by its contents. Throws usage_error.
     table_file(const std::string& file, const std::string& layer, progress& shown,
-               const text_layout& layout);
+               const text_layout& layout, counting when = counting::first);
 
     std::string file;   // as the user named it
     std::string format; // "CSV", "GPKG", ...
     std::vector<source_column> columns;
     bool is_delimited = false;
-    line_scan lines;        // of delimited text
-    std::int64_t rows = -1; // -1 where the format does not know in advance
+    line_scan lines; // of delimited text
+    std::int64_t rows =
+        -1; // -1 where the format does not know in advance, and while not all are counted
 
     // The coordinate system of the geometries: null where there is none.
     const coordinate_system& reference() const { return system; }
@@ -50,6 +56,15 @@ public:
     const shape* geometry() const;          // of this record, may be null
     std::string_view geometry_text() const; // of a delimited text, as it stands there
 
+    // Counts the records of a text in the run that follows rewind_for(), where they are not counted yet.
+    void count_while_reading();
+    // Counts them now, if need be. What comes of a damaged text is thrown in any case.
+    void count_now(progress& shown);
+    // For quicker readers of a text, which tell how many records they took; a line each.
+    text_records& text_ahead() { return *records; }
+    double share_read() const { return records ? records->share_read() : 0; }
+    void take_plain(std::int64_t lines_taken);
+
     // Of the file's bytes, those of a stream too. rewind() afterwards.
     file_mark mark();
     // For who stops before the last record. Throws usage_error where the file was changed since it was opened.
@@ -66,12 +81,14 @@ private:
     std::unique_ptr<vector_table> vector;
     std::vector<std::string_view> fields; // of a text
     std::string unquoted;
-    int shape_column = -1; // of a text: well-known text
+    int shape_column = -1;             // of a text: well-known text
+    text_layout layout;                // of a text, as the user gave it
+    std::optional<record_count> count; // while records are counted
     mutable shape read_shape;
     bool is_spatial = false;
     coordinate_system system;
 
-    void open_text(const text_layout& layout, progress& shown);
+    void open_text(progress& shown, counting when);
     void name_columns_by_head();
     void read_system_beside();
     void refuse_missing_head() const;

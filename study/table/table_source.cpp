@@ -58,12 +58,13 @@ std::size_t number_in(std::string_view text) {
 } // namespace
 
 table_source::table_source(const std::vector<std::string>& named, const std::string& layer,
-                           progress& shown, const text_layout& layout) {
+                           progress& shown, const text_layout& layout, counting when) {
+    if (named.size() > 1) when = counting::first;
     refuse_repeated(named);
     rows = 0;
     for (const std::string& name : named) {
         joined_file& part = parts.emplace_back();
-        part.table = std::make_unique<table_file>(name, layer, shown, layout);
+        part.table = std::make_unique<table_file>(name, layer, shown, layout, when);
         if (parts.size() > 1) refuse_other_kind(*parts.front().table, *part.table);
         join_columns(part);
         part.first = rows;
@@ -140,13 +141,30 @@ bool table_source::skip_to_next_part() {
     return true;
 }
 
+bool table_source::go_on_to_next_part() {
+    if (at + 1 == parts.size()) return false;
+    before += now->record();
+    start(at + 1);
+    return true;
+}
+
 bool table_source::next_part() {
-    while (at + 1 < parts.size()) {
-        before += now->record();
-        start(at + 1);
+    while (go_on_to_next_part())
         if (now->next()) return true;
-    }
     return false;
+}
+
+void table_source::count_while_reading() {
+    for (const joined_file& each : parts) each.table->count_while_reading();
+}
+
+void table_source::count_now(progress& shown) {
+    for (const joined_file& each : parts) each.table->count_now(shown);
+    take_counts();
+}
+
+void table_source::take_counts() {
+    if (parts.size() == 1) rows = now->rows;
 }
 
 std::size_t table_source::part_of(std::int64_t record) const {

@@ -19,9 +19,9 @@ namespace qmx_study {
 class table_source {
 public:
     // Throws usage_error where a file cannot be read, where one is named twice, and where one knows
-    // positions in another way than the first.
+    // positions in another way than the first. Of several texts the records are counted first.
     table_source(const std::vector<std::string>& named, const std::string& layer, progress& shown,
-                 const text_layout& layout = {});
+                 const text_layout& layout = {}, counting when = counting::first);
     table_source(const std::string& only, const std::string& layer, progress& shown,
                  const text_layout& layout = {})
         : table_source(std::vector<std::string>{only}, layer, shown, layout) {}
@@ -30,7 +30,8 @@ public:
     std::string format; // "CSV", "GPKG", ...
     std::vector<source_column> columns;
     bool is_delimited = false;
-    std::int64_t rows = -1; // -1 where a format does not know in advance
+    std::int64_t rows =
+        -1; // -1 where a format does not know in advance, and while not all are counted
 
     // The files, and which of them the present record is in.
     std::size_t part_count() const { return parts.size(); }
@@ -58,6 +59,16 @@ public:
     }
     // Goes on behind the last record of the present file. False where that is the last one.
     bool skip_to_next_part();
+    // File by file: the next record of the present one; after its last, on to the next file.
+    bool next_of_part() { return now->next(); }
+    bool go_on_to_next_part();
+    table_file& present_part() { return *now; }
+
+    // Where the records of a text are not counted yet: to be counted in the run that follows
+    // rewind_for(), or now. Throws usage_error for a text that cannot be read to its end.
+    void count_while_reading();
+    void count_now(progress& shown);
+    void take_counts();                                            // after such a run
     std::int64_t record() const { return before + now->record(); } // from 1
     // Valid until next(), and until the next call for a column that is no text.
     std::string_view text(int column) const {

@@ -282,6 +282,13 @@ void text_input::refuse_if_changed(const std::string& file) const {
     if (is_open() && stamp_of_stream(now->file.get()) != now->stamp) refuse_changed(file);
 }
 
+double text_input::share_read() const {
+    if (!is_open() || now->stamp.bytes <= 0) return 0;
+    const auto taken = static_cast<double>(std::ftell(now->file.get()));
+    const auto waiting = static_cast<double>(now->is_packed ? now->unpacker.avail_in : 0);
+    return std::max(0.0, taken - waiting) / static_cast<double>(now->stamp.bytes);
+}
+
 std::string whole_text(const std::string& file) {
     text_input input(file);
     if (!input.is_open())

@@ -27,6 +27,9 @@ public:
     // Reading to the end tells so by itself; for who stops before. Throws usage_error.
     void refuse_if_changed(const std::string& file) const;
 
+    // How much of the file has been read, packed or not: 0 to 1, 0 where it is not known.
+    double share_read() const;
+
     std::string failure; // why reading ended before the end of the file; empty if it did not
 
 private:

@@ -13,7 +13,6 @@ namespace qmx_study {
 
 namespace {
 
-constexpr std::size_t block_size = std::size_t{1} << 20;
 // Of the first block: most that a small file takes.
 constexpr std::size_t first_piece = std::size_t{1} << 14;
 // That of a table has a thousandth of it.
@@ -82,6 +81,11 @@ line_end_state end_of(std::string_view line, char separator, place_in_field plac
 
 } // namespace
 
+text_pieces& pieces_of_text() {
+    static text_pieces pieces;
+    return pieces;
+}
+
 void text_records::rewind() {
     file.rewind();
     rest = {};
@@ -91,15 +95,44 @@ void text_records::rewind() {
     has_returns = has_high_bytes = is_at_end = false;
 }
 
+std::string_view text_records::ahead() {
+    if (line_end == '\n' && !holds(rest, '\n') && !is_at_end && fault_text.empty()) refill();
+    return rest;
+}
+
+void text_records::pass_over(std::size_t bytes, std::int64_t lines_in_them) {
+    rest.remove_prefix(bytes);
+    lines += lines_in_them;
+}
+
+void text_records::go_on_in(std::string_view given) {
+    rest = given;
+    has_returns = has_high_bytes = true; // it may have
+    is_at_end = false;
+}
+
+// What follows comes from someone who reads ahead.
+void text_records::refill_by_hand() {
+    std::string joined_text(rest), block;
+    further(block);
+    is_at_end = block.empty();
+    joined_text += block;
+    buffer = std::move(joined_text);
+    rest = buffer;
+}
+
 // Moves what is left to the front of the buffer and reads on behind it.
 void text_records::refill() {
+    if (further) return refill_by_hand();
+    const std::size_t block_size = pieces_of_text().block;
     const bool is_first = lines == 0 && rest.empty();
     const std::size_t kept = rest.size();
     if (kept > 0 && rest.data() != buffer.data()) std::memmove(buffer.data(), rest.data(), kept);
     std::size_t got = 0;
     is_at_end = false;
     while (got < block_size && !is_at_end) {
-        const std::size_t piece = buffer.empty() ? first_piece : block_size - got;
+        const std::size_t piece =
+            buffer.empty() ? std::min(first_piece, block_size) : block_size - got;
         if (buffer.size() < kept + got + piece) buffer.resize(kept + got + piece);
         const std::size_t taken = file.read(buffer.data() + kept + got, piece);
         is_at_end = taken < piece;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,14 @@
 #include "study/table/text_input.hpp"
 
 namespace qmx_study {
+
+// How many bytes of a text are in work at a time. Tests take few, so that borders lie at every place.
+struct text_pieces {
+    std::size_t block = std::size_t{1} << 20;
+    std::size_t block_of_a_thread = std::size_t{1} << 18; // with its numbers it stays in a cache
+    std::size_t before_threads = std::size_t{1} << 22;    // so few are read sooner by one
+};
+text_pieces& pieces_of_text();
 
 // Yields the records of a file: lines, where those of an open quotation belong to one record. Empty
 // lines between records do not count. A line ends with a line feed, a carriage return or both; bytes
@@ -42,6 +51,19 @@ public:
     std::string comment;       // a line that starts with it is no record; "" where none is
     std::int64_t comments = 0; // such lines so far
 
+    // For quicker readers of what is plain: the text behind the present record. It holds a whole line
+    // unless the file ends, or a line is very long.
+    std::string_view ahead();
+    std::string_view left() const { return rest; } // the same without reading on
+    void pass_over(std::size_t bytes, std::int64_t lines_in_them);
+    // Goes on in this text, which lives as long as it is read. What comes behind it is given by
+    // `further`, where that is set: it puts the text into `block`, or nothing at the end.
+    void go_on_in(std::string_view text);
+    std::function<void(std::string& block)> further;
+    // The bytes that follow what is in memory: up to `size`, fewer only at the end.
+    std::size_t read_on(char* to, std::size_t size) { return file.read(to, size); }
+    double share_read() const { return file.share_read(); }
+
 private:
     text_input file;
     std::string buffer;
@@ -62,6 +84,7 @@ private:
     bool refuse(const std::string& reason);
     bool is_row(std::string_view line) const;
     void refill();
+    void refill_by_hand();
 };
 
 // The fields of a record. A field that starts with a quotation mark is quoted: its marks are left out,
