@@ -94,6 +94,7 @@ void table_source::join_columns(joined_file& further) {
                (further.own[j] >= 0 || !same_text(columns[j].name, theirs[i].name)))
             ++j;
         if (j == columns.size()) {
+            is_plain = false; // the files before have no such column
             columns.push_back(theirs[i]);
             further.own.push_back(-1);
         } else if (columns[j].type != theirs[i].type) {
