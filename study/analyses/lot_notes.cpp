@@ -131,8 +131,9 @@ finished_layer settle_layer(loaded_lot& lot, bool in_any_case, bool all_records,
 
 finished_layer take_finished_layer(loaded_lot& lot, bool in_any_case, bool all_records) {
     if (!lot.data.has_positions()) return {};
-    return settle_layer(lot, in_any_case, all_records, summarise_cells(lot.data), false,
-                        keep_last_pass);
+    const found_cells found = find_cells(lot.data);
+    return settle_layer(lot, in_any_case, all_records, found.summary, false,
+                        [&](auto& points) { return keep_marked(points, found.is_last_pass); });
 }
 
 finished_layer take_finished_layer(loaded_lot& lot, bool all_records, const cell_summary& cells,

@@ -7,9 +7,38 @@
 
 namespace qmx_study {
 
+namespace {
+
+// From 0, between two values where it is no whole number.
+double rank_of(double percent, std::size_t count) {
+    return static_cast<double>(count - 1) * percent / 100;
+}
+
+// Puts the values at the ranks asked for, and those behind them, where a sort would put them.
+void sort_where_asked(std::vector<double>& values, const std::vector<double>& percents) {
+    constexpr std::size_t soon_sorted = 100000;
+    if (values.size() <= soon_sorted) return std::sort(values.begin(), values.end());
+    std::vector<std::size_t> ranks;
+    for (const double percent : percents) {
+        const auto at = static_cast<std::size_t>(std::floor(rank_of(percent, values.size())));
+        ranks.push_back(at);
+        ranks.push_back(std::min(at + 1, values.size() - 1));
+    }
+    std::sort(ranks.begin(), ranks.end());
+    auto settled = values.begin();
+    for (const std::size_t rank : ranks) {
+        const auto place = values.begin() + static_cast<std::ptrdiff_t>(rank);
+        if (place < settled) continue;
+        std::nth_element(settled, place, values.end());
+        settled = place + 1;
+    }
+}
+
+} // namespace
+
 std::vector<quantile> quantiles_of(std::vector<double> values,
                                    const std::vector<double>& percents) {
-    std::sort(values.begin(), values.end());
+    sort_where_asked(values, percents);
     std::vector<quantile> result;
     for (const double percent : percents) {
         if (values.empty()) {
@@ -17,7 +46,7 @@ std::vector<quantile> quantiles_of(std::vector<double> values,
             continue;
         }
         // Whole ranks where percent / 100 has no binary fraction: 30 % of 11 values is the fourth.
-        const double rank = static_cast<double>(values.size() - 1) * percent / 100;
+        const double rank = rank_of(percent, values.size());
         const double below = std::floor(rank);
         const auto at = static_cast<std::size_t>(below);
         const std::size_t next = std::min(at + 1, values.size() - 1);

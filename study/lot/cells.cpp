@@ -1,5 +1,7 @@
 #include "study/lot/cells.hpp"
 
+#include "study/lot/cell_numbers.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -13,19 +15,14 @@ constexpr double steps_per_metre = 1000;
 constexpr double steps_per_kilometre = 1e6;
 constexpr double steps_per_degree = 1e8;
 
-struct cell_record {
-    double x, y; // in whole steps
-    std::uint32_t index;
-};
-
 // Cells lie decimetres apart: records a hundredth of the unit apart, and less, are in kilometres.
 bool is_in_kilometres(const lot& points) {
     double west = HUGE_VAL, east = -HUGE_VAL, south = HUGE_VAL, north = -HUGE_VAL;
     for (const t_icdata& point : points.points) {
-        west = std::fmin(west, point.d_x);
-        east = std::fmax(east, point.d_x);
-        south = std::fmin(south, point.d_y);
-        north = std::fmax(north, point.d_y);
+        if (point.d_x < west) west = point.d_x;
+        if (point.d_x > east) east = point.d_x;
+        if (point.d_y < south) south = point.d_y;
+        if (point.d_y > north) north = point.d_y;
     }
     const double count = static_cast<double>(points.points.size());
     const double width = east - west, height = north - south;
@@ -38,41 +35,9 @@ double steps_of(const lot& points) {
     return is_in_kilometres(points) ? steps_per_kilometre : steps_per_metre;
 }
 
-std::vector<cell_record> records_by_cell(const lot& points) {
-    const double steps = steps_of(points);
-    std::vector<cell_record> records;
-    records.reserve(points.points.size());
-    for (std::size_t i = 0; i < points.points.size(); ++i) {
-        const t_icdata& point = points.points[i];
-        if (std::isnan(point.d_x) || std::isnan(point.d_y)) continue;
-        records.push_back({std::round(point.d_x * steps), std::round(point.d_y * steps),
-                           static_cast<std::uint32_t>(i)});
-    }
-    std::sort(records.begin(), records.end(), [](const cell_record& a, const cell_record& b) {
-        if (a.x != b.x) return a.x < b.x;
-        if (a.y != b.y) return a.y < b.y;
-        return a.index < b.index;
-    });
-    return records;
-}
-
-// Calls visit(first, last) for the records of each cell.
-template <class Visit> void for_each_cell(const std::vector<cell_record>& records, Visit visit) {
-    for (auto first = records.begin(); first != records.end();) {
-        auto last = first;
-        while (last != records.end() && last->x == first->x && last->y == first->y) ++last;
-        visit(first, last);
-        first = last;
-    }
-}
-
-} // namespace
-
-namespace {
-
 // The records of one cell that count for a summary, and the last pass among them.
 struct cell_count {
-    std::int64_t records = 0;
+    std::uint32_t records = 0;
     std::int32_t highest_pass = 0;
     std::uint32_t last = 0;
 
@@ -85,9 +50,15 @@ struct cell_count {
         if (records == 0) return;
         ++summary.cells;
         summary.shared_cells += records > 1;
-        summary.most_records = std::max(summary.most_records, records);
+        summary.most_records = std::max<std::int64_t>(summary.most_records, records);
     }
 };
+
+// Of a number that may be new.
+cell_count& count_of(std::vector<cell_count>& counts, std::uint32_t cell) {
+    if (cell >= counts.size()) counts.resize(cell + std::size_t{1});
+    return counts[cell];
+}
 
 } // namespace
 
@@ -95,62 +66,63 @@ cell_layers layers_of(const lot& points) {
     cell_layers layers;
     layers.is_last_measured.resize(points.points.size());
     layers.records_of_last_pass.resize(points.points.size());
-    for_each_cell(records_by_cell(points), [&](auto first, auto last) {
-        cell_count measured, compacted, passed;
-        for (auto record = first; record != last; ++record) {
-            const t_icdata& point = points.points[record->index];
-            const bool has_value = !std::isnan(point.d_val);
-            const bool has_pass = point.i_passno != no_pass;
-            const std::int32_t pass = has_pass ? point.i_passno : 0;
-            if (has_value) measured.take(record->index, pass);
-            if (has_value && has_pass) compacted.take(record->index, pass);
-            if (has_pass) passed.take(record->index, pass);
-        }
-        measured.add_to(layers.measured);
-        compacted.add_to(layers.compacted);
-        if (measured.records > 0) layers.is_last_measured[measured.last] = true;
-        if (passed.records > 0)
-            layers.records_of_last_pass[passed.last] = static_cast<std::uint32_t>(passed.records);
+    std::vector<cell_count> measured, compacted, passed;
+    cell_numbers(points.points, steps_of(points)).for_each([&](std::size_t i, std::uint32_t cell) {
+        const t_icdata& point = points.points[i];
+        const auto index = static_cast<std::uint32_t>(i);
+        const bool has_value = !std::isnan(point.d_val);
+        const bool has_pass = point.i_passno != no_pass;
+        const std::int32_t pass = has_pass ? point.i_passno : 0;
+        if (has_value) count_of(measured, cell).take(index, pass);
+        if (has_value && has_pass) count_of(compacted, cell).take(index, pass);
+        if (has_pass) count_of(passed, cell).take(index, pass);
     });
+    for (const cell_count& cell : measured) {
+        cell.add_to(layers.measured);
+        if (cell.records > 0) layers.is_last_measured[cell.last] = true;
+    }
+    for (const cell_count& cell : compacted) cell.add_to(layers.compacted);
+    for (const cell_count& cell : passed)
+        if (cell.records > 0) layers.records_of_last_pass[cell.last] = cell.records;
     return layers;
 }
 
-cell_summary summarise_cells(const lot& points) {
-    cell_summary summary;
-    for_each_cell(records_by_cell(points), [&](auto first, auto last) {
-        const std::int64_t records = last - first;
-        ++summary.cells;
-        summary.shared_cells += records > 1;
-        summary.most_records = std::max(summary.most_records, records);
+found_cells find_cells(const lot& points) {
+    std::vector<cell_count> counts;
+    cell_numbers(points.points, steps_of(points)).for_each([&](std::size_t i, std::uint32_t cell) {
+        count_of(counts, cell).take(static_cast<std::uint32_t>(i), points.points[i].i_passno);
     });
-    return summary;
+    found_cells found;
+    found.is_last_pass.resize(points.points.size());
+    for (const cell_count& cell : counts) {
+        cell.add_to(found.summary);
+        found.is_last_pass[cell.last] = true;
+    }
+    return found;
+}
+
+cell_summary summarise_cells(const lot& points) {
+    return find_cells(points).summary;
 }
 
 std::int64_t keep_last_pass(lot& points) {
-    std::vector<bool> is_kept(points.points.size(), false);
-    for_each_cell(records_by_cell(points), [&](auto first, auto last) {
-        std::uint32_t best = first->index;
-        for (auto record = first; record != last; ++record)
-            if (points.points[record->index].i_passno >= points.points[best].i_passno)
-                best = record->index;
-        is_kept[best] = true;
-    });
-    return keep_marked(points, is_kept);
+    return keep_marked(points, find_cells(points).is_last_pass);
 }
 
 void join_cells(lot& cells, std::vector<std::uint32_t>& records) {
+    std::vector<cell_count> counts;
+    std::vector<std::uint32_t> sums;
+    cell_numbers(cells.points, steps_of(cells)).for_each([&](std::size_t i, std::uint32_t cell) {
+        count_of(counts, cell).take(static_cast<std::uint32_t>(i), cells.points[i].i_passno);
+        sums.resize(counts.size());
+        sums[cell] += records[i];
+    });
     std::vector<bool> is_kept(cells.points.size(), false);
     std::vector<std::uint32_t> joined(cells.points.size(), 0);
-    for_each_cell(records_by_cell(cells), [&](auto first, auto last) {
-        cell_count count;
-        std::uint32_t all = 0;
-        for (auto cell = first; cell != last; ++cell) {
-            count.take(cell->index, cells.points[cell->index].i_passno);
-            all += records[cell->index];
-        }
-        is_kept[count.last] = true;
-        joined[count.last] = all;
-    });
+    for (std::size_t cell = 0; cell < counts.size(); ++cell) {
+        is_kept[counts[cell].last] = true;
+        joined[counts[cell].last] = sums[cell];
+    }
     std::size_t kept = 0;
     for (const std::uint32_t all : joined)
         if (all > 0) records[kept++] = all;

@@ -24,6 +24,13 @@ struct cell_summary {
 // Points without a position take no part.
 cell_summary summarise_cells(const lot& points);
 
+// The same, with the records that keep_last_pass keeps.
+struct found_cells {
+    cell_summary summary;
+    std::vector<bool> is_last_pass;
+};
+found_cells find_cells(const lot& points);
+
 // Keeps, of each cell, the record with the highest pass number, of equal ones the later row; without
 // pass numbers the later row. Points without a position are left out too. Returns how many records
 // were left out.

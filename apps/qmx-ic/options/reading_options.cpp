@@ -1,6 +1,8 @@
 #include "options/road.hpp"
 
+#include <algorithm>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fmt/format.h>
@@ -33,6 +35,14 @@ void add_files(CLI::App& command, reading_options& options) {
         ->required();
 }
 
+// A text of ordinary size is read in a second by a few.
+constexpr int most_threads = 64;
+
+int threads_of_the_machine() {
+    const unsigned known = std::thread::hardware_concurrency(); // 0 where it is not known
+    return std::clamp(static_cast<int>(known), 1, most_threads);
+}
+
 // How a text file is laid out.
 void add_text_options(CLI::App& command, reading_options& options) {
     command
@@ -49,6 +59,13 @@ void add_text_options(CLI::App& command, reading_options& options) {
     command
         .add_option("--comment", options.comment,
                     "Start of the lines of a text file that are comments, such as \"#\"")
+        ->group(group);
+    options.threads = threads_of_the_machine();
+    command
+        .add_option("--threads", options.threads,
+                    "Threads that read a text file; otherwise as many as the machine has. What is "
+                    "read is the same with any number")
+        ->check(CLI::Range(1, most_threads))
         ->group(group);
 }
 

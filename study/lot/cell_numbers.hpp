@@ -1,0 +1,125 @@
+// Which records lie in one cell: each cell gets a number, without sorting.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include <qmx_ic.h>
+
+namespace qmx_study {
+
+// std::round, which is a call where it needs no newer processor: the largest number below a half makes no
+// tie of what is none.
+inline double rounded_half_away(double value) {
+    constexpr double without_fraction = 4503599627370496; // 2^52, and all beyond
+    constexpr double below_half = 0.49999999999999994;
+    if (!(std::fabs(value) < without_fraction)) return value;
+    return static_cast<double>(static_cast<std::int64_t>(value + std::copysign(below_half, value)));
+}
+
+class cell_numbers {
+public:
+    // steps: of a cell's side, in a unit of the positions.
+    cell_numbers(const std::vector<t_icdata>& of, double steps) : points(of), scale(steps) {
+        slots.resize(std::size_t{1} << bits);
+    }
+
+    // Calls visit(index of the point, number of its cell), point by point. Cells are numbered from 0 in the
+    // order of their first points; those without a position have none.
+    template <class Visit> void for_each(Visit visit) {
+        constexpr std::size_t together =
+            32; // whose memory is on its way while others are looked at
+        std::array<place, together> now;
+        for (std::size_t first = 0; first < points.size(); first += together) {
+            const std::size_t count = std::min(together, points.size() - first);
+            for (std::size_t i = 0; i < count; ++i) {
+                now[i] = place_of(first + i);
+                prefetch(&slots[slot_of(now[i].hash)]);
+            }
+            for (std::size_t i = 0; i < count; ++i)
+                if (const slot& likely = slots[slot_of(now[i].hash)];
+                    likely.mark == mark_of(now[i].hash) && likely.cell_and_1 > 0)
+                    prefetch(&points[firsts[likely.cell_and_1 - 1]]);
+            for (std::size_t i = 0; i < count; ++i)
+                if (!std::isnan(now[i].x) && !std::isnan(now[i].y))
+                    visit(first + i, number_of(now[i], static_cast<std::uint32_t>(first + i)));
+        }
+    }
+
+    std::size_t size() const { return firsts.size(); }
+
+private:
+    struct place {
+        double x, y; // in whole steps
+        std::uint64_t hash;
+    };
+    struct slot {
+        std::uint32_t cell_and_1 = 0; // 0: free
+        std::uint32_t mark = 0;
+    };
+
+    const std::vector<t_icdata>& points;
+    double scale;
+    int bits = 12;
+    std::vector<slot> slots;
+    std::vector<std::uint32_t> firsts; // of each cell, the first point
+
+    static void prefetch(const void* memory) {
+#if defined(__GNUC__)
+        __builtin_prefetch(memory);
+#else
+        static_cast<void>(memory);
+#endif
+    }
+
+    place place_of(std::size_t index) const {
+        // A zero has one sign.
+        const double x = rounded_half_away(points[index].d_x * scale) + 0.0;
+        const double y = rounded_half_away(points[index].d_y * scale) + 0.0;
+        std::uint64_t of_x, of_y;
+        std::memcpy(&of_x, &x, sizeof x);
+        std::memcpy(&of_y, &y, sizeof y);
+        std::uint64_t hash = of_x * 0x9E3779B97F4A7C15u;
+        hash = (hash ^ hash >> 32 ^ of_y) * 0xD6E8FEB86659FD93u;
+        hash = (hash ^ hash >> 32) * 0xD6E8FEB86659FD93u;
+        return {x, y, hash};
+    }
+
+    std::size_t slot_of(std::uint64_t hash) const {
+        return hash >> (64 - bits);
+    }
+    static std::uint32_t mark_of(std::uint64_t hash) {
+        return static_cast<std::uint32_t>(hash);
+    }
+
+    std::uint32_t number_of(const place& wanted, std::uint32_t index) {
+        std::size_t at = slot_of(wanted.hash);
+        for (; slots[at].cell_and_1 > 0; at = (at + 1) & (slots.size() - 1)) {
+            if (slots[at].mark != mark_of(wanted.hash)) continue;
+            const std::uint32_t cell = slots[at].cell_and_1 - 1;
+            const place known = place_of(firsts[cell]);
+            if (known.x == wanted.x && known.y == wanted.y) return cell;
+        }
+        const auto cell = static_cast<std::uint32_t>(firsts.size());
+        slots[at] = {cell + 1, mark_of(wanted.hash)};
+        firsts.push_back(index);
+        if (2 * firsts.size() > slots.size()) grow();
+        return cell;
+    }
+
+    void grow() {
+        bits += 2;
+        slots.assign(std::size_t{1} << bits, slot{});
+        for (std::size_t cell = 0; cell < firsts.size(); ++cell) {
+            const std::uint64_t hash = place_of(firsts[cell]).hash;
+            std::size_t at = slot_of(hash);
+            while (slots[at].cell_and_1 > 0) at = (at + 1) & (slots.size() - 1);
+            slots[at] = {static_cast<std::uint32_t>(cell) + 1, mark_of(hash)};
+        }
+    }
+};
+
+} // namespace qmx_study
