@@ -13,6 +13,7 @@
 #include "study/lot/lot_account.hpp"
 #include "study/lot/lot_positions.hpp"
 #include "study/lot/plain_points.hpp"
+#include "study/lot/position_reader.hpp"
 #include "study/lot/quick_layout.hpp"
 #include "study/lot/row_conditions.hpp"
 #include "study/lot/row_screen.hpp"
@@ -33,8 +34,8 @@ public:
                 std::optional<std::size_t> candidate)
         : source(from), survey(learned), options(chosen), needs(wanted), shown(on_terminal),
           screen(source, survey, options.where),
-          choice(choose_columns(source, survey, options, needs)), x(choice.x, "x", survey),
-          y(choice.y, "y", survey), pass(choice.pass, "pass", survey) {
+          choice(choose_columns(source, survey, options, needs)),
+          position(source, choice, needs, survey), pass(choice.pass, "pass", survey) {
         if (further) conditions.emplace(*further, source, survey);
         if (further) values_in_use = further->filters.value;
         if (needs.traits) traits.emplace(source, survey, *needs.traits);
@@ -98,7 +99,8 @@ private:
     row_screen screen;
     std::optional<row_conditions> conditions;
     column_choice choice;
-    field_reader x, y, pass;
+    position_reader position;
+    field_reader pass;
     std::vector<value_column> values;
     std::size_t kept_value = 0;
     // Which value is taken shows at the end: traits are counted for the rows that have all of them,
@@ -118,7 +120,8 @@ private:
         std::vector<int> columns = screen.columns();
         if (conditions)
             for (const int column : conditions->columns()) columns.push_back(column);
-        for (const field_reader* reader : {&x, &y, &pass}) columns.push_back(reader->column.index);
+        for (const field_reader* reader : {&position.x, &position.y, &pass})
+            columns.push_back(reader->column.index);
         for (const value_column& column : values) columns.push_back(column.reader.column.index);
         if (traits)
             for (const int column : columns_of(traits->columns())) columns.push_back(column);
@@ -151,10 +154,8 @@ private:
     std::optional<quick_layout> layout_of_part() {
         const bool has_conditions = conditions && !conditions->columns().empty();
         if (options.is_careful || !options.where.empty() || has_conditions || traits) return {};
-        const double largest = std::numeric_limits<double>::max();
         return quick_layout_of(source, survey,
-                               {choice, reads_pass, needs.are_pairs ? largest : most_x(),
-                                needs.are_pairs ? largest : most_y()});
+                               {choice, reads_pass, position.most_x(), position.most_y()});
     }
 
     void take_plain(const double* numbers, std::int64_t rows, const quick_layout& quick) {
@@ -177,82 +178,6 @@ private:
         if (rows < fewest || expected <= static_cast<double>(result.points.capacity())) return;
         constexpr double margin = 1.02; // the memory is taken only as it is filled
         result.points.reserve(static_cast<std::size_t>(margin * expected));
-    }
-
-    // A row that need not have a position loses it here without being dropped.
-    bool read_position(t_icdata& point) {
-        point.d_x = point.d_y = none;
-        if (!choice.x.found()) return true;
-        drop_counter unwanted;
-        const bool may_lack = needs.position == need::taken;
-        drop_counter& counter = may_lack ? unwanted : drops;
-        if (choice.from_geometry) {
-            const shape* const geometry = first_point();
-            if (!geometry || geometry->is_empty) {
-                counter.add("position_missing", "the record has no point", source.record());
-            } else if (geometry->kind != shape_kind::point) {
-                counter.add("", "position_not_a_point", "", "the geometry is not a point",
-                            source.record(), {}, geometry->name);
-            } else {
-                point.d_x = geometry->x;
-                point.d_y = geometry->y;
-            }
-        } else {
-            point.d_x = x.read(source, counter);
-            if (!std::isnan(point.d_x)) point.d_y = y.read(source, counter);
-        }
-        if (!is_sound_position(point, counter)) point.d_x = point.d_y = none;
-        if (std::isfinite(point.d_x) && std::isfinite(point.d_y)) return true;
-        point.d_x = point.d_y = none;
-        return may_lack;
-    }
-
-    static constexpr double beyond_the_earth = 1e12; // in any unit, down to millimetres
-    double most_x() const { return choice.is_geographic ? 360 : beyond_the_earth; }
-    double most_y() const { return choice.is_geographic ? 90 : beyond_the_earth; }
-
-    bool is_sound_position(const t_icdata& point, drop_counter& counter) const {
-        if (needs.are_pairs) return true;
-        const char* const reason =
-            choice.is_geographic ? "position_not_degrees" : "position_not_on_earth";
-        const char* const text = choice.is_geographic ? "longitude or latitude is beyond its range"
-                                                      : "the position is beyond any on earth";
-        if (!(std::fabs(point.d_x) > most_x() || std::fabs(point.d_y) > most_y())) return true;
-        counter.add("", reason, "", text, source.record(), choice.x.name,
-                    fmt::format("{:.10g}, {:.10g}", point.d_x, point.d_y));
-        return false;
-    }
-
-    // The point of a record, or the first of several; null where it has none.
-    const shape* first_point() const {
-        const shape* const geometry = source.geometry();
-        const bool is_several = geometry && geometry->name == "MULTIPOINT";
-        return is_several && !geometry->parts.empty() ? &geometry->parts.front() : geometry;
-    }
-
-    // The further points of a record with several: they share its value and its pass, and count as
-    // rows of their own.
-    void add_further_points(const t_icdata& first) {
-        const shape* const geometry = choice.from_geometry ? source.geometry() : nullptr;
-        if (!geometry || geometry->name != "MULTIPOINT" || geometry->parts.size() < 2) return;
-        drop_counter unwanted;
-        drop_counter& counter = needs.position == need::taken ? unwanted : drops;
-        const std::vector<shape> parts(geometry->parts.begin() + 1, geometry->parts.end());
-        for (const shape& part : parts) {
-            t_icdata point = first;
-            point.d_x = part.x;
-            point.d_y = part.y;
-            count_further_point();
-            const bool is_missing =
-                part.is_empty || !std::isfinite(point.d_x) || !std::isfinite(point.d_y);
-            if (is_missing)
-                counter.add("position_missing", "the record has no point", source.record());
-            if (is_missing || !is_sound_position(point, counter)) {
-                point.d_x = point.d_y = none;
-                if (needs.position != need::taken) continue;
-            }
-            add_point(point);
-        }
     }
 
     void count_filtered(std::size_t file) {
@@ -318,10 +243,12 @@ private:
         if (state != row_state::taken) return;
         if (conditions && !conditions->hold(source)) return count_filtered(source.part_index());
         t_icdata point{};
-        if (!read_position(point) || !read_pass(point)) return;
+        if (!position.read(point, drops) || !read_pass(point)) return;
         point.d_val = none;
         add_point(point);
-        add_further_points(point);
+        position.for_further_points(
+            point, drops, [&] { count_further_point(); },
+            [&](const t_icdata& further) { add_point(further); });
     }
 
     // The first candidate that is filled in at least half of the rows; if there is none, the one with
@@ -397,11 +324,11 @@ private:
     }
 
     void settle_columns() {
-        result.x = x.column;
-        result.y = y.column;
+        result.x = position.x.column;
+        result.y = position.y.column;
         result.pass = pass.column;
         result.is_geographic = choice.is_geographic;
-        for (const field_reader* reader : {&x, &y, &pass})
+        for (const field_reader* reader : {&position.x, &position.y, &pass})
             if (reader->stripped.count > 0) result.stripped.push_back(reader->stripped);
         if (further_points > 0)
             result.notes.push_back(

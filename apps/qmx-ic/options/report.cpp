@@ -68,6 +68,7 @@ void lay_reading_over(job_settings& settings, const report_options& options) {
           text_option{"--crs", &reading_options::crs},
           text_option{"--project", &reading_options::project}})
         if (given(name)) to.*field = from.*field;
+    to.threads = from.threads;
     if (given("--missing")) to.missing = from.missing;
     if (given("--header-line")) to.header_line = from.header_line;
 }

@@ -1,0 +1,174 @@
+// Records of one cell found by a table of places, against sorting them; and the numbers of records kept as
+// runs, against a plain list.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "study/analyses/quantiles.hpp"
+#include "study/lot/cell_numbers.hpp"
+#include "study/lot/cells.hpp"
+
+namespace {
+
+using namespace qmx_study;
+
+constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
+
+struct textbook_cells {
+    std::map<std::pair<double, double>, std::vector<std::size_t>> cells;
+
+    textbook_cells(const lot& points, double steps) {
+        for (std::size_t i = 0; i < points.points.size(); ++i) {
+            const t_icdata& point = points.points[i];
+            if (std::isnan(point.d_x) || std::isnan(point.d_y)) continue;
+            cells[{std::round(point.d_x * steps), std::round(point.d_y * steps)}].push_back(i);
+        }
+    }
+    // Of the records that count, the one with the highest pass, of equal ones the later one.
+    template <class Counts>
+    std::vector<std::pair<std::size_t, std::uint32_t>> last_passes(const lot& points,
+                                                                   Counts counts) const {
+        std::vector<std::pair<std::size_t, std::uint32_t>> found;
+        for (const auto& [place, records] : cells) {
+            std::size_t best = points.points.size();
+            std::uint32_t count = 0;
+            for (const std::size_t i : records) {
+                if (!counts(points.points[i])) continue;
+                ++count;
+                const auto pass = [&](std::size_t at) {
+                    return points.points[at].i_passno == no_pass ? 0 : points.points[at].i_passno;
+                };
+                if (best == points.points.size() || pass(i) >= pass(best)) best = i;
+            }
+            if (count > 0) found.emplace_back(best, count);
+        }
+        return found;
+    }
+};
+
+lot random_lot(std::mt19937& random) {
+    lot points;
+    const std::size_t count = random() % 4000;
+    const std::size_t places = 1 + random() % (1 + count);
+    points.is_geographic = random() % 8 == 0;
+    const double side = points.is_geographic ? 1e-8 : 0.001;
+    const double far = random() % 4 == 0 ? 4.9e6 : 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        t_icdata point{};
+        const auto place = static_cast<double>(random() % places);
+        const double halves = random() % 3 == 0 ? 0.5 : 0.1 * static_cast<double>(random() % 9);
+        point.d_x = far + (place + halves) * side - (random() % 2 == 0 ? 3 * side : 0);
+        point.d_y = (static_cast<double>(random() % 3) - 1) * side / 2;
+        if (i == 0) point.d_x = point.d_y = 1e6; // so wide a lot is in metres
+        if (random() % 50 == 0) point.d_x = point.d_y = nan_value;
+        if (random() % 90 == 0) point.d_x = 1e12 * static_cast<double>(random() % 3);
+        point.d_val = random() % 5 == 0 ? nan_value : 1;
+        point.i_passno = random() % 6 == 0 ? no_pass : static_cast<std::int32_t>(random() % 5) - 1;
+        points.points.push_back(point);
+        points.records.push_back(static_cast<std::int64_t>(2 * i + 1));
+    }
+    return points;
+}
+
+TEST(Cells, AreThoseOfATextbook) {
+    std::mt19937 random(4);
+    for (int round = 0; round < 400; ++round) {
+        lot points = random_lot(random);
+        const textbook_cells textbook(points, points.is_geographic ? 1e8 : 1000);
+        const cell_layers layers = layers_of(points);
+        std::vector<bool> is_last(points.points.size());
+        for (const auto& [best, count] : textbook.last_passes(
+                 points, [](const t_icdata& point) { return !std::isnan(point.d_val); }))
+            is_last[best] = true;
+        EXPECT_EQ(layers.is_last_measured, is_last);
+        std::vector<std::uint32_t> passed(points.points.size());
+        for (const auto& [best, count] : textbook.last_passes(
+                 points, [](const t_icdata& point) { return point.i_passno != no_pass; }))
+            passed[best] = count;
+        EXPECT_EQ(layers.records_of_last_pass, passed);
+
+        for (t_icdata& point : points.points) point.i_passno = std::max(point.i_passno, 0);
+        const auto all = textbook.last_passes(points, [](const t_icdata&) { return true; });
+        const cell_summary summary = summarise_cells(points);
+        std::int64_t shared = 0, most = 0;
+        std::vector<std::int64_t> kept;
+        for (const auto& [best, count] : all) {
+            shared += count > 1;
+            most = std::max<std::int64_t>(most, count);
+            kept.push_back(points.records[best]);
+        }
+        std::sort(kept.begin(), kept.end());
+        ASSERT_EQ(summary.cells, static_cast<std::int64_t>(all.size()));
+        ASSERT_EQ(summary.shared_cells, shared);
+        ASSERT_EQ(summary.most_records, most);
+        keep_last_pass(points);
+        ASSERT_EQ(std::vector<std::int64_t>(points.records.begin(), points.records.end()), kept);
+    }
+}
+
+TEST(Cells, RoundAsTheLibraryOfTheLanguageDoes) {
+    std::mt19937_64 random(2);
+    for (int i = 0; i < 1'000'000; ++i) {
+        const int exponent = static_cast<int>(random() % 70) - 4;
+        double value = std::ldexp(static_cast<double>(random() >> 11), exponent - 53);
+        if (i % 2 == 0) value = std::floor(value) + 0.5;
+        if (i % 3 == 0) value = std::nextafter(value, i % 2 == 0 ? 0 : HUGE_VAL);
+        if (i % 5 == 0) value = -value;
+        ASSERT_EQ(rounded_half_away(value), std::round(value)) << value;
+    }
+}
+
+TEST(RecordNumbers, AreThoseOfAList) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 300; ++round) {
+        record_numbers runs;
+        std::vector<std::int64_t> list;
+        std::int64_t next = 1;
+        for (auto left = random() % 60; left > 0; --left) {
+            next += static_cast<std::int64_t>(random() % 3) - 1; // several points of one record too
+            const std::size_t more = random() % 4;
+            runs.append(next, more);
+            for (std::size_t i = 0; i < more; ++i) list.push_back(next++);
+            next = std::max<std::int64_t>(next, 1);
+        }
+        ASSERT_EQ(runs.size(), list.size());
+        ASSERT_TRUE(std::equal(runs.begin(), runs.end(), list.begin(), list.end()));
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            ASSERT_EQ(runs[i], list[i]);
+            ASSERT_EQ(*(runs.begin() + static_cast<std::ptrdiff_t>(i)), list[i]);
+        }
+        if (!std::is_sorted(list.begin(), list.end())) continue;
+        for (const std::int64_t wanted : {next / 2, next, std::int64_t{0}})
+            ASSERT_EQ(std::upper_bound(runs.begin(), runs.end(), wanted) - runs.begin(),
+                      std::upper_bound(list.begin(), list.end(), wanted) - list.begin());
+    }
+}
+
+// So many values are not sorted as a whole.
+TEST(Quantiles, OfManyValuesAreThoseOfSortedOnes) {
+    std::mt19937 random(5);
+    for (const unsigned kinds : {1U, 3U, 1000U, 4000000000U}) {
+        std::vector<double> values(150'001);
+        for (double& value : values) value = static_cast<double>(random() % kinds) / 7;
+        std::vector<double> sorted = values;
+        std::sort(sorted.begin(), sorted.end());
+        const std::vector<double> percents{0, 10, 25, 50, 75, 90, 99.999, 100};
+        const std::vector<quantile> found = quantiles_of(values, percents);
+        for (std::size_t k = 0; k < percents.size(); ++k) {
+            const double rank = 150'000 * percents[k] / 100;
+            const auto at = static_cast<std::size_t>(rank);
+            const double next = sorted[std::min<std::size_t>(at + 1, 150'000)];
+            EXPECT_GE(found[k].value, sorted[at]);
+            EXPECT_LE(found[k].value, next);
+            if (rank == std::floor(rank)) EXPECT_EQ(found[k].value, sorted[at]);
+        }
+    }
+}
+
+} // namespace
