@@ -106,12 +106,12 @@ private:
         const auto cell = static_cast<std::uint32_t>(firsts.size());
         slots[at] = {cell + 1, mark_of(wanted.hash)};
         firsts.push_back(index);
-        if (2 * firsts.size() > slots.size()) grow();
+        if (4 * firsts.size() > 3 * slots.size()) grow();
         return cell;
     }
 
     void grow() {
-        bits += 2;
+        ++bits;
         slots.assign(std::size_t{1} << bits, slot{});
         for (std::size_t cell = 0; cell < firsts.size(); ++cell) {
             const std::uint64_t hash = place_of(firsts[cell]).hash;

@@ -66,7 +66,7 @@ lot random_lot(std::mt19937& random) {
         point.d_x = far + (place + halves) * side - (random() % 2 == 0 ? 3 * side : 0);
         point.d_y = (static_cast<double>(random() % 3) - 1) * side / 2;
         if (i == 0) point.d_x = point.d_y = 1e6; // so wide a lot is in metres
-        if (random() % 50 == 0) point.d_x = point.d_y = nan_value;
+        if (i > 0 && random() % 50 == 0) point.d_x = point.d_y = nan_value;
         if (random() % 90 == 0) point.d_x = 1e12 * static_cast<double>(random() % 3);
         point.d_val = random() % 5 == 0 ? nan_value : 1;
         point.i_passno = random() % 6 == 0 ? no_pass : static_cast<std::int32_t>(random() % 5) - 1;
