@@ -40,7 +40,7 @@ std::string align(polygon_set& areas, const lot& points) {
         return fmt::format("; brought to {}", points.system->name());
     }
     if (!areas.system && !points.system) return {};
-    const std::string assumed = "; taken to be in one system with the points";
+    std::string assumed = "; taken to be in one system with the points";
     if (!areas.is_geographic) return assumed;
     // Many programs write planar coordinates into GeoJSON, which knows only degrees.
     bool in_degrees = true;
