@@ -22,21 +22,22 @@ request made_of(input_bytes& input) {
     made.is_tame = way >= 128 && way < 250;
     made.count = way % 40;
     // Numbers of all magnitudes at once are fitted in long arithmetic, which takes its time: a few of them do,
-    // now and then.
+    // in one input of 64.
+    const bool takes_time = way % 64 == 0;
     const auto is_wild = [](real_kind of) {
         return of == real_kind::bits64 || of == real_kind::bits32 || of == real_kind::odd ||
                of == real_kind::raised;
     };
-    if (!made.is_tame && way % 8 > 0) {
+    if (!made.is_tame && !takes_time) {
         if (is_wild(kind_x)) kind_x = real_kind::parts;
         if (is_wild(kind_y)) kind_y = real_kind::parts;
     }
     const bool all_wild = !made.is_tame && (is_wild(kind_x) || is_wild(kind_y));
-    if (!made.is_tame) made.count %= all_wild ? 6 : way % 8 > 0 ? 9 : 14;
+    if (!made.is_tame) made.count %= all_wild ? 6 : takes_time ? 14 : 9;
     if (way == 255) made.count = std::min(input.whole(), 0);
-    made.degree = input.one_in(16) ? input.whole() : input.byte() % (way % 8 > 0 ? 7 : 12) - 1;
+    made.degree = input.one_in(16) ? input.whole() : input.byte() % (takes_time ? 12 : 7) - 1;
     if (!made.is_tame && made.degree < 10)
-        made.degree = std::min(made.degree, all_wild ? 3 : way % 8 > 0 ? 4 : 6);
+        made.degree = std::min(made.degree, all_wild ? 3 : takes_time ? 6 : 4);
     for (int32_t i = 0; i < made.count; ++i) {
         made.x.push_back(made.is_tame ? static_cast<float>(input.bits<std::int8_t>() % 16)
                                       : input.narrowed(input.real_or_odd(kind_x, 255)));
