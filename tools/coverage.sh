@@ -9,7 +9,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 launcher=()
 command -v ccache >/dev/null && launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-# Several files compiled as one, which saves two thirds of the time; each line keeps its own file.
+# Several files are compiled as one, which saves time; each line keeps its own file.
 cmake --preset coverage -G Ninja "${launcher[@]}" -DCMAKE_UNITY_BUILD=ON >/dev/null
 cmake --build --preset coverage -- --quiet
 find build/coverage -name '*.gcda' -delete # of an earlier run

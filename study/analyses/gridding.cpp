@@ -236,8 +236,10 @@ private:
             last_key = key;
             if (last_tile->empty()) last_tile->assign(std::size_t{side} * side, -1);
         }
-        std::int32_t& position = (*last_tile)[static_cast<std::size_t>(
-            (column & (side - 1)) * side + (row & (side - 1)))];
+        const auto within = [](std::int32_t number) {
+            return static_cast<std::size_t>(number & (side - 1));
+        };
+        std::int32_t& position = (*last_tile)[within(column) * side + within(row)];
         if (position < 0) {
             position = static_cast<std::int32_t>(cells.size());
             cells.emplace_back();

@@ -136,7 +136,7 @@ std::optional<library_failure> run_semivariogram(const std::vector<t_icdata>& po
     result.distances.resize(static_cast<std::size_t>(settings.i_nlag) + 2);
     result.semivariances.resize(result.distances.size());
     double model[2] = {};
-    const auto failure =
+    auto failure =
         failure_of(IC_semivariogram(static_cast<std::int32_t>(points.size()), points.data(),
                                     &settings, result.distances.data(), result.semivariances.data(),
                                     model, result.curve_x.data(), result.curve_y.data(),

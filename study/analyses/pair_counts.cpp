@@ -41,7 +41,8 @@ bool lay_out_pairs(std::vector<t_icdata>& points, const t_gamvset_user& settings
         const double length = k == 0 ? 0 : k == 1 ? lag / 4 : (k - 1) * lag;
         t_icdata start{};
         start.d_x = east + apart * (1 + k % pairs_in_a_row);
-        start.d_y = north + apart * (k / pairs_in_a_row - pairs_in_a_row / 2);
+        const int row = k / pairs_in_a_row - pairs_in_a_row / 2;
+        start.d_y = north + apart * row;
         t_icdata end = start;
         end.d_x += length * portable::sine_of_turns(turns);
         end.d_y += length * portable::cosine_of_turns(turns);
