@@ -58,6 +58,9 @@ inline flags at_most(reals a, reals b) {
 inline flags equal(reals a, reals b) {
     return _mm512_cmp_ps_mask(a, b, _CMP_EQ_OQ);
 }
+inline flags greater(const i32* a, const i32* b) {
+    return _mm512_cmpgt_epi32_mask(_mm512_loadu_si512(a), _mm512_loadu_si512(b));
+}
 inline flags is_number(reals a) {
     return _mm512_cmp_ps_mask(a, a, _CMP_ORD_Q);
 }
@@ -103,6 +106,26 @@ inline wide_reals operator+(const wide_reals& a, const wide_reals& b) {
 inline void add_halves(f64* sums, const wide_reals& a) {
     _mm512_storeu_pd(sums, _mm512_loadu_pd(sums) + (a.low + a.high));
 }
+// The same, each term rounded first as an addition to this power of two rounds it.
+inline void add_rounded(f64* sums, f64 power, const wide_reals& a) {
+    const __m512d from = _mm512_set1_pd(power);
+    const __m512d low = (a.low + from) - from, high = (a.high + from) - from;
+    _mm512_storeu_pd(sums, _mm512_loadu_pd(sums) + (low + high));
+}
+// To f64, lane by lane the one and the other.
+inline void store_pairs(f64* to, reals a, reals b) {
+    const __m512i lower =
+        _mm512_setr_epi32(0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+    const __m512i upper =
+        _mm512_setr_epi32(8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
+    const auto widened = [](f64* place, reals pairs) {
+        _mm512_storeu_pd(place, _mm512_maskz_cvtps_pd(0xFF, _mm512_castps512_ps256(pairs)));
+        _mm512_storeu_pd(place + 8, _mm512_maskz_cvtps_pd(
+                                        0xFF, _mm512_maskz_extractf32x8_ps(0xFF, pairs, 1)));
+    };
+    widened(to, _mm512_permutex2var_ps(a, lower, b));
+    widened(to + 16, _mm512_permutex2var_ps(a, upper, b));
+}
 
 #elif defined(__AVX2__)
 
@@ -139,6 +162,11 @@ inline flags at_most(reals a, reals b) {
 }
 inline flags equal(reals a, reals b) {
     return _mm256_cmp_ps(a, b, _CMP_EQ_OQ);
+}
+inline flags greater(const i32* a, const i32* b) {
+    return _mm256_castsi256_ps(
+        _mm256_cmpgt_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(a)),
+                           _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b))));
 }
 inline flags is_number(reals a) {
     return _mm256_cmp_ps(a, a, _CMP_ORD_Q);
@@ -201,6 +229,18 @@ inline wide_reals operator+(const wide_reals& a, const wide_reals& b) {
 inline void add_halves(f64* sums, const wide_reals& a) {
     _mm256_storeu_pd(sums, _mm256_loadu_pd(sums) + (a.low + a.high));
 }
+inline void add_rounded(f64* sums, f64 power, const wide_reals& a) {
+    const __m256d from = _mm256_set1_pd(power);
+    const __m256d low = (a.low + from) - from, high = (a.high + from) - from;
+    _mm256_storeu_pd(sums, _mm256_loadu_pd(sums) + (low + high));
+}
+inline void store_pairs(f64* to, reals a, reals b) {
+    const reals even = _mm256_unpacklo_ps(a, b), odd = _mm256_unpackhi_ps(a, b); // pairs of pairs
+    _mm256_storeu_pd(to, _mm256_cvtps_pd(_mm256_castps256_ps128(even)));
+    _mm256_storeu_pd(to + 4, _mm256_cvtps_pd(_mm256_castps256_ps128(odd)));
+    _mm256_storeu_pd(to + 8, _mm256_cvtps_pd(_mm256_extractf128_ps(even, 1)));
+    _mm256_storeu_pd(to + 12, _mm256_cvtps_pd(_mm256_extractf128_ps(odd, 1)));
+}
 
 #elif !defined(__GNUC__) || defined(QMX_IC_LANES_OF_ARRAYS)
 
@@ -242,6 +282,12 @@ inline flags at_most(reals a, reals b) {
 }
 inline flags equal(reals a, reals b) {
     return a == b;
+}
+inline flags greater(const i32* a, const i32* b) {
+    flags left, right;
+    std::memcpy(&left, a, sizeof left);
+    std::memcpy(&right, b, sizeof right);
+    return left > right;
 }
 inline flags is_number(reals a) {
     return a == a;
@@ -296,7 +342,39 @@ inline void add_halves(f64* sums, const wide_reals& a) {
     sum += a.low + a.high;
     std::memcpy(sums, &sum, sizeof sum);
 }
+inline void add_rounded(f64* sums, f64 power, const wide_reals& a) {
+    const wide_half from = {power, power};
+    const wide_half low = (a.low + from) - from, high = (a.high + from) - from;
+    wide_half sum;
+    std::memcpy(&sum, sums, sizeof sum);
+    sum += low + high;
+    std::memcpy(sums, &sum, sizeof sum);
+}
+inline void store_pairs(f64* to, reals a, reals b) {
+    for (i64 t = 0; t < width; ++t) {
+        to[2 * t] = a[t];
+        to[2 * t + 1] = b[t];
+    }
+}
 
+#endif
+
+// Two f64, added to two sums once or twice.
+#if defined(__AVX2__)
+template <bool Twice> inline void add_two(f64* sums, const f64* terms) {
+    const __m128d term = _mm_loadu_pd(terms);
+    __m128d sum = _mm_loadu_pd(sums) + term;
+    if constexpr (Twice) sum = sum + term;
+    _mm_storeu_pd(sums, sum);
+}
+#else
+template <bool Twice> inline void add_two(f64* sums, const f64* terms) {
+    for (i64 t = 0; t < 2; ++t) {
+        f64 sum = sums[t] + terms[t];
+        if constexpr (Twice) sum += terms[t];
+        sums[t] = sum;
+    }
+}
 #endif
 
 // The position of the lowest bit set (there is one), and the number of bits set.

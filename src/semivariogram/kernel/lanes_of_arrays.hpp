@@ -57,6 +57,10 @@ inline flags at_most(const reals& a, const reals& b) {
 inline flags equal(const reals& a, const reals& b) {
     return where(a, b, [](f32 x, f32 y) { return x == y; });
 }
+inline flags greater(const i32* a, const i32* b) {
+    const auto flag = [&](i64 t) { return -std::int32_t{a[t] > b[t]}; };
+    return {{flag(0), flag(1), flag(2), flag(3)}};
+}
 inline flags is_number(const reals& a) {
     return equal(a, a);
 }
@@ -106,4 +110,15 @@ inline wide_reals operator+(const wide_reals& a, const wide_reals& b) {
 inline void add_halves(f64* sums, const wide_reals& a) {
     sums[0] += a.lane[0] + a.lane[2];
     sums[1] += a.lane[1] + a.lane[3];
+}
+inline void add_rounded(f64* sums, f64 power, const wide_reals& a) {
+    const auto rounded = [&](i64 t) { return (a.lane[t] + power) - power; };
+    sums[0] += rounded(0) + rounded(2);
+    sums[1] += rounded(1) + rounded(3);
+}
+inline void store_pairs(f64* to, const reals& a, const reals& b) {
+    for (i64 t = 0; t < width; ++t) {
+        to[2 * t] = a[t];
+        to[2 * t + 1] = b[t];
+    }
 }

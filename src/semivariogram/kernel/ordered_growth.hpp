@@ -7,6 +7,10 @@
 // on the parity of S / u alone, and a row summed twice, from 2^e and from 2^e + u, gives its growth for
 // both parities. A row that carries the sum to 2^(e+1) is added term by term, and the rows after it are
 // summed again from 2^(e+1).
+//
+// Where each term is added twice, an even sum stays even: the second addition repeats the first, and a
+// tie always goes to an even sum. Each term then adds twice its own rounding to a multiple of u, with
+// ties to the even multiple, and no order matters below 2^(e+1): all rows may share one sum.
 #pragma once
 
 #include "semivariogram/kernel/pair_kernel.hpp"
@@ -26,6 +30,11 @@ inline f64 power_of(f64 sum) {
 }
 inline f64 next_power(f64 sum) {
     return std::bit_cast<f64>((std::bit_cast<std::uint64_t>(sum) | fraction_bits) + 1);
+}
+
+// Whether terms that are added twice to this sum may be summed in any order.
+inline bool can_pool(f64 sum) {
+    return std::isnormal(sum) && (std::bit_cast<std::uint64_t>(sum) & 1) == 0;
 }
 
 // Starts sums at a sum's power of two and one unit above it.
@@ -88,7 +97,15 @@ inline std::uint64_t packed(const row_growth& growth) {
     if (growth.from_even > fraction_bits || apart > 2) return (fraction_bits + 1) << 2;
     return growth.from_even << 2 | apart;
 }
+// Of a row whose terms were added twice each, in another order than their own. A tie is one in any order,
+// but how an odd sum takes it depends on the first: such a row carries odd sums to the next power.
+inline std::uint64_t packed_without_order(const row_growth& growth) {
+    if (growth.from_even > fraction_bits || growth.from_odd > fraction_bits)
+        return (fraction_bits + 1) << 2;
+    return growth.from_even << 2 | (growth.from_odd == growth.from_even ? 1U : 3U);
+}
 inline row_growth unpacked(std::uint64_t growth) {
+    if ((growth & 3) == 3) return {growth >> 2, fraction_bits + 1};
     return {growth >> 2, (growth >> 2) + (growth & 3) - 1};
 }
 

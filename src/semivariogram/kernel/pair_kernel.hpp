@@ -25,6 +25,12 @@ struct points {
     const f32* value;
 };
 
+// Points in any order, each with its position in the data.
+struct placed_points {
+    points at;
+    const i32* number;
+};
+
 // The rules of one search.
 struct search_rules {
     const lag_classes* classes;
@@ -50,6 +56,7 @@ struct row_lanes {
     alignas(64) f32 half_width[most_lanes];
     alignas(64) f32 last_distance[most_lanes]; // of the last pair found
     alignas(64) f32 last_key[most_lanes];      // its class, plus key_of_nothing
+    alignas(64) i32 number[most_lanes];        // in the data; only placed points need it
     bool has_nan[columns]; // classes with a NaN among the squares; the sums leave these out
 };
 
@@ -69,11 +76,12 @@ struct class_sums {
     of_class of[columns];
 };
 
-// What a class needs besides the usual sums; mostly 0.
+// What a class needs besides the sums of all rows together; mostly 0.
 enum class_needs : std::uint8_t {
-    nothing = 1,         // no sums at all
-    next_squares = 2,    // squares from the next power of two on
-    ordered_distance = 4 // distances like squares
+    nothing = 1,          // no sums at all
+    next_squares = 2,     // squares of each row from the next power of two on
+    ordered_distance = 4, // distances of each row like squares
+    apart = 8             // squares of each row instead of those of all rows
 };
 // Two sums, started from an even and from an odd last bit (ordered_growth.hpp).
 template <class Sums> struct two_starts { Sums even, odd; };
@@ -88,20 +96,40 @@ using lanes_of_sums = f64[most_lanes];
 // A row in each lane.
 struct lane_sums {
     struct of_class : separate_sums<lanes_of_sums> {
-        f64 distance[most_lanes / 2]; // from 0, halved if pairs count twice, two lanes to a sum
-        alignas(64) i64 count;        // of all lanes
+        // From 0, halved if pairs count twice, two lanes to a sum. Squares of all rows together, each
+        // rounded as the class's power says.
+        alignas(64) f64 distance[most_lanes / 2];
+        alignas(64) f64 pooled[most_lanes / 2];
+        alignas(64) i64 count; // of all lanes
     };
     alignas(64) of_class of[columns];
+    f64 power[columns];          // a power of two: pooled squares round like a sum that has reached it
     std::uint8_t needs[columns]; // of class_needs
 };
-// One row alone.
+// Rows one after the other, each alone.
 struct row_sums {
-    struct alignas(64) of_class : separate_sums<f64> {
-        f64 distance; // from 0, halved if pairs count twice
-        i64 count;
+    struct pooled_sums {
+        f64 squares, distance;
     };
-    of_class of[columns];
+    // Successive pairs go to different sums, so that additions do not wait for each other.
+    static constexpr i64 turns = 4;
+    struct alignas(64) of_all_rows {
+        pooled_sums sums[turns]; // squares from the class's power of two on, distances from 0
+        i64 count[turns];
+    };
+    of_all_rows pooled[columns];
+    separate_sums<f64> of[columns]; // of the last row, for classes with needs
     std::uint8_t needs[columns];
+    bool has_needs[columns]; // beyond `nothing`
+    bool any_needs;
+};
+
+// Pairs whose class depends on the pair before them in the data.
+struct open_pairs {
+    static constexpr i64 most = 1024;
+    i64 count;
+    i32 lane[most];
+    i32 candidate[most]; // its number
 };
 
 struct version {
@@ -117,6 +145,15 @@ struct version {
                       i64 first, i64 count, class_sums& sums);
     void (*sweep_row_apart)(const search_rules& rules, row_lanes& rows, const points& candidates,
                             i64 first, i64 count, row_sums& sums);
+    // The same with candidates in any order, of which each row takes those with greater numbers than its
+    // own. For pairs that count twice, in every direction, of values that all count. Pairs whose class
+    // is not certain go to `open`; returns where to go on once there is room for more, or count.
+    i64 (*sweep_placed_rows)(const search_rules& rules, const row_lanes& rows,
+                             const placed_points& candidates, i64 first, i64 count, lane_sums& sums,
+                             open_pairs& open);
+    i64 (*sweep_placed_row)(const search_rules& rules, const row_lanes& rows,
+                            const placed_points& candidates, i64 first, i64 count, row_sums& sums,
+                            open_pairs& open);
 };
 
 // Without a name where the compiler's target lacks the instructions.

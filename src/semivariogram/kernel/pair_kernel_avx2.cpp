@@ -3,10 +3,11 @@
 
 #if defined(__AVX2__) && defined(__BMI2__)
 
-#include "semivariogram/kernel/pair_kernel_body.hpp"
+#include "semivariogram/kernel/placed_kernel_body.hpp"
 
 const qmx::pair_kernel::version qmx::pair_kernel::version_avx2 = {
-    "avx2", width, sweep_rows, sweep_row<class_sums>, sweep_row<row_sums>};
+    "avx2", width, sweep_rows, sweep_row<class_sums>, sweep_row<row_sums>,
+    sweep_placed_rows, sweep_placed_row};
 
 #else
 

@@ -6,10 +6,11 @@
 #if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512VL__) &&                      \
     defined(__AVX512DQ__) && !defined(QMX_IC_COVERAGE)
 
-#include "semivariogram/kernel/pair_kernel_body.hpp"
+#include "semivariogram/kernel/placed_kernel_body.hpp"
 
 const qmx::pair_kernel::version qmx::pair_kernel::version_avx512 = {
-    "avx512", width, sweep_rows, sweep_row<class_sums>, sweep_row<row_sums>};
+    "avx512", width, sweep_rows, sweep_row<class_sums>, sweep_row<row_sums>,
+    sweep_placed_rows, sweep_placed_row};
 
 #else
 

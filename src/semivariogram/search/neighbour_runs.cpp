@@ -78,6 +78,17 @@ i64 neighbour_runs::end_of_group(i64 first_point, i64 most) const {
     return end;
 }
 
+i64 neighbour_runs::turns(i64 first_point, i64 end_point) const {
+    i64 turns = 0;
+    for (i64 i = first_point + 2; i < end_point; ++i) {
+        const f64 x = f64{x_[i - 1]} - f64{x_[i - 2]}, y = f64{y_[i - 1]} - f64{y_[i - 2]};
+        const f64 next_x = f64{x_[i]} - f64{x_[i - 1]}, next_y = f64{y_[i]} - f64{y_[i - 1]};
+        const f64 step = std::max(x * x + y * y, next_x * next_x + next_y * next_y);
+        turns += static_cast<i64>(x * next_x + y * next_y < 0.7 * step);
+    }
+    return turns;
+}
+
 i64 neighbour_runs::close_together(const i32* points, i64 count, i64 most) const {
     box group(x_[points[0]], y_[points[0]]);
     i64 close = 1;

@@ -45,6 +45,9 @@ public:
     // Whether testing all points that are left is quicker than a neighbour search, estimated from the
     // last one.
     bool are_few_left(i64 first_point) const;
+    f64 reach() const { return reach_; }
+    // How many of these consecutive points turn from the way that the two before them took.
+    i64 turns(i64 first_point, i64 end_point) const;
     // How many of the listed points, from the first on and at most `most`, lie close together.
     i64 close_together(const i32* points, i64 count, i64 most) const;
 

@@ -139,7 +139,7 @@ bool search_in_lanes(neighbour_runs& neighbours, const candidate_segment& all,
     pair_kernel::class_sums sums = {};
     row_sweep rows(rules, {all.x, all.y, all.value});
     row_search groups(rows, sums);
-    window_search windows(rows, all.count, sums);
+    window_search windows(rows, {all.x, all.y, all.value}, all.count, sums);
     if (!groups.reserve()) return false;
     for (i64 first = 0, end = 0; first < all.count; first = end) {
         end = std::min(all.count, first + windows.rows_from(first));

@@ -33,7 +33,9 @@ struct rows_in_lanes {
             lane_sums::of_class& of = lanes.of[k];
             of.count = 0;
             std::fill_n(of.distance, std::size(of.distance), 0.0);
-            begin_sums(of.squares, joiner.power(k, row_sum::squares));
+            std::fill_n(of.pooled, std::size(of.pooled), 0.0);
+            lanes.power[k] = joiner.power(k, row_sum::squares);
+            if (joiner.is_wanted(k, row_sum::squares)) begin_sums(of.squares, lanes.power[k]);
             if (joiner.is_wanted(k, row_sum::next_squares))
                 begin_sums(of.next_squares, joiner.power(k, row_sum::next_squares));
             if (joiner.is_wanted(k, row_sum::distances))
@@ -43,10 +45,12 @@ struct rows_in_lanes {
         return true;
     }
     i64 count(i32 k) const { return lanes.of[k].count; }
-    f64 distance(i32 k) const {
-        f64 sum = 0;
-        for (const f64 distance : lanes.of[k].distance) sum += distance;
-        return sum;
+    f64 distance(i32 k) const { return total(lanes.of[k].distance); }
+    f64 pooled_squares(i32 k) const { return 2 * total(lanes.of[k].pooled); }
+    static f64 total(const f64 (&sums)[most_lanes / 2]) {
+        f64 total = 0;
+        for (const f64 sum : sums) total += sum;
+        return total;
     }
     auto growth(row_sum kind, i32 k) const {
         const lane_sums::of_class& of = lanes.of[k];

@@ -16,7 +16,9 @@ sum_joiner::sum_joiner(const search_rules& rules, class_sums& sums)
 void sum_joiner::begin_class(i32 k, const expected_sums& expected) {
     std::uint8_t needs = 0;
     if (!(expected.distance < greatest_exact_[k])) needs |= ordered_distance;
-    if (expected.squares > next_power(sums_.of[k].squares)) needs |= next_squares;
+    const f64 squares = sums_.of[k].squares;
+    if (expected.squares > next_power(squares)) needs |= next_squares | apart;
+    if (!rules_.twice || !can_pool(squares)) needs |= apart;
     needs_[k] = needs;
     taken_in_[k] = {0, 0};
 }
@@ -25,6 +27,7 @@ void sum_joiner::begin_sweep(bool again) {
     for (i32 k = coincident_class; k <= last_class_; ++k) {
         if (!is_wanted(k)) continue;
         if (again && taken_in_[k].distance < rows_) needs_[k] |= ordered_distance;
+        if (again) needs_[k] |= apart;
         const f64 squares = sums_.of[k].squares;
         power_[static_cast<i32>(row_sum::squares)][k] = power_of(squares);
         power_[static_cast<i32>(row_sum::next_squares)][k] = next_power(squares);

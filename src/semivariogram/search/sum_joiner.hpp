@@ -10,7 +10,8 @@
 namespace qmx {
 
 // What is summed for each row and class: squared differences from the power of two that the sum has
-// reached, the same from the next power, and distances where their sum may round.
+// reached, the same from the next power, and distances where their sum may round. The first is mostly
+// summed for all rows together (ordered_growth.hpp).
 enum class row_sum { squares, next_squares, distances };
 inline constexpr i64 row_sum_kinds = 3;
 
@@ -24,6 +25,9 @@ concept separate_rows = requires(Rows& rows, i64 row, i32 k, row_sum kind,
     // Asked for after the first sweep.
     { rows.count(k) } -> std::same_as<i64>;
     { rows.distance(k) } -> std::same_as<f64>;
+    // What the squares of all rows together make a sum at its power of two grow by; for classes whose
+    // rows are not summed apart.
+    { rows.pooled_squares(k) } -> std::same_as<f64>;
     // Tells what each row adds, in units of the last place.
     { rows.growth(kind, k)(row) } -> std::same_as<ordered_growth::row_growth>;
     // Adds the pairs of one row to the sums, one after the other.
@@ -48,9 +52,9 @@ public:
     bool is_wanted(i32 k) const { return (needs_[k] & pair_kernel::nothing) == 0; }
     bool is_wanted(i32 k, row_sum kind) const {
         if (!is_wanted(k)) return false;
-        if (kind == row_sum::squares) return true;
-        const auto need =
-            kind == row_sum::distances ? pair_kernel::ordered_distance : pair_kernel::next_squares;
+        const auto need = kind == row_sum::squares        ? pair_kernel::apart
+                          : kind == row_sum::next_squares ? pair_kernel::next_squares
+                                                          : pair_kernel::ordered_distance;
         return (needs_[k] & need) != 0;
     }
     const std::uint8_t (&needs() const)[pair_kernel::columns] { return needs_; }
@@ -65,6 +69,9 @@ private:
 
     void begin_class(i32 k, const expected_sums& expected);
     void begin_sweep(bool again);
+    bool is_pooled(i32 k) const {
+        return (needs_[k] & (pair_kernel::nothing | pair_kernel::apart)) == 0;
+    }
     template <class Rows> void add_counts(const Rows& rows);
     template <class Rows> bool add_known(Rows& rows);
     template <class Rows> bool redo_stopped(Rows& rows);
@@ -130,6 +137,13 @@ template <class Rows> bool sum_joiner::add_known(Rows& rows) {
         if (!is_wanted(k)) continue;
         pair_kernel::class_sums::of_class& sums = sums_.of[k];
         progress& done = taken_in_[k];
+        if (is_pooled(k) && done.squares == 0) {
+            const f64 sum = sums.squares + rows.pooled_squares(k);
+            if (ordered_growth::power_of(sum) == power(k, row_sum::squares)) {
+                sums.squares = sum;
+                done.squares = rows_;
+            }
+        }
         const auto add = [&](row_sum kind, f64& sum, i64& row) {
             if (row == rows_ || !is_wanted(k, kind)) return;
             if (ordered_growth::power_of(sum) != power(k, kind)) return;

@@ -1,6 +1,7 @@
 #include "semivariogram/search/window_search.hpp"
 
 #include <algorithm>
+#include <numeric>
 
 namespace qmx {
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr i64 bytes_for_a_point = 8; // that keep what rows add
 constexpr i64 least_rows = 64;       // of a window
+constexpr i64 turns_to_a_row = 16;   // of a path, from which on it is searched by place
 constexpr i64 rows_before = 4;       // a window, for each of its rows: sums then grow by a fraction
 
 bool windows_are_everywhere = false;
@@ -26,9 +28,9 @@ void use_windows_everywhere(bool everywhere) {
     windows_are_everywhere = everywhere;
 }
 
-window_search::window_search(row_sweep& rows, i64 count, class_sums& sums)
+window_search::window_search(row_sweep& rows, const points& all, i64 count, class_sums& sums)
     : last_class_(rows.rules().classes->last), capacity_(capacity_for(count, last_class_)),
-      sums_(sums), rows_(rows), joiner_(rows.rules(), sums) {}
+      sums_(sums), rows_(rows), joiner_(rows.rules(), sums), placed_(rows.rules(), all, count) {}
 
 i64 window_search::rows_from(i64 first) const {
     return std::clamp(first / rows_before, least_rows, capacity_);
@@ -46,11 +48,13 @@ bool window_search::is_scattered(const neighbour_runs& neighbours, i64 first, i6
     // The sums of the first rows grow too fast for a window.
     if (first < rows_before * least_rows || neighbours.are_few_left(first)) return false;
     const i64 sample = std::min(end - first, least_rows);
+    if (placed_.is_possible() && neighbours.turns(first, first + sample) * turns_to_a_row > sample)
+        return true;
     return rows_.most_rows() * groups_beside(neighbours, first, first + sample) > 3 * sample;
 }
 
 bool window_search::pays() const {
-    return windows_are_everywhere || 2 * groups_ <= groups_beside_;
+    return windows_are_everywhere || is_placed_ || 2 * groups_ <= groups_beside_;
 }
 
 bool window_search::reserve() {
@@ -67,6 +71,14 @@ bool window_search::plan(const neighbour_runs& neighbours, i64 first, i64 end) {
     if (!reserve()) return false;
     first_ = first;
     count_ = end - first;
+    is_placed_ = placed_.is_possible();
+    if (is_placed_) return placed_.plan(first, end, neighbours.reach());
+    plan_groups(neighbours);
+    return true;
+}
+
+void window_search::plan_groups(const neighbour_runs& neighbours) {
+    const i64 first = first_, end = first_ + count_;
     groups_beside_ = groups_beside(neighbours, first, end);
     // Two neighbouring cells of a grid row are one.
     located_ = 0;
@@ -88,7 +100,6 @@ bool window_search::plan(const neighbour_runs& neighbours, i64 first, i64 end) {
         std::sort(rows, rows + close);
         group_end_[groups_] = static_cast<i32>(at + close);
     }
-    return true;
 }
 
 window_search::packed_growth* window_search::table(row_sum kind, i32 k) const {
@@ -97,8 +108,6 @@ window_search::packed_growth* window_search::table(row_sum kind, i32 k) const {
 
 bool window_search::search(neighbour_runs& neighbours) {
     neighbours_ = &neighbours;
-    std::fill_n(counted_, columns, 0);
-    std::fill_n(distance_, columns, 0.0);
     // A row is expected to add at most 1.5 times what the rows before the window added on average.
     const f64 factor = 1.0 + 1.5 * static_cast<f64>(count_) / static_cast<f64>(first_);
     joiner_.begin(count_, [&](i32 k) {
@@ -108,13 +117,41 @@ bool window_search::search(neighbour_runs& neighbours) {
     return joiner_.join(*this);
 }
 
-bool window_search::sweep() {
-    const i64 from = joiner_.from();
-    std::copy_n(joiner_.needs(), columns, row_[0].needs);
+void window_search::clear_tables(i64 from) {
     for (i32 k = coincident_class; k <= last_class_; ++k)
         for (const row_sum kind : {row_sum::squares, row_sum::next_squares, row_sum::distances})
             if (joiner_.is_wanted(k, kind))
                 std::fill(table(kind, k) + from, table(kind, k) + count_, no_growth);
+}
+
+// Starts the sums of all rows.
+void window_search::begin_sums_of_rows() {
+    row_sums& sums = row_[0];
+    std::copy_n(joiner_.needs(), columns, sums.needs);
+    with_needs_ = 0;
+    for (i32 k = coincident_class; k <= last_class_; ++k) {
+        const f64 power = joiner_.power(k, row_sum::squares);
+        for (row_sums::pooled_sums& sum : sums.pooled[k].sums) sum = {power, 0};
+        std::fill_n(sums.pooled[k].count, row_sums::turns, 0);
+        sums.has_needs[k] = joiner_.is_wanted(k) && sums.needs[k] != 0;
+        if (sums.has_needs[k]) class_with_needs_[with_needs_++] = k;
+    }
+    sums.any_needs = with_needs_ > 0;
+}
+
+bool window_search::sweep() {
+    const i64 from = joiner_.from();
+    clear_tables(from);
+    if (is_placed_) {
+        const auto keep = [&](i64 row, i32 k, row_sum kind, const row_growth& growth) {
+            table(kind, k)[row - first_] = packed_without_order(growth);
+        };
+        if (placed_.sweep(joiner_, first_ + from, keep)) return true;
+        is_placed_ = false; // coincident points, which the first sweep finds
+        clear_tables(from);
+        plan_groups(*neighbours_);
+    }
+    begin_sums_of_rows();
     for (i64 group = 0, at = 0; group < groups_; at = group_end_[group++]) {
         const i32* const end = order_.data() + group_end_[group];
         const i32* const group_rows = order_.data() + at;
@@ -129,29 +166,46 @@ bool window_search::sweep() {
 
 void window_search::sweep_row(i32 row, const candidate_place& own) {
     row_sums& sums = row_[0];
-    for (i32 k = coincident_class; k <= last_class_; ++k) {
-        row_sums::of_class& of = sums.of[k];
-        of.count = 0;
-        of.distance = 0;
-        begin_sums(of.squares, joiner_.power(k, row_sum::squares));
-        begin_sums(of.next_squares, joiner_.power(k, row_sum::next_squares));
-        begin_sums(of.ordered_distance, joiner_.power(k, row_sum::distances));
+    for (i64 n = 0; n < with_needs_; ++n) {
+        const i32 k = class_with_needs_[n];
+        begin_sums(sums.of[k].squares, joiner_.power(k, row_sum::squares));
+        begin_sums(sums.of[k].next_squares, joiner_.power(k, row_sum::next_squares));
+        begin_sums(sums.of[k].ordered_distance, joiner_.power(k, row_sum::distances));
     }
     rows_.sweep_one(*neighbours_, row, own, sums);
-    for (i32 k = coincident_class; k <= last_class_; ++k) {
-        const row_sums::of_class& of = sums.of[k];
-        if (of.count == 0) continue;
-        counted_[k] += of.count;
-        distance_[k] += of.distance;
+    for (i64 n = 0; n < with_needs_; ++n) {
+        const i32 k = class_with_needs_[n];
         const auto keep = [&](row_sum kind, const two_starts<f64>& sum) {
             if (joiner_.is_wanted(k, kind))
                 table(kind, k)[row - first_] =
                     packed(growth_of(sum.even, sum.odd, joiner_.power(k, kind)));
         };
-        keep(row_sum::squares, of.squares);
-        keep(row_sum::next_squares, of.next_squares);
-        keep(row_sum::distances, of.ordered_distance);
+        keep(row_sum::squares, sums.of[k].squares);
+        keep(row_sum::next_squares, sums.of[k].next_squares);
+        keep(row_sum::distances, sums.of[k].ordered_distance);
     }
+}
+
+i64 window_search::count(i32 k) const {
+    if (is_placed_) return placed_.count(k);
+    const row_sums::of_all_rows& of = row_[0].pooled[k];
+    return std::accumulate(of.count, of.count + row_sums::turns, i64{0});
+}
+
+f64 window_search::distance(i32 k) const {
+    if (is_placed_) return placed_.distance(k);
+    f64 sum = 0;
+    for (const row_sums::pooled_sums& each : row_[0].pooled[k].sums) sum += each.distance;
+    return rows_.rules().twice ? 0.5 * sum : sum;
+}
+
+f64 window_search::pooled_squares(i32 k) const {
+    if (is_placed_) return placed_.pooled_squares(k);
+    const f64 power = joiner_.power(k, row_sum::squares);
+    f64 growth = 0;
+    for (const row_sums::pooled_sums& each : row_[0].pooled[k].sums)
+        growth += each.squares - power;
+    return growth;
 }
 
 bool window_search::redo(i64 row, class_sums& sums) {

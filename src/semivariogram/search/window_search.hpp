@@ -9,6 +9,7 @@
 #pragma once
 
 #include "base/work_array.hpp"
+#include "semivariogram/search/placed_rows.hpp"
 #include "semivariogram/search/row_sweep.hpp"
 #include "semivariogram/search/sum_joiner.hpp"
 
@@ -17,7 +18,8 @@ namespace qmx {
 class window_search {
 public:
     // Adds to sums. `count` is the number of all points.
-    window_search(row_sweep& rows, i64 count, pair_kernel::class_sums& sums);
+    window_search(row_sweep& rows, const pair_kernel::points& all, i64 count,
+                  pair_kernel::class_sums& sums);
 
     // The number of rows of a window that begins at this one.
     i64 rows_from(i64 first) const;
@@ -34,8 +36,9 @@ public:
 
     // What the joiner asks of the window's rows.
     bool sweep();
-    i64 count(i32 k) const { return counted_[k]; }
-    f64 distance(i32 k) const { return distance_[k]; }
+    i64 count(i32 k) const;
+    f64 distance(i32 k) const;
+    f64 pooled_squares(i32 k) const;
     auto growth(row_sum kind, i32 k) const {
         return [rows = table(kind, k)](i64 row) { return ordered_growth::unpacked(rows[row]); };
     }
@@ -51,6 +54,9 @@ private:
     i64 groups_beside(const neighbour_runs& neighbours, i64 first, i64 end) const;
     bool reserve();
     packed_growth* table(row_sum kind, i32 k) const;
+    void plan_groups(const neighbour_runs& neighbours);
+    void clear_tables(i64 from);
+    void begin_sums_of_rows();
     void sweep_row(i32 row, const candidate_place& own);
 
     const i32 last_class_;
@@ -58,11 +64,13 @@ private:
     pair_kernel::class_sums& sums_;
     row_sweep& rows_;
     sum_joiner joiner_;
+    placed_rows placed_;
+    bool is_placed_ = false; // the window is searched by place
     neighbour_runs* neighbours_ = nullptr;    // of the window being searched
     i64 first_ = 0, count_ = 0, located_ = 0; // of its rows
     i64 groups_ = 0, groups_beside_ = 0;
-    f64 distance_[pair_kernel::columns] = {}; // sums of the window, halved if pairs count twice
-    i64 counted_[pair_kernel::columns] = {};
+    i32 class_with_needs_[pair_kernel::columns] = {};
+    i64 with_needs_ = 0;
     work_array<pair_kernel::row_sums> row_;
     work_array<located_row> located_rows_;
     work_array<i32> order_;

@@ -1,0 +1,125 @@
+#include "semivariogram/search/points_by_place.hpp"
+
+#include "semivariogram/search/gamv_variables.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace qmx {
+
+namespace {
+
+constexpr f64 strip_width = 0.8;        // times the mean distance of points
+constexpr f64 most_strips = 64;         // within the reach
+constexpr f64 cells_in_reach = 8;       // along a strip
+constexpr f64 most_cells_a_point = 1.5; // on average
+constexpr i64 fewest_forgotten = 8;     // times as many points are left, before they are removed
+
+bool is_finite(f32 x, f32 y) {
+    return std::isfinite(x) && std::isfinite(y);
+}
+
+} // namespace
+
+// Finds the extent of the data; false without a place.
+bool points_by_place::survey(i64 count) {
+    position low = {}, high = {};
+    placed_ = 0;
+    for (i64 i = 0; i < count; ++i) {
+        if (!is_finite(all_.x[i], all_.y[i])) continue;
+        const position at = {all_.x[i], all_.y[i]};
+        if (placed_++ == 0) low = high = at;
+        low = {std::min(low.along, at.along), std::min(low.across, at.across)};
+        high = {std::max(high.along, at.along), std::max(high.across, at.across)};
+    }
+    is_turned_ = high.across - low.across > high.along - low.along;
+    if (is_turned_) {
+        std::swap(low.along, low.across);
+        std::swap(high.along, high.across);
+    }
+    least_ = low;
+    greatest_ = high;
+    return placed_ > 0;
+}
+
+void points_by_place::divide(i64 placed) {
+    const f64 length = greatest_.along - least_.along, width = greatest_.across - least_.across;
+    const f64 spacing = std::sqrt(length * width / static_cast<f64>(placed));
+    f64 strip = std::max(strip_width * spacing, reach_ / most_strips);
+    f64 cell = reach_ / cells_in_reach;
+    const auto number = [&] { return (length / cell + 1) * (width / strip + 1); };
+    while (number() > most_cells_a_point * static_cast<f64>(placed) + 64) {
+        strip *= 1.25;
+        cell *= 1.25;
+    }
+    strips_ = static_cast<i64>(width / strip) + 1;
+    cells_ = static_cast<i64>(length / cell) + 1;
+    strips_per_unit_ = 1.0 / strip;
+    cells_per_unit_ = 1.0 / cell;
+}
+
+// Sorts the points by cell, and along the strip within each.
+void points_by_place::fill(i64 count) {
+    const i64 all_cells = strips_ * cells_;
+    for (i64 i = 0; i < count; ++i)
+        if (is_finite(all_.x[i], all_.y[i])) ++start_[cell_number(i) + 1];
+    for (i64 cell = 0; cell < all_cells; ++cell) start_[cell + 1] += start_[cell];
+    for (i64 i = 0; i < count; ++i)
+        if (is_finite(all_.x[i], all_.y[i]))
+            number_[start_[cell_number(i)]++] = static_cast<i32>(i);
+    for (i64 cell = all_cells; cell > 0; --cell) start_[cell] = start_[cell - 1];
+    start_[0] = 0;
+    const f32* const along = is_turned_ ? all_.y : all_.x;
+    for (i64 cell = 0; cell < all_cells; ++cell)
+        std::sort(number_ + start_[cell], number_ + start_[cell + 1],
+                  [&](i32 a, i32 b) { return std::pair(along[a], a) < std::pair(along[b], b); });
+    for (i64 at = 0; at < placed_; ++at) {
+        const i32 point = number_[at];
+        x_[at] = all_.x[point];
+        y_[at] = all_.y[point];
+        value_[at] = all_.value[point];
+        rank_[point] = static_cast<i32>(at);
+    }
+}
+
+bool points_by_place::build(const pair_kernel::points& all, i64 count, f64 reach) {
+    all_ = all;
+    reach_ = reach;
+    forgotten_ = 0;
+    rank_ = work_array<i32>(count, -1);
+    if (!rank_) return false;
+    if (survey(count)) divide(placed_);
+    const i64 stride = placed_ + 2 * gamv_variables::padding;
+    start_ = work_array<i32>(strips_ * cells_ + 1, 0);
+    coordinates_ = work_array<f32>(3 * stride, 0.0F);
+    numbers_ = work_array<i32>(stride, -1);
+    if (!start_ || !coordinates_ || !numbers_) return false;
+    x_ = coordinates_.data() + gamv_variables::padding;
+    y_ = x_ + stride;
+    value_ = y_ + stride;
+    number_ = numbers_.data() + gamv_variables::padding;
+    if (placed_ > 0) fill(count);
+    return true;
+}
+
+void points_by_place::forget_before(i64 first) {
+    if (fewest_forgotten * (first - forgotten_) < placed_) return;
+    forgotten_ = first;
+    i64 kept = 0, at = 0;
+    for (i64 cell = 0; cell < strips_ * cells_; ++cell) {
+        const i64 end = start_[cell + 1];
+        start_[cell] = static_cast<i32>(kept);
+        for (; at < end; ++at) {
+            x_[kept] = x_[at];
+            y_[kept] = y_[at];
+            value_[kept] = value_[at];
+            number_[kept] = number_[at];
+            kept += static_cast<i64>(number_[at] >= first);
+        }
+    }
+    start_[strips_ * cells_] = static_cast<i32>(kept);
+    placed_ = kept;
+}
+
+} // namespace qmx
