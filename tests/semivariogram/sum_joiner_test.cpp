@@ -61,6 +61,15 @@ struct listed_rows {
             for (const term& each : *row) total += each.k == k ? f64{each.distance} : 0;
         return total;
     }
+    // As if all rows were summed from the power of two on, the last first: no order matters.
+    f64 pooled_squares(i32 k) const {
+        const f64 power = joiner.power(k, row_sum::squares);
+        f64 growth = 0;
+        for (auto row = terms.rbegin(); row != terms.rend(); ++row)
+            for (const term& each : *row)
+                if (each.k == k) growth += 2 * ((f64{each.square} + power) - power);
+        return growth;
+    }
     auto growth(row_sum kind, i32 k) {
         return [this, kind, k](i64 row) {
             const auto& [even, odd] = sum(kind, k, row);

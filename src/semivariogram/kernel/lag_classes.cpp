@@ -78,7 +78,8 @@ i32 find_lag_class(const lag_classes& classes, f32 h, const last_found& last) {
 }
 
 class_certainty certainty_of(const lag_classes& classes, f32 xltol) {
-    constexpr class_certainty none = {false, 0, 0};
+    const class_certainty none = {};
+    class_certainty certainty = {};
     // Not near overflow or underflow, and neighbouring classes share a border.
     if (!(classes.xlag > 1.0e-12F && classes.xlag < 1.0e12F)) return none;
     if (xltol != classes.xlag * 0.5F) return none;
@@ -90,8 +91,11 @@ class_certainty certainty_of(const lag_classes& classes, f32 xltol) {
         const f32 high = last_in_time(classes, k);
         const f32 centre = centre_of(classes, k);
         bound = std::min(bound, next_above(high) - centre);
+        certainty.greatest[k] = high;
+        certainty.least[k] = next_above(epsilon_distance);
         if (k == first_distance_class) continue; // whose lower end is epsilon_distance
         const f32 low = std::max(classes.lower[k], next_above(classes.upper[k - 1]));
+        certainty.least[k] = low;
         bound = std::min(bound, centre - next_below(low));
     }
     // The greatest distance must not seem to lie in a class past the last.
@@ -109,7 +113,10 @@ class_certainty certainty_of(const lag_classes& classes, f32 xltol) {
         }
         if (dead) break;
     }
-    return {true, half_width, dead_from};
+    certainty.usable = true;
+    certainty.half_width = half_width;
+    certainty.dead_from = dead_from;
+    return certainty;
 }
 
 } // namespace qmx

@@ -50,11 +50,22 @@ struct class_certainty {
     bool usable; // false: the class of every pair is searched for
     f32 half_width;
     i32 dead_from;
+    // What is certain of class k, which may be a little more than the half width says.
+    f32 least[most_lag_classes + 1];
+    f32 greatest[most_lag_classes + 1];
 };
 // The greatest squared distance that counts as coincidence: its root rounds to epsilon_distance. A
 // constant, since the neighbouring subnormal numbers cannot be tried where the processor flushes them to 0.
 inline constexpr f32 greatest_coincident_square = 0x1.16c2p-133F;
 
 class_certainty certainty_of(const lag_classes& classes, f32 xltol);
+// The class of a distance that does not depend on the pairs before, or 0; inverse_lag is about 1 / xlag.
+inline i32 certain_class(const lag_classes& classes, const class_certainty& certainty,
+                         f32 inverse_lag, f32 h) {
+    const i32 below = truncated(h * inverse_lag) + first_distance_class;
+    for (i32 k = below; k <= below + 1; ++k)
+        if (k <= classes.last && certainty.least[k] <= h && h <= certainty.greatest[k]) return k;
+    return 0;
+}
 
 } // namespace qmx

@@ -76,6 +76,10 @@ inline flags without(flags a, flags b) {
 inline reals choose(flags a, reals yes, reals no) {
     return _mm512_mask_mov_ps(no, a, yes);
 }
+// a / b, or 1 in flagged lanes, where nothing is divided.
+inline reals divided_or_one(flags one, reals a, reals b) {
+    return _mm512_mask_div_ps(all(1.0F), static_cast<flags>(~one), a, b);
+}
 inline unsigned bits_of(flags a) {
     return a;
 }
@@ -119,9 +123,10 @@ inline void store_pairs(f64* to, reals a, reals b) {
     const __m512i upper =
         _mm512_setr_epi32(8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
     const auto widened = [](f64* place, reals pairs) {
-        _mm512_storeu_pd(place, _mm512_maskz_cvtps_pd(0xFF, _mm512_castps512_ps256(pairs)));
-        _mm512_storeu_pd(place + 8, _mm512_maskz_cvtps_pd(
-                                        0xFF, _mm512_maskz_extractf32x8_ps(0xFF, pairs, 1)));
+        const __m256 first = _mm512_maskz_extractf32x8_ps(0xFF, pairs, 0);
+        const __m256 second = _mm512_maskz_extractf32x8_ps(0xFF, pairs, 1);
+        _mm512_storeu_pd(place, _mm512_maskz_cvtps_pd(0xFF, first));
+        _mm512_storeu_pd(place + 8, _mm512_maskz_cvtps_pd(0xFF, second));
     };
     widened(to, _mm512_permutex2var_ps(a, lower, b));
     widened(to + 16, _mm512_permutex2var_ps(a, upper, b));
@@ -357,6 +362,13 @@ inline void store_pairs(f64* to, reals a, reals b) {
     }
 }
 
+#endif
+
+#if !defined(__AVX512F__)
+// A divisor of 1 instead of 0, which would raise an exception flag.
+inline reals divided_or_one(flags one, reals a, reals b) {
+    return choose(one, all(1.0F), a / choose(one, all(1.0F), b));
+}
 #endif
 
 // Two f64, added to two sums once or twice.

@@ -132,6 +132,18 @@ struct open_pairs {
     i32 candidate[most]; // its number
 };
 
+// Stretches of points that are candidates, and how far they have been swept.
+struct placed_stretches {
+    static constexpr i64 most = 256;
+    struct stretch {
+        i64 first, count;
+    };
+    placed_points all;
+    i64 count;
+    stretch list[most];
+    i64 next, at;
+};
+
 struct version {
     const char* name;
     i64 lanes; // rows at once
@@ -147,13 +159,11 @@ struct version {
                             i64 first, i64 count, row_sums& sums);
     // The same with candidates in any order, of which each row takes those with greater numbers than its
     // own. For pairs that count twice, in every direction, of values that all count. Pairs whose class
-    // is not certain go to `open`; returns where to go on once there is room for more, or count.
-    i64 (*sweep_placed_rows)(const search_rules& rules, const row_lanes& rows,
-                             const placed_points& candidates, i64 first, i64 count, lane_sums& sums,
-                             open_pairs& open);
-    i64 (*sweep_placed_row)(const search_rules& rules, const row_lanes& rows,
-                            const placed_points& candidates, i64 first, i64 count, row_sums& sums,
-                            open_pairs& open);
+    // is not certain go to `open`. False if there was no room for more: to be called again.
+    bool (*sweep_placed_rows)(const search_rules& rules, const row_lanes& rows,
+                              placed_stretches& candidates, lane_sums& sums, open_pairs& open);
+    bool (*sweep_placed_row)(const search_rules& rules, const row_lanes& rows,
+                             placed_stretches& candidates, row_sums& sums, open_pairs& open);
 };
 
 // Without a name where the compiler's target lacks the instructions.

@@ -44,10 +44,7 @@ struct rule_lanes {
         const flags clear =
             both(below(epsilon, h), either(inside, below(along, border * below_one)));
         if ((bits_of(found) & ~bits_of(clear)) != 0) {
-            // A divisor of 1 instead of 0, which would raise an exception flag.
-            const flags coincident = below(h, epsilon);
-            const reals cosine =
-                choose(coincident, all(1.0F), along / choose(coincident, all(1.0F), h));
+            const reals cosine = divided_or_one(below(h, epsilon), along, h);
             inside = without(found, below(cosine, csatol));
         }
         inside = both(found, inside);

@@ -16,17 +16,15 @@ inline void set_aside(open_pairs& open, unsigned pairs, bool one_row, const i32*
     }
 }
 
-i64 sweep_placed_rows(const search_rules& rules, const row_lanes& rows,
-                      const placed_points& candidates, i64 first, i64 count, lane_sums& sums,
-                      open_pairs& open) {
-    const rule_lanes rule(rules);
+// One stretch from the given step on; returns the step to go on with, or count.
+inline i64 sweep_stretch(const rule_lanes& rule, const search_rules& rules, const row_lanes& rows,
+                         const placed_points& candidates, i64 at, i64 count, pair_queue& queue,
+                         lane_sums& sums, open_pairs& open) {
     const reals xi = load(rows.x);
     const reals yi = load(rows.y);
     const reals vi = load(rows.value);
     const reals limit = load(rows.limit);
     const reals half_width = all(rules.certainty.half_width);
-    pair_queue queue;
-    i64 at = first;
     for (; at < count && open.count <= open.most - width; ++at) {
         const reals dx = load(candidates.at.x + at) - xi;
         const reals dy = load(candidates.at.y + at) - yi;
@@ -48,8 +46,27 @@ i64 sweep_placed_rows(const search_rules& rules, const row_lanes& rows,
         if (++queue.entered >= queue.steps)
             add_step<true>(queue, queue.entered - queue.steps, sums);
     }
-    add_rest<true>(queue, sums);
     return at;
+}
+
+inline placed_points points_from(const placed_points& all, i64 first) {
+    return {{all.at.x + first, all.at.y + first, all.at.value + first}, all.number + first};
+}
+
+bool sweep_placed_rows(const search_rules& rules, const row_lanes& rows,
+                       placed_stretches& candidates, lane_sums& sums, open_pairs& open) {
+    const rule_lanes rule(rules);
+    pair_queue queue;
+    bool done = true;
+    for (; done && candidates.next < candidates.count; candidates.next += done ? 1 : 0) {
+        const placed_stretches::stretch& part = candidates.list[candidates.next];
+        const i64 end = sweep_stretch(rule, rules, rows, points_from(candidates.all, part.first),
+                                      candidates.at + 1 - width, part.count, queue, sums, open);
+        done = end >= part.count;
+        candidates.at = done ? 0 : end + width - 1;
+    }
+    add_rest<true>(queue, sums);
+    return done;
 }
 
 // Numbers as lanes of f32, only to be moved.
@@ -84,9 +101,8 @@ inline void add_placed_block(const rule_lanes& rule, const reals& half_width, f3
     block.count = 0;
 }
 
-i64 sweep_placed_row(const search_rules& rules, const row_lanes& rows,
-                     const placed_points& candidates, i64 first, i64 count, row_sums& sums,
-                     open_pairs& open) {
+bool sweep_placed_row(const search_rules& rules, const row_lanes& rows,
+                      placed_stretches& candidates, row_sums& sums, open_pairs& open) {
     const rule_lanes rule(rules);
     const reals xi = all(rows.x[0]);
     const reals yi = all(rows.y[0]);
@@ -95,22 +111,29 @@ i64 sweep_placed_row(const search_rules& rules, const row_lanes& rows,
     alignas(64) i32 own[width];
     for (i64 t = 0; t < width; ++t) own[t] = rows.number[0];
     pair_block block;
-    i64 at = first;
-    for (; at < count && open.count < open.most - 2 * block.most; at += width) {
-        const reals dx = load(candidates.at.x + at) - xi;
-        const reals dy = load(candidates.at.y + at) - yi;
-        const reals hs = dx * dx + dy * dy;
-        unsigned found = bits_of(both(at_most(hs, limit), greater(candidates.number + at, own)));
-        if (count - at < width) found &= (1U << (count - at)) - 1;
-        store_packed(block.squared_distance + block.count, found, hs);
-        store_packed(block.value + block.count, found, load(candidates.at.value + at));
-        store_packed(block.dx + block.count, found, load_numbers(candidates.number + at));
-        block.count += number_of(found);
-        if (block.count > block.most - width)
-            add_placed_block(rule, half_width, rows.value[0], block, sums, open);
+    const auto has_room = [&] { return open.count < open.most - 2 * block.most; };
+    for (; candidates.next < candidates.count && has_room(); ++candidates.next) {
+        const placed_stretches::stretch& part = candidates.list[candidates.next];
+        const placed_points from = points_from(candidates.all, part.first);
+        for (; candidates.at < part.count && has_room(); candidates.at += width) {
+            const i64 at = candidates.at;
+            const reals dx = load(from.at.x + at) - xi;
+            const reals dy = load(from.at.y + at) - yi;
+            const reals hs = dx * dx + dy * dy;
+            unsigned found = bits_of(both(at_most(hs, limit), greater(from.number + at, own)));
+            if (part.count - at < width) found &= (1U << (part.count - at)) - 1;
+            store_packed(block.squared_distance + block.count, found, hs);
+            store_packed(block.value + block.count, found, load(from.at.value + at));
+            store_packed(block.dx + block.count, found, load_numbers(from.number + at));
+            block.count += number_of(found);
+            if (block.count > block.most - width)
+                add_placed_block(rule, half_width, rows.value[0], block, sums, open);
+        }
+        if (candidates.at < part.count) break;
+        candidates.at = 0;
     }
     add_placed_block(rule, half_width, rows.value[0], block, sums, open);
-    return at < count ? at : count;
+    return candidates.next == candidates.count;
 }
 
 } // namespace

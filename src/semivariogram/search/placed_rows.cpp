@@ -31,7 +31,9 @@ bool placed_rows::plan(i64 first, i64 end, f64 reach) {
         lane_sums_ = work_array<lane_sums>(1);
         row_sums_ = work_array<row_sums>(1);
         open_ = work_array<open_pairs>(1);
-        if (!lane_sums_ || !row_sums_ || !open_ || !places_.build(all_, points_, reach)) return false;
+        candidates_ = work_array<placed_stretches>(1);
+        if (!lane_sums_ || !row_sums_ || !open_ || !candidates_) return false;
+        if (!places_.build(all_, points_, reach)) return false;
         is_built_ = true;
     }
     if (end - first > located_rows_.size()) {
@@ -119,19 +121,30 @@ void placed_rows::begin_group(const sum_joiner& joiner) {
 }
 
 bool placed_rows::sweep_group() {
+    placed_stretches& candidates = candidates_[0];
+    candidates.all = places_.from(0);
+    candidates.count = 0;
     bool is_settled = true;
     places_.visit_around(least_, greatest_, [&](i64 first, i64 count) {
-        const placed_points candidates = places_.from(first);
-        i64 at = rows_ > 1 ? 1 - kernel_.lanes : 0;
-        while (at < count && is_settled) {
-            at = rows_ > 1 ? kernel_.sweep_placed_rows(rules_, lanes_, candidates, at, count,
-                                                       lane_sums_[0], open_[0])
-                           : kernel_.sweep_placed_row(rules_, lanes_, candidates, at, count,
-                                                      row_sums_[0], open_[0]);
-            if (open_[0].count > 0) is_settled = settle_open();
-        }
+        candidates.list[candidates.count++] = {first, count};
+        if (candidates.count == candidates.most) is_settled = is_settled && sweep_candidates();
     });
-    return is_settled;
+    return is_settled && sweep_candidates();
+}
+
+// Sweeps the stretches collected so far. False if there are coincident points.
+bool placed_rows::sweep_candidates() {
+    placed_stretches& candidates = candidates_[0];
+    candidates.next = candidates.at = 0;
+    for (bool done = false; !done;) {
+        done = rows_ > 1 ? kernel_.sweep_placed_rows(rules_, lanes_, candidates, lane_sums_[0],
+                                                     open_[0])
+                         : kernel_.sweep_placed_row(rules_, lanes_, candidates, row_sums_[0],
+                                                    open_[0]);
+        if (open_[0].count > 0 && !settle_open()) return false;
+    }
+    candidates.count = 0;
+    return true;
 }
 
 // ---- Pairs whose class depends on the pair before ----------------------------------------------
@@ -142,23 +155,18 @@ f32 placed_rows::squared_distance(i64 row, i64 candidate) const {
     return dx * dx + dy * dy;
 }
 
-// 0 if it is not certain.
-i32 placed_rows::certain_class(f32 h) const {
-    constexpr f32 shift = key_of_nothing + first_distance_class;
-    const f32 key = h * rules_.inverse_lag + shift;
-    const f32 offset = std::fabs(h - rules_.classes->xlag * (key - shift));
-    if (!(offset <= rules_.certainty.half_width && epsilon_distance < h)) return 0;
-    return static_cast<i32>(key - key_of_nothing);
-}
-
 // The last point before the candidate that is in range of the row, or the row itself.
 i64 placed_rows::found_before(i64 row, i64 candidate) const {
-    constexpr i64 stretch = 32;
+    constexpr i64 looks = 4, stretch = 32;
     const f32 limit = rules_.classes->dismxs;
+    const i64 nearest = std::max(row, candidate - looks);
+    while (--candidate > nearest)
+        if (squared_distance(row, candidate) <= limit) return candidate;
+    ++candidate;
     while (candidate - row > stretch) {
         i32 found = 0;
-        for (i64 t = 1; t <= stretch; ++t)
-            found += static_cast<i32>(squared_distance(row, candidate - t) <= limit);
+        for (i64 t = candidate - stretch; t < candidate; ++t)
+            found += static_cast<i32>(squared_distance(row, t) <= limit);
         if (found > 0) break;
         candidate -= stretch;
     }
@@ -167,24 +175,44 @@ i64 placed_rows::found_before(i64 row, i64 candidate) const {
     return candidate;
 }
 
+// Whether the distance lies so far within its class that after it the search for a distance near a
+// border, however it rounds, starts no later than at the class below that border.
+bool placed_rows::is_well_inside(f32 h) const {
+    constexpr f32 most = 0.499F; // quotients of up to 100 lags round by less than 0.00003
+    constexpr f32 shift = key_of_nothing + first_distance_class;
+    const f32 lags = h * rules_.inverse_lag;
+    return std::fabs(lags - ((lags + shift) - shift)) <= most;
+}
+
 // Goes back to a pair whose class is certain, or to the beginning of the row, and forward again.
-i32 placed_rows::settled_class(i64 row, i64 candidate) const {
-    last_found last = {0, first_distance_class};
-    i64 at = candidate;
-    while ((at = found_before(row, at)) > row) {
-        const f32 h = std::sqrt(squared_distance(row, at));
-        const i32 k = certain_class(h);
-        if (k == 0) continue;
-        last = {h, k};
-        break;
+i32 placed_rows::settled_class(i64 row, i64 candidate, f32 distance) const {
+    const lag_classes& classes = *rules_.classes;
+    if (const i32 k = certain_class(classes, rules_.certainty, rules_.inverse_lag, distance)) return k;
+    const i64 before = found_before(row, candidate);
+    if (before > row && !is_well_inside(distance) &&
+        is_well_inside(std::sqrt(squared_distance(row, before)))) {
+        const i32 below = truncated(distance * rules_.inverse_lag) + first_distance_class;
+        for (i32 k = below; k <= below + 1; ++k)
+            if (k <= classes.last && classes.lower[k] <= distance && distance <= classes.upper[k])
+                return k;
+        return 0;
     }
-    for (++at; at < candidate; ++at) {
-        if (!(squared_distance(row, at) <= rules_.classes->dismxs)) continue;
+    last_found last = {0, first_distance_class};
+    i64 at = before;
+    for (; at > row; at = found_before(row, at)) {
         const f32 h = std::sqrt(squared_distance(row, at));
-        const i32 k = find_lag_class(*rules_.classes, h, last);
+        last.lastlag = certain_class(classes, rules_.certainty, rules_.inverse_lag, h);
+        last.lastdist = h;
+        if (last.lastlag != 0) break;
+    }
+    if (at == row) last = {0, first_distance_class};
+    for (++at; at <= before; ++at) {
+        if (!(squared_distance(row, at) <= classes.dismxs)) continue;
+        const f32 h = std::sqrt(squared_distance(row, at));
+        const i32 k = find_lag_class(classes, h, last);
         if (k != 0) last = {h, k};
     }
-    return find_lag_class(*rules_.classes, std::sqrt(squared_distance(row, candidate)), last);
+    return find_lag_class(classes, distance, last);
 }
 
 void placed_rows::add_settled(i64 lane, i32 k, f64 distance, f64 square) {
@@ -217,7 +245,7 @@ bool placed_rows::settle_open() {
         const i64 row = row_[open.lane[n]], candidate = open.candidate[n];
         const f32 h = std::sqrt(squared_distance(row, candidate));
         if (h <= epsilon_distance) return false;
-        const i32 k = settled_class(row, candidate);
+        const i32 k = settled_class(row, candidate, h);
         if (k == 0) continue;
         const f32 difference = all_.value[row] - all_.value[candidate];
         add_settled(open.lane[n], k, h, difference * difference);

@@ -35,11 +35,12 @@ private:
     i64 next_group(i64 at, i64 from);
     void begin_group(const sum_joiner& joiner);
     bool sweep_group();
+    bool sweep_candidates();
     bool settle_open();
     f32 squared_distance(i64 row, i64 candidate) const;
-    i32 certain_class(f32 h) const;
+    bool is_well_inside(f32 h) const;
     i64 found_before(i64 row, i64 candidate) const;
-    i32 settled_class(i64 row, i64 candidate) const;
+    i32 settled_class(i64 row, i64 candidate, f32 distance) const;
     void add_settled(i64 lane, i32 k, f64 distance, f64 square);
     template <class Keep> void keep_growth(const sum_joiner& joiner, const Keep& keep) const;
 
@@ -59,6 +60,7 @@ private:
     work_array<pair_kernel::lane_sums> lane_sums_;
     work_array<pair_kernel::row_sums> row_sums_;
     work_array<pair_kernel::open_pairs> open_;
+    work_array<pair_kernel::placed_stretches> candidates_;
     i32 class_with_needs_[pair_kernel::columns] = {};
     i64 with_needs_ = 0;
 };

@@ -10,10 +10,12 @@ namespace qmx {
 
 namespace {
 
-constexpr f64 strip_width = 0.8;        // times the mean distance of points
+constexpr f64 usual_width = 0.8;        // of strips, times the mean distance of points
+constexpr f64 other_widths[] = {1.0, 1.3, 1.6};
+constexpr f64 widest_path = 0.25;       // times the mean distance
 constexpr f64 most_strips = 64;         // within the reach
 constexpr f64 cells_in_reach = 8;       // along a strip
-constexpr f64 most_cells_a_point = 1.5; // on average
+constexpr f64 most_cells_a_point = 2.0; // on average
 constexpr i64 fewest_forgotten = 8;     // times as many points are left, before they are removed
 
 bool is_finite(f32 x, f32 y) {
@@ -43,13 +45,50 @@ bool points_by_place::survey(i64 count) {
     return placed_ > 0;
 }
 
-void points_by_place::divide(i64 placed) {
+// How many strips of this width hold points; without end if those of a strip are mostly spread beyond the
+// width of one path, or when memory ran out.
+f64 points_by_place::strips_of_single_paths(i64 count, f64 width, f64 path) const {
+    struct extent {
+        f64 low, high;
+        i64 points;
+    };
+    const i64 strips = static_cast<i64>((greatest_.across - least_.across) / width) + 1;
+    const work_array<extent> extents(strips, {0, 0, 0});
+    if (!extents) return INFINITY;
+    for (i64 i = 0; i < count; ++i) {
+        if (!is_finite(all_.x[i], all_.y[i])) continue;
+        const f64 across = position_of(i).across;
+        extent& of = extents[static_cast<i64>((across - least_.across) / width)];
+        if (of.points++ == 0) of.low = of.high = across;
+        of.low = std::min(of.low, across);
+        of.high = std::max(of.high, across);
+    }
+    i64 held = 0, spread = 0;
+    for (const extent& of : extents) {
+        held += static_cast<i64>(of.points > 0);
+        if (of.high - of.low > path) spread += of.points;
+    }
+    return 10 * spread > placed_ ? INFINITY : static_cast<f64>(held);
+}
+
+void points_by_place::divide(i64 count) {
     const f64 length = greatest_.along - least_.along, width = greatest_.across - least_.across;
-    const f64 spacing = std::sqrt(length * width / static_cast<f64>(placed));
-    f64 strip = std::max(strip_width * spacing, reach_ / most_strips);
+    const f64 spacing = std::sqrt(length * width / static_cast<f64>(placed_));
+    f64 strip = std::max(usual_width * spacing, reach_ / most_strips);
+    if (strip == usual_width * spacing && width / strip < static_cast<f64>(placed_)) {
+        // Paths are best kept whole, each in a strip of its own.
+        f64 fewest = strips_of_single_paths(count, strip, widest_path * spacing);
+        for (const f64 other : other_widths) {
+            const f64 strips =
+                strips_of_single_paths(count, other * spacing, widest_path * spacing);
+            if (!(strips < fewest)) continue;
+            fewest = strips;
+            strip = other * spacing;
+        }
+    }
     f64 cell = reach_ / cells_in_reach;
     const auto number = [&] { return (length / cell + 1) * (width / strip + 1); };
-    while (number() > most_cells_a_point * static_cast<f64>(placed) + 64) {
+    while (number() > most_cells_a_point * static_cast<f64>(placed_) + 64) {
         strip *= 1.25;
         cell *= 1.25;
     }
@@ -89,7 +128,7 @@ bool points_by_place::build(const pair_kernel::points& all, i64 count, f64 reach
     forgotten_ = 0;
     rank_ = work_array<i32>(count, -1);
     if (!rank_) return false;
-    if (survey(count)) divide(placed_);
+    if (survey(count)) divide(count);
     const i64 stride = placed_ + 2 * gamv_variables::padding;
     start_ = work_array<i32>(strips_ * cells_ + 1, 0);
     coordinates_ = work_array<f32>(3 * stride, 0.0F);

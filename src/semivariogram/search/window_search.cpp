@@ -46,10 +46,13 @@ i64 window_search::groups_beside(const neighbour_runs& neighbours, i64 first, i6
 bool window_search::is_scattered(const neighbour_runs& neighbours, i64 first, i64 end) const {
     if (windows_are_everywhere) return first > 0;
     // The sums of the first rows grow too fast for a window.
-    if (first < rows_before * least_rows || neighbours.are_few_left(first)) return false;
+    if (first < rows_before * least_rows) return false;
     const i64 sample = std::min(end - first, least_rows);
-    if (placed_.is_possible() && neighbours.turns(first, first + sample) * turns_to_a_row > sample)
-        return true;
+    if (placed_.is_possible()) {
+        if (neighbours.turns(first, first + sample) * turns_to_a_row > sample) return true;
+    } else if (neighbours.are_few_left(first)) {
+        return false;
+    }
     return rows_.most_rows() * groups_beside(neighbours, first, first + sample) > 3 * sample;
 }
 
