@@ -66,6 +66,35 @@ int32_t plain_circle(int32_t count, double radius, const double* center, const d
     return found;
 }
 
+// ---- The limits of the machine: nothing but the reads that cannot be avoided -------------------
+
+// Both columns, added up in as many sums as hide the time of an addition.
+double only_reads_columns(int32_t count, const double* x, const double* y) {
+    constexpr int32_t sums = 16;
+    double sum[sums] = {};
+    for (int32_t i = 0; i + sums <= count; i += sums)
+        for (int32_t k = 0; k < sums; ++k) sum[k] += x[i + k] + y[i + k];
+    double total = 0;
+    for (const double each : sum) total += each;
+    return total;
+}
+
+// Value and pass of each record.
+double only_reads_records(int32_t count, const t_icdata* points) {
+    constexpr int32_t sums = 8;
+    double sum[sums] = {};
+    int64_t passes = 0;
+    for (int32_t i = 0; i + sums <= count; i += sums)
+        for (int32_t k = 0; k < sums; ++k) {
+            __builtin_prefetch(points + i + k + 128);
+            sum[k] += points[i + k].d_val;
+            passes += points[i + k].i_passno;
+        }
+    double total = static_cast<double>(passes);
+    for (const double each : sum) total += each;
+    return total;
+}
+
 int32_t plain_polygon(int32_t vertices, int32_t count, const double* vx, const double* vy,
                       const double* x, const double* y, int32_t* indices) {
     int32_t found = 0;

@@ -72,7 +72,16 @@ def compaction_rows(count):
         at = 1 + np.arange(100) * ((call.last - 1) / 100)
         return np.clip(np.polyval(fitted, at), found.min(), found.max())
 
-    yield Row("compaction curve", count, call.run, {"bincount, polyfit": numpy_bincount}, close)
+    them = {"bincount, polyfit": numpy_bincount}
+    if "plain_loops" in peers.compiled:
+        curve = numpy_bincount()
+
+        def only_reads():
+            peers.compiled["plain_loops"].only_reads_records(count, address(points))
+            return curve
+
+        them["only reading"] = only_reads
+    yield Row("compaction curve", count, call.run, them, close)
 
 
 def coverage_rows(count):

@@ -24,6 +24,13 @@ def circle_rows(count):
             peers.compiled["plain_loops"].plain_circle, count, ctypes.c_double(radius),
             address(center), address(x), address(y), count=count,
         )  # fmt: skip
+        found = np.flatnonzero((x - center[0]) ** 2 + (y - center[1]) ** 2 <= radius * radius)
+
+        def only_reads():
+            peers.compiled["plain_loops"].only_reads_columns(count, address(x), address(y))
+            return found
+
+        them["only reading x, y"] = only_reads
     yield Row("points in a circle", count, call.run, them, np.array_equal)
 
 

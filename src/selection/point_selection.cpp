@@ -97,23 +97,27 @@ struct circle {
     f64 x, y, r_squared;
 };
 
-// Whether any, and whether all, points of a group are in the circle. Where all are too far to the
-// east or west, the ordinates are not read: the sum of the squares is no less than either of them.
+// Whether any, and whether all, points of a group are in the circle. After a first point inside, mostly
+// all are. After one outside, mostly all are too far to the east or west, and the ordinates are not
+// read: the sum of the squares is no less than either of them.
 group_answer answer_of(const circle& around, const f64* x, const f64* y) {
     using namespace lanes;
     const auto square = [](reals a) { return a * a; };
+    const auto inside = [&](i32 i) {
+        return square(load(x + i) - around.x) + square(load(y + i) - around.y) <= around.r_squared;
+    };
+    if (is_within_circle(around.r_squared, around.x, around.y, x[0], y[0])) {
+        flags all = all_set;
+        for (i32 i = 0; i < group_size; i += width) all &= inside(i);
+        return {true, all_of(all)};
+    }
     flags near = flags{};
     for (i32 i = 0; i < group_size; i += width)
         near |= square(load(x + i) - around.x) <= around.r_squared;
     if (!any_of(near)) return {false, false};
-    flags any = flags{}, all = all_set;
-    for (i32 i = 0; i < group_size; i += width) {
-        const flags inside =
-            square(load(x + i) - around.x) + square(load(y + i) - around.y) <= around.r_squared;
-        any |= inside;
-        all &= inside;
-    }
-    return {any_of(any), all_of(all)};
+    flags any = flags{};
+    for (i32 i = 0; i < group_size; i += width) any |= inside(i);
+    return {any_of(any), false};
 }
 
 // Selects the points of a block that are in the circle.
