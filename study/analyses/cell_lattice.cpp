@@ -121,7 +121,6 @@ places points_within(const places& all, double reach) {
 
 // The number with the fewest decimals within four standard errors.
 double simplest(double number, double error) {
-    // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter): powers of ten, which are exact
     for (double scale = 1; scale < 1e10; scale *= 10) {
         const double rounded = std::round(number * scale) / scale;
         if (rounded != 0 && std::fabs(rounded - number) <= 4 * error) return rounded;

@@ -75,7 +75,6 @@ double refined(const std::vector<lattice_line>& lines, double spacing) {
 
 // The number with the fewest decimals that agrees with a spacing measured over so many steps.
 double simplest(double spacing, double steps) {
-    // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter): powers of ten, which are exact
     for (double scale = 1; scale < 1e7; scale *= 10) {
         const double rounded = std::round(spacing * scale) / scale;
         if (std::fabs(rounded - spacing) * steps <= 1.1 * resolution) return rounded;

@@ -65,6 +65,7 @@ std::vector<road_point> hull_of(const std::vector<road_point>& points) {
             farthest[k] = i;
         }
     std::vector<road_point> kept;
+    kept.reserve(farthest.size());
     for (const std::size_t i : farthest) kept.push_back(points[i]);
     const std::vector<road_point> inner = hull_of_few(kept);
     for (const road_point& p : points) {

@@ -180,7 +180,6 @@ f64 gamma_kernel::upper_factor(f64 u) const {
     // Legendre's continued fraction, 1/(u + 1 - a - 1 (1 - a)/(u + 3 - a - 2 (2 - a)/...)).
     f64 denominator = u - a_ + 1.0;
     continued_fraction sum(denominator);
-    // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter): whole numbers, which are exact
     for (f64 n = 1.0; n < most_terms; n += 1.0) { // GCOVR_EXCL_BR_LINE: settles long before
         denominator += 2.0;
         if (sum.is_settled_after(n * (a_ - n), denominator)) break;
@@ -203,7 +202,6 @@ f64 beta_lower_factor(f64 a, f64 b, f64 x, f64 y, f64 lambda) {
     // DiDonato and Morris (1992), "Significant digit computation of the incomplete beta function
     // ratios": their continued fraction for x below the mean.
     continued_fraction sum(a / (a + 1.0) * (lambda + 1.0));
-    // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter): whole numbers, which are exact
     for (f64 n = 1.0; n < most_terms; n += 1.0) { // GCOVR_EXCL_BR_LINE: settles long before
         const f64 middle = a + 2.0 * n - 1.0;
         const f64 bend = n * (b - n) / middle * x;
