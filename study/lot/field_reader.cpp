@@ -1,7 +1,6 @@
 #include "study/lot/field_reader.hpp"
 
 #include <cmath>
-#include <limits>
 
 #include <fmt/format.h>
 
@@ -11,7 +10,6 @@ namespace qmx_study {
 
 namespace {
 
-constexpr double none = std::numeric_limits<double>::quiet_NaN();
 constexpr const char* missing_key = "_missing";
 constexpr const char* missing_text = " is missing";
 
@@ -38,7 +36,7 @@ double field_reader::read(const table_source& row, drop_counter& drops) {
     const auto drop = [&](const char* reason, const char* text) {
         drops.add(key, reason, column.name, text, row.record(), column.name,
                   example_text(trimmed(row.text(column.index))));
-        return none;
+        return not_there;
     };
     switch (field.kind) {
     case text_kind::missing:

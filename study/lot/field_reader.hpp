@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,9 @@
 #include "study/lot/lot_reader.hpp"
 
 namespace qmx_study {
+
+// The number of a field that has none.
+inline constexpr double not_there = std::numeric_limits<double>::quiet_NaN();
 
 // Counts dropped rows by reason, and remembers the first of each.
 class drop_counter {

@@ -23,7 +23,6 @@ namespace qmx_study {
 
 namespace {
 
-constexpr double none = std::numeric_limits<double>::quiet_NaN();
 constexpr std::int64_t rows_between_notes = 4096;
 
 class lot_builder {
@@ -40,7 +39,7 @@ public:
         if (further) values_in_use = further->filters.value;
         if (needs.traits) traits.emplace(source, survey, *needs.traits);
         for (const used_column& column : choice.values)
-            values.push_back({field_reader(column, "value", survey), {}, none, 0});
+            values.push_back({field_reader(column, "value", survey), {}, not_there, 0});
         kept_value = candidate.value_or(likely_value(choice, survey));
         counts_of_value.resize(values.size());
         result.decimal = survey.files.front().style.decimal;
@@ -244,7 +243,7 @@ private:
         if (conditions && !conditions->hold(source)) return count_filtered(source.part_index());
         t_icdata point{};
         if (!position.read(point, drops) || !read_pass(point)) return;
-        point.d_val = none;
+        point.d_val = not_there;
         add_point(point);
         position.for_further_points(
             point, drops, [&] { count_further_point(); },

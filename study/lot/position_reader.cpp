@@ -10,7 +10,6 @@ namespace qmx_study {
 
 namespace {
 
-constexpr double none = std::numeric_limits<double>::quiet_NaN();
 constexpr double beyond_the_earth = 1e12; // in any unit, down to millimetres
 
 } // namespace
@@ -31,7 +30,7 @@ double position_reader::most_y() const {
 }
 
 bool position_reader::read(t_icdata& point, drop_counter& drops) {
-    point.d_x = point.d_y = none;
+    point.d_x = point.d_y = not_there;
     if (!choice.x.found()) return true;
     drop_counter unwanted;
     const bool may_lack = needs.position == need::taken;
@@ -51,9 +50,9 @@ bool position_reader::read(t_icdata& point, drop_counter& drops) {
         point.d_x = x.read(source, counter);
         if (!std::isnan(point.d_x)) point.d_y = y.read(source, counter);
     }
-    if (!is_sound(point, counter)) point.d_x = point.d_y = none;
+    if (!is_sound(point, counter)) point.d_x = point.d_y = not_there;
     if (std::isfinite(point.d_x) && std::isfinite(point.d_y)) return true;
-    point.d_x = point.d_y = none;
+    point.d_x = point.d_y = not_there;
     return may_lack;
 }
 
@@ -93,7 +92,7 @@ void position_reader::for_further_points(const t_icdata& first, drop_counter& dr
             part.is_empty || !std::isfinite(point.d_x) || !std::isfinite(point.d_y);
         if (is_missing) counter.add("position_missing", "the record has no point", source.record());
         if (is_missing || !is_sound(point, counter)) {
-            point.d_x = point.d_y = none;
+            point.d_x = point.d_y = not_there;
             if (needs.position != need::taken) continue;
         }
         add(point);
