@@ -70,6 +70,24 @@ def lattice(count, passes, seed):
     return x, y, value_at(x, y, rng)
 
 
+def roller_cells(count, seed, drum=7, paths=6):
+    """Cells of 0.3 m as a roller writes them: at each step all cells under the drum, up one path and
+    down the next."""
+    rng = np.random.default_rng(seed)
+    along = count // (drum * paths)
+    steps = [np.arange(along) if k % 2 == 0 else np.arange(along)[::-1] for k in range(paths)]
+    x = np.concatenate([np.repeat(step, drum) for step in steps]) * 0.3
+    y = np.concatenate([np.tile(np.arange(drum) + k * drum, along) for k in range(paths)]) * 0.3
+    return x, y, value_at(x, y, rng)
+
+
+def sorted_cells(count, seed):
+    """The same cells, column by column."""
+    columns = roller_cells(count, seed)
+    listed = np.lexsort((columns[0], columns[1]))
+    return [column[listed] for column in columns]
+
+
 def value_at(x, y, rng):
     return 80 + 10 * np.sin(x / 15) * np.cos(y / 4) + rng.normal(0, 6, len(x))
 

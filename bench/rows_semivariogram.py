@@ -109,6 +109,11 @@ def lattice_calls(count):
         for lag in (0.6, 0.5):
             name = f"cells of 0.3 m, {'four passes, ' if passes > 1 else ''}lag {lag} m"
             yield name, calls.semivariogram(calls.lattice(count, passes, 8), 20.5 * lag)
+    for lag in (0.6, 0.5):
+        for name, cells in (("row by row", calls.sorted_cells), ("as a roller writes", calls.roller_cells)):
+            yield f"cells {name}, lag {lag} m", calls.semivariogram(cells(count, 8), 20.5 * lag)
+    for order in ORDERS:
+        yield f"strip, {order}", calls.strip_semivariogram(count, "local", order)
 
 
 def against_itself(library, named_calls, runs, patience, by_pair):

@@ -118,8 +118,7 @@ inline void add_rounded(f64* sums, f64 power, const wide_reals& a) {
 }
 // To f64, lane by lane the one and the other.
 inline void store_pairs(f64* to, reals a, reals b) {
-    const __m512i lower =
-        _mm512_setr_epi32(0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+    const __m512i lower = _mm512_setr_epi32(0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
     const __m512i upper =
         _mm512_setr_epi32(8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
     const auto widened = [](f64* place, reals pairs) {

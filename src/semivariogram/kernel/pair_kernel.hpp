@@ -103,7 +103,7 @@ struct lane_sums {
         alignas(64) i64 count; // of all lanes
     };
     alignas(64) of_class of[columns];
-    f64 power[columns];          // a power of two: pooled squares round like a sum that has reached it
+    f64 power[columns]; // a power of two: pooled squares round like a sum that has reached it
     std::uint8_t needs[columns]; // of class_needs
 };
 // Rows one after the other, each alone.

@@ -84,7 +84,7 @@ inline void add_once(row_sums& sums, i64 k, f64 distance) {
 
 // A register's width of a row's pairs, classified.
 struct block_part {
-    i64 held; // of the width
+    i64 held;       // of the width
     unsigned found; // pairs with a square
     unsigned once;  // pairs that count once, having none
     alignas(64) f32 keys[width];

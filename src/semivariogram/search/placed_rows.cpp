@@ -137,10 +137,9 @@ bool placed_rows::sweep_candidates() {
     placed_stretches& candidates = candidates_[0];
     candidates.next = candidates.at = 0;
     for (bool done = false; !done;) {
-        done = rows_ > 1 ? kernel_.sweep_placed_rows(rules_, lanes_, candidates, lane_sums_[0],
-                                                     open_[0])
-                         : kernel_.sweep_placed_row(rules_, lanes_, candidates, row_sums_[0],
-                                                    open_[0]);
+        done = rows_ > 1
+                   ? kernel_.sweep_placed_rows(rules_, lanes_, candidates, lane_sums_[0], open_[0])
+                   : kernel_.sweep_placed_row(rules_, lanes_, candidates, row_sums_[0], open_[0]);
         if (open_[0].count > 0 && !settle_open()) return false;
     }
     candidates.count = 0;
@@ -187,7 +186,8 @@ bool placed_rows::is_well_inside(f32 h) const {
 // Goes back to a pair whose class is certain, or to the beginning of the row, and forward again.
 i32 placed_rows::settled_class(i64 row, i64 candidate, f32 distance) const {
     const lag_classes& classes = *rules_.classes;
-    if (const i32 k = certain_class(classes, rules_.certainty, rules_.inverse_lag, distance)) return k;
+    if (const i32 k = certain_class(classes, rules_.certainty, rules_.inverse_lag, distance))
+        return k;
     const i64 before = found_before(row, candidate);
     if (before > row && !is_well_inside(distance) &&
         is_well_inside(std::sqrt(squared_distance(row, before)))) {
@@ -226,8 +226,8 @@ void placed_rows::add_settled(i64 lane, i32 k, f64 distance, f64 square) {
     const auto add = [&](unsigned need, two_starts<lanes_of_sums>& lanes, two_starts<f64>& row,
                          f64 term) {
         if ((needs & need) == 0) return;
-        for (f64* sum : {rows_ > 1 ? &lanes.even[lane] : &row.even,
-                         rows_ > 1 ? &lanes.odd[lane] : &row.odd}) {
+        for (f64* sum :
+             {rows_ > 1 ? &lanes.even[lane] : &row.even, rows_ > 1 ? &lanes.odd[lane] : &row.odd}) {
             *sum += term;
             *sum += term;
         }

@@ -10,7 +10,7 @@ namespace qmx {
 
 namespace {
 
-constexpr f64 usual_width = 0.8;        // of strips, times the mean distance of points
+constexpr f64 usual_width = 0.8; // of strips, times the mean distance of points
 constexpr f64 other_widths[] = {1.0, 1.3, 1.6};
 constexpr f64 widest_path = 0.25;       // times the mean distance
 constexpr f64 most_strips = 64;         // within the reach

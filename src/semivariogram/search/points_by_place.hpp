@@ -83,12 +83,10 @@ void points_by_place::visit_around(position least, position greatest, Visit visi
         // A strip at some distance from the points is reached by a shorter chord of the circle. A
         // thousandth of a strip covers the rounding of its borders.
         const f64 below = least_.across + static_cast<f64>(strip) * strip_width;
-        const f64 gap =
-            std::max(strip == strips_ - 1 ? 0.0 : least.across - (below + strip_width),
-                     strip == 0 ? 0.0 : below - greatest.across) -
-            0.001 * strip_width;
-        const f64 chord =
-            gap > 0 ? std::sqrt(std::max(reach_ * reach_ - gap * gap, 0.0)) : reach_;
+        const f64 gap = std::max(strip == strips_ - 1 ? 0.0 : least.across - (below + strip_width),
+                                 strip == 0 ? 0.0 : below - greatest.across) -
+                        0.001 * strip_width;
+        const f64 chord = gap > 0 ? std::sqrt(std::max(reach_ * reach_ - gap * gap, 0.0)) : reach_;
         const i32* const starts = start_.data() + strip * cells_;
         const i64 from = starts[cell_of(least.along - chord)];
         const i64 to = starts[cell_of(greatest.along + chord) + 1];

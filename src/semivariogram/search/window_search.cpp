@@ -206,8 +206,7 @@ f64 window_search::pooled_squares(i32 k) const {
     if (is_placed_) return placed_.pooled_squares(k);
     const f64 power = joiner_.power(k, row_sum::squares);
     f64 growth = 0;
-    for (const row_sums::pooled_sums& each : row_[0].pooled[k].sums)
-        growth += each.squares - power;
+    for (const row_sums::pooled_sums& each : row_[0].pooled[k].sums) growth += each.squares - power;
     return growth;
 }
 

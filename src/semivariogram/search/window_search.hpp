@@ -65,7 +65,7 @@ private:
     row_sweep& rows_;
     sum_joiner joiner_;
     placed_rows placed_;
-    bool is_placed_ = false; // the window is searched by place
+    bool is_placed_ = false;                  // the window is searched by place
     neighbour_runs* neighbours_ = nullptr;    // of the window being searched
     i64 first_ = 0, count_ = 0, located_ = 0; // of its rows
     i64 groups_ = 0, groups_beside_ = 0;
