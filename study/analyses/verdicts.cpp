@@ -41,7 +41,7 @@ verdict given(verdict one, double measured, bool is_met, std::string basis) {
 }
 
 // The reason that a part of the report is missing is the reason that there is no verdict on it.
-verdict without_part(verdict one, const report_answer& answer) {
+verdict without_part(const verdict& one, const report_answer& answer) {
     for (const missing_part& part : answer.missing)
         if (part.part == one.part) return not_given(one, part.key.c_str(), part.text);
     return not_given(one, "failed", "there are no numbers to compare");
