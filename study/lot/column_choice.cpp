@@ -62,6 +62,7 @@ std::vector<used_column> columns_by_rank(const table_source& source, const row_s
     std::stable_sort(found.begin(), found.end(),
                      [](const ranked& a, const ranked& b) { return a.rank < b.rank; });
     std::vector<used_column> columns;
+    columns.reserve(found.size());
     for (const ranked& column : found)
         columns.push_back(use(source, survey, column.index, "found by its name"));
     return columns;
@@ -212,7 +213,7 @@ column_choice choose(const table_source& source, const row_survey& survey,
 
 column_choice choose_columns(const table_source& source, const row_survey& survey,
                              const reading_options& options, const reading_needs& needs) {
-    const column_choice choice = choose(source, survey, options, needs);
+    column_choice choice = choose(source, survey, options, needs);
     refuse_partial(source, choice.x, "--x");
     refuse_partial(source, choice.y, "--y");
     if (needs.pass != need::unused) refuse_partial(source, choice.pass, "--pass");

@@ -166,7 +166,9 @@ TEST(Quantiles, OfManyValuesAreThoseOfSortedOnes) {
             const double next = sorted[std::min<std::size_t>(at + 1, 150'000)];
             EXPECT_GE(found[k].value, sorted[at]);
             EXPECT_LE(found[k].value, next);
-            if (rank == std::floor(rank)) EXPECT_EQ(found[k].value, sorted[at]);
+            if (rank == std::floor(rank)) {
+                EXPECT_EQ(found[k].value, sorted[at]);
+            }
         }
     }
 }
