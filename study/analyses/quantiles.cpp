@@ -51,8 +51,9 @@ std::vector<quantile> quantiles_of(std::vector<double> values,
         const auto at = static_cast<std::size_t>(below);
         const std::size_t next = std::min(at + 1, values.size() - 1);
         const double part = rank - below;
-        result.push_back(
-            {percent, part > 0 ? portable::between(values[at], values[next], part) : values[at]});
+        const double value =
+            part > 0 ? portable::between(values[at], values[next], part) : values[at];
+        result.push_back({percent, value + 0.0}); // a zero of either sign may have come to this place
     }
     return result;
 }
