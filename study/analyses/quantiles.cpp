@@ -53,7 +53,8 @@ std::vector<quantile> quantiles_of(std::vector<double> values,
         const double part = rank - below;
         const double value =
             part > 0 ? portable::between(values[at], values[next], part) : values[at];
-        result.push_back({percent, value + 0.0}); // a zero of either sign may have come to this place
+        result.push_back(
+            {percent, value + 0.0}); // a zero of either sign may have come to this place
     }
     return result;
 }
