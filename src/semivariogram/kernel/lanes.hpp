@@ -76,10 +76,6 @@ inline flags without(flags a, flags b) {
 inline reals choose(flags a, reals yes, reals no) {
     return _mm512_mask_mov_ps(no, a, yes);
 }
-// a / b, or 1 in flagged lanes, where nothing is divided.
-inline reals divided_or_one(flags one, reals a, reals b) {
-    return _mm512_mask_div_ps(all(1.0F), static_cast<flags>(~one), a, b);
-}
 inline unsigned bits_of(flags a) {
     return a;
 }
@@ -363,12 +359,10 @@ inline void store_pairs(f64* to, reals a, reals b) {
 
 #endif
 
-#if !defined(__AVX512F__)
-// A divisor of 1 instead of 0, which would raise an exception flag.
+// A divisor of 1 instead of 0, which would raise an exception flag: a compiler may divide in masked lanes too.
 inline reals divided_or_one(flags one, reals a, reals b) {
     return choose(one, all(1.0F), a / choose(one, all(1.0F), b));
 }
-#endif
 
 // Two f64, added to two sums once or twice.
 #if defined(__AVX2__)

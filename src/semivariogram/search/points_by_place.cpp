@@ -45,42 +45,51 @@ bool points_by_place::survey(i64 count) {
     return placed_ > 0;
 }
 
+struct points_by_place::strip_extent {
+    f64 low, high;
+    i64 points;
+};
+
+i64 points_by_place::strips_of_width(f64 width) const {
+    return static_cast<i64>((greatest_.across - least_.across) / width) + 1;
+}
+
 // How many strips of this width hold points; without end if those of a strip are mostly spread beyond the
-// width of one path, or when memory ran out.
-f64 points_by_place::strips_of_single_paths(i64 count, f64 width, f64 path) const {
-    struct extent {
-        f64 low, high;
-        i64 points;
-    };
-    const i64 strips = static_cast<i64>((greatest_.across - least_.across) / width) + 1;
-    const work_array<extent> extents(strips, {0, 0, 0});
-    if (!extents) return INFINITY;
+// width of one path.
+f64 points_by_place::strips_of_single_paths(i64 count, f64 width, f64 path,
+                                            const work_array<strip_extent>& extents) const {
+    const i64 strips = strips_of_width(width);
+    std::fill_n(extents.data(), strips, strip_extent{0, 0, 0});
     for (i64 i = 0; i < count; ++i) {
         if (!is_finite(all_.x[i], all_.y[i])) continue;
         const f64 across = position_of(i).across;
-        extent& of = extents[static_cast<i64>((across - least_.across) / width)];
+        strip_extent& of = extents[static_cast<i64>((across - least_.across) / width)];
         if (of.points++ == 0) of.low = of.high = across;
         of.low = std::min(of.low, across);
         of.high = std::max(of.high, across);
     }
     i64 held = 0, spread = 0;
-    for (const extent& of : extents) {
+    for (i64 strip = 0; strip < strips; ++strip) {
+        const strip_extent& of = extents[strip];
         held += static_cast<i64>(of.points > 0);
         if (of.high - of.low > path) spread += of.points;
     }
     return 10 * spread > placed_ ? INFINITY : static_cast<f64>(held);
 }
 
-void points_by_place::divide(i64 count) {
+// False when memory ran out.
+bool points_by_place::divide(i64 count) {
     const f64 length = greatest_.along - least_.along, width = greatest_.across - least_.across;
     const f64 spacing = std::sqrt(length * width / static_cast<f64>(placed_));
     f64 strip = std::max(usual_width * spacing, reach_ / most_strips);
     if (strip == usual_width * spacing && width / strip < static_cast<f64>(placed_)) {
         // Paths are best kept whole, each in a strip of its own.
-        f64 fewest = strips_of_single_paths(count, strip, widest_path * spacing);
+        const work_array<strip_extent> extents(strips_of_width(strip));
+        if (!extents) return false;
+        f64 fewest = strips_of_single_paths(count, strip, widest_path * spacing, extents);
         for (const f64 other : other_widths) {
             const f64 strips =
-                strips_of_single_paths(count, other * spacing, widest_path * spacing);
+                strips_of_single_paths(count, other * spacing, widest_path * spacing, extents);
             if (!(strips < fewest)) continue;
             fewest = strips;
             strip = other * spacing;
@@ -96,6 +105,7 @@ void points_by_place::divide(i64 count) {
     cells_ = static_cast<i64>(length / cell) + 1;
     strips_per_unit_ = 1.0 / strip;
     cells_per_unit_ = 1.0 / cell;
+    return true;
 }
 
 // Sorts the points by cell, and along the strip within each.
@@ -128,7 +138,7 @@ bool points_by_place::build(const pair_kernel::points& all, i64 count, f64 reach
     forgotten_ = 0;
     rank_ = work_array<i32>(count, -1);
     if (!rank_) return false;
-    if (survey(count)) divide(count);
+    if (survey(count) && !divide(count)) return false;
     const i64 stride = placed_ + 2 * gamv_variables::padding;
     start_ = work_array<i32>(strips_ * cells_ + 1, 0);
     coordinates_ = work_array<f32>(3 * stride, 0.0F);

@@ -56,8 +56,11 @@ private:
         return place < static_cast<f64>(count - 1) ? static_cast<i64>(place) : count - 1;
     }
     bool survey(i64 count);
-    f64 strips_of_single_paths(i64 count, f64 width, f64 path) const;
-    void divide(i64 count);
+    struct strip_extent;
+    i64 strips_of_width(f64 width) const;
+    f64 strips_of_single_paths(i64 count, f64 width, f64 path,
+                               const work_array<strip_extent>& extents) const;
+    bool divide(i64 count);
     void fill(i64 count);
 
     pair_kernel::points all_ = {};
