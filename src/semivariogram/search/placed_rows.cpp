@@ -56,6 +56,7 @@ void placed_rows::begin(const sum_joiner& joiner) {
     row_sums& row = row_sums_[0];
     std::copy_n(joiner.needs(), columns, lanes.needs);
     std::copy_n(joiner.needs(), columns, row.needs);
+    std::fill_n(row.has_needs, columns, false); // also of those that stand for no class
     with_needs_ = 0;
     for (i32 k = coincident_class; k <= rules_.classes->last; ++k) {
         const f64 power = lanes.power[k] = joiner.power(k, row_sum::squares);

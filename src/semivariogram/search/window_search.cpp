@@ -131,6 +131,7 @@ void window_search::clear_tables(i64 from) {
 void window_search::begin_sums_of_rows() {
     row_sums& sums = row_[0];
     std::copy_n(joiner_.needs(), columns, sums.needs);
+    std::fill_n(sums.has_needs, columns, false); // also of those that stand for no class
     with_needs_ = 0;
     for (i32 k = coincident_class; k <= last_class_; ++k) {
         const f64 power = joiner_.power(k, row_sum::squares);
