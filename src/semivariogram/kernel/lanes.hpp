@@ -359,9 +359,14 @@ inline void store_pairs(f64* to, reals a, reals b) {
 
 #endif
 
-// A divisor of 1 instead of 0, which would raise an exception flag: a compiler may divide in masked lanes too.
+// a / b, or 1 in flagged lanes, where a division by 0 would raise an exception flag. Of the two ways, clang
+// divides by b in the flagged lanes of the first, and g++ in those of the second for AVX-512.
 inline reals divided_or_one(flags one, reals a, reals b) {
+#if defined(__AVX512F__) && !defined(__clang__)
+    return _mm512_mask_div_ps(all(1.0F), static_cast<flags>(~one), a, b);
+#else
     return choose(one, all(1.0F), a / choose(one, all(1.0F), b));
+#endif
 }
 
 // Two f64, added to two sums once or twice.
