@@ -23,7 +23,7 @@ QMX_IC_VERSION=$(printf '#include "qmx_ic.h"\nQMX_IC_VERSION\n' | cc -E -P -Iinc
 export QMX_IC_VERSION
 
 # The sources keep their places, so that links between them hold; files that they name are carried along.
-cp -r README.md CHANGELOG.md SECURITY.md LICENSE docs examples include "$work/source"
+cp -r README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE docs examples include "$work/source"
 rm -rf "$work/source/docs/pages"
 cp -r docs/pages/conf.py docs/pages/index.md docs/pages/_static "$work/source"
 python3 -B docs/pages/library_pages.py "$PWD" "$work/xml" "$work/source/library"
