@@ -117,7 +117,8 @@ class page:
         program = options.program.resolve()
         self.environment = {
             **os.environ,
-            "PATH": f"{program.parent}:{os.environ['PATH']}",
+            # The system's own Python comes first: it is the one that has NumPy.
+            "PATH": f"{program.parent}:/usr/bin:{os.environ['PATH']}",
             "LC_ALL": "C.UTF-8",
             "MPLBACKEND": "Agg",
             "QMX_IC_PROGRAM": str(program),
