@@ -219,6 +219,10 @@ const large_lot large_lots[] = {
     {"all_on_one_place", 2500, 0, 1, false, false, settings(5, 1.0F)},
     {"passes_of_each_cell", 2800, 24, 4, false, false, settings(20, 0.6F)},
     {"cells_of_each_pass", 2800, 24, 4, true, false, settings(20, 0.6F)},
+    // Distances on the borders of classes: which class depends on the pair before in the data.
+    {"cells_under_the_drum", 3500, 7, 1, false, false, settings(10, 0.6F)},
+    {"cells_under_the_drum_far", 3500, 40, 1, false, false, settings(40, 0.2F)},
+    {"cells_shuffled", 4000, 7, 1, false, true, settings(10, 0.6F)},
     {"local_of_a_long_strip", 4000, 4, 1, false, false, settings(10, 0.3F)},
     {"local_shuffled", 4000, 4, 1, false, true, settings(10, 0.3F)},
     {"paths", 4000, 1, 1, false, false, settings(20, 0.5F), 200},
