@@ -92,44 +92,34 @@ taken_block* row_crew::next() {
     std::unique_lock lock(guard);
     if (handed_out) spare.push_back(std::move(handed_out));
     if (jobs.empty()) return nullptr;
-    while (jobs.front()->now != state::done) {
-        job* const mine = first_waiting();
-        if (!mine) {
-            has_result.wait(lock);
-            continue;
-        }
-        mine->now = state::in_work;
-        lock.unlock();
-        take(*mine);
-        lock.lock();
-        mine->now = state::done;
-    }
+    while (jobs.front()->now != state::done)
+        if (!take_waiting(lock)) has_result.wait(lock);
     handed_out = std::move(jobs.front());
     jobs.pop_front();
     if (handed_out->failure) std::rethrow_exception(handed_out->failure);
     return &handed_out->block;
 }
 
-row_crew::job* row_crew::first_waiting() {
-    for (const std::unique_ptr<job>& each : jobs)
-        if (each->now == state::waiting) return each.get();
-    return nullptr;
+bool row_crew::take_waiting(std::unique_lock<std::mutex>& lock) {
+    const auto waiting = std::find_if(jobs.begin(), jobs.end(),
+                                      [](const auto& each) { return each->now == state::waiting; });
+    if (waiting == jobs.end()) return false;
+    job& mine = **waiting; // it stays where it is, whatever comes and goes in the queue
+    mine.now = state::in_work;
+    lock.unlock();
+    take(mine);
+    lock.lock();
+    mine.now = state::done;
+    return true;
 }
 
 void row_crew::work() {
     std::unique_lock lock(guard);
     while (!is_ending) {
-        job* const mine = first_waiting();
-        if (!mine) {
+        if (take_waiting(lock))
+            has_result.notify_one();
+        else
             has_work.wait(lock);
-            continue;
-        }
-        mine->now = state::in_work;
-        lock.unlock();
-        take(*mine);
-        lock.lock();
-        mine->now = state::done;
-        has_result.notify_one();
     }
 }
 

@@ -66,7 +66,8 @@ private:
 
     bool read_block(std::string& block);
     void read_ahead();
-    job* first_waiting();
+    // The first block that waits; false where none does. The lock is open meanwhile.
+    bool take_waiting(std::unique_lock<std::mutex>& lock);
     void work();
     void take(job& each) const;
 };
