@@ -17,13 +17,16 @@ struct request {
 
 request made_of(input_bytes& input) {
     request made{};
+    std::uint32_t mixed = 2166136261; // of all bytes: FNV-1a
+    for (std::size_t i = 0; i < input.left(); ++i) mixed = (mixed ^ input.rest()[i]) * 16777619;
+    mixed ^= mixed >> 16;
     const std::uint8_t way = input.byte();
     real_kind kind_x = input.kind(), kind_y = input.kind();
     made.is_tame = way >= 128 && way < 250;
     made.count = way % 40;
-    // Numbers of all magnitudes at once are fitted in long arithmetic, which takes its time: a few of them do,
-    // in one input of 64.
-    const bool takes_time = way % 64 == 0;
+    // Numbers of all magnitudes at once are fitted in long arithmetic, which takes its time: one input of 64
+    // does. Which one all bytes decide, for the children of such an input must not be slow, too.
+    const bool takes_time = mixed % 64 == 0;
     const auto is_wild = [](real_kind of) {
         return of == real_kind::bits64 || of == real_kind::bits32 || of == real_kind::odd ||
                of == real_kind::raised;
