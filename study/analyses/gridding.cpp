@@ -109,8 +109,7 @@ public:
 
     // Calls visit(column, row) for the cells whose centres are covered.
     template <class Visit> void for_each_cell(double cell, Visit visit) const {
-        double low = corners[0].y;
-        double high = corners[0].y;
+        double low = corners[0].y, high = low;
         for (const vector_2d corner : corners) {
             low = std::min(low, corner.y);
             high = std::max(high, corner.y);

@@ -250,6 +250,7 @@ std::size_t text_input::read(char* to, std::size_t size) {
     while (given < size && failure.empty()) {
         if (now->handed < now->waiting.size()) {
             const std::size_t part = std::min(size - given, now->waiting.size() - now->handed);
+            // NOLINTNEXTLINE(bugprone-not-null-terminated-result): bytes with their count, no C string
             std::memcpy(to + given, now->waiting.data() + now->handed, part);
             now->handed += part;
             given += part;
@@ -272,7 +273,7 @@ std::size_t text_input::read(char* to, std::size_t size) {
 }
 
 file_mark text_input::mark(const std::string& file) {
-    const file_mark found = mark_of_stream(now->file.get(), file);
+    file_mark found = mark_of_stream(now->file.get(), file);
     if (stamp_of_stream(now->file.get()) != now->stamp) refuse_changed(file);
     rewind();
     return found;
