@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace qmx {
 
@@ -338,8 +337,8 @@ std::uint8_t answer_for(const polygon_index& index, const box& about) {
     return answer == other ? answer : answers_differ;
 }
 
-void mark_points_one_by_one(const polygon_index& index, const f64* x, const f64* y, i32 count,
-                            std::uint8_t* flags) {
+void select_one_by_one(const polygon_index& index, const f64* x, const f64* y, i32 count, i32 start,
+                       const selected_points& selected) {
     const raster_axis rows = index.rows;
     const i32 columns = index.most_columns;
     const i32 outside_all = columns * rows.strips;
@@ -351,6 +350,7 @@ void mark_points_one_by_one(const polygon_index& index, const f64* x, const f64*
         const i32 found = row * columns + index.columns[row].strip_of(x[i]);
         cell[i] = is_in_a_cell ? found : outside_all;
     }
+    selected_flag flags[most_points_at_once];
     i32 open[most_points_at_once];
     i32 undecided = 0;
     for (i32 i = 0; i < count; ++i) {
@@ -371,12 +371,13 @@ void mark_points_one_by_one(const polygon_index& index, const f64* x, const f64*
         }
         flags[i] ^= odd;
     }
+    selected.append_some(start, count, [&](i32 i) { return flags[i]; });
 }
 
 } // namespace
 
-void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
-                            i64 behind, std::uint8_t* flags) {
+void select_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
+                       i64 behind, i32 start, const selected_points& selected) {
     constexpr i64 fetched_ahead = 512; // 4 kB, a page
     // Points in no order: groups straddle the boundary, so after two each point is tested alone.
     i32 patience = 2;
@@ -387,13 +388,13 @@ void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64*
         prefetch_range(y + from + ahead, group_size);
         const std::uint8_t answer = answer_for(index, bounding_box(x + from, y + from));
         if (answer == answers_differ) {
-            mark_points_one_by_one(index, x + from, y + from, group_size, flags + from);
+            select_one_by_one(index, x + from, y + from, group_size, start + from, selected);
             --patience;
-        } else {
-            std::memset(flags + from, answer, group_size);
+        } else if (answer == cell_inside) {
+            selected.append_all(start + from, group_size);
         }
     }
-    mark_points_one_by_one(index, x + from, y + from, count - from, flags + from);
+    select_one_by_one(index, x + from, y + from, count - from, start + from, selected);
 }
 
 } // namespace qmx

@@ -6,6 +6,7 @@
 #include "geometry/plan_geometry.hpp"
 #include "selection/point_selection.hpp"
 #include "selection/raster_axis.hpp"
+#include "selection/selected_points.hpp"
 
 #include <cstdint>
 
@@ -49,11 +50,9 @@ bool is_worth_an_index(i64 vertices, i64 points);
 // points, for any polygon. Returns false when memory ran out.
 bool build_polygon_index(const point_columns& vertices, i64 points, polygon_index& index);
 
-inline constexpr i32 most_points_at_once = 512;
-
-// Classifies count points, at most most_points_at_once: a flag becomes 1 for inside, 0 for outside.
-// `behind` more points follow them in memory, which are prefetched.
-void mark_points_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
-                            i64 behind, std::uint8_t* flags);
+// Appends the points inside among `count` ones, at most most_points_at_once, the first of which has
+// position `start`. `behind` more points follow them in memory, which are prefetched.
+void select_in_polygon(const polygon_index& index, const f64* x, const f64* y, i32 count,
+                       i64 behind, i32 start, const selected_points& selected);
 
 } // namespace qmx
