@@ -25,10 +25,8 @@ template <auto First, auto... Rest> auto& member(auto& record) {
 }
 
 template <class Member> job_value value_of_member(const Member& value) {
-    if constexpr (std::is_same_v<Member, std::string>) {
-        if (value.empty()) return {};
-        return value;
-    } else if constexpr (std::is_same_v<Member, std::vector<std::string>>) {
+    if constexpr (std::is_same_v<Member, std::string> ||
+                  std::is_same_v<Member, std::vector<std::string>>) {
         if (value.empty()) return {};
         return value;
     } else if constexpr (std::is_same_v<Member, bool>) {

@@ -105,6 +105,7 @@ void add_strip(const std::vector<const edge*>& open, double from, double to, cov
                overlay_areas& areas) {
     const double middle = from + (to - from) / 2;
     std::vector<std::pair<double, const edge*>> order;
+    order.reserve(open.size());
     for (const edge* const each : open) order.emplace_back(each->y_at(middle), each);
     std::sort(order.begin(), order.end());
     over.clear();

@@ -41,7 +41,7 @@ std::string spatial_reference::length_unit() const {
     if (is_geographic()) return "deg";
     const char* unit = nullptr;
     of->system.GetLinearUnits(&unit);
-    const std::string text = unit ? unit : "";
+    std::string text = unit ? unit : "";
     if (same_text(text, "metre") || same_text(text, "meter")) return "m";
     if (same_text(text, "US survey foot")) return "US survey ft";
     if (same_text(text, "foot")) return "ft";
