@@ -55,19 +55,17 @@ struct pass_census {
     void take(const array_view<const t_icdata>& points, i32 kept_pass, f32* kept) {
         i32 low = smallest;
         i32 high = largest;
-        const auto limit = static_cast<std::uint32_t>(reachable);
-        sums.add_each(points.extent, [&](i64 i) {
+        const auto read = [=](i64 i) mutable {
             const t_icdata& point = points(i + 1);
             prefetch_ahead(&point, 4096);
             const f32 value = static_cast<f32>(point.d_val);
             *kept = value;
             kept += point.i_passno == kept_pass ? 1 : 0;
-            const std::uint32_t index = static_cast<std::uint32_t>(point.i_passno) - 1;
-            if (index >= limit) {
-                low = std::min(low, point.i_passno);
-                high = std::max(high, point.i_passno);
-            }
-            return grouped_value{index, value};
+            return grouped_value{static_cast<std::uint32_t>(point.i_passno) - 1, value};
+        };
+        sums.add_each(points.extent, read, [&](i64 i) {
+            low = std::min(low, points(i + 1).i_passno);
+            high = std::max(high, points(i + 1).i_passno);
         });
         smallest = low;
         largest = high;

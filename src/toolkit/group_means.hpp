@@ -25,9 +25,11 @@ public:
     group_sums(i64 groups, i64 most_values, f32 usual_magnitude);
     explicit operator bool() const { return partial_sums_ && slow_sums_; }
 
-    // Adds the values that read(i) returns with their groups, for i from 0 to count - 1. Values of
-    // groups that do not exist are ignored.
-    template <class Read> void add_each(i64 count, Read read) {
+    // Adds the values that read(i) returns with their groups, for i from 0 to count - 1. Those of
+    // groups that do not exist are passed over, after leave_out(i). One function of its own: what it needs
+    // stays in registers.
+    template <class Read, class LeaveOut>
+    [[gnu::noinline]] void add_each(i64 count, Read read, LeaveOut leave_out) {
         // Copies, which the compiler can keep in registers while the sums are written.
         const f64 anchor = scale_.anchor;
         const numeric::u64 least_bits = least_bits_;
@@ -36,7 +38,10 @@ public:
         partial_sum* const sums = partial_sums_.data();
         for (i64 i = 0; i < count; ++i) {
             const grouped_value next = read(i);
-            if (next.group >= groups) continue;
+            if (next.group >= groups) {
+                leave_out(i);
+                continue;
+            }
             const f64 wide{next.value};
             const f64 lifted = wide + anchor;
             const numeric::u64 units = std::bit_cast<numeric::u64>(lifted) - least_bits;
