@@ -14,7 +14,7 @@ namespace {
 
 using namespace qmx_study;
 
-constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
+constexpr double no_number = std::numeric_limits<double>::quiet_NaN();
 
 void set_mean(stats_answer& stats, float mean, float deviation, float variation) {
     stats.result.x_stat[0] = mean;
@@ -388,150 +388,151 @@ struct ending {
     const char* what;
     std::function<void(report_answer&)> change;
     const char* key;
-    outcome result;
+    qmx_study::outcome result;
     const char* reason_or_basis; // its key, or the words of what was measured
-    double measured = nan_value;
+    double measured = no_number;
 };
 
 const ending endings[] = {
-    {"all sound", [](report_answer&) {}, "coverage", outcome::met,
+    {"all sound", [](report_answer&) {}, "coverage", qmx_study::outcome::met,
      "95.0 % of the area of 24 m² has 3 passes or more", 95},
     {"covered as asked", [](report_answer& a) { a.coverage->target.achieved = 90; }, "coverage",
-     outcome::met, "90.0 % of the area of 24 m² has 3 passes or more", 90},
+     qmx_study::outcome::met, "90.0 % of the area of 24 m² has 3 passes or more", 90},
     {"area in no unit",
      [](report_answer& a) {
          a.coverage->area_unit.clear();
          a.coverage->target.achieved = 89.5F;
      },
-     "coverage", outcome::missed, "89.5 % of the area of 24 has 3 passes or more", 89.5},
+     "coverage", qmx_study::outcome::missed, "89.5 % of the area of 24 has 3 passes or more", 89.5},
     {"areas that fail", [](report_answer& a) { a.coverage->failure.explanation = "no size"; },
-     "coverage", outcome::not_given, "failed"},
+     "coverage", qmx_study::outcome::not_given, "failed"},
     {"no target pass", [](report_answer& a) { a.coverage->target.passes = 0; }, "coverage",
-     outcome::not_given, "no_target_passes"},
+     qmx_study::outcome::not_given, "no_target_passes"},
     {"a part that is missing without a word", [](report_answer& a) { a.coverage.reset(); },
-     "coverage", outcome::not_given, "failed"},
+     "coverage", qmx_study::outcome::not_given, "failed"},
     {"a part that is missing",
      [](report_answer& a) {
          a.coverage.reset();
          a.missing = {{"curve", "no_passes", "none"}, {"coverage", "degrees", "in degrees"}};
      },
-     "coverage", outcome::not_given, "degrees"},
+     "coverage", qmx_study::outcome::not_given, "degrees"},
 
-    {"sound", [](report_answer&) {}, "target", outcome::met,
+    {"sound", [](report_answer&) {}, "target", qmx_study::outcome::met,
      "180 of 200 cells at or above 28 (70 % of the target 40)", 90},
     {"no fraction of the target",
      [](report_answer& a) {
          drop_threshold(a.settings.thresholds, "target_fraction_percent");
          a.target_share->limit = 40;
      },
-     "target", outcome::met, "180 of 200 cells at or above 40 (the target)", 90},
+     "target", qmx_study::outcome::met, "180 of 200 cells at or above 40 (the target)", 90},
     {"below the target",
      [](report_answer& a) {
          a.settings.below = true;
          a.target_share = limit_share{40, {179, 200}};
      },
-     "target", outcome::missed, "179 of 200 cells at or below 40 (the target)", 89.5},
+     "target", qmx_study::outcome::missed, "179 of 200 cells at or below 40 (the target)", 89.5},
     {"two values",
      [](report_answer& a) {
          a.target_share = limit_share{28, {2, 2}};
      },
-     "target", outcome::not_given, "few_values"},
+     "target", qmx_study::outcome::not_given, "few_values"},
     {"three values",
      [](report_answer& a) {
          a.target_share = limit_share{28, {3, 3}};
      },
-     "target", outcome::met, "3 of 3 cells at or above 28 (70 % of the target 40)", 100},
-    {"no share", [](report_answer& a) { a.target_share.reset(); }, "target", outcome::not_given,
-     "failed"},
+     "target", qmx_study::outcome::met, "3 of 3 cells at or above 28 (70 % of the target 40)", 100},
+    {"no share", [](report_answer& a) { a.target_share.reset(); }, "target",
+     qmx_study::outcome::not_given, "failed"},
 
-    {"grown out", [](report_answer&) {}, "growth", outcome::met,
+    {"grown out", [](report_answer&) {}, "growth", qmx_study::outcome::met,
      "after pass 3 the mean grows by 1.5 %", 1.5},
     {"not grown out; passes outside the curve do not count",
      [](report_answer& a) {
          a.curve->grown_out = 0;
          a.curve->passes.resize(4);
-         a.curve->passes[0].growth = nan_value;
+         a.curve->passes[0].growth = no_number;
          a.curve->passes[1].pass = 2;
          a.curve->passes[1].growth = 7.25;
-         a.curve->passes[2].growth = nan_value;
+         a.curve->passes[2].growth = no_number;
          a.curve->passes[3].growth = 20;
          a.curve->passes[3].reason = left_out::too_few;
      },
-     "growth", outcome::missed, "pass 2, the last, still adds 7.2 % to the mean", 7.25},
+     "growth", qmx_study::outcome::missed, "pass 2, the last, still adds 7.2 % to the mean", 7.25},
     {"a single pass",
      [](report_answer& a) {
          a.curve->grown_out = 0;
          a.curve->passes.resize(1);
-         a.curve->passes[0].growth = nan_value;
+         a.curve->passes[0].growth = no_number;
      },
-     "growth", outcome::not_given, "one_pass"},
+     "growth", qmx_study::outcome::not_given, "one_pass"},
 
-    {"correlated", [](report_answer&) {}, "correlation", outcome::met,
+    {"correlated", [](report_answer&) {}, "correlation", qmx_study::outcome::met,
      "r of 12 spot tests; R² 81.0 %", 0.9},
     {"as low as may be", [](report_answer& a) { a.spots->line->r = 0.7; }, "correlation",
-     outcome::met, "r of 12 spot tests; R² 81.0 %", 0.7},
+     qmx_study::outcome::met, "r of 12 spot tests; R² 81.0 %", 0.7},
     {"against each other", [](report_answer& a) { a.spots->line->r = -0.9; }, "correlation",
-     outcome::missed, "r of 12 spot tests; R² 81.0 %", -0.9},
-    {"no variation", [](report_answer& a) { a.spots->line->r = nan_value; }, "correlation",
-     outcome::not_given, "no_variation"},
+     qmx_study::outcome::missed, "r of 12 spot tests; R² 81.0 %", -0.9},
+    {"no variation", [](report_answer& a) { a.spots->line->r = no_number; }, "correlation",
+     qmx_study::outcome::not_given, "no_variation"},
     {"no line",
      [](report_answer& a) {
          a.spots->line.reset();
          a.spots->failure.explanation = "one pair";
      },
-     "correlation", outcome::not_given, "too_few_pairs"},
+     "correlation", qmx_study::outcome::not_given, "too_few_pairs"},
     {"nine tests", [](report_answer& a) { a.spots->line->pairs = 9; }, "correlation",
-     outcome::not_given, "few_tests"},
+     qmx_study::outcome::not_given, "few_tests"},
     {"nine tests where no number is asked",
      [](report_answer& a) {
          a.spots->line->pairs = 9;
          drop_threshold(a.settings.thresholds, "correlation_tests");
      },
-     "correlation", outcome::met, "r of 9 spot tests; R² 81.0 %", 0.9},
+     "correlation", qmx_study::outcome::met, "r of 9 spot tests; R² 81.0 %", 0.9},
 
-    {"even", [](report_answer&) {}, "variation", outcome::met, "standard deviation 5, mean 40",
-     12.5},
+    {"even", [](report_answer&) {}, "variation", qmx_study::outcome::met,
+     "standard deviation 5, mean 40", 12.5},
     {"uneven", [](report_answer& a) { set_mean(*a.stats, 40, 10, 0.25F); }, "variation",
-     outcome::missed, "standard deviation 10, mean 40", 25},
+     qmx_study::outcome::missed, "standard deviation 10, mean 40", 25},
     {"a mean of nothing", [](report_answer& a) { set_mean(*a.stats, 0, 10, 0); }, "variation",
-     outcome::not_given, "mean_not_positive"},
+     qmx_study::outcome::not_given, "mean_not_positive"},
     {"a variation without end",
      [](report_answer& a) { set_mean(*a.stats, 1, 10, std::numeric_limits<float>::infinity()); },
-     "variation", outcome::not_given, "mean_not_positive"},
-    {"no statistics", [](report_answer& a) { a.stats.reset(); }, "variation", outcome::not_given,
-     "failed"},
+     "variation", qmx_study::outcome::not_given, "mean_not_positive"},
+    {"no statistics", [](report_answer& a) { a.stats.reset(); }, "variation",
+     qmx_study::outcome::not_given, "failed"},
 
-    {"above the minimum", [](report_answer&) {}, "minimum", outcome::met,
+    {"above the minimum", [](report_answer&) {}, "minimum", qmx_study::outcome::met,
      "190 of 200 cells at or above 30 (the minimum)", 95},
     {"two values above it",
      [](report_answer& a) {
          a.minimum_share = limit_share{30, {2, 2}};
      },
-     "minimum", outcome::not_given, "few_values"},
+     "minimum", qmx_study::outcome::not_given, "few_values"},
     {"no share of it", [](report_answer& a) { a.minimum_share.reset(); }, "minimum",
-     outcome::not_given, "failed"},
-    {"above the floor", [](report_answer&) {}, "floor", outcome::met,
+     qmx_study::outcome::not_given, "failed"},
+    {"above the floor", [](report_answer&) {}, "floor", qmx_study::outcome::met,
      "200 of 200 cells at or above 24 (80 % of the minimum)", 100},
     {"one below the floor",
      [](report_answer& a) {
          a.floor_share->share.counted = 199;
          drop_threshold(a.settings.thresholds, "floor_fraction_percent");
      },
-     "floor", outcome::missed, "199 of 200 cells at or above 24 (the minimum)", 99.5},
+     "floor", qmx_study::outcome::missed, "199 of 200 cells at or above 24 (the minimum)", 99.5},
 
-    {"small cells", [](report_answer&) {}, "cell_size", outcome::met, "cells are 0.3 × 0.4 m", 0.4},
+    {"small cells", [](report_answer&) {}, "cell_size", qmx_study::outcome::met,
+     "cells are 0.3 × 0.4 m", 0.4},
     {"feet, but for rounding",
      [](report_answer& a) {
          a.metre = 1 / 0.3048;
          a.length_unit = "ft";
          a.lattice->across = 0.45 / 0.3048;
      },
-     "cell_size", outcome::met, "cells are 0.3 × 1.47638 ft", 0.45},
-    {"large cells", [](report_answer& a) { a.lattice->along = 0.46; }, "cell_size", outcome::missed,
-     "cells are 0.46 × 0.4 m", 0.46},
+     "cell_size", qmx_study::outcome::met, "cells are 0.3 × 1.47638 ft", 0.45},
+    {"large cells", [](report_answer& a) { a.lattice->along = 0.46; }, "cell_size",
+     qmx_study::outcome::missed, "cells are 0.46 × 0.4 m", 0.46},
     {"no lattice", [](report_answer& a) { a.lattice->is_lattice = false; }, "cell_size",
-     outcome::not_given, "no_lattice"},
-    {"no unit", [](report_answer& a) { a.metre = 0; }, "cell_size", outcome::not_given,
+     qmx_study::outcome::not_given, "no_lattice"},
+    {"no unit", [](report_answer& a) { a.metre = 0; }, "cell_size", qmx_study::outcome::not_given,
      "unknown_unit"}};
 
 TEST(Verdicts, CompareWhatWasMeasuredOrSayWhyNot) {
@@ -544,11 +545,11 @@ TEST(Verdicts, CompareWhatWasMeasuredOrSayWhyNot) {
             if (one.key != each.key) continue;
             ++found;
             EXPECT_EQ(one.result, each.result);
-            const bool is_given = each.result != outcome::not_given;
+            const bool is_given = each.result != qmx_study::outcome::not_given;
             EXPECT_EQ(is_given ? one.basis : one.reason_key, each.reason_or_basis);
             EXPECT_EQ(one.reason.empty(), is_given);
             ASSERT_EQ(one.measured.has_value(), is_given);
-            if (is_given) EXPECT_NEAR(*one.measured, each.measured, 1e-12);
+            EXPECT_NEAR(one.measured.value_or(0), is_given ? each.measured : 0, 1e-12);
         }
         EXPECT_EQ(found, 1);
     }

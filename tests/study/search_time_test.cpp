@@ -24,7 +24,7 @@ TEST(Duration, IsTellingInEachUnit) {
 }
 
 // A strip of points half a unit apart, along the eastings or the northings.
-std::vector<t_icdata> strip(int length, int width, bool is_wide) {
+std::vector<t_icdata> long_strip(int length, int width, bool is_wide) {
     std::vector<t_icdata> points;
     for (int i = 0; i < length; ++i)
         for (int k = 0; k < width; ++k) {
@@ -39,12 +39,12 @@ TEST(SearchTime, IsToldOnlyOfLongSearches) {
     const auto seconds = [](const std::vector<t_icdata>& points, float lag) {
         return expected_seconds(points, {20, lag, 0, 90, 1e9F, QMX_IC_NO});
     };
-    EXPECT_EQ(seconds(strip(4000, 10, true), 1000), 0); // 8e8 pairs in all
-    const auto many = strip(50000, 20, true);
+    EXPECT_EQ(seconds(long_strip(4000, 10, true), 1000), 0); // 8e8 pairs in all
+    const auto many = long_strip(50000, 20, true);
     EXPECT_EQ(seconds(many, 0.01F), 0); // no two within the cut-off
     // Beyond 1e9 pairs a piece is searched, whichever way the lot lies.
     for (const bool is_wide : {true, false}) {
-        const double expected = seconds(is_wide ? many : strip(50000, 20, false), 1.4F);
+        const double expected = seconds(is_wide ? many : long_strip(50000, 20, false), 1.4F);
         EXPECT_GT(expected, 0);
         EXPECT_LT(expected, 86400);
     }
