@@ -54,7 +54,7 @@ TEST(JobProposal, RemarksWhatIsOddInALot) {
                                 : i == 9 ? fmt::format("{},1", i)
                                          : fmt::format("{},1,{},1", i, i - 4);
                      }),
-         {"# dropped: 1 row, the row has too few fields; first on line 11\n", "# seen: -2 to 25\n",
+         {"# dropped: 1 row, the line has too few fields; first on line 11\n", "# seen: -2 to 25\n",
           "30 rows read, 1 dropped, 4 columns"},
          {"\nproject = \"utm\"\n"}},
         {"times of which some are not understood",
@@ -117,7 +117,6 @@ TEST(JobProposal, KeepsWhatIsNamed) {
     known.reading.y = "d";
     known.reading.value = "MDP";
     known.reading.where = "MDP > 62";
-    known.reading.project = "EPSG:25832";
     known.traits[trait::speed] = "a";
     job_settings found = job_from_text(proposed(file, known), "");
     EXPECT_EQ(found.reading.x + found.reading.y + found.reading.value, "cdMDP");

@@ -16,6 +16,7 @@
 #include "study/document/json.hpp"
 #include "study/lot/load.hpp"
 #include "study/table/text_records.hpp"
+#include "support/case_count.hpp"
 #include "temporary_file.hpp"
 
 namespace {
@@ -183,7 +184,7 @@ reading_options options_for(text_maker& made, const std::string& file) {
 TEST(PlainReading, IsThatOfTheCarefulReader) {
     const pieces_for_a_test restored;
     const temporary_file file(".csv", ""), packed(".csv.gz", ""), second(".csv", "");
-    for (unsigned seed = 0; seed < 3000; ++seed) {
+    for (unsigned seed = 0; seed < support::cases(3000); ++seed) {
         text_maker made(seed);
         constexpr std::size_t dirt[] = {3, 12, 60, 1000, 100000};
         const std::string text = made.text(made.below(90), dirt[made.below(5)]);
@@ -236,7 +237,7 @@ TEST(PlainReading, MeetsBordersOfBlocksAtEachByte) {
 TEST(PlainReading, OfLongFilesTellsOfTheTextBeforeAllElse) {
     const pieces_for_a_test restored;
     const temporary_file file(".csv", "");
-    for (unsigned seed = 0; seed < 24; ++seed) {
+    for (unsigned seed = 0; seed < support::cases(24, 4); ++seed) {
         text_maker made(seed);
         std::string text = made.text(14000, 500);
         std::erase(text, '"');
@@ -259,7 +260,7 @@ TEST(PlainReading, OfLongFilesTellsOfTheTextBeforeAllElse) {
 TEST(ShortNumber, IsThatOfTheLongWay) {
     std::mt19937_64 random(1);
     std::int64_t taken = 0;
-    for (int i = 0; i < 2'000'000; ++i) {
+    for (unsigned i = 0; i < support::cases(2'000'000); ++i) {
         std::string text = fmt::format("{}", random() >> random() % 64);
         if (i % 2 == 0) text.insert(1 + random() % text.size(), ".");
         if (i % 3 == 0) text.insert(0, "-");
@@ -271,7 +272,7 @@ TEST(ShortNumber, IsThatOfTheLongWay) {
         ASSERT_EQ(end, text.data() + text.size()) << text;
         ASSERT_EQ(std::memcmp(&quick, &slow, sizeof slow), 0) << text;
     }
-    EXPECT_GT(taken, 1'000'000);
+    EXPECT_GT(taken, support::cases(1'000'000));
 }
 
 } // namespace

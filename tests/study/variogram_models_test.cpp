@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "study/analyses/semivariogram_models.hpp"
+#include "support/case_count.hpp"
 
 namespace {
 
@@ -150,8 +151,8 @@ private:
 TEST(FittedModels, NoRangeOfADenseScanFitsBetter) {
     random_semivariograms semivariograms;
     constexpr int steps = 300;
-    int on_bound = 0, without_nugget = 0, without_rise = 0;
-    for (int trial = 0; trial < 2000; ++trial) {
+    unsigned on_bound = 0, without_nugget = 0, without_rise = 0;
+    for (unsigned trial = 0; trial < support::cases(2000); ++trial) {
         const std::vector<variogram_lag> lags = semivariograms.next();
         const lag_weights weights = all_weights[static_cast<std::size_t>(trial % 3)];
         const range_bounds bounds = bounds_of_range(lags);
@@ -195,9 +196,9 @@ TEST(FittedModels, NoRangeOfADenseScanFitsBetter) {
         }
     }
     // Every kind of end was met.
-    EXPECT_GT(on_bound, 100);
-    EXPECT_GT(without_nugget, 100);
-    EXPECT_GT(without_rise, 100);
+    EXPECT_GT(on_bound, support::cases(100));
+    EXPECT_GT(without_nugget, support::cases(100));
+    EXPECT_GT(without_rise, support::cases(100));
 }
 
 // The 155 samples of river soil in R's package sp, log of zinc: lags of the published semivariogram.
