@@ -112,6 +112,37 @@ TEST(Cells, AreThoseOfATextbook) {
     }
 }
 
+// Positions that were moved to their cells may have become one place.
+TEST(Cells, ThatHaveComeToLieInOnePlaceAreOne) {
+    std::mt19937 random(6);
+    for (int round = 0; round < 60; ++round) {
+        lot points = random_lot(random);
+        for (t_icdata& point : points.points) point.i_passno = std::max(point.i_passno, 0);
+        std::vector<std::uint32_t> records(points.points.size());
+        for (std::uint32_t& each : records) each = static_cast<std::uint32_t>(1 + random() % 5);
+        const textbook_cells textbook(points, points.is_geographic ? 1e8 : 1000);
+        std::map<std::size_t, std::uint32_t> wanted; // by the index of the last pass
+        for (const auto& [best, count] :
+             textbook.last_passes(points, [](const t_icdata&) { return true; })) {
+            const t_icdata& at = points.points[best];
+            const double steps = points.is_geographic ? 1e8 : 1000;
+            for (const std::size_t i :
+                 textbook.cells.at({std::round(at.d_x * steps), std::round(at.d_y * steps)}))
+                wanted[best] += records[i];
+        }
+        lot joined = points;
+        join_cells(joined, records);
+        ASSERT_EQ(joined.points.size(), wanted.size());
+        ASSERT_EQ(records.size(), wanted.size());
+        std::size_t k = 0;
+        for (const auto& [index, sum] : wanted) {
+            EXPECT_EQ(joined.records[k], points.records[index]);
+            EXPECT_EQ(joined.points[k].i_passno, points.points[index].i_passno);
+            EXPECT_EQ(records[k++], sum);
+        }
+    }
+}
+
 TEST(Cells, RoundAsTheLibraryOfTheLanguageDoes) {
     std::mt19937_64 random(2);
     for (int i = 0; i < 1'000'000; ++i) {

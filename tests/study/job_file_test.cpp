@@ -3,14 +3,14 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
+#include <utility>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "study/base/errors.hpp"
 #include "study/job/job_keys.hpp"
-#include "study/job/job_proposal.hpp"
 #include "temporary_file.hpp"
 
 using namespace qmx_study;
@@ -273,6 +273,20 @@ TEST(JobFile, NamesWhatIsWrongWithItsLine) {
         {"[thresholds]\ncorrelation_tests = 9.5\n", 2, "correlation_tests = 9.5 is not a whole"},
         {"[thresholds]\ncell_size = true\n", 2, "cell_size is true or false, not a number or"},
         {"[output]\nlanguage = \"fr\"\n", 2, "language = \"fr\" is not known"},
+        {"[filter]\ntime = [2025-10-01]\n", 2, "time is a list, not a list of two times"},
+        {"[filter]\ntime = 2025-10-01\n", 2, "time is a date, not a list of two times"},
+        {"[filter]\ntime = [07:00:00, \"\"]\n", 2, "time is a time of day, not a list of two"},
+        {"[filter]\ntime = [1, 2]\n", 2, "time is a whole number, not a list of two times"},
+        {"[filter]\nvalue = [1, \"2\"]\n", 2, "value is a list, not a list of two numbers"},
+        {"[filter]\nvalue = [\"1\", 2]\n", 2, "value is a list, not a list of two numbers"},
+        {"[filter]\nvalue = [inf, inf]\n", 2, "value = [inf, inf] holds no number"},
+        {"[filter]\nvalue = [-inf, -inf]\n", 2, "value = [-inf, -inf] holds no number"},
+        {"[filter]\nmachines = [\"A\", false]\n", 2, "machines is true or false, not a list of"},
+        {"[filter]\ndirection = 2025-10-01T07:00:00\n", 2, "direction is a time, not a text"},
+        {"[filter]\ndirection = inf\n", 2, "direction is a number, not a text"},
+        {"[units.value]\nx = 1\n", 1, "value is a table, not a text"},
+        {"[analysis]\nlags = -3000000000\n", 2, "lags = -3000000000 is out of its range"},
+        {"[input]\nfiles = [\"a.csv\", \"b\\nc.csv\"]\n", 2, "the name of the file files holds"},
         {"[texts]\nlot = \"a\"\nlot = \"b\"\n", 3, ""}, // twice
         {"[texts]\nlot = \xfc\n", 2, ""},               // no UTF-8
     };
@@ -284,6 +298,65 @@ TEST(JobFile, NamesWhatIsWrongWithItsLine) {
         const std::string start = fmt::format("job.toml, line {}: {}", each.line, each.message);
         EXPECT_EQ(message.substr(0, start.size()), start);
         EXPECT_GT(message.size(), start.size() - std::string(each.message).size());
+    }
+}
+
+TEST(JobFile, TakesMomentsAsTheyStand) {
+    const std::tuple<const char*, const char*, const char*> times[] = {
+        {"[2025-10-01, 2025-10-02]", "2025-10-01", "2025-10-02"},
+        {"[2025-10-01T07:00:00.250, \"\"]", "2025-10-01T07:00:00.250", ""},
+        {"[\"\", 2025-10-01 07:05:09]", "", "2025-10-01T07:05:09"}};
+    for (const auto& [list, from, to] : times) {
+        const job_settings job =
+            job_from_text(fmt::format("[filter]\ntime = {}\n", list), "a.toml");
+        EXPECT_EQ(job.filters.time_from, from);
+        EXPECT_EQ(job.filters.time_to, to);
+        expect_same(job_from_text(job_text(job, {}, {}), "a.toml"), job);
+    }
+}
+
+TEST(JobFile, LeavesNamesThatAreNoneOfItsFolder) {
+    const std::pair<const char*, const char*> names[] = {
+        {"lot.csv", "jobs/lot.csv"},
+        {"", ""},
+        {"-", "-"},
+        {"/a/lot.csv", "/a/lot.csv"},
+        {"\\\\host\\lot.csv", "\\\\host\\lot.csv"},
+        {"C:lot.csv", "C:lot.csv"},
+        {"https://host/lot.csv", "https://host/lot.csv"},
+        {"é:lot.csv", "jobs/é:lot.csv"}};
+    for (const auto& [name, wanted] : names) {
+        EXPECT_EQ(
+            job_from_text(fmt::format("[input]\ntests = '{}'\n", name), "jobs/job.toml").tests,
+            wanted);
+        EXPECT_EQ(job_from_text(fmt::format("[input]\ntests = '{}'\n", name), "job.toml").tests,
+                  name);
+    }
+}
+
+// Text is written only as what can be read again.
+TEST(JobFile, WritesNoBytesThatAreNoCharacters) {
+    const char* const sound[] = {"é", "\xE0\xA0\x80",    "\xED\x9F\xBF", "\xF0\x90\x80\x80", "€ 🚜",
+                                 "~", "\xF4\x8F\xBF\xBF"};
+    const char* const broken[] = {"\x80",
+                                  "\xC1\x81",
+                                  "\xC3",
+                                  "\xC3(",
+                                  "\xE0\x9F\x80",
+                                  "\xED\xA0\x80",
+                                  "\xE2\x82",
+                                  "\xF0\x8F\x80\x80",
+                                  "\xF4\x90\x80\x80",
+                                  "\xF5\x80\x80\x80",
+                                  "a\xF0\x9F\x9A"};
+    job_settings job;
+    for (const char* const text : sound) {
+        job.texts.title = text;
+        EXPECT_EQ(job_from_text(job_text(job, {}, {}), "a.toml").texts.title, text);
+    }
+    for (const char* const text : broken) {
+        job.texts.title = text;
+        EXPECT_THROW(job_text(job, {}, {}), usage_error) << text;
     }
 }
 
@@ -321,43 +394,4 @@ TEST(Presets, AreChangedUnderTheThresholdsThatTheUserSet) {
     EXPECT_EQ(find_threshold(thresholds, "growth_percent"), nullptr);
     EXPECT_THROW(set_threshold(thresholds, "growth", 5, ""), usage_error);
     EXPECT_THROW(set_threshold(thresholds, "correlation_r", NAN, ""), usage_error);
-}
-
-TEST(JobProposal, IsReadBackAndNamesWhatWasFound) {
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / fmt::format("qmx-job-{}", ::getpid());
-    std::filesystem::create_directories(folder / "jobs");
-    const std::string lot = (folder / "Prüfung 'a' \\ \"b\".csv").string();
-    std::string text = "Easting;Northing;Evib [MN/m²];Pass \"n\";Walze;Datum;Zeit;Speed;Temp\n";
-    for (int i = 0; i < 30; ++i)
-        text += fmt::format("{},5;{};{},5;{};{};01.10.2025;0{}:30;{}km/h;?\n", i, i % 3, i,
-                            1 + i % 2, i % 2 ? "Müller \"1\"" : "W2", i % 10, 2 + i % 3);
-    std::ofstream(lot) << text;
-    job_settings known;
-    known.reading.file = lot;
-    known.tests = (folder / "spots.csv").string();
-    progress quiet;
-    const std::string job_file = (folder / "jobs" / "job.toml").string();
-    const std::string job = init_text(known, job_file, quiet);
-    std::ofstream(job_file) << job;
-    SCOPED_TRACE(job);
-    const job_settings found = read_job(job_file);
-    EXPECT_TRUE(std::filesystem::equivalent(found.reading.file, lot));
-    EXPECT_EQ(std::filesystem::path(found.tests).lexically_normal(), known.tests);
-    EXPECT_EQ(found.reading.x + "|" + found.reading.y + "|" + found.reading.value,
-              "Easting|Northing|Evib [MN/m²]");
-    EXPECT_EQ(found.traits[trait::machine], "Walze");
-    EXPECT_EQ(found.traits[trait::time], "Zeit");
-    EXPECT_EQ(found.traits[trait::lift], "");
-    EXPECT_EQ(found.thresholds.size(), thresholds_of("general").size());
-    for (const char* const said :
-         {"# the file tells it: MN/m²\n", "# seen: 0.5 to 29.5 MN/m²\n", "# found: comma\n",
-          "# seen: 2 to 4 km/h\n", "# seen: \"Müller \"1\"\" in 15, \"W2\" in 15 rows\n",
-          "# seen: 2025-10-01T00:30:00 to 2025-10-01T09:30:00\n",
-          "# times of day alone go with the column \"Datum\"\n", "# austria: ", "30 rows read"})
-        EXPECT_NE(job.find(said), std::string::npos) << said;
-    // A lot without anything that is known still gives a job file to fill in.
-    std::ofstream(lot) << "a,b\n1,x\n2,y\n3,z\n";
-    EXPECT_EQ(job_from_text(init_text(known, "", quiet), "job.toml").reading.file, lot);
-    std::filesystem::remove_all(folder);
 }

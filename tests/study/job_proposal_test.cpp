@@ -2,11 +2,13 @@
 #include "study/job/job_proposal.hpp"
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "study/base/errors.hpp"
 #include "study/job/job_file.hpp"
@@ -36,6 +38,45 @@ struct remarked_lot {
     std::string text;
     std::vector<const char*> said, unsaid;
 };
+
+TEST(JobProposal, IsReadBackAndNamesWhatWasFound) {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / fmt::format("qmx-job-{}", ::getpid());
+    std::filesystem::create_directories(folder / "jobs");
+    const std::string lot = (folder / "Prüfung 'a' \\ \"b\".csv").string();
+    std::string text = "Easting;Northing;Evib [MN/m²];Pass \"n\";Walze;Datum;Zeit;Speed;Temp\n";
+    for (int i = 0; i < 30; ++i)
+        text += fmt::format("{},5;{};{},5;{};{};01.10.2025;0{}:30;{}km/h;?\n", i, i % 3, i,
+                            1 + i % 2, i % 2 ? "Müller \"1\"" : "W2", i % 10, 2 + i % 3);
+    std::ofstream(lot) << text;
+    job_settings known;
+    known.reading.file = lot;
+    known.tests = (folder / "spots.csv").string();
+    progress quiet;
+    const std::string job_file = (folder / "jobs" / "job.toml").string();
+    const std::string job = init_text(known, job_file, quiet);
+    std::ofstream(job_file) << job;
+    SCOPED_TRACE(job);
+    const job_settings found = read_job(job_file);
+    EXPECT_TRUE(std::filesystem::equivalent(found.reading.file, lot));
+    EXPECT_EQ(std::filesystem::path(found.tests).lexically_normal(), known.tests);
+    EXPECT_EQ(found.reading.x + "|" + found.reading.y + "|" + found.reading.value,
+              "Easting|Northing|Evib [MN/m²]");
+    EXPECT_EQ(found.traits[trait::machine], "Walze");
+    EXPECT_EQ(found.traits[trait::time], "Zeit");
+    EXPECT_EQ(found.traits[trait::lift], "");
+    EXPECT_EQ(found.thresholds.size(), thresholds_of("general").size());
+    for (const char* const said :
+         {"# the file tells it: MN/m²\n", "# seen: 0.5 to 29.5 MN/m²\n", "# found: comma\n",
+          "# seen: 2 to 4 km/h\n", "# seen: \"Müller \"1\"\" in 15, \"W2\" in 15 rows\n",
+          "# seen: 2025-10-01T00:30:00 to 2025-10-01T09:30:00\n",
+          "# times of day alone go with the column \"Datum\"\n", "# austria: ", "30 rows read"})
+        EXPECT_NE(job.find(said), std::string::npos) << said;
+    // A lot without anything that is known still gives a job file to fill in.
+    std::ofstream(lot) << "a,b\n1,x\n2,y\n3,z\n";
+    EXPECT_EQ(job_from_text(init_text(known, "", quiet), "job.toml").reading.file, lot);
+    std::filesystem::remove_all(folder);
+}
 
 TEST(JobProposal, RemarksWhatIsOddInALot) {
     const remarked_lot lots[] = {
