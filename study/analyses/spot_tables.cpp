@@ -43,6 +43,10 @@ void share_projection(reading_options& options, const opened_table& points,
                                bool are_tests) {
         reading_needs needs = needs_of_tables();
         needs.are_spot_tests = are_tests;
+        if (!are_tests) { // what they lack is told by whoever needs it
+            needs.position = need::taken;
+            needs.value = need::unused;
+        }
         return choose_columns(*table.source, table.survey, named, needs).is_geographic;
     };
     const bool points_in_degrees = in_degrees(points, options, false);

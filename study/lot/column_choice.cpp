@@ -138,9 +138,12 @@ std::string names_of(const std::vector<used_column>& columns) {
 std::string head_taken(const table_source& source) {
     if (!source.is_delimited) return {};
     const std::string names = source.column_list();
+    std::size_t shown = std::min<std::size_t>(names.size(), 100);
+    while (shown < names.size() && (static_cast<unsigned char>(names[shown]) & 0xC0) == 0x80)
+        --shown; // not within a letter
     return fmt::format("\n  line {} was taken as its head: {}{}\n  name another with --header-line",
-                       source.part(0).lines.head_line, names.substr(0, 100),
-                       names.size() > 100 ? "…" : "");
+                       source.part(0).lines.head_line, names.substr(0, shown),
+                       shown < names.size() ? "…" : "");
 }
 
 } // namespace

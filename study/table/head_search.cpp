@@ -177,11 +177,14 @@ std::size_t behind_comments(const std::vector<opening_record>& opening, std::siz
         is_head_in_comment = names.size() == next.size();
         if (is_head_in_comment || at == start + 1) --at;
     }
-    if (at > start)
-        found.notes.push_back(fmt::format("the {} line{} before line {} that start{} with # are "
-                                          "taken as comments",
-                                          at - start, at - start == 1 ? "" : "s", opening[at].line,
-                                          at - start == 1 ? "s" : ""));
+    const std::int64_t line = opening[at].line;
+    if (at - start == 1)
+        found.notes.push_back(fmt::format(
+            "the 1 line before line {} that starts with # is taken as a comment", line));
+    else if (at > start)
+        found.notes.push_back(
+            fmt::format("the {} lines before line {} that start with # are taken as comments",
+                        at - start, line));
     return at;
 }
 

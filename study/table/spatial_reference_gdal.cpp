@@ -43,6 +43,7 @@ std::string spatial_reference::length_unit() const {
     of->system.GetLinearUnits(&unit);
     std::string text = unit ? unit : "";
     if (same_text(text, "metre") || same_text(text, "meter")) return "m";
+    if (same_text(text, "kilometre") || same_text(text, "kilometer")) return "km";
     if (same_text(text, "US survey foot")) return "US survey ft";
     if (same_text(text, "foot")) return "ft";
     return text;
@@ -76,6 +77,11 @@ coordinate_system wgs84() {
 
 coordinate_system system_from_text(const std::string& text) {
     prepare_gdal();
+    // GDAL reads a code up to its first character that is no digit.
+    const std::string lower = lower_case(trimmed(text));
+    if (lower.starts_with("epsg:") &&
+        lower.find_first_not_of("0123456789+", 5) != std::string::npos)
+        return nullptr;
     OGRSpatialReference system;
     if (system.SetFromUserInput(text.c_str()) != OGRERR_NONE) return nullptr;
     return copy_of(&system);

@@ -60,7 +60,8 @@ std::string unit_of_plane(std::string_view text, std::string_view lower) {
         if (depth != 1 || !lower.substr(i).starts_with("unit[")) continue;
         const std::string name(quoted_behind(text, i));
         if (same_text(name, "metre") || same_text(name, "meter")) return "m";
-        if (same_text(name, "US survey foot")) return "US survey ft";
+        if (same_text(name, "kilometre") || same_text(name, "kilometer")) return "km";
+        if (same_text(name, "US survey foot") || same_text(name, "Foot_US")) return "US survey ft";
         return same_text(name, "foot") ? "ft" : name;
     }
     return {};

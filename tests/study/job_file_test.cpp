@@ -287,6 +287,10 @@ TEST(JobFile, NamesWhatIsWrongWithItsLine) {
         {"[units.value]\nx = 1\n", 1, "value is a table, not a text"},
         {"[analysis]\nlags = -3000000000\n", 2, "lags = -3000000000 is out of its range"},
         {"[input]\nfiles = [\"a.csv\", \"b\\nc.csv\"]\n", 2, "the name of the file files holds"},
+        {"\n[é]\n", 2, "Error while parsing"},
+        {"[.]\n", 1, "Error while parsing"},
+        {"[a.]\n", 1, "Error while parsing"},
+        {"[[ \n", 1, "Error while parsing"},
         {"[texts]\nlot = \"a\"\nlot = \"b\"\n", 3, ""}, // twice
         {"[texts]\nlot = \xfc\n", 2, ""},               // no UTF-8
     };

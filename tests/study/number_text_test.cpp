@@ -1,10 +1,13 @@
 // Numbers in cells, and what the names of columns say.
 #include <cmath>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "study/base/number_text.hpp"
+#include "study/base/value_text.hpp"
 #include "study/lot/column_names.hpp"
 
 using namespace qmx_study;
@@ -105,6 +108,52 @@ TEST(ColumnName, TellsRoleAndUnit) {
         EXPECT_EQ(meaning.role, row.role) << row.name;
         EXPECT_EQ(meaning.unit, row.unit) << row.name;
     }
+}
+
+TEST(ValueText, IsShortAndWhole) {
+    EXPECT_EQ(number_text(none), "-");
+    EXPECT_EQ(number_text(1234567.0), "1.23457e+06");
+    const std::tuple<double, double, const char*> spreads[] = {{432000.123456, 10, "432000.123"},
+                                                               {432000.5, 1e-4, "432000.5"},
+                                                               {12.3456, 1e6, "12"},
+                                                               {-0.0000001, 10, "0"},
+                                                               {7, 0, "7"},
+                                                               {none, 1, "-"},
+                                                               {2e15, 1, "2e+15"},
+                                                               {HUGE_VAL, 1, "inf"},
+                                                               {100, 1, "100"},
+                                                               {1.5, 2e4, "2"}};
+    for (const auto& [value, spread, text] : spreads)
+        EXPECT_EQ(number_in_spread(value, spread), text) << value << " " << spread;
+    EXPECT_EQ(coordinate_text(-93.97123456789, true), "-93.9712346");
+    EXPECT_EQ(coordinate_text(432000.12345, false), "432000.123");
+    EXPECT_EQ(coordinate_text(1e15, false), "1e+15");
+    EXPECT_EQ(coordinate_text(none, true), "-");
+    const std::pair<std::int64_t, const char*> counts[] = {
+        {0, "0"},       {999, "999"},      {1000, "1 000"},      {1234567, "1 234 567"},
+        {-999, "-999"}, {-1000, "-1 000"}, {-123456, "-123 456"}};
+    for (const auto& [count, text] : counts) EXPECT_EQ(count_text(count), text);
+}
+
+TEST(ValueText, OfAnExampleIsItsFirstLineInWholeLetters) {
+    const std::string sixty(60, 'a');
+    const std::pair<std::string, std::string> examples[] = {
+        {"", ""},
+        {"4O.2", "4O.2"},
+        {"two\nlines", "two…"},
+        {"two\r\n", "two…"},
+        {sixty, sixty},
+        {sixty + "b", sixty + "…"},
+        {std::string(59, 'a') + "é", std::string(59, 'a') + "…"},
+        {std::string(58, 'a') + "éb", std::string(58, 'a') + "é…"},
+        {std::string(57, 'a') + "🚜", std::string(57, 'a') + "…"},
+        {std::string(90, '\x80'), "…"}};
+    for (const auto& [text, example] : examples) EXPECT_EQ(example_text(text), example) << text;
+    EXPECT_EQ(unit_suffix("m"), " [m]");
+    EXPECT_EQ(unit_suffix(""), "");
+    EXPECT_EQ(squared_unit("MPa") + squared_unit("km/h") + squared_unit("US survey ft") +
+                  squared_unit(""),
+              "MPa²(km/h)²(US survey ft)²");
 }
 
 } // namespace
