@@ -25,7 +25,7 @@ request made_of(input_bytes& input) {
     made.is_tame = way >= 128 && way < 250;
     made.count = way % 40;
     // Numbers of all magnitudes at once are fitted in long arithmetic, which takes its time: one input of 64
-    // does. Which one all bytes decide, for the children of such an input must not be slow, too.
+    // has them. Which one all bytes decide, for the children of such an input must not be slow, too.
     const bool takes_time = mixed % 64 == 0;
     const auto is_wild = [](real_kind of) {
         return of == real_kind::bits64 || of == real_kind::bits32 || of == real_kind::odd ||
@@ -41,6 +41,8 @@ request made_of(input_bytes& input) {
     made.degree = input.one_in(16) ? input.whole() : input.byte() % (takes_time ? 12 : 7) - 1;
     if (!made.is_tame && made.degree < 10)
         made.degree = std::min(made.degree, all_wild ? 3 : takes_time ? 6 : 4);
+    // So are curves through all points.
+    if (!takes_time && made.count > 2) made.degree = std::min(made.degree, made.count - 2);
     for (int32_t i = 0; i < made.count; ++i) {
         made.x.push_back(made.is_tame ? static_cast<float>(input.bits<std::int8_t>() % 16)
                                       : input.narrowed(input.real_or_odd(kind_x, 255)));
