@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include <qmx_ic.h>
+
 namespace qmx_study {
 
 struct quantile {
@@ -15,6 +17,9 @@ struct quantile {
 // Y. Fan: Sample quantiles in statistical packages (1996). Percents in the order given; NaN without
 // values.
 std::vector<quantile> quantiles_of(std::vector<double> values, const std::vector<double>& percents);
+// Of the points' values, where they stand: many of them are counted by their digits, not copied.
+std::vector<quantile> quantiles_of_points(const std::vector<t_icdata>& points,
+                                          const std::vector<double>& percents);
 
 // How many of the values are at or above (below: at or below) a limit.
 struct counted_share {
@@ -23,6 +28,6 @@ struct counted_share {
         return 100.0 * static_cast<double>(counted) / static_cast<double>(of);
     }
 };
-counted_share share_at(const std::vector<double>& values, double limit, bool below);
+counted_share share_at(const std::vector<t_icdata>& points, double limit, bool below);
 
 } // namespace qmx_study

@@ -43,28 +43,30 @@ void withdraw_overrun_target(stats_answer& answer, const stats_question& questio
 // What is counted value by value.
 void count_values(stats_answer& answer, const stats_question& question,
                   const std::vector<t_icdata>& points) {
-    std::vector<double> values;
-    values.reserve(points.size());
-    for (const t_icdata& point : points) values.push_back(point.d_val);
     if (question.target)
         answer.target = counted_target{*question.target, question.target_percent.value_or(90),
-                                       share_at(values, *question.target, question.below)};
+                                       share_at(points, *question.target, question.below)};
     std::vector<double> percents{25, 50, 75};
     for (const double level : question.levels)
         if (std::find(percents.begin(), percents.end(), level) == percents.end())
             percents.push_back(level);
     std::sort(percents.begin(), percents.end());
-    answer.quantiles = quantiles_of(std::move(values), percents);
+    answer.quantiles = quantiles_of_points(points, percents);
 }
 
 // A sensor at its cap gives one value again and again. Says so when a twentieth of the values equal the
 // largest one.
 void note_capped_values(stats_answer& answer, const std::vector<t_icdata>& points) {
-    const auto greater = [](const t_icdata& a, const t_icdata& b) { return a.d_val < b.d_val; };
-    const double largest = std::max_element(points.begin(), points.end(), greater)->d_val;
-    const auto count = std::count_if(points.begin(), points.end(),
-                                     [&](const t_icdata& point) { return point.d_val == largest; });
-    if (count < 5 || 20 * static_cast<std::size_t>(count) < points.size()) return;
+    double largest = points.front().d_val;
+    std::size_t count = 0;
+    for (const t_icdata& point : points) {
+        if (point.d_val > largest) {
+            largest = point.d_val;
+            count = 0;
+        }
+        count += point.d_val == largest;
+    }
+    if (count < 5 || 20 * count < points.size()) return;
     answer.notes.push_back(fmt::format("{} of {} values equal the largest, {}: the sensor may have "
                                        "been at its cap, and the true values higher.",
                                        count, points.size(), largest));

@@ -32,29 +32,42 @@ public:
     template <class Visit> void for_each(Visit visit) {
         constexpr std::size_t together =
             32; // whose memory is on its way while others are looked at
-        std::array<place, together> now;
+        std::array<wanted, together> now;
         for (std::size_t first = 0; first < points.size(); first += together) {
             const std::size_t count = std::min(together, points.size() - first);
             for (std::size_t i = 0; i < count; ++i) {
-                now[i] = place_of(first + i);
-                prefetch(&slots[slot_of(now[i].hash)]);
+                now[i].where = place_of(first + i);
+                now[i].cell = neighbour(now[i].where);
+                if (now[i].cell == unknown) prefetch(&slots[slot_of(hash_of(now[i].where))]);
             }
-            for (std::size_t i = 0; i < count; ++i)
-                if (const slot& likely = slots[slot_of(now[i].hash)];
-                    likely.mark == mark_of(now[i].hash) && likely.cell_and_1 > 0)
+            for (std::size_t i = 0; i < count; ++i) {
+                if (now[i].cell != unknown) continue;
+                const std::uint64_t hash = hash_of(now[i].where);
+                if (const slot& likely = slots[slot_of(hash)];
+                    likely.mark == mark_of(hash) && likely.cell_and_1 > 0)
                     prefetch(&points[firsts[likely.cell_and_1 - 1]]);
-            for (std::size_t i = 0; i < count; ++i)
-                if (!std::isnan(now[i].x) && !std::isnan(now[i].y))
-                    visit(first + i, number_of(now[i], static_cast<std::uint32_t>(first + i)));
+            }
+            for (std::size_t i = 0; i < count; ++i) {
+                const place& where = now[i].where;
+                if (std::isnan(where.x) || std::isnan(where.y)) continue;
+                if (now[i].cell == unknown)
+                    now[i].cell = number_of(where, static_cast<std::uint32_t>(first + i));
+                visit(first + i, now[i].cell);
+            }
         }
     }
 
     std::size_t size() const { return firsts.size(); }
 
 private:
+    static constexpr std::uint32_t unknown = 0xFFFFFFFF;
     struct place {
         double x, y; // in whole steps
-        std::uint64_t hash;
+        bool operator==(const place&) const = default;
+    };
+    struct wanted {
+        place where;
+        std::uint32_t cell;
     };
     struct slot {
         std::uint32_t cell_and_1 = 0; // 0: free
@@ -66,6 +79,11 @@ private:
     int bits = 12;
     std::vector<slot> slots;
     std::vector<std::uint32_t> firsts; // of each cell, the first point
+    // A later pass goes through the cells in the order of the first one, or backwards: then the cell beside
+    // the last one is tried before the table. Trusted as long as it holds.
+    std::uint32_t last = unknown;
+    std::uint32_t step = 1; // modulo 2^32: also -1 and 0
+    int trust = 0;
 
     static void prefetch(const void* memory) {
 #if defined(__GNUC__)
@@ -79,13 +97,36 @@ private:
         // A zero has one sign.
         const double x = rounded_half_away(points[index].d_x * scale) + 0.0;
         const double y = rounded_half_away(points[index].d_y * scale) + 0.0;
+        return {x, y};
+    }
+    static std::uint64_t hash_of(const place& where) {
         std::uint64_t of_x, of_y;
-        std::memcpy(&of_x, &x, sizeof x);
-        std::memcpy(&of_y, &y, sizeof y);
+        std::memcpy(&of_x, &where.x, sizeof of_x);
+        std::memcpy(&of_y, &where.y, sizeof of_y);
         std::uint64_t hash = of_x * 0x9E3779B97F4A7C15u;
         hash = (hash ^ hash >> 32 ^ of_y) * 0xD6E8FEB86659FD93u;
-        hash = (hash ^ hash >> 32) * 0xD6E8FEB86659FD93u;
-        return {x, y, hash};
+        return (hash ^ hash >> 32) * 0xD6E8FEB86659FD93u;
+    }
+
+    // The cell in the direction that the last ones took, where it is this one.
+    std::uint32_t neighbour(const place& where) {
+        const std::uint32_t next = last + step;
+        if (trust == 0 || next >= firsts.size()) return unknown;
+        if (!(place_of(firsts[next]) == where)) {
+            --trust;
+            return unknown;
+        }
+        trust = most_trust;
+        return last = next;
+    }
+    static constexpr int most_trust = 4;
+
+    void learn_direction(std::uint32_t cell) {
+        if (const std::uint32_t taken = cell - last; taken + 1 <= 2) { // by -1, 0 or 1
+            step = taken;
+            trust = most_trust;
+        }
+        last = cell;
     }
 
     std::size_t slot_of(std::uint64_t hash) const {
@@ -95,16 +136,19 @@ private:
         return static_cast<std::uint32_t>(hash);
     }
 
-    std::uint32_t number_of(const place& wanted, std::uint32_t index) {
-        std::size_t at = slot_of(wanted.hash);
+    std::uint32_t number_of(const place& where, std::uint32_t index) {
+        const std::uint64_t hash = hash_of(where);
+        std::size_t at = slot_of(hash);
         for (; slots[at].cell_and_1 > 0; at = (at + 1) & (slots.size() - 1)) {
-            if (slots[at].mark != mark_of(wanted.hash)) continue;
+            if (slots[at].mark != mark_of(hash)) continue;
             const std::uint32_t cell = slots[at].cell_and_1 - 1;
-            const place known = place_of(firsts[cell]);
-            if (known.x == wanted.x && known.y == wanted.y) return cell;
+            if (!(place_of(firsts[cell]) == where)) continue;
+            learn_direction(cell);
+            return cell;
         }
         const auto cell = static_cast<std::uint32_t>(firsts.size());
-        slots[at] = {cell + 1, mark_of(wanted.hash)};
+        last = cell;
+        slots[at] = {cell + 1, mark_of(hash)};
         firsts.push_back(index);
         if (4 * firsts.size() > 3 * slots.size()) grow();
         return cell;
@@ -114,7 +158,7 @@ private:
         ++bits;
         slots.assign(std::size_t{1} << bits, slot{});
         for (std::size_t cell = 0; cell < firsts.size(); ++cell) {
-            const std::uint64_t hash = place_of(firsts[cell]).hash;
+            const std::uint64_t hash = hash_of(place_of(firsts[cell]));
             std::size_t at = slot_of(hash);
             while (slots[at].cell_and_1 > 0) at = (at + 1) & (slots.size() - 1);
             slots[at] = {static_cast<std::uint32_t>(cell) + 1, mark_of(hash)};

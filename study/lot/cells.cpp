@@ -17,17 +17,27 @@ constexpr double steps_per_degree = 1e8;
 
 // Cells lie decimetres apart: records a hundredth of the unit apart, and less, are in kilometres.
 bool is_in_kilometres(const lot& points) {
+    constexpr std::size_t looked_at_together = 1024;
     double west = HUGE_VAL, east = -HUGE_VAL, south = HUGE_VAL, north = -HUGE_VAL;
-    for (const t_icdata& point : points.points) {
-        if (point.d_x < west) west = point.d_x;
-        if (point.d_x > east) east = point.d_x;
-        if (point.d_y < south) south = point.d_y;
-        if (point.d_y > north) north = point.d_y;
-    }
     const double count = static_cast<double>(points.points.size());
-    const double width = east - west, height = north - south;
-    return width * height > 0 && std::sqrt(width * height / count) < 0.01 &&
-           std::fmax(width, height) / count < 0.001;
+    bool may_be = false;
+    for (std::size_t i = 0; i < points.points.size();) {
+        const std::size_t end = std::min(i + looked_at_together, points.points.size());
+        for (; i < end; ++i) {
+            const t_icdata& point = points.points[i];
+            if (point.d_x < west) west = point.d_x;
+            if (point.d_x > east) east = point.d_x;
+            if (point.d_y < south) south = point.d_y;
+            if (point.d_y > north) north = point.d_y;
+        }
+        const double width = east - west, height = north - south;
+        if (!(width >= 0 && height >= 0)) continue; // no position yet
+        may_be = width * height > 0 && std::sqrt(width * height / count) < 0.01;
+        // They only grow: those that are too far apart now stay so.
+        if (width * height > 0 && !may_be) return false;
+        if (!(std::fmax(width, height) / count < 0.001)) return false;
+    }
+    return may_be;
 }
 
 double steps_of(const lot& points) {
@@ -133,11 +143,15 @@ void join_cells(lot& cells, std::vector<std::uint32_t>& records) {
 std::int64_t keep_marked(lot& points, const std::vector<bool>& is_kept) {
     std::size_t kept = 0;
     record_numbers kept_records;
-    auto record = points.records.begin();
-    for (std::size_t i = 0; i < is_kept.size(); ++i, ++record) {
+    for (std::size_t i = 0; i < is_kept.size(); ++i) {
         if (!is_kept[i]) continue;
-        points.points[kept++] = points.points[i];
-        kept_records.push_back(*record);
+        const std::size_t first = i; // those that follow one another go together
+        while (i < is_kept.size() && is_kept[i]) ++i;
+        const auto from = points.points.begin() + static_cast<std::ptrdiff_t>(first);
+        std::copy(from, from + static_cast<std::ptrdiff_t>(i - first),
+                  points.points.begin() + static_cast<std::ptrdiff_t>(kept));
+        kept_records.append_part(points.records, first, i);
+        kept += i - first;
     }
     const auto left_out = static_cast<std::int64_t>(points.points.size() - kept);
     points.points.resize(kept);

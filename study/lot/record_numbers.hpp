@@ -84,6 +84,17 @@ public:
         if (empty() || back() + 1 != first) runs.push_back({count, first});
         count += more;
     }
+    // Those of others, from one place to before another.
+    void append_part(const record_numbers& others, std::size_t first, std::size_t end) {
+        if (first == end) return;
+        for (std::size_t at = others.run_of(first); first < end; ++at) {
+            const std::size_t behind =
+                at + 1 < others.runs.size() ? others.runs[at + 1].first_place : others.count;
+            const std::size_t more = std::min(end, behind) - first;
+            append(others.record_in(at, first), more);
+            first += more;
+        }
+    }
     void shrink_to_fit() { runs.shrink_to_fit(); }
 
 private:

@@ -161,8 +161,10 @@ TEST(Quantiles, AreThoseOfTypeSeven) {
         EXPECT_NEAR(qmx_study::quantiles_of(values, {percent})[0].value, value, 1e-14) << percent;
     EXPECT_TRUE(std::isnan(qmx_study::quantiles_of({}, {50})[0].value));
     EXPECT_EQ(qmx_study::quantiles_of({7}, {90})[0].value, 7);
-    EXPECT_EQ(qmx_study::share_at(values, 5, false).counted, 4);
-    EXPECT_EQ(qmx_study::share_at(values, 1, true).percent(), 20);
+    std::vector<t_icdata> points;
+    for (const double value : values) points.push_back({0, 0, value, 0, 0});
+    EXPECT_EQ(qmx_study::share_at(points, 5, false).counted, 4);
+    EXPECT_EQ(qmx_study::share_at(points, 1, true).percent(), 20);
 }
 
 // A cubic through seven pairs, in exact fractions.

@@ -59,12 +59,23 @@ lot random_lot(std::mt19937& random) {
     points.is_geographic = random() % 8 == 0;
     const double side = points.is_geographic ? 1e-8 : 0.001;
     const double far = random() % 4 == 0 ? 4.9e6 : 0;
+    // In no order, or as a roller goes: pass by pass, each in the same direction or back again.
+    const auto order = random() % 4;
+    const bool is_straight = order > 0 && random() % 4 > 0;
+    const auto next_place = [&](std::size_t i) {
+        if (order == 1) return i % places;
+        if (order == 2) return i / places % 2 == 0 ? i % places : places - 1 - i % places;
+        return order == 3 ? i / 3 : random() % places;
+    };
     for (std::size_t i = 0; i < count; ++i) {
         t_icdata point{};
-        const auto place = static_cast<double>(random() % places);
-        const double halves = random() % 3 == 0 ? 0.5 : 0.1 * static_cast<double>(random() % 9);
-        point.d_x = far + (place + halves) * side - (random() % 2 == 0 ? 3 * side : 0);
-        point.d_y = (static_cast<double>(random() % 3) - 1) * side / 2;
+        const auto place = static_cast<double>(next_place(i));
+        const double halves = is_straight         ? 0
+                              : random() % 3 == 0 ? 0.5
+                                                  : 0.1 * static_cast<double>(random() % 9);
+        point.d_x = far + (place + halves) * side;
+        if (!is_straight && random() % 2 == 0) point.d_x -= 3 * side;
+        point.d_y = is_straight ? 0 : (static_cast<double>(random() % 3) - 1) * side / 2;
         if (i == 0) point.d_x = point.d_y = 1e6; // so wide a lot is in metres
         if (i > 0 && random() % 50 == 0) point.d_x = point.d_y = nan_value;
         if (random() % 90 == 0) point.d_x = 1e12 * static_cast<double>(random() % 3);
@@ -174,6 +185,13 @@ TEST(RecordNumbers, AreThoseOfAList) {
             ASSERT_EQ(runs[i], list[i]);
             ASSERT_EQ(*(runs.begin() + static_cast<std::ptrdiff_t>(i)), list[i]);
         }
+        const std::size_t first = random() % (list.size() + 1);
+        const std::size_t end = first + random() % (list.size() - first + 1);
+        record_numbers part;
+        part.append_part(runs, first, end);
+        ASSERT_TRUE(std::equal(part.begin(), part.end(),
+                               list.begin() + static_cast<std::ptrdiff_t>(first),
+                               list.begin() + static_cast<std::ptrdiff_t>(end)));
         if (!std::is_sorted(list.begin(), list.end())) continue;
         for (const std::int64_t wanted : {next / 2, next, std::int64_t{0}})
             ASSERT_EQ(std::upper_bound(runs.begin(), runs.end(), wanted) - runs.begin(),
@@ -181,25 +199,27 @@ TEST(RecordNumbers, AreThoseOfAList) {
     }
 }
 
-// So many values are not sorted as a whole.
+// So many values are not sorted, but counted by their digits.
 TEST(Quantiles, OfManyValuesAreThoseOfSortedOnes) {
-    std::mt19937 random(5);
-    for (const unsigned kinds : {1U, 3U, 1000U, 4000000000U}) {
-        std::vector<double> values(150'001);
-        for (double& value : values) value = static_cast<double>(random() % kinds) / 7;
-        std::vector<double> sorted = values;
-        std::sort(sorted.begin(), sorted.end());
-        const std::vector<double> percents{0, 10, 25, 50, 75, 90, 99.999, 100};
-        const std::vector<quantile> found = quantiles_of(values, percents);
+    std::mt19937_64 random(5);
+    const std::vector<double> percents{0, 10, 25, 50, 75, 90, 99.999, 100};
+    for (int kind = 0; kind < 24; ++kind) {
+        const unsigned kinds[] = {1, 3, 1000, 4000000000U};
+        const double scales[] = {1.0 / 7, -1e-310, 1e290};
+        std::vector<double> values(100'001 + random() % 50'000);
+        for (double& value : values)
+            value = static_cast<double>(random() % kinds[kind % 4]) * scales[kind / 4 % 3];
+        if (kind >= 12) // about zero, of either sign
+            for (double& value : values)
+                if (random() % 2) value = -value;
+        std::vector<t_icdata> points;
+        for (const double value : values) points.push_back({0, 0, value, 0, 0});
+        const std::vector<quantile> wanted = quantiles_of(values, percents);
+        const std::vector<quantile> found = quantiles_of_points(points, percents);
+        ASSERT_EQ(found.size(), wanted.size());
         for (std::size_t k = 0; k < percents.size(); ++k) {
-            const double rank = 150'000 * percents[k] / 100;
-            const auto at = static_cast<std::size_t>(rank);
-            const double next = sorted[std::min<std::size_t>(at + 1, 150'000)];
-            EXPECT_GE(found[k].value, sorted[at]);
-            EXPECT_LE(found[k].value, next);
-            if (rank == std::floor(rank)) {
-                EXPECT_EQ(found[k].value, sorted[at]);
-            }
+            EXPECT_EQ(found[k].value, wanted[k].value) << kind << ", " << percents[k];
+            EXPECT_EQ(std::signbit(found[k].value), std::signbit(wanted[k].value));
         }
     }
 }
