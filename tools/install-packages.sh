@@ -5,7 +5,9 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build libblas-dev zlib1g-dev libgdal-dev libcli11-dev nlohmann-json3-dev libfmt-dev
-          libeigen3-dev libgcrypt20-dev libtomlplusplus-dev liblodepng-dev)
+          libeigen3-dev libgcrypt20-dev libtomlplusplus-dev liblodepng-dev pkgconf)
+# Unpacks gzip quickly; where there is none, zlib does.
+case $(dpkg --print-architecture) in amd64 | arm64) packages+=(libisal-dev) ;; esac
 # Pages of reports are bundled by Node: another one than Debian's serves too.
 command -v npm >/dev/null || packages+=(nodejs npm)
 if [ "${1:-}" != demo ]; then
@@ -15,7 +17,7 @@ if [ "${1:-}" != demo ]; then
   # Windows: cross compiler, libraries for it, and Wine.
   packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev libgcrypt-mingw-w64-dev wine64 googletest)
   # Packages, hosts in other languages, documentation.
-  packages+=(debhelper dpkg-dev lintian pkgconf mono-mcs mono-runtime gfortran r-base-core make doxygen
+  packages+=(debhelper dpkg-dev lintian mono-mcs mono-runtime gfortran r-base-core make doxygen
              python3-sphinx furo python3-myst-parser)
 fi
 [ "${1:-}" != long ] || packages+=(cppcheck valgrind g++-multilib)

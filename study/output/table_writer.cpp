@@ -117,7 +117,9 @@ table_writer::table_writer(const std::string& output, table_layout wanted)
                             "--crs EPSG:26915, or take another ending",
                             name),
                 error_place{"--crs", name, 0, {}});
-        features = std::make_unique<vector_output>(*kind.format, layout, name);
+        if (layout.is_long) built_in.emplace(name);
+        features = std::make_unique<vector_output>(
+            *kind.format, layout, output_names{name, built_in ? built_in->name() : std::string()});
         return;
     }
     if (kind.has_tabs) layout.separator = '\t';
@@ -196,7 +198,7 @@ void table_writer::end_row() {
 
 void table_writer::close() {
     if (features) {
-        features->write_to(bytes);
+        features->write_to([&](std::string_view piece) { bytes.write(piece); });
     } else {
         bytes.write(buffer);
     }

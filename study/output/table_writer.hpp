@@ -4,10 +4,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "study/base/output_file.hpp"
 #include "study/output/byte_output.hpp"
 #include "study/table/spatial_reference.hpp"
 
@@ -66,6 +68,7 @@ private:
     table_layout layout;
     std::string name;
     byte_output bytes;
+    std::optional<temporary_name> built_in;  // of a long table, behind what is built in it
     std::unique_ptr<vector_output> features; // null for a text
     std::string buffer;
     std::size_t column = 0;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,9 +17,16 @@ enum class vector_format { gpkg, geojson, parquet };
 // Throws usage_error where this build cannot write the format.
 void check_can_write(vector_format format, const std::string& output);
 
+struct output_names {
+    std::string output;
+    std::string built_in; // a file on the disk, to be removed by the caller; "" builds in memory
+};
+
+using piece_taker = std::function<void(std::string_view)>;
+
 class vector_output {
 public:
-    vector_output(vector_format format, const table_layout& layout, const std::string& output);
+    vector_output(vector_format format, const table_layout& layout, const output_names& names);
     ~vector_output();
 
     // column: of the layout. What is not set is missing.
@@ -27,7 +35,7 @@ public:
     void real(std::size_t column, double value);
     void end_row();
 
-    void write_to(byte_output& bytes); // once, after the last row
+    void write_to(const piece_taker& take); // once, after the last row
 
 private:
     struct state;

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <limits>
 #include <new>
-#include <optional>
 #include <vector>
 
 #include <cpl_conv.h>
@@ -17,7 +16,6 @@
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
-#include "study/base/output_file.hpp"
 #include "study/table/ogr_reference.hpp"
 
 namespace qmx_study {
@@ -98,7 +96,7 @@ private:
 struct vector_output::state {
     table_layout layout;
     std::string output, file;
-    std::optional<temporary_name> on_disk; // otherwise the file is in memory
+    bool is_on_disk = false; // otherwise the file is in memory
     std::vector<std::unique_ptr<gdal_setting>> settings;
     GDALDatasetUniquePtr dataset;
     OGRLayer* layer = nullptr;
@@ -174,12 +172,12 @@ struct vector_output::state {
         }
     }
 
-    void copy_from_disk(byte_output& bytes) {
+    void copy_from_disk(const piece_taker& take) const {
         std::FILE* const built = std::fopen(file.c_str(), "rb");
         std::vector<char> piece(std::size_t{1} << 20);
         std::size_t length = 0;
         while (built && (length = std::fread(piece.data(), 1, piece.size(), built)) > 0)
-            bytes.write({piece.data(), length});
+            take({piece.data(), length});
         const bool is_whole = built && std::ferror(built) == 0;
         if (built) std::fclose(built);
         if (!is_whole)
@@ -189,7 +187,7 @@ struct vector_output::state {
 };
 
 void check_can_write(vector_format format, const std::string& output) {
-    prepare_gdal();
+    prepare_formats();
     if (GetGDALDriverManager()->GetDriverByName(driver_of(format))) return;
     throw usage_error(fmt::format("--output {}: the installed GDAL cannot write {}; take another "
                                   "ending, such as .gpkg or .csv",
@@ -198,15 +196,15 @@ void check_can_write(vector_format format, const std::string& output) {
 }
 
 vector_output::vector_output(vector_format format, const table_layout& layout,
-                             const std::string& output)
+                             const output_names& names)
     : now(std::make_unique<state>()) {
     now->layout = layout;
-    now->output = output;
+    const std::string& output = now->output = names.output;
     static int number = 0; // of the files in memory
     now->file = fmt::format("/vsimem/qmx-ic-{}/{}{}", ++number, stem_of(output), ending_of(format));
-    if (layout.is_long) {
-        now->on_disk.emplace(output);
-        now->file = now->on_disk->name();
+    if (!names.built_in.empty()) {
+        now->is_on_disk = true;
+        now->file = names.built_in;
         // Whatever is left of a broken run is thrown away: it needs no journal.
         now->settings.push_back(std::make_unique<gdal_setting>("OGR_SQLITE_JOURNAL", "OFF"));
         now->settings.push_back(std::make_unique<gdal_setting>("OGR_SQLITE_SYNCHRONOUS", "OFF"));
@@ -227,7 +225,7 @@ vector_output::vector_output(vector_format format, const table_layout& layout,
 vector_output::~vector_output() {
     now->feature.reset();
     now->dataset.reset();
-    if (!now->on_disk) VSIUnlink(now->file.c_str());
+    if (!now->is_on_disk) VSIUnlink(now->file.c_str());
 }
 
 void vector_output::text(std::size_t column, std::string_view value) {
@@ -260,7 +258,7 @@ void vector_output::end_row() {
     now->x = now->y = std::numeric_limits<double>::quiet_NaN();
 }
 
-void vector_output::write_to(byte_output& bytes) {
+void vector_output::write_to(const piece_taker& take) {
     CPLErrorReset();
     const memory_watch watch;
     now->dataset->CommitTransaction();
@@ -270,11 +268,11 @@ void vector_output::write_to(byte_output& bytes) {
     now->dataset.reset();
     watch.check();
     if (CPLGetLastErrorType() >= CE_Failure) refuse(now->output);
-    if (now->on_disk) return now->copy_from_disk(bytes);
+    if (now->is_on_disk) return now->copy_from_disk(take);
     vsi_l_offset size = 0;
     const GByte* const contents = VSIGetMemFileBuffer(now->file.c_str(), &size, FALSE);
     if (!contents) refuse(now->output);
-    bytes.write({reinterpret_cast<const char*>(contents), static_cast<std::size_t>(size)});
+    take({reinterpret_cast<const char*>(contents), static_cast<std::size_t>(size)});
 }
 
 } // namespace qmx_study

@@ -47,13 +47,13 @@ void check_can_write(vector_format format, const std::string& output) {
                       error_place{"--output", output, 0, {}});
 }
 
-vector_output::vector_output(vector_format, const table_layout& layout, const std::string& output)
+vector_output::vector_output(vector_format, const table_layout& layout, const output_names& names)
     : now(std::make_unique<state>()) {
     if (layout.in_degrees && layout.system && !layout.system->is_same_as(*wgs84()))
         throw usage_error(fmt::format("--output {}: this build has no GDAL and cannot bring the "
                                       "positions to degrees; take another ending, such as .csv",
-                                      output),
-                          error_place{"--output", output, 0, {}});
+                                      names.output),
+                          error_place{"--output", names.output, 0, {}});
     now->layout = layout;
     now->clear();
     if (layout.x >= 0 && layout.system && !layout.system->is_same_as(*wgs84()))
@@ -86,9 +86,9 @@ void vector_output::end_row() {
     now->clear();
 }
 
-void vector_output::write_to(byte_output& bytes) {
+void vector_output::write_to(const piece_taker& take) {
     now->text += "\n]}\n";
-    bytes.write(now->text);
+    take(now->text);
 }
 
 } // namespace qmx_study

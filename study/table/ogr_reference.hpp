@@ -11,8 +11,10 @@ struct spatial_reference::description {
     OGRSpatialReference system;
 };
 
-// Registers the formats, and keeps what GDAL has to say for our own messages. Called before all else.
+// Keeps what GDAL has to say for our own messages. Called before all else.
 void prepare_gdal();
+// The same, and registers the formats, which takes its time: coordinate systems need none.
+void prepare_formats();
 
 // A copy with easting (longitude) first; null for null.
 coordinate_system copy_of(const OGRSpatialReference* system);

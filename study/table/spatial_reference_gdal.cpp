@@ -54,9 +54,14 @@ void prepare_gdal() {
         CPLSetErrorHandler(keep_error);
         // Reading a packed file would else leave FILE.gz.properties beside it.
         CPLSetConfigOption("CPL_VSIL_GZIP_WRITE_PROPERTIES", "NO");
-        GDALAllRegister();
         return true;
     }();
+    static_cast<void>(is_ready);
+}
+
+void prepare_formats() {
+    prepare_gdal();
+    static const bool is_ready = (GDALAllRegister(), true);
     static_cast<void>(is_ready);
 }
 

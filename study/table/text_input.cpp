@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #if defined(__unix__) || defined(__APPLE__)
@@ -15,19 +16,18 @@
 #endif
 
 #include <fmt/format.h>
-#include <zlib.h>
 
 #include "study/base/errors.hpp"
 #include "study/base/number_text.hpp"
 #include "study/base/open_file.hpp"
 #include "study/table/encodings.hpp"
+#include "study/table/gzip_unpacker.hpp"
 
 namespace qmx_study {
 
 namespace {
 
-constexpr std::size_t packed_block = std::size_t{1} << 16;
-constexpr const char* damaged = "the gzip file is damaged; copy it again";
+constexpr std::size_t block_size = std::size_t{1} << 16;
 
 } // namespace
 
@@ -37,25 +37,17 @@ struct text_input::state {
         void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
     std::unique_ptr<std::FILE, closer> file;
-    file_stamp stamp;    // of the file as it was opened
-    std::string refusal; // why nothing of it can be read
-    bool is_packed = false;
-    z_stream unpacker{};
-    bool has_unpacker = false;
-    bool is_within_member = false; // of a gzip file, which may hold several one after the other
-    std::string packed;
+    file_stamp stamp;                      // of the file as it was opened
+    std::string refusal;                   // why nothing of it can be read
+    std::optional<gzip_unpacker> unpacker; // of a packed file
 
     encoding written = encoding::bytes;
     std::string waiting; // text that was made but not handed out
     std::size_t handed = 0;
     std::uint32_t lead = 0; // the first half of a surrogate pair
 
-    ~state() {
-        if (has_unpacker) inflateEnd(&unpacker);
-    }
-
     std::size_t raw(char* to, std::size_t size, std::string& trouble) {
-        return is_packed ? unpack(to, size, trouble) : plain(to, size, trouble);
+        return unpacker ? unpacker->unpack(to, size, trouble) : plain(to, size, trouble);
     }
 
     std::size_t plain(char* to, std::size_t size, std::string& trouble) const {
@@ -65,40 +57,6 @@ struct text_input::state {
         else if (got < size && stamp_of_stream(file.get()) != stamp)
             trouble = changed_while_read;
         return got;
-    }
-
-    std::size_t unpack(char* to, std::size_t size, std::string& trouble) {
-        unpacker.next_out = reinterpret_cast<Bytef*>(to);
-        unpacker.avail_out = static_cast<uInt>(size);
-        while (unpacker.avail_out > 0 && trouble.empty()) {
-            if (unpacker.avail_in == 0) {
-                const std::size_t got = plain(packed.data(), packed.size(), trouble);
-                unpacker.next_in = reinterpret_cast<Bytef*>(packed.data());
-                unpacker.avail_in = static_cast<uInt>(got);
-                if (got == 0) {
-                    if (is_within_member && trouble.empty())
-                        trouble = "the gzip file breaks off before its end; copy it again";
-                    break;
-                }
-            }
-            if (!is_within_member) {
-                // Some writers fill up with null bytes behind the last member.
-                if (*unpacker.next_in == 0) {
-                    ++unpacker.next_in;
-                    --unpacker.avail_in;
-                    continue;
-                }
-                inflateReset(&unpacker);
-                is_within_member = true;
-            }
-            const int outcome = inflate(&unpacker, Z_NO_FLUSH);
-            if (outcome == Z_STREAM_END) {
-                is_within_member = false;
-            } else if (outcome != Z_OK && outcome != Z_BUF_ERROR) {
-                trouble = damaged;
-            }
-        }
-        return size - unpacker.avail_out;
     }
 
     // Pairs of bytes to UTF-8, behind `waiting`. A surrogate without its partner becomes U+FFFD.
@@ -126,8 +84,7 @@ struct text_input::state {
         waiting.clear();
         handed = 0;
         lead = 0;
-        is_within_member = false;
-        unpacker.avail_in = 0;
+        if (unpacker) unpacker->start();
         char mark[4];
         std::size_t got = raw(mark, 3, trouble);
         const std::string_view seen(mark, got);
@@ -152,7 +109,7 @@ std::FILE* spooled(std::FILE* pipe, std::string& trouble) {
     constexpr const char* full =
         "the disk is full where temporary files are kept; name a folder with "
         "more space in the environment variable TMPDIR";
-    std::string block(packed_block, '\0');
+    std::string block(block_size, '\0');
     std::FILE* const kept = open_temporary_file();
     const char* reason =
         kept ? nullptr
@@ -221,13 +178,16 @@ text_input::text_input(const std::string& path) : now(std::make_unique<state>())
     if (std::ferror(now->file.get()))
         now->refusal = std::strerror(errno); // packed or not: not known
     now->stamp = stamp_of_stream(now->file.get());
-    now->is_packed = start.starts_with("\x1F\x8B");
-    if (!now->is_packed && is_damaged_start(path, start)) now->refusal = damaged;
-    if (now->is_packed) {
-        constexpr int window_with_gzip_head = 15 + 16;
-        now->packed.resize(packed_block);
-        now->has_unpacker = inflateInit2(&now->unpacker, window_with_gzip_head) == Z_OK;
-        if (!now->has_unpacker) now->refusal = "there is no memory to unpack it";
+    const bool is_packed = start.starts_with("\x1F\x8B");
+    if (!is_packed && is_damaged_start(path, start)) now->refusal = damaged_gzip;
+    if (is_packed) {
+        state* const its = now.get(); // stays where it is, wherever this object goes
+        now->unpacker.emplace(
+            gzip_unpacker::packed_bytes{[its](char* to, std::size_t size, std::string& trouble) {
+                                            return its->plain(to, size, trouble);
+                                        },
+                                        [its] { std::rewind(its->file.get()); }});
+        if (!now->unpacker->has_memory()) now->refusal = "there is no memory to unpack it";
     }
     rewind();
 }
@@ -260,7 +220,7 @@ std::size_t text_input::read(char* to, std::size_t size) {
             return given + now->raw(to + given, size - given, failure);
         now->waiting.clear();
         now->handed = 0;
-        std::string pairs(packed_block, '\0');
+        std::string pairs(block_size, '\0');
         pairs.resize(now->raw(pairs.data(), pairs.size(), failure));
         if (pairs.empty()) {
             if (now->lead != 0) append_utf8(now->waiting, 0xFFFD);
@@ -286,7 +246,7 @@ void text_input::refuse_if_changed(const std::string& file) const {
 double text_input::share_read() const {
     if (!is_open() || now->stamp.bytes <= 0) return 0;
     const auto taken = static_cast<double>(std::ftell(now->file.get()));
-    const auto waiting = static_cast<double>(now->is_packed ? now->unpacker.avail_in : 0);
+    const auto waiting = static_cast<double>(now->unpacker ? now->unpacker->waiting() : 0);
     return std::max(0.0, taken - waiting) / static_cast<double>(now->stamp.bytes);
 }
 
@@ -296,7 +256,7 @@ std::string whole_text(const std::string& file) {
         throw usage_error(fmt::format("{}: the file cannot be opened: {}", file, input.failure),
                           {{}, file, 0, {}});
     std::string text;
-    std::string block(packed_block, '\0');
+    std::string block(block_size, '\0');
     while (const std::size_t got = input.read(block.data(), block.size()))
         text.append(block, 0, got);
     if (!input.failure.empty())

@@ -29,6 +29,9 @@ public:
     void rewind();
     // Only these columns will be asked for, and the geometry where it is said.
     void rewind_for(const std::vector<int>& wanted, bool with_geometry);
+    bool reads_batches() const {
+        return in_batches;
+    }            // many records at a time: quicker, not different
     bool next(); // false after the last record, and after a failure
     const std::string& failure() const { return reason; } // "" where there is none
 
@@ -46,6 +49,7 @@ private:
     std::vector<source_column> column_list;
     std::int64_t row_count = -1;
     bool is_spatial = false;
+    bool in_batches = false;
     coordinate_system reference;
 };
 

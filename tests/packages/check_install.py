@@ -18,7 +18,7 @@ def check_files(present):
     docs = "share/doc/qmx-ic/"
     files = {f"lib/libQMX_IC.so.{number}", f"lib/libQMX_IC.so.{major}", "lib/libQMX_IC.so", "include/qmx_ic.h",
              "lib/pkgconfig/QMX_IC.pc", config + "QMX_ICConfig.cmake", config + "QMX_ICConfigVersion.cmake",
-             config + "QMX_ICTargets.cmake", "bin/qmx-ic", "share/man/man1/qmx-ic.1",
+             config + "QMX_ICTargets.cmake", "bin/qmx-ic", "lib/qmx-ic/qmx-ic-gdal.so", "share/man/man1/qmx-ic.1",
              "share/bash-completion/completions/qmx-ic", "share/zsh/site-functions/_qmx-ic",
              "share/fish/vendor_completions.d/qmx-ic.fish", docs + "LICENSE", docs + "CHANGELOG.md",
              docs + "NOTICES-library.txt", docs + "NOTICES-program.txt", docs + "accuracy.md", docs + "job-file.md",

@@ -91,6 +91,11 @@ def check_program(prefix, libraries, work, needs_path):
     lot.write_text("Easting,Northing,CMV\n" + "".join(f"{i},0,{10 + i * i % 7}\n" for i in range(40)))
     answer = run(program, "stats", lot, "--value", "CMV", env=env)
     expect("40" in answer and "11.975" in answer, f"the mean of 40 records is 11.975:\n{answer}")
+    expect("libgdal" not in loaded, f"the program loads GDAL before it is needed:\n{loaded}")
+    points = work / "lot.gpkg"
+    run(program, "select", lot, "--value", "CMV", "--crs", "EPSG:26915", "--output", points, env=env)
+    answer = run(program, "stats", points, "--value", "CMV", env=env)
+    expect("40" in answer and "11.975" in answer, f"by the module, the mean of 40 records is 11.975:\n{answer}")
 
 
 def check_documents(folder, pages):
