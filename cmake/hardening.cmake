@@ -1,7 +1,7 @@
 # What makes a defect harder to misuse, in all builds that are given away: relocations that are read-only
 # from the start, guarded stacks, checked copies, and marked targets of indirect jumps where the processor
 # can check them. Sanitizers and coverage bring or need other settings. docs/performance.md tells the cost.
-if(NOT QMX_IC_HARDENED OR WIN32 OR MSVC OR APPLE OR QMX_IC_SANITIZE)
+if(NOT QMX_IC_HARDENED OR is_module OR WIN32 OR MSVC OR APPLE OR QMX_IC_SANITIZE)
   return()
 endif()
 include(CheckCXXCompilerFlag)

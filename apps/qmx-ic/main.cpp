@@ -14,7 +14,7 @@
 #include <fmt/format.h>
 #include <qmx_ic.h>
 
-#if !defined(_WIN32)
+#if !defined(_WIN32) && !defined(__wasi__)
 #include <sys/resource.h>
 #endif
 
@@ -103,6 +103,10 @@ int wmain(int argc, wchar_t** wide) {
     for (std::string& text : texts) arguments.push_back(text.data());
     arguments.push_back(nullptr);
     return run_program(argc, arguments.data());
+}
+#elif defined(__wasi__)
+int main(int argc, char** argv) {
+    return run_program(argc, argv);
 }
 #else
 // Where the system limits memory, a library may wait at its end for a thread of its own that waits for

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <future>
+#include <system_error>
 
 #include <fmt/format.h>
 
@@ -71,7 +72,15 @@ double expected_seconds(const std::vector<t_icdata>& points, const t_gamvset_use
 void run_with_clock(double seconds, progress& shown, const std::function<void()>& work) {
     using namespace std::chrono_literals;
     const auto start = std::chrono::steady_clock::now();
-    std::future<void> done = std::async(std::launch::async, work);
+    std::future<void> done;
+    try {
+        done = std::async(std::launch::async, work);
+    } catch (const std::system_error&) { // no thread is to be had: then without a clock
+        shown.note(fmt::format("searching for pairs: about {}", duration_text(seconds)));
+        work();
+        shown.clear();
+        return;
+    }
     while (done.wait_for(250ms) != std::future_status::ready) {
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         shown.note(fmt::format("searching for pairs: {} of about {}", duration_text(taken.count()),

@@ -109,6 +109,15 @@ namespace qmx_study {
 
 namespace {
 
+#if defined(__wasi__)
+// Nobody else is there who would take the name.
+std::FILE* temporary_file_in(const char* folder) {
+    const std::string name = std::string(folder) + "/qmx-ic";
+    std::FILE* const stream = std::fopen(name.c_str(), "w+bx");
+    if (stream) ::unlink(name.c_str());
+    return stream;
+}
+#else
 std::FILE* temporary_file_in(const char* folder) {
     int file = -1;
 #if defined(O_TMPFILE)
@@ -121,6 +130,7 @@ std::FILE* temporary_file_in(const char* folder) {
     if (!stream) ::close(file);
     return stream;
 }
+#endif
 
 } // namespace
 

@@ -4,7 +4,7 @@
 
 #include "qmx_ic.h"
 #include "support/made_lots.hpp"
-#include "support/test.hpp"
+#include "support/odd_numbers.hpp"
 
 #include <cfenv>
 
