@@ -6,7 +6,7 @@ namespace qmx_study {
 
 namespace {
 
-const projection_calls& module() {
+const projection_calls& projection_module() {
     static const projection_calls& calls = calls_of_module<projection_calls>(projection_calls_name);
     return calls;
 }
@@ -15,12 +15,12 @@ const projection_calls& module() {
 
 coordinate_system planar_system(const std::string& to, const spatial_reference& from,
                                 const std::vector<double>& x, const std::vector<double>& y) {
-    return module().planar(to, from, x, y);
+    return projection_module().planar(to, from, x, y);
 }
 
 void transform(const spatial_reference& from, const spatial_reference& to, std::vector<double>& x,
                std::vector<double>& y) {
-    module().move(from, to, x, y);
+    projection_module().move(from, to, x, y);
 }
 
 } // namespace qmx_study

@@ -6,7 +6,7 @@ namespace qmx_study {
 
 namespace {
 
-const vector_output_calls& module() {
+const vector_output_calls& output_module() {
     static const vector_output_calls& calls =
         calls_of_module<vector_output_calls>(vector_output_calls_name);
     return calls;
@@ -16,33 +16,33 @@ const vector_output_calls& module() {
 
 struct vector_output::state {
     vector_output* theirs;
-    ~state() { module().close(theirs); }
+    ~state() { output_module().close(theirs); }
 };
 
 void check_can_write(vector_format format, const std::string& output) {
-    module().check(format, output);
+    output_module().check(format, output);
 }
 
 vector_output::vector_output(vector_format format, const table_layout& layout,
                              const output_names& names)
-    : now(new state{module().open(format, layout, names)}) {}
+    : now(new state{output_module().open(format, layout, names)}) {}
 
 vector_output::~vector_output() = default;
 
 void vector_output::text(std::size_t column, std::string_view value) {
-    module().text(*now->theirs, column, value);
+    output_module().text(*now->theirs, column, value);
 }
 void vector_output::integer(std::size_t column, std::int64_t value) {
-    module().integer(*now->theirs, column, value);
+    output_module().integer(*now->theirs, column, value);
 }
 void vector_output::real(std::size_t column, double value) {
-    module().real(*now->theirs, column, value);
+    output_module().real(*now->theirs, column, value);
 }
 void vector_output::end_row() {
-    module().end_row(*now->theirs);
+    output_module().end_row(*now->theirs);
 }
 void vector_output::write_to(const piece_taker& take) {
-    module().write_to(*now->theirs, take);
+    output_module().write_to(*now->theirs, take);
 }
 
 } // namespace qmx_study
