@@ -60,7 +60,13 @@ TEST(GroupMeans, AreThoseOfEachGroupOnItsOwn) {
 
         group_sums sums(groups, std::ssize(all), given.usual_magnitude);
         ASSERT_TRUE(sums);
-        sums.add_each(std::ssize(all), [&](i64 i) { return all[static_cast<std::size_t>(i)]; });
+        i64 left_out = 0;
+        const auto at = [&](i64 i) { return all[static_cast<std::size_t>(i)]; };
+        sums.add_each(std::ssize(all), at, [&](i64 i) {
+            EXPECT_GE(at(i).group, groups);
+            ++left_out;
+        });
+        EXPECT_EQ(left_out, std::ssize(of_group[groups]) + 1);
         for (std::size_t group = 0; group < groups; ++group) {
             const auto& values = of_group[group];
             f32 expected[15];
@@ -86,7 +92,12 @@ TEST(GroupMeans, HoldAsManyValuesAsAnnounced) {
     // With the units at their finest the sum of the largest quick values stays within 63 bits.
     constexpr i64 many = (i64{1} << 20) - 1;
     group_sums sums(2, many, 1.0F);
-    sums.add_each(many, [](i64) { return grouped_value{1, 3.9999998F}; });
+    sums.add_each(
+        many,
+        [](i64) {
+            return grouped_value{1, 3.9999998F};
+        },
+        [](i64) { FAIL(); });
     EXPECT_EQ(sums.mean(1), 3.9999998F);
     EXPECT_EQ(sums.values(0), 0);
     EXPECT_EQ(sums.mean(0), 0.0F);
