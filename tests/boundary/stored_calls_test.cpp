@@ -7,6 +7,7 @@
 //
 //     QMX_IC_PRINT_HASHES=1 build/dev/tests/test_boundary --gtest_filter='StoredCalls.*'
 #include "support/hashed_calls.hpp"
+#include "support/test.hpp"
 
 #include <cinttypes>
 

@@ -1,6 +1,7 @@
 // A host may have set the processor's arithmetic otherwise: rounding mode, subnormal numbers flushed to
 // zero, exceptions that trap. No result depends on it, and the host finds it as it was.
 #include "support/hashed_calls.hpp"
+#include "support/test.hpp"
 
 #include <cfenv>
 #if defined(__unix__)

@@ -1,6 +1,7 @@
 // Threads that call in turn, threads with a small stack, children of a fork, signals in the middle of a
 // call, and a locale that writes a comma: none of them changes a result.
 #include "support/hashed_calls.hpp"
+#include "support/test.hpp"
 
 #if defined(__unix__)
 #include "support/rare_calls.hpp"

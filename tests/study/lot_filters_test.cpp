@@ -23,7 +23,7 @@ std::vector<std::int64_t> listed(const record_numbers& records) {
 }
 
 // One field as it is written, and what it means; a lacking one satisfies no filter.
-template <class Value> struct written {
+template <class Value> struct field_text {
     std::string text;
     Value value;
     bool is_lacking = false;
@@ -31,9 +31,9 @@ template <class Value> struct written {
 
 struct dirty_row {
     double x, y, value;
-    written<int> machine, lift, minute;
-    written<bool> vibrates, drives_forward;
-    written<double> speed;
+    field_text<int> machine, lift, minute;
+    field_text<bool> vibrates, drives_forward;
+    field_text<double> speed;
     bool stands_still = false;
 };
 
@@ -42,15 +42,15 @@ template <class Value> const Value& one_of(const std::vector<Value>& all, std::m
 }
 
 dirty_row random_row(std::mt19937_64& random) {
-    const std::vector<written<int>> machines{
+    const std::vector<field_text<int>> machines{
         {"Roller-1", 1}, {" roller-1 ", 1}, {"Roller 2", 2}, {"?", 0, true}, {"", 0, true}};
-    const std::vector<written<int>> lifts{{"1", 1}, {"1.0", 1}, {"2", 2}, {"NA", 0, true}};
-    const std::vector<written<bool>> states{{"On", true},       {"OFF", false},
-                                            {"1", true},        {"0", false},
-                                            {"?", false, true}, {"broken", false, true}};
-    const std::vector<written<bool>> gears{{"Forward", true},  {"f", true},
-                                           {"Reverse", false}, {"rückwärts", false},
-                                           {"Neutral", false}, {"sideways", false, true}};
+    const std::vector<field_text<int>> lifts{{"1", 1}, {"1.0", 1}, {"2", 2}, {"NA", 0, true}};
+    const std::vector<field_text<bool>> states{{"On", true},       {"OFF", false},
+                                               {"1", true},        {"0", false},
+                                               {"?", false, true}, {"broken", false, true}};
+    const std::vector<field_text<bool>> gears{{"Forward", true},  {"f", true},
+                                              {"Reverse", false}, {"rückwärts", false},
+                                              {"Neutral", false}, {"sideways", false, true}};
     dirty_row row;
     row.x = static_cast<double>(random() % 100);
     row.y = static_cast<double>(random() % 100);
