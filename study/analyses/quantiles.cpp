@@ -74,6 +74,7 @@ std::vector<digit_group> groups_of(const std::vector<wanted_value>& wanted) {
 std::vector<double> values_at(const std::vector<t_icdata>& points,
                               const std::vector<std::size_t>& ranks) {
     std::vector<wanted_value> wanted;
+    wanted.reserve(ranks.size());
     for (const std::size_t rank : ranks) wanted.push_back({rank, 0});
     for (int known = 0; known < digits_in_all; ++known) {
         std::vector<digit_group> groups = groups_of(wanted);
@@ -87,6 +88,7 @@ std::vector<double> values_at(const std::vector<t_icdata>& points,
         }
     }
     std::vector<double> values;
+    values.reserve(wanted.size());
     for (const wanted_value& each : wanted) values.push_back(value_of(each.digits));
     return values;
 }
