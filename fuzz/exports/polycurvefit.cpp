@@ -41,8 +41,9 @@ request made_of(input_bytes& input) {
     made.degree = input.one_in(16) ? input.whole() : input.byte() % (takes_time ? 12 : 7) - 1;
     if (!made.is_tame && made.degree < 10)
         made.degree = std::min(made.degree, all_wild ? 3 : takes_time ? 6 : 4);
-    // So are curves through all points.
-    if (!takes_time && made.count > 2) made.degree = std::min(made.degree, made.count - 2);
+    // So are curves through all points: one input in eight may have one.
+    if (!takes_time && way % 8 != 3 && made.count > 2)
+        made.degree = std::min(made.degree, made.count - 2);
     for (int32_t i = 0; i < made.count; ++i) {
         made.x.push_back(made.is_tame ? static_cast<float>(input.bits<std::int8_t>() % 16)
                                       : input.narrowed(input.real_or_odd(kind_x, 255)));

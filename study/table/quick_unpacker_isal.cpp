@@ -11,14 +11,15 @@ struct quick_unpacker::state {
     inflate_state unpacker;
     int seen_of_head = 0;
 
-    // It passes over flags that no format has defined, and sees a wrong mark only when all of the head is
-    // there.
+    // It passes over flags that no format has defined, takes some heads whose own sum is wrong, and sees a
+    // wrong mark only when all of the head is there.
     bool is_head(const char* in, std::size_t waiting) {
         constexpr unsigned char wanted[] = {0x1F, 0x8B, 8};
-        constexpr unsigned char undefined_flags = 0xE0;
+        constexpr unsigned char undefined_flags = 0xE0, sum_of_head = 2;
         for (; seen_of_head < 4 && waiting > 0; ++seen_of_head, ++in, --waiting) {
             const auto byte = static_cast<unsigned char>(*in);
-            if (seen_of_head < 3 ? byte != wanted[seen_of_head] : (byte & undefined_flags) != 0)
+            if (seen_of_head < 3 ? byte != wanted[seen_of_head]
+                                 : (byte & (undefined_flags | sum_of_head)) != 0)
                 return false;
         }
         return true;
