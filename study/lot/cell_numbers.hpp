@@ -79,10 +79,12 @@ private:
     int bits = 12;
     std::vector<slot> slots;
     std::vector<std::uint32_t> firsts; // of each cell, the first point
-    // A later pass goes through the cells in the order of the first one, or backwards: then the cell beside
-    // the last one is tried before the table. Trusted as long as it holds.
+    // A later pass goes through the cells in the order of the first one, or row by row backwards: then the
+    // cell beside the last one is tried before the table, and that of the last leap. Trusted as long as it
+    // holds. Differences are modulo 2^32: also negative ones.
     std::uint32_t last = unknown;
-    std::uint32_t step = 1; // modulo 2^32: also -1 and 0
+    std::uint32_t step = 1; // -1, 0 or 1
+    std::uint32_t leap = 1; // any
     int trust = 0;
 
     static void prefetch(const void* memory) {
@@ -108,24 +110,25 @@ private:
         return (hash ^ hash >> 32) * 0xD6E8FEB86659FD93u;
     }
 
-    // The cell in the direction that the last ones took, where it is this one.
+    // The cell in a direction that the last ones took, where it is this one.
     std::uint32_t neighbour(const place& where) {
-        const std::uint32_t next = last + step;
-        if (trust == 0 || next >= firsts.size()) return unknown;
-        if (!(place_of(firsts[next]) == where)) {
-            --trust;
-            return unknown;
+        if (trust == 0) return unknown;
+        for (const std::uint32_t way : {step, leap}) {
+            const std::uint32_t next = last + way;
+            if (next >= firsts.size() || !(place_of(firsts[next]) == where)) continue;
+            trust = most_trust;
+            return last = next;
         }
-        trust = most_trust;
-        return last = next;
+        --trust;
+        return unknown;
     }
     static constexpr int most_trust = 4;
 
     void learn_direction(std::uint32_t cell) {
-        if (const std::uint32_t taken = cell - last; taken + 1 <= 2) { // by -1, 0 or 1
-            step = taken;
-            trust = most_trust;
-        }
+        const std::uint32_t taken = cell - last;
+        const bool is_step = taken + 1 <= 2;
+        if (is_step || taken == leap) trust = most_trust;
+        (is_step ? step : leap) = taken;
         last = cell;
     }
 
@@ -156,7 +159,8 @@ private:
 
     void grow() {
         ++bits;
-        slots.assign(std::size_t{1} << bits, slot{});
+        slots = {}; // not both at a time
+        slots.resize(std::size_t{1} << bits);
         for (std::size_t cell = 0; cell < firsts.size(); ++cell) {
             const std::uint64_t hash = hash_of(place_of(firsts[cell]));
             std::size_t at = slot_of(hash);

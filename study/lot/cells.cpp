@@ -1,6 +1,7 @@
 #include "study/lot/cells.hpp"
 
 #include "study/lot/cell_numbers.hpp"
+#include "study/lot/kept_points.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -100,7 +101,8 @@ cell_layers layers_of(const lot& points) {
 found_cells find_cells(const lot& points) {
     std::vector<cell_count> counts;
     cell_numbers(points.points, steps_of(points)).for_each([&](std::size_t i, std::uint32_t cell) {
-        count_of(counts, cell).take(static_cast<std::uint32_t>(i), points.points[i].i_passno);
+        if (cell == counts.size()) counts.emplace_back(); // each point has a cell that is counted
+        counts[cell].take(static_cast<std::uint32_t>(i), points.points[i].i_passno);
     });
     found_cells found;
     found.is_last_pass.resize(points.points.size());
@@ -141,22 +143,14 @@ void join_cells(lot& cells, std::vector<std::uint32_t>& records) {
 }
 
 std::int64_t keep_marked(lot& points, const std::vector<bool>& is_kept) {
-    std::size_t kept = 0;
-    record_numbers kept_records;
+    kept_points kept(points);
     for (std::size_t i = 0; i < is_kept.size(); ++i) {
         if (!is_kept[i]) continue;
-        const std::size_t first = i; // those that follow one another go together
+        const std::size_t first = i;
         while (i < is_kept.size() && is_kept[i]) ++i;
-        const auto from = points.points.begin() + static_cast<std::ptrdiff_t>(first);
-        std::copy(from, from + static_cast<std::ptrdiff_t>(i - first),
-                  points.points.begin() + static_cast<std::ptrdiff_t>(kept));
-        kept_records.append_part(points.records, first, i);
-        kept += i - first;
+        kept.keep(first, i);
     }
-    const auto left_out = static_cast<std::int64_t>(points.points.size() - kept);
-    points.points.resize(kept);
-    points.records = std::move(kept_records);
-    return left_out;
+    return static_cast<std::int64_t>(kept.settle());
 }
 
 } // namespace qmx_study

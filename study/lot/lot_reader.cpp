@@ -10,6 +10,7 @@
 #include "study/base/value_text.hpp"
 #include "study/lot/column_choice.hpp"
 #include "study/lot/field_reader.hpp"
+#include "study/lot/kept_points.hpp"
 #include "study/lot/lot_account.hpp"
 #include "study/lot/lot_positions.hpp"
 #include "study/lot/plain_points.hpp"
@@ -269,6 +270,17 @@ private:
         result.traits = traits->summary(counts_of_full_rows);
     }
 
+    bool stays(double value, bool may_lack, std::size_t place) {
+        if (std::isnan(value) && !may_lack) {
+            if (!needs.keep_rows_without_value || values_in_use.is_given()) return false;
+            ++result.without_value;
+        } else if (conditions && !conditions->hold_for(value)) {
+            count_filtered(source.part_of(result.records[place]));
+            return false;
+        }
+        return true;
+    }
+
     void settle_value() {
         value_column* const best = best_value();
         settle_traits(best);
@@ -291,23 +303,15 @@ private:
         if (result.value.unit.empty() && best->reader.stripped.is_unit)
             result.value.unit = best->reader.stripped.text;
         const bool may_lack = needs.value == need::taken && !needs.keep_rows_without_value;
-        std::size_t kept = 0;
-        record_numbers kept_records;
-        auto record = result.records.begin();
-        for (std::size_t i = 0; i < result.points.size(); ++i, ++record) {
-            const double value = result.points[i].d_val;
-            if (std::isnan(value) && !may_lack) {
-                if (!needs.keep_rows_without_value || values_in_use.is_given()) continue;
-                ++result.without_value;
-            } else if (conditions && !conditions->hold_for(value)) {
-                count_filtered(source.part_of(*record));
-                continue;
-            }
-            result.points[kept++] = result.points[i];
-            kept_records.push_back(*record);
+        kept_points kept(result);
+        std::size_t first = 0; // of those that stay
+        for (std::size_t i = 0; i < result.points.size(); ++i) {
+            if (stays(result.points[i].d_val, may_lack, i)) continue;
+            kept.keep(first, i);
+            first = i + 1;
         }
-        result.points.resize(kept);
-        result.records = std::move(kept_records);
+        kept.keep(first, result.points.size());
+        kept.settle();
         if (!may_lack)
             for (dropped_rows& reason : best->drops.rows) drops.rows.push_back(std::move(reason));
         if (best->reader.stripped.count > 0) result.stripped.push_back(best->reader.stripped);
