@@ -27,10 +27,13 @@ common="--target=wasm32-wasip1 -nostdinc -fwasm-exceptions -msimd128 -ffile-pref
 common+=" -D_WASI_EMULATED_SIGNAL -D_WASI_EMULATED_PROCESS_CLOCKS -D_WASI_EMULATED_MMAN -D_WASI_EMULATED_GETPID"
 system="-isystem $zig/lib/include -isystem $zig/lib/libc/include/wasm-wasi-musl -isystem $zig/lib/libc/include/generic-musl"
 plus="-isystem $root/include/c++ -isystem $zig/lib/libcxx/include -isystem $zig/lib/libcxxabi/include"
+put() { # a file, from standard input; one that is the same stays as it is, with its time
+  cat >"$1.new"
+  if cmp -s "$1.new" "$1"; then rm "$1.new"; else mv "$1.new" "$1"; fi
+}
 write() { # name; the command is on standard input
-  { echo '#!/bin/sh'; cat; } >"$root/bin/$1.new"
-  chmod +x "$root/bin/$1.new"
-  cmp -s "$root/bin/$1.new" "$root/bin/$1" && rm "$root/bin/$1.new" || mv "$root/bin/$1.new" "$root/bin/$1"
+  { echo '#!/bin/sh'; cat; } | put "$root/bin/$1"
+  chmod +x "$root/bin/$1"
 }
 write clang <<<"exec '$zig/zig' clang $common $system \"\$@\""
 write clang++ <<<"exec '$zig/zig' clang --driver-mode=g++ $common -include $root/include/c++/__config_site $plus $system \"\$@\""
@@ -38,7 +41,7 @@ write wasm-ld <<<"exec '$zig/zig' wasm-ld \"\$@\""
 for tool in ar ranlib; do write "$tool" <<<"exec '$zig/zig' $tool \"\$@\""; done
 
 mkdir -p "$root/include/c++"
-cat >"$root/include/c++/__config_site" <<'SITE'
+put "$root/include/c++/__config_site" <<'SITE'
 // Settings of the C++ library: threads are those of the C library, which starts none.
 #pragma once
 #define _LIBCPP_ABI_VERSION 1
@@ -114,14 +117,9 @@ for name in abort_message cxa_aux_runtime cxa_default_handlers cxa_exception cxa
 compile libc++ "$root/bin/clang++ -std=c++26 -O2 -w -DNDEBUG -D_LIBCPP_BUILDING_LIBRARY -D_LIBCXXABI_BUILDING_LIBRARY \
  -DLIBCXX_BUILDING_LIBCXXABI -D_LIBCPP_REMOVE_TRANSITIVE_INCLUDES -include $root/work/copy_file_range.h -I$cxx -I$abi -I$zig/lib/libcxx/libc \
  -I$zig/lib/libcxxabi/include -DLIBCXXABI_NON_DEMANGLING_TERMINATE -fno-strict-aliasing" "${files[@]}"
-compile libunwind "$root/bin/clang -O2 -w -DNDEBUG -D_LIBUNWIND_HIDE_SYMBOLS -I$zig/lib/libunwind/include" "$zig/lib/libunwind/src/Unwind-wasm.c"
-
-# --- headers of packages: links to their own folders, never to the system's ----------------------------
-mkdir -p "$root/include/packages"
-for name in fmt nlohmann CLI toml++ eigen3 boost; do
-  [ -e "/usr/include/$name" ] || { echo "/usr/include/$name is not there: tools/install-packages.sh installs it" >&2; exit 1; }
-  ln -sfn "/usr/include/$name" "$root/include/packages/$name"
-done
+# The tag of all C++ exceptions, which the sources leave to whoever builds them.
+printf '\t.tagtype\t__cpp_exception i32\n\t.globl\t__cpp_exception\n__cpp_exception:\n' >"$root/source/exception-tag.s"
+compile libunwind "$root/bin/clang -O2 -w -DNDEBUG -D_LIBUNWIND_HIDE_SYMBOLS -I$zig/lib/libunwind/include" "$zig/lib/libunwind/src/Unwind-wasm.c" "$root/source/exception-tag.s"
 
 # --- sources of packages, as Debian has them -----------------------------------------------------------
 if [ ! -f "$root/source/fetched" ]; then
@@ -160,6 +158,6 @@ mkdir -p "$root/work/config"
 : >"$root/work/config/config.h" # nothing of it matters to the hash
 compile libmd "$root/bin/clang -O2 -w -DNDEBUG -I$root/source/libmd/include -I$root/work/config" "$root/source/libmd/src/sha2.c"
 mkdir -p "$root/include/sources"
-cp "$z"/{zlib,zconf}.h "$root/source/lodepng/lodepng.h" "$root/include/sources/"
-cp "$root/source/libmd/include/sha2.h" "$root/include/sources/sha2.h"
+cp -p "$z"/{zlib,zconf}.h "$root/source/lodepng/lodepng.h" "$root/include/sources/"
+cp -p "$root/source/libmd/include/sha2.h" "$root/include/sources/sha2.h"
 echo "$made" >"$root/made"

@@ -1,6 +1,7 @@
 #include "study/analyses/rows_of_cells.hpp"
 
 #include <algorithm>
+#include <tuple>
 
 #include "study/base/portable_math.hpp"
 
@@ -155,8 +156,9 @@ std::vector<row_place> in_rows(const places& points, const rows_of_cells& rows) 
     placed.reserve(points.size());
     for (const place& p : points)
         placed.push_back({rows.row_of(p), rows.turned.along(p), rows.turned.across(p)});
+    // By all that they hold: sums over them must not hang on the library that sorts.
     std::sort(placed.begin(), placed.end(), [](const row_place& a, const row_place& b) {
-        return a.row != b.row ? a.row < b.row : a.along < b.along;
+        return std::tie(a.row, a.along, a.across) < std::tie(b.row, b.along, b.across);
     });
     return placed;
 }

@@ -50,7 +50,8 @@ file_stamp stamp_of_file(const std::string& file) {
     const auto bytes = std::filesystem::file_size(path, problem);
     if (problem) return {};
     const auto written = std::filesystem::last_write_time(path, problem);
-    return {static_cast<std::int64_t>(bytes), 0, written.time_since_epoch().count()};
+    return {static_cast<std::int64_t>(bytes), 0,
+            static_cast<std::int64_t>(written.time_since_epoch().count())};
 }
 
 void refuse_if_changed(const std::string& file, const file_stamp& before) {

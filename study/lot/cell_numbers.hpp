@@ -133,7 +133,7 @@ private:
     }
 
     std::size_t slot_of(std::uint64_t hash) const {
-        return hash >> (64 - bits);
+        return static_cast<std::size_t>(hash >> (64 - bits));
     }
     static std::uint32_t mark_of(std::uint64_t hash) {
         return static_cast<std::uint32_t>(hash);

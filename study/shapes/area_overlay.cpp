@@ -55,6 +55,13 @@ void add_edges(const polygon& area, std::size_t number, const corner& from,
     for (const outline& hole : area.holes) add_edges(hole, number, from, edges);
 }
 
+// Edges from one vertex keep their order, whatever library sorts: which of two that cross is asked for the
+// height shows in its last bits.
+void sort_by_left(std::vector<edge>& edges) {
+    std::stable_sort(edges.begin(), edges.end(),
+                     [](const edge& a, const edge& b) { return a.left_x < b.left_x; });
+}
+
 // Calls visit(x) for the easting at which two of the edges cross within both. Edges sorted by left_x.
 template <class Visit> void for_each_crossing(const std::vector<edge>& edges, Visit visit) {
     std::vector<std::size_t> open;
@@ -139,8 +146,7 @@ overlay_areas overlay(const std::vector<polygon>& first, const std::vector<polyg
     for (std::size_t i = 0; i < first.size(); ++i) add_edges(first[i], i, from, edges);
     for (std::size_t i = 0; i < second.size(); ++i)
         add_edges(second[i], first.size() + i, from, edges);
-    std::sort(edges.begin(), edges.end(),
-              [](const edge& a, const edge& b) { return a.left_x < b.left_x; });
+    sort_by_left(edges);
 
     std::vector<double> cuts;
     for (const edge& each : edges) cuts.insert(cuts.end(), {each.left_x, each.right_x});
@@ -166,8 +172,7 @@ std::optional<crossing> first_crossing(const polygon& area) {
     from.include(area);
     std::vector<edge> edges;
     add_edges(area, 0, from, edges);
-    std::sort(edges.begin(), edges.end(),
-              [](const edge& a, const edge& b) { return a.left_x < b.left_x; });
+    sort_by_left(edges);
     std::optional<crossing> found;
     for_each_crossing(edges, [&](const edge& one, double x) {
         if (!found || x + from.x < found->x) found = {x + from.x, one.y_at(x) + from.y};

@@ -5,14 +5,20 @@ import { fileURLToPath } from "node:url";
 
 const web = join(dirname(fileURLToPath(import.meta.url)), "../../web");
 
-export async function partsOf(packages, ...files) {
+// The same as the text of a script; globalName is what holds the parts.
+export async function scriptOf(packages, files, options) {
   if (!packages) throw new Error("QMX_IC_PAGE_PACKAGES names no folder of packages");
   const { build } = createRequire(join(packages, "package.json"))("esbuild");
   const made = await build({
-    bundle: true, write: false, format: "esm", logLevel: "warning", nodePaths: [join(packages, "node_modules")],
+    bundle: true, write: false, logLevel: "warning", nodePaths: [join(packages, "node_modules")], ...options,
     stdin: { contents: files.map((file) => `export * from "./${file}";`).join("\n"), resolveDir: web },
   });
-  return import(`data:text/javascript;base64,${Buffer.from(made.outputFiles[0].contents).toString("base64")}`);
+  return made.outputFiles[0].text;
+}
+
+export async function partsOf(packages, ...files) {
+  const text = await scriptOf(packages, files, { format: "esm" });
+  return import(`data:text/javascript;base64,${Buffer.from(text).toString("base64")}`);
 }
 
 export const hostOf = (packages) => partsOf(packages, "host/files.js", "host/program.js");

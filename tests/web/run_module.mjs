@@ -4,7 +4,7 @@
 //
 // QMX_IC_PAGE_PACKAGES names the folder of the fetched packages. What the module leaves in the folder is
 // written to it when it has ended.
-import { fstatSync, mkdirSync, openSync, readdirSync, readFileSync, readSync, rmSync, writeFileSync, writeSync } from "node:fs";
+import { mkdirSync, openSync, readdirSync, readFileSync, readSync, rmSync, statSync, writeFileSync, writeSync } from "node:fs";
 import { dirname, join } from "node:path";
 import { hostOf } from "./host.mjs";
 
@@ -13,10 +13,11 @@ const [name, ...args] = process.argv.slice(2);
 
 class DiskFile {
   constructor(path) {
-    this.file = openSync(path);
-    this.size = fstatSync(this.file).size;
+    this.path = path;
+    this.size = statSync(path).size;
   }
   read(from, end) {
+    this.file ??= openSync(this.path);
     const bytes = new Uint8Array(end - from);
     return bytes.subarray(0, readSync(this.file, bytes, 0, bytes.length, from));
   }

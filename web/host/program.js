@@ -14,6 +14,19 @@ class NoInput extends Fd {
   }
 }
 
+// The working folder, in which everything is allowed: the C library asks for it before it opens a file.
+class Root extends PreopenDirectory {
+  constructor(contents) {
+    super("/", new Map());
+    this.dir = new Folder(contents);
+  }
+  fd_fdstat_get() {
+    const fdstat = new wasi.Fdstat(wasi.FILETYPE_DIRECTORY, 0);
+    fdstat.fs_rights_base = fdstat.fs_rights_inherited = (1n << 30n) - 1n;
+    return { ret: wasi.ERRNO_SUCCESS, fdstat };
+  }
+}
+
 // Prints to a list; a pipe, not a terminal, unless told so.
 class Printed extends ConsoleStdout {
   constructor(write, isTerminal) {
@@ -53,8 +66,7 @@ export function runProgram(module, args, contents, onProgress) {
     if (text.startsWith("\r\u001b[K")) onProgress(text.slice(4));
     else errors.push(data.slice());
   };
-  const root = new PreopenDirectory("/", new Map());
-  root.dir = new Folder(contents);
+  const root = new Root(contents);
   const host = new WASI(["qmx-ic", ...args].map(counted), [], [
     new NoInput(), new Printed((data) => output.push(data.slice()), false), new Printed(onError, Boolean(onProgress)), root,
   ], { debug: false });

@@ -194,6 +194,7 @@ async function makeReport() {
   draw("warnings");
   document.getElementById("cancel").focus();
   announce(say("run.begun"));
+  const start = performance.now();
   const done = await run({
     args: ["report", "--job", jobName, "-o", "report.html", "--document", "report.json", "--tables", "tables"],
     files: given(), texts: [{ name: jobName, text: jobText(settings) }],
@@ -205,7 +206,7 @@ async function makeReport() {
     document.getElementById("make").focus();
     return;
   }
-  answer = done;
+  answer = { ...done, seconds: (performance.now() - start) / 1000 };
   isOld = false;
   draw("run", "result");
   const title = document.querySelector("#part-result h2");

@@ -1,6 +1,6 @@
 // What a run gave: the verdicts in words, the report itself, and files to save.
 import { html } from "../../../report/page/script/elements.js";
-import { say } from "./texts.js";
+import { bytes, say } from "./texts.js";
 
 const signs = { met: "✓", missed: "✗", not_given: "○" };
 let shownPage = null;
@@ -61,6 +61,7 @@ export function resultSection(answer, isOld) {
     html("h2", { tabindex: "-1" }, say("section.result")),
     html("p", { class: "old", id: "old", hidden: !isOld }, say("result.old")),
     html("p", { class: `summary ${outcome}` }, summary), list,
+    html("p", { class: "quiet", id: "took" }, say("result.took", { seconds: answer.seconds.toFixed(1), memory: bytes(answer.memory) })),
     answer.errors && messageBox(say("program.notes"), answer.errors),
     savings(answer.files), frameOf(answer.files.get("report.html")));
 }

@@ -5,13 +5,13 @@ const looked = 1 << 16;
 export async function rowsOf(file) {
   if (/\.gz$/i.test(file.name)) return (6 * file.size) / 70; // packed to about a sixth
   const head = new Uint8Array(await file.slice(0, looked).arrayBuffer());
-  let lines = 0;
-  for (const byte of head) if (byte === 0x0a || byte === 0x0d) ++lines;
+  const ends = (code) => head.reduce((number, byte) => number + (byte === code), 0);
+  const lines = ends(0x0a) || ends(0x0d);
   return lines === 0 ? 1 : (file.size * lines) / head.length;
 }
 
-// A module's memory ends at 4 GB. Measured: about 600 bytes for each row of a report, and what the module
-// needs whatever it reads.
-const bytesOfRow = 600, bytesOfModule = 60e6, mostBytes = 3.6e9;
+// A module's memory ends at 4 GB. Measured of a million rows: 171 MB where four lie in each cell, 263 MB
+// where each lies in its own.
+const bytesOfRow = 320, bytesOfModule = 20e6, mostBytes = 3.6e9;
 export const memoryOf = (rows) => bytesOfModule + rows * bytesOfRow;
 export const mostRows = Math.floor((mostBytes - bytesOfModule) / bytesOfRow);
