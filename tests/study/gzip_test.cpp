@@ -95,7 +95,7 @@ std::string packed_member(const std::string& text, int level, int strategy, gz_h
     packer.next_out = reinterpret_cast<Bytef*>(packed.data());
     packer.avail_out = static_cast<uInt>(packed.size());
     deflate(&packer, Z_FINISH);
-    packed.resize(packed.size() - packer.avail_out);
+    packed.erase(packed.size() - packer.avail_out); // a shorter text, which resize does not promise
     deflateEnd(&packer);
     return packed;
 }
