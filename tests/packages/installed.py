@@ -93,7 +93,8 @@ def check_program(prefix, libraries, work, needs_path):
     expect("40" in answer and "11.975" in answer, f"the mean of 40 records is 11.975:\n{answer}")
     expect("libgdal" not in loaded, f"the program loads GDAL before it is needed:\n{loaded}")
     points = work / "lot.gpkg"
-    run(program, "select", lot, "--value", "CMV", "--crs", "EPSG:26915", "--output", points, env=env)
+    run(program, "select", lot, "--value", "CMV", "--crs", "EPSG:26915", "--circle", "0,0,100",
+        "--output", points, env=env)
     answer = run(program, "stats", points, "--value", "CMV", env=env)
     expect("40" in answer and "11.975" in answer, f"by the module, the mean of 40 records is 11.975:\n{answer}")
 
