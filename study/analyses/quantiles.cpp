@@ -51,7 +51,7 @@ void count_digits(const std::vector<t_icdata>& points, int known,
     for (const t_icdata& point : points) {
         const std::uint64_t order = order_of(point.d_val) >> behind;
         if (known == 0) {
-            ++groups.front().counts[order];
+            ++groups.front().counts[static_cast<std::size_t>(order)];
             continue;
         }
         for (digit_group& group : groups)
