@@ -2,7 +2,7 @@
 #include "blas/blas.hpp"
 #include "blas/blas_routines.hpp"
 
-extern "C" {
+extern "C" { // GCOVR_EXCL_START: builds whose lines are counted have an installed BLAS
 
 void scopy_(const qmx::i32* n, const qmx::f32* x, const qmx::i32* incx, qmx::f32* y,
             const qmx::i32* incy) {
@@ -18,4 +18,4 @@ void drotm_(const qmx::i32* n, qmx::f64* x, const qmx::i32* incx, qmx::f64* y, c
     qmx::apply_rotation(*n, x, *incx, y, *incy, param);
 }
 
-} // extern "C"
+} // extern "C" GCOVR_EXCL_STOP

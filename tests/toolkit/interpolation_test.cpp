@@ -46,6 +46,12 @@ TEST(Interpolation, RepeatedAbscissasNeverDivideByZero) {
     EXPECT_EQ(at({7, 8, 9}, {100, 100, 100}, 100), 8);
 }
 
+TEST(Interpolation, ATableThatEndsInNoNumberHasNoStepThere) {
+    EXPECT_EQ(at({1, 2, 3}, {0, 1, nan32}, 0.5F), 1.5F);
+    EXPECT_EQ(at({1, 2, 3}, {0, 1, nan32}, 1.5F), 0);
+    EXPECT_EQ(at({1, 2}, {0, nan32}, 7), 0);
+}
+
 TEST(Interpolation, OrderIsNotChecked) {
     EXPECT_EQ(at({1, 2, 3, 4}, {0, 5, 3, 9}, 4), 1 + (1.0F / 5.0F) * 4)
         << "the walk ends at the first abscissa above the query";
