@@ -11,7 +11,7 @@ declare -A sources=([zlib]=zlib1g-dev [lodepng]=liblodepng-dev [libmd]="")
 root=$PWD/build/wasm-tools
 made=$(sha256sum <tools/wasm-tools.sh)
 [ "$(cat "$root/made" 2>/dev/null)" = "$made" ] && exit 0
-mkdir -p "$root"/{bin,include,lib,source,work}
+mkdir -p "$root"/{bin,include,lib,source,scratch}
 step() { echo "-- WebAssembly: $*"; }
 
 # --- the compiler ------------------------------------------------------------------------------------
@@ -70,7 +70,7 @@ put "$root/include/c++/__config_site" <<'SITE'
 #define _LIBCPP_LIBC_NEWLIB 0
 SITE
 # A call that this C library lacks: the C++ library copies by its streams then.
-cat >"$root/work/copy_file_range.h" <<'HEADER'
+cat >"$root/scratch/copy_file_range.h" <<'HEADER'
 #include <errno.h>
 static inline long copy_file_range(int, long long*, int, long long*, unsigned long, unsigned) {
     errno = ENOSYS;
@@ -81,17 +81,17 @@ HEADER
 # --- the C library, of the compiler's own making ------------------------------------------------------
 if [ ! -f "$root/lib/libc.a" ]; then
   step "C library"
-  echo 'int main(void) { return 0; }' >"$root/work/empty.c"
-  (cd "$root/work" && "$zig/zig" cc -target wasm32-wasi -O2 empty.c -o empty.wasm -v 2>"$root/work/link.txt")
+  echo 'int main(void) { return 0; }' >"$root/scratch/empty.c"
+  (cd "$root/scratch" && "$zig/zig" cc -target wasm32-wasi -O2 empty.c -o empty.wasm -v 2>"$root/scratch/link.txt")
   for part in crt1-command.o libzigc.a libcompiler_rt.a libc.a; do
-    found=$(grep -oE "[^ ]*/$part" "$root/work/link.txt" | tail -1)
-    cp "$root/work/$found" "$root/lib/$part" 2>/dev/null || cp "$found" "$root/lib/$part"
+    found=$(grep -oE "[^ ]*/$part" "$root/scratch/link.txt" | tail -1)
+    cp "$root/scratch/$found" "$root/lib/$part" 2>/dev/null || cp "$found" "$root/lib/$part"
   done
 fi
 
 # --- a library of sources, two at a time --------------------------------------------------------------
 compile() { # library, command, sources...
-  local library=$1 command=$2 folder=$root/work/$1 source
+  local library=$1 command=$2 folder=$root/scratch/$1 source
   shift 2
   mkdir -p "$folder"
   for source in "$@"; do echo "$source"; done |
@@ -115,7 +115,7 @@ for name in abort_message cxa_aux_runtime cxa_default_handlers cxa_exception cxa
   cxa_handlers cxa_personality cxa_thread_atexit cxa_vector cxa_virtual fallback_malloc private_typeinfo \
   stdlib_exception stdlib_stdexcept stdlib_typeinfo; do files+=("$abi/$name.cpp"); done
 compile libc++ "$root/bin/clang++ -std=c++26 -O2 -w -DNDEBUG -D_LIBCPP_BUILDING_LIBRARY -D_LIBCXXABI_BUILDING_LIBRARY \
- -DLIBCXX_BUILDING_LIBCXXABI -D_LIBCPP_REMOVE_TRANSITIVE_INCLUDES -include $root/work/copy_file_range.h -I$cxx -I$abi -I$zig/lib/libcxx/libc \
+ -DLIBCXX_BUILDING_LIBCXXABI -D_LIBCPP_REMOVE_TRANSITIVE_INCLUDES -include $root/scratch/copy_file_range.h -I$cxx -I$abi -I$zig/lib/libcxx/libc \
  -I$zig/lib/libcxxabi/include -DLIBCXXABI_NON_DEMANGLING_TERMINATE -fno-strict-aliasing" "${files[@]}"
 # The tag of all C++ exceptions, which the sources leave to whoever builds them.
 printf '\t.tagtype\t__cpp_exception i32\n\t.globl\t__cpp_exception\n__cpp_exception:\n' >"$root/source/exception-tag.s"
@@ -154,9 +154,9 @@ z=$root/source/zlib
 compile libz "$root/bin/clang -O3 -w -DNDEBUG -DHAVE_UNISTD_H -DZ_HAVE_UNISTD_H" \
   "$z"/{adler32,compress,crc32,deflate,gzclose,gzlib,gzread,gzwrite,infback,inffast,inflate,inftrees,trees,uncompr,zutil}.c
 compile liblodepng "$root/bin/clang++ -O2 -w -DNDEBUG -DLODEPNG_NO_COMPILE_DISK" "$root/source/lodepng/lodepng.cpp"
-mkdir -p "$root/work/config"
-: >"$root/work/config/config.h" # nothing of it matters to the hash
-compile libmd "$root/bin/clang -O2 -w -DNDEBUG -I$root/source/libmd/include -I$root/work/config" "$root/source/libmd/src/sha2.c"
+mkdir -p "$root/scratch/config"
+: >"$root/scratch/config/config.h" # nothing of it matters to the hash
+compile libmd "$root/bin/clang -O2 -w -DNDEBUG -I$root/source/libmd/include -I$root/scratch/config" "$root/source/libmd/src/sha2.c"
 mkdir -p "$root/include/sources"
 cp -p "$z"/{zlib,zconf}.h "$root/source/lodepng/lodepng.h" "$root/include/sources/"
 cp -p "$root/source/libmd/include/sha2.h" "$root/include/sources/sha2.h"
